@@ -1,0 +1,27 @@
+# How the targets of this project are compiled: warnings, sanitizers, layers.
+
+set(ZOREL_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+
+add_library(zorel_options INTERFACE)
+target_compile_options(zorel_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # GCC 12 reports overlaps in string concatenation that are not there.
+  target_compile_options(zorel_options INTERFACE -Wno-restrict)
+endif()
+if(ZOREL_SANITIZE)
+  target_compile_options(zorel_options INTERFACE
+    -fsanitize=${ZOREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(zorel_options INTERFACE -fsanitize=${ZOREL_SANITIZE})
+endif()
+
+# zorel_layer(NAME LOWER...) makes the layer src/NAME from all its sources; it sees the
+# layers LOWER. Layers are object libraries, so that the module and the tests take every
+# symbol along, exports included.
+function(zorel_layer name)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  add_library(zorel_${name} OBJECT ${sources})
+  target_include_directories(zorel_${name} PUBLIC
+    ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  target_link_libraries(zorel_${name} PRIVATE zorel_options)
+endfunction()

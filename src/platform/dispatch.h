@@ -1,0 +1,20 @@
+// IDispatch for an object whose interface has a table. On Linux the table itself answers;
+// on Windows the type library does, and the table names it.
+#pragma once
+
+#include "platform/interface_table.h"
+
+namespace platform {
+
+// The four methods of IDispatch, with their published results. `self` is the object's
+// interface that `table` describes.
+HRESULT DispatchGetTypeInfoCount(const InterfaceTable& table, UINT* count);
+HRESULT DispatchGetTypeInfo(const InterfaceTable& table, UINT index, LCID locale,
+                            ITypeInfo** info);
+HRESULT DispatchGetIDsOfNames(const InterfaceTable& table, REFIID reserved, LPOLESTR* names,
+                              UINT count, LCID locale, DISPID* ids);
+HRESULT DispatchInvoke(const InterfaceTable& table, IDispatch* self, DISPID id, REFIID reserved,
+                       LCID locale, WORD flags, DISPPARAMS* params, VARIANT* result,
+                       EXCEPINFO* exception, UINT* badArgument);
+
+}  // namespace platform

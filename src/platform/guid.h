@@ -1,0 +1,26 @@
+// GUIDs and their text, as UuidToStringW and UuidFromStringW define it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#if defined(_WIN32)
+#include <guiddef.h>
+#else
+#include "ZorelAutomation.h"
+#endif
+
+namespace platform {
+
+inline constexpr std::uint32_t kRpcStatusOk = 0;
+inline constexpr std::uint32_t kRpcInvalidStringUuid = 1705;
+
+// Lower-case 8-4-4-4-12 form without braces; empty when the system call fails.
+std::u16string UuidToString(const GUID& guid);
+
+// Accepts exactly the 8-4-4-4-12 form, hexadecimal digits of either case, no braces.
+// Returns kRpcStatusOk, or kRpcInvalidStringUuid with `guid` untouched.
+std::uint32_t UuidFromString(std::u16string_view text, GUID& guid);
+
+}  // namespace platform

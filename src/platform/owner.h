@@ -1,0 +1,47 @@
+// One owner for everything that the system hands out and wants back.
+#pragma once
+
+#include <utility>
+
+namespace platform {
+
+// A move-only holder of one value. Traits name the value's type, its empty value and how
+// it is given back: `Value`, `static Value Empty()`, `static void Release(Value)`.
+template <class Traits>
+class COwner {
+public:
+    using Value = typename Traits::Value;
+
+    COwner() noexcept : m_value(Traits::Empty()) {}
+    explicit COwner(Value value) noexcept : m_value(value) {}
+    COwner(COwner&& other) noexcept : m_value(other.Detach()) {}
+    COwner& operator=(COwner&& other) noexcept {
+        if (this != &other) {
+            Reset(other.Detach());
+        }
+        return *this;
+    }
+    COwner(const COwner&) = delete;
+    COwner& operator=(const COwner&) = delete;
+    ~COwner() { Reset(); }
+
+    explicit operator bool() const noexcept { return m_value != Traits::Empty(); }
+    Value Get() const noexcept { return m_value; }
+    Value Detach() noexcept { return std::exchange(m_value, Traits::Empty()); }
+    void Reset(Value value = Traits::Empty()) noexcept {
+        const Value old = std::exchange(m_value, value);
+        if (old != Traits::Empty()) {
+            Traits::Release(old);
+        }
+    }
+    // For calls that store their result through a pointer; releases what was held.
+    Value* Put() noexcept {
+        Reset();
+        return &m_value;
+    }
+
+private:
+    Value m_value;
+};
+
+}  // namespace platform

@@ -1,0 +1,52 @@
+// Calendar arithmetic of the system: FILETIME ticks, calendar times, automation dates.
+//
+// Ticks are 100-nanosecond intervals since 1601-01-01 UTC. A DATE counts days since
+// 1899-12-30; before that day the time of day is added to the magnitude, so -1.25 is
+// 1899-12-29 06:00.
+#pragma once
+
+#include <cstdint>
+
+namespace platform {
+
+inline constexpr std::int64_t kTicksPerSecond = 10'000'000;
+
+struct SystemTime {
+    std::uint16_t year;
+    std::uint16_t month;      // 1 to 12
+    std::uint16_t dayOfWeek;  // 0 is Sunday
+    std::uint16_t day;
+    std::uint16_t hour;
+    std::uint16_t minute;
+    std::uint16_t second;
+    std::uint16_t milliseconds;
+};
+
+// False, with last error 87 and `time` untouched, for negative ticks (2^63 and above as
+// an unsigned count). Everything else converts: years 1601 to 30828.
+bool FileTimeToSystemTime(std::int64_t ticks, SystemTime& time) noexcept;
+
+// Keeps whole seconds, ignores milliseconds and dayOfWeek. True for the years 100 to
+// 9999, months 1 to 12, days 0 to 31, hours 0 to 23, minutes and seconds 0 to 59; a day
+// past the end of its month runs on into the next, day 0 is the last day of the month
+// before. False, with `date` untouched, for anything else and where day 0 leaves year 100.
+bool SystemTimeToDate(const SystemTime& time, double& date) noexcept;
+
+// Rounds to whole seconds. False, with `time` untouched, for dates outside the years 100
+// to 9999 and for values that are not numbers.
+bool DateToSystemTime(double date, SystemTime& time) noexcept;
+
+// The two conversions above in one step: ticks to a DATE of whole seconds, bit for bit the
+// same result. False, with `date` untouched, where either of them refuses. Fast enough
+// for one call per file of a listing.
+bool FileTimeToDate(std::int64_t ticks, double& date) noexcept;
+
+// This moment, by the clock and time zone of the machine.
+SystemTime GetLocalTime() noexcept;
+
+// This moment in UTC, as ticks.
+std::int64_t GetSystemTimeAsTicks() noexcept;
+
+void Sleep(std::uint32_t milliseconds) noexcept;
+
+}  // namespace platform
