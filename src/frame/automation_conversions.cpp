@@ -1,0 +1,58 @@
+#include "frame/automation_conversions.h"
+
+#include <limits>
+
+#include "frame/conversions.h"
+#include "frame/errors.h"
+
+namespace frame {
+
+namespace detail {
+
+platform::CSafeArrayPtr NewStringArray(std::size_t count) {
+    platform::CSafeArrayPtr array;
+    if (count <= static_cast<std::size_t>(std::numeric_limits<LONG>::max())) {
+        array.Reset(::SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(count)));
+    }
+    if (!array) {
+        throw CExc(u"Cannot allocate SAFEARRAY for \"%1\" strings.", {UInt64ToString(count)},
+                   E_FAIL);
+    }
+    return array;
+}
+
+// The array is fresh and its slots are null, so the string goes straight into its slot
+// instead of being copied by SafeArrayPutElement.
+void PutString(SAFEARRAY* array, std::size_t index, std::u16string_view text) {
+    const BSTR string = ::SysAllocStringLen(reinterpret_cast<const OLECHAR*>(text.data()),
+                                            static_cast<UINT>(text.size()));
+    if (string == nullptr) {
+        throw CComExc(u"Cannot set the %1 element of the safearray.", {UInt64ToString(index)},
+                      E_OUTOFMEMORY);
+    }
+    static_cast<BSTR*>(array->pvData)[index] = string;
+}
+
+}  // namespace detail
+
+platform::CSafeArrayPtr StringListToSafeArray(const std::vector<std::u16string>& list) {
+    return StringsToSafeArray(list.size(), [&](std::size_t i) { return std::u16string_view(list[i]); });
+}
+
+std::vector<std::u16string> SafeArrayToStringList(SAFEARRAY* array) {
+    if (array == nullptr || (array->fFeatures & FADF_BSTR) == 0) {
+        throw CComExc(u"BSTR expected", E_INVALIDARG);
+    }
+    if (::SafeArrayGetDim(array) != 1) {
+        throw CComExc(u"Wrong dimension", E_INVALIDARG);
+    }
+    const auto* strings = static_cast<const BSTR*>(array->pvData);
+    std::vector<std::u16string> list;
+    list.reserve(array->rgsabound[0].cElements);
+    for (ULONG i = 0; i < array->rgsabound[0].cElements; ++i) {
+        list.emplace_back(platform::TextOf(strings[i]));
+    }
+    return list;
+}
+
+}  // namespace frame

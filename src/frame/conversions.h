@@ -1,0 +1,68 @@
+// Conversions that all layers share: numbers, GUIDs, string lists and 8-bit text, with
+// fixed formats and fixed failure messages; trimming and tests without regard to case.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/guid.h"
+
+namespace frame {
+
+// Signed and unsigned decimal, no padding.
+std::u16string IntToString(std::int32_t value);
+std::u16string UInt64ToString(std::uint64_t value);
+std::u16string Int64ToString(std::int64_t value);
+// "0x" and lower-case digits: no padding, or exactly eight digits.
+std::u16string UIntToHexString(std::uint32_t value);
+std::u16string UIntToHexString8(std::uint32_t value);
+std::u16string UInt64ToHexString(std::uint64_t value);
+std::u16string BoolToString(bool value);
+
+// A decimal number at the start of a text, as the C library reads it: leading white space,
+// a sign, digits. `length` counts all of these and is 0 when there is no digit.
+struct DecimalPrefix {
+    std::size_t length = 0;
+    std::uint64_t magnitude = 0;  // stays at its largest value once it is out of range
+    bool negative = false;
+};
+DecimalPrefix ReadDecimalPrefix(std::u16string_view text) noexcept;
+// The number within the type's range, clamped to the nearest end.
+std::int32_t ClampToInt32(const DecimalPrefix& number) noexcept;
+std::int64_t ClampToInt64(const DecimalPrefix& number) noexcept;
+
+// Read a leading decimal number and ignore what follows; out-of-range values are clamped.
+// Throw CExc (E_FAIL) with the whole text when there is no digit.
+std::int32_t StringToInt(std::u16string_view text);
+std::uint32_t StringToUInt(std::u16string_view text);
+
+// Lower case, 36 characters, or 38 with braces.
+std::u16string GuidToString(const GUID& guid, bool withBraces);
+// Accepts either brace independently. Throws CWin32Exc (1705) with the text.
+GUID StringToGuid(std::u16string_view text);
+
+// The thread's ANSI code page on Windows, UTF-8 on Linux.
+std::u16string AnsiToWide(std::string_view text);
+std::string WideToAnsi(std::u16string_view text);
+
+// Blanks are the space and the tab.
+std::u16string_view TrimLeft(std::u16string_view text) noexcept;
+std::u16string_view TrimRight(std::u16string_view text) noexcept;
+std::u16string_view Trim(std::u16string_view text) noexcept;
+
+// ASCII lowering: A–Z to a–z, every other code unit unchanged. All comparisons of names
+// without regard to case fold exactly this.
+constexpr char16_t ToLowerAscii(char16_t c) noexcept {
+    return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
+}
+std::u16string ToLowerAscii(std::u16string_view text);
+// Three-way comparison by folded code units; a prefix comes before the longer text.
+int CompareNoCase(std::u16string_view a, std::u16string_view b) noexcept;
+bool EqualsNoCase(std::u16string_view a, std::u16string_view b) noexcept;
+bool StartsWithNoCase(std::u16string_view text, std::u16string_view prefix) noexcept;
+bool EndsWithNoCase(std::u16string_view text, std::u16string_view suffix) noexcept;
+
+}  // namespace frame
