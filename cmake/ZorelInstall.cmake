@@ -1,0 +1,34 @@
+# What an installation holds: the module, the headers, a CMake package and a pkg-config
+# file. Both find the rest by their own place, so an installed tree can be moved.
+
+include(CMakePackageConfigHelpers)
+
+install(TARGETS ZorelOibIdxComLib EXPORT ZorelOibIdxLibTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES
+  include/ZorelAutomation.h
+  include/ZorelOibIdxLib.h
+  include/ZorelText.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZorelOibIdxLib)
+install(EXPORT ZorelOibIdxLibTargets NAMESPACE ZorelOibIdxLib:: DESTINATION ${package_dir})
+configure_package_config_file(
+  cmake/ZorelOibIdxLibConfig.cmake.in ${PROJECT_BINARY_DIR}/ZorelOibIdxLibConfig.cmake
+  INSTALL_DESTINATION ${package_dir} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(
+  ${PROJECT_BINARY_DIR}/ZorelOibIdxLibConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/ZorelOibIdxLibConfig.cmake
+  ${PROJECT_BINARY_DIR}/ZorelOibIdxLibConfigVersion.cmake
+  DESTINATION ${package_dir})
+
+if(NOT WIN32)
+  set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY
+    ${CMAKE_INSTALL_PREFIX}/${pkgconfig_dir} OUTPUT_VARIABLE pkgconfig_to_prefix)
+  configure_file(cmake/ZorelOibIdxLib.pc.in ${PROJECT_BINARY_DIR}/ZorelOibIdxLib.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/ZorelOibIdxLib.pc DESTINATION ${pkgconfig_dir})
+endif()

@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that a job needs and that are not there yet.
+#
+# Usage: scripts/setup.sh PURPOSE...
+#   build    the module and the command-line client
+#   test     what the tests need on top of it
+#   bench    what the benchmarks need on top of it
+#   lint     the formatter and the static analyser
+# Does nothing, and needs no rights, when everything is installed.
+set -euo pipefail
+
+declare -A packages=(
+    [build]="g++ cmake ninja-build"
+    [test]="libgtest-dev libgmock-dev binutils clang-format pkg-config"
+    [bench]="libbenchmark-dev"
+    [lint]="clang-format clang-tidy"
+)
+
+fail() {
+    echo "setup: $*" >&2
+    exit 1
+}
+
+# Prints those of the given packages that are not installed.
+missing_of() {
+    local package
+    for package in "$@"; do
+        if [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) != installed ]]; then
+            echo "$package"
+        fi
+    done
+}
+
+(($# > 0)) || fail "say what for: ${!packages[*]}"
+command -v dpkg-query >/dev/null ||
+    fail "this is not Debian; install the counterparts of: ${packages[*]}"
+
+wanted=()
+for purpose in "$@"; do
+    [[ -n ${packages[$purpose]-} ]] || fail "unknown purpose '$purpose'; one of: ${!packages[*]}"
+    read -ra names <<<"${packages[$purpose]}"
+    wanted+=("${names[@]}")
+done
+mapfile -t missing < <(missing_of "${wanted[@]}")
+((${#missing[@]} > 0)) || exit 0
+
+as_root=()
+if ((EUID != 0)); then
+    command -v sudo >/dev/null ||
+        fail "missing packages, and neither root nor sudo to install them: ${missing[*]}"
+    as_root=(sudo)
+fi
+echo "setup: installing ${missing[*]}"
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -qq -y --no-install-recommends "${missing[@]}" >/dev/null ||
+    fail "apt-get could not install: ${missing[*]}"

@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Installs the build, moves the installed tree, and builds and runs a client against it:
+# once through the CMake package, once through pkg-config.
+#
+# Usage: install_test.sh CMAKE BUILD-FOLDER C++-COMPILER
+set -euo pipefail
+
+cmake=$1 build=$2 compiler=$3
+sources=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+"$cmake" --install "$build" --prefix "$folder/staged" >"$folder/log" ||
+    { cat "$folder/log"; exit 1; }
+mv "$folder/staged" "$folder/prefix"
+if grep -rlI -e "$build" -e "$folder/staged" "$folder/prefix"; then
+    echo "these installed files name the build or the folder they were first put in"
+    exit 1
+fi
+
+echo "-- through the CMake package"
+"$cmake" -S "$sources" -B "$folder/consumer" -DCMAKE_CXX_COMPILER="$compiler" \
+    -DCMAKE_PREFIX_PATH="$folder/prefix" -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF >"$folder/log" ||
+    { cat "$folder/log"; exit 1; }
+"$cmake" --build "$folder/consumer"
+"$folder/consumer/consumer"
+
+echo "-- through pkg-config"
+package=$(find "$folder/prefix" -name ZorelOibIdxLib.pc)
+PKG_CONFIG_PATH=$(dirname "$package")
+export PKG_CONFIG_PATH
+libdir=$(pkg-config --variable=libdir ZorelOibIdxLib)
+read -ra flags <<<"$(pkg-config --cflags --libs ZorelOibIdxLib)"
+"$compiler" -std=c++17 "$sources/consumer.cpp" -o "$folder/by_hand" "${flags[@]}"
+LD_LIBRARY_PATH=$libdir "$folder/by_hand"
