@@ -6,6 +6,59 @@
 
 #include "platform/interface_table.h"
 
+namespace platform {
+
+template <>
+struct InterfaceTraits<IOibIdxLib> {
+    static constexpr const IID& kIid = IID_IOibIdxLib;
+};
+template <>
+struct InterfaceTraits<IMtfMetaFile> {
+    static constexpr const IID& kIid = IID_IMtfMetaFile;
+};
+template <>
+struct InterfaceTraits<IMtfAttrsTree> {
+    static constexpr const IID& kIid = IID_IMtfAttrsTree;
+};
+template <>
+struct InterfaceTraits<IMtfBSessionMetaFile> {
+    static constexpr const IID& kIid = IID_IMtfBSessionMetaFile;
+};
+template <>
+struct InterfaceTraits<ICatOibRefsEnumerator> {
+    static constexpr const IID& kIid = IID_ICatOibRefsEnumerator;
+};
+template <>
+struct InterfaceTraits<IMtfPublicationOrderingInfo> {
+    static constexpr const IID& kIid = IID_IMtfPublicationOrderingInfo;
+};
+template <>
+struct InterfaceTraits<IMtfPublicationMetaFileReader> {
+    static constexpr const IID& kIid = IID_IMtfPublicationMetaFileReader;
+};
+template <>
+struct InterfaceTraits<IMtfAddBSessionCmdAccessor> {
+    static constexpr const IID& kIid = IID_IMtfAddBSessionCmdAccessor;
+};
+template <>
+struct InterfaceTraits<IOibDFBrowser> {
+    static constexpr const IID& kIid = IID_IOibDFBrowser;
+};
+template <>
+struct InterfaceTraits<IOibFilesArray> {
+    static constexpr const IID& kIid = IID_IOibFilesArray;
+};
+template <>
+struct InterfaceTraits<IOibTDFSearchTask> {
+    static constexpr const IID& kIid = IID_IOibTDFSearchTask;
+};
+template <>
+struct InterfaceTraits<IOibBDFSearchTask> {
+    static constexpr const IID& kIid = IID_IOibBDFSearchTask;
+};
+
+}  // namespace platform
+
 namespace frame {
 
 template <class Interface>

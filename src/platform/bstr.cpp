@@ -1,0 +1,30 @@
+#include "platform/bstr.h"
+
+#include <limits>
+#include <new>
+
+namespace platform {
+
+std::u16string_view TextOf(BSTR text) noexcept {
+    if (text == nullptr) {
+        return {};
+    }
+    const std::u16string_view whole(reinterpret_cast<const char16_t*>(text), ::SysStringLen(text));
+    return whole.substr(0, whole.find(u'\0'));
+}
+
+BSTR NewBstr(std::u16string_view text) {
+    BSTR string = nullptr;
+    if (text.size() <= std::numeric_limits<UINT>::max()) {
+        // An empty view may have no data, which the system would take for "leave unset".
+        const char16_t* data = text.empty() ? u"" : text.data();
+        string = ::SysAllocStringLen(reinterpret_cast<const OLECHAR*>(data),
+                                     static_cast<UINT>(text.size()));
+    }
+    if (string == nullptr) {
+        throw std::bad_alloc();
+    }
+    return string;
+}
+
+}  // namespace platform

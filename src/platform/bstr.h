@@ -1,0 +1,33 @@
+// Owners of automation strings and arrays, and the way between strings and text.
+#pragma once
+
+#include <string_view>
+
+#include "platform/automation.h"
+#include "platform/owner.h"
+
+namespace platform {
+
+struct BstrTraits {
+    using Value = BSTR;
+    static Value Empty() noexcept { return nullptr; }
+    static void Release(Value value) noexcept { ::SysFreeString(value); }
+};
+using CBstr = COwner<BstrTraits>;
+
+struct SafeArrayTraits {
+    using Value = SAFEARRAY*;
+    static Value Empty() noexcept { return nullptr; }
+    static void Release(Value value) noexcept { ::SafeArrayDestroy(value); }
+};
+using CSafeArrayPtr = COwner<SafeArrayTraits>;
+
+// The string up to its first NUL: arguments are read as zero-terminated text. A null
+// string is empty. The view lives as long as the string.
+std::u16string_view TextOf(BSTR text) noexcept;
+
+// A new string for the caller to own, never null; NULs inside are kept. Throws
+// std::bad_alloc.
+BSTR NewBstr(std::u16string_view text);
+
+}  // namespace platform

@@ -1,0 +1,125 @@
+#include <atomic>
+#include <new>
+
+#include "platform/bstr.h"
+#include "platform/com_ptr.h"
+#include "platform/export.h"
+#include "platform/posix/automation_internal.h"
+
+namespace {
+
+// Error information that its maker fills through ICreateErrorInfo and readers see through
+// IErrorInfo. Filled before it is published, so only the reference count is shared between
+// threads.
+class CErrorInfo final : public ICreateErrorInfo, public IErrorInfo {
+public:
+    HRESULT QueryInterface(REFIID iid, void** object) override {
+        if (object == nullptr) {
+            return E_POINTER;
+        }
+        if (iid == IID_IErrorInfo) {
+            *object = static_cast<IErrorInfo*>(this);
+        } else if (iid == IID_ICreateErrorInfo || iid == IID_IUnknown) {
+            *object = static_cast<ICreateErrorInfo*>(this);
+        } else {
+            *object = nullptr;
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+    ULONG AddRef() override { return ++m_references; }
+    ULONG Release() override {
+        const ULONG left = --m_references;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+
+    HRESULT SetGUID(REFGUID guid) override {
+        m_guid = guid;
+        return S_OK;
+    }
+    HRESULT SetSource(LPOLESTR source) override { return Store(m_source, source); }
+    HRESULT SetDescription(LPOLESTR text) override { return Store(m_description, text); }
+    HRESULT SetHelpFile(LPOLESTR file) override { return Store(m_helpFile, file); }
+    HRESULT SetHelpContext(DWORD context) override {
+        m_helpContext = context;
+        return S_OK;
+    }
+
+    HRESULT GetGUID(GUID* guid) override { return Give(m_guid, guid); }
+    HRESULT GetSource(BSTR* source) override { return Give(m_source, source); }
+    HRESULT GetDescription(BSTR* text) override { return Give(m_description, text); }
+    HRESULT GetHelpFile(BSTR* file) override { return Give(m_helpFile, file); }
+    HRESULT GetHelpContext(DWORD* context) override { return Give(m_helpContext, context); }
+
+private:
+    ~CErrorInfo() = default;
+
+    // A null text means "not set".
+    static HRESULT Store(platform::CBstr& field, const OLECHAR* text) {
+        platform::CBstr copy(SysAllocString(text));
+        if (text != nullptr && !copy) {
+            return E_OUTOFMEMORY;
+        }
+        field = std::move(copy);
+        return S_OK;
+    }
+    static HRESULT Give(const platform::CBstr& field, BSTR* text) {
+        if (text == nullptr) {
+            return E_INVALIDARG;
+        }
+        *text = platform::detail::CopyBstr(field.Get());
+        return platform::detail::CopyFailed(field.Get(), *text) ? E_OUTOFMEMORY : S_OK;
+    }
+    template <class T>
+    static HRESULT Give(const T& field, T* value) {
+        if (value == nullptr) {
+            return E_INVALIDARG;
+        }
+        *value = field;
+        return S_OK;
+    }
+
+    std::atomic<ULONG> m_references{1};
+    GUID m_guid = GUID_NULL;
+    platform::CBstr m_source;
+    platform::CBstr m_description;
+    platform::CBstr m_helpFile;
+    DWORD m_helpContext = 0;
+};
+
+// What the calling thread's last failed call left behind.
+thread_local platform::CComPtr<IErrorInfo> t_errorInfo;
+
+}  // namespace
+
+extern "C" {
+
+ZOREL_EXPORT HRESULT CreateErrorInfo(ICreateErrorInfo** info) {
+    if (info == nullptr) {
+        return E_INVALIDARG;
+    }
+    *info = new (std::nothrow) CErrorInfo();
+    return *info == nullptr ? E_OUTOFMEMORY : S_OK;
+}
+
+ZOREL_EXPORT HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info) {
+    if (reserved != 0 || info == nullptr) {
+        return E_INVALIDARG;
+    }
+    *info = t_errorInfo.Detach();
+    return *info == nullptr ? S_FALSE : S_OK;
+}
+
+ZOREL_EXPORT HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info) {
+    if (reserved != 0) {
+        return E_INVALIDARG;
+    }
+    t_errorInfo = platform::CComPtr<IErrorInfo>(info);
+    return S_OK;
+}
+
+}  // extern "C"
