@@ -38,8 +38,6 @@ namespace rec {
 
 class CDirRecord final : public idxdata::IRecord {
 public:
-    static constexpr std::uint64_t kSmallestSize = 4 + 8;  // bytes, with an empty name
-
     std::uint32_t GetFieldCount() const override { return 2; }
     std::uint32_t GetFieldType(std::uint32_t field) const override;
     void Serialize(idxdata::ISerializator& target) const override;
@@ -51,8 +49,6 @@ public:
 
 class CFileRecord final : public idxdata::IRecord {
 public:
-    static constexpr std::uint64_t kSmallestSize = 4 + 8 + 4 + 8 + 8;
-
     std::uint32_t GetFieldCount() const override { return 5; }
     std::uint32_t GetFieldType(std::uint32_t field) const override;
     void Serialize(idxdata::ISerializator& target) const override;
@@ -67,8 +63,6 @@ public:
 
 class COwnerRecord final : public idxdata::IRecord {
 public:
-    static constexpr std::uint64_t kSmallestSize = 4 + 4 + 4;
-
     std::uint32_t GetFieldCount() const override { return 3; }
     std::uint32_t GetFieldType(std::uint32_t field) const override;
     void Serialize(idxdata::ISerializator& target) const override;

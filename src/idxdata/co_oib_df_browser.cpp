@@ -1,0 +1,62 @@
+#include "idxdata/co_oib_df_browser.h"
+
+#include "frame/automation_conversions.h"
+#include "idxdata/co_oib_files_array.h"
+#include "platform/bstr.h"
+
+namespace coClasses {
+
+// The errors carry the search task's identifier on purpose.
+CCoOibDFBrowser::CCoOibDFBrowser(std::u16string_view volumeFilePath)
+    : CCoObject(IID_IOibTDFSearchTask), m_browser(volumeFilePath) {}
+
+HRESULT CCoOibDFBrowser::GetFolders(BSTR rootPath, SAFEARRAY** ppFolders) {
+    return Unlocked([&]() -> HRESULT {
+        if (rootPath == nullptr || ppFolders == nullptr) {
+            return E_INVALIDARG;
+        }
+        *ppFolders =
+            frame::StringListToSafeArray(m_browser.GetFolders(platform::TextOf(rootPath))).Detach();
+        return S_OK;
+    });
+}
+
+// The array is handed out before it is filled, so that the caller holds what was read
+// when the listing fails.
+HRESULT CCoOibDFBrowser::List(BSTR rootPath, bool recursive,
+                              std::optional<std::u16string_view> permittedExtensions,
+                              IOibFilesArray** ppFiles) {
+    if (rootPath == nullptr || ppFiles == nullptr) {
+        return E_INVALIDARG;
+    }
+    const auto files = m_browser.NewFileList();
+    const auto array = frame::CreateInstance<CCoOibFilesArray>(
+        u"Instance of the CCoOibFilesArray() cannot be initialized.", files);
+    frame::HandOut(array, ppFiles);
+    m_browser.ListFiles(platform::TextOf(rootPath), recursive, permittedExtensions, *files);
+    return S_OK;
+}
+
+HRESULT CCoOibDFBrowser::GetFiles(BSTR rootPath, IOibFilesArray** ppFiles) {
+    return Unlocked([&] { return List(rootPath, false, std::nullopt, ppFiles); });
+}
+
+HRESULT CCoOibDFBrowser::Close() {
+    return Unlocked([&] {
+        m_browser.Close();
+        return S_OK;
+    });
+}
+
+HRESULT CCoOibDFBrowser::GetFilesEx(BSTR rootPath, VARIANT_BOOL bRecursive,
+                                    BSTR premittedExtentions, IOibFilesArray** ppFiles) {
+    return Unlocked([&] {
+        std::optional<std::u16string_view> extensions;
+        if (premittedExtentions != nullptr) {
+            extensions = platform::TextOf(premittedExtentions);
+        }
+        return List(rootPath, bRecursive != VARIANT_FALSE, extensions, ppFiles);
+    });
+}
+
+}  // namespace coClasses

@@ -1,0 +1,65 @@
+#include "idxdata/co_oib_files_array.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "frame/errors.h"
+#include "platform/bstr.h"
+
+namespace coClasses {
+
+namespace {
+
+platform::CBstr JoinTexts(std::u16string_view a, std::u16string_view b) {
+    platform::CBstr joined(
+        ::SysAllocStringLen(nullptr, static_cast<UINT>(a.size() + b.size())));
+    if (!joined) {
+        throw std::bad_alloc();
+    }
+    std::copy(b.begin(), b.end(), std::copy(a.begin(), a.end(), joined.Get()));
+    return joined;
+}
+
+}  // namespace
+
+// The errors carry the search task's identifier on purpose.
+CCoOibFilesArray::CCoOibFilesArray(std::shared_ptr<const idxdata::CFileEntries> files)
+    : CCoObject(IID_IOibTDFSearchTask), m_files(std::move(files)) {}
+
+HRESULT CCoOibFilesArray::GetFileInfo(ULONG index, OibFileInfo* pFileInfo) {
+    return Unlocked([&]() -> HRESULT {
+        if (pFileInfo == nullptr) {
+            return E_INVALIDARG;
+        }
+        if (index >= m_files->Count()) {
+            throw frame::CExc(u"CCoOibFilesArray::GetFileInfo: Index is out of range.",
+                              E_INVALIDARG);
+        }
+        const idxdata::CFileEntry& entry = m_files->At(index);
+        platform::CBstr name =
+            JoinTexts(m_files->FolderPrefixOf(entry), idxdata::CFileEntries::NameOf(entry));
+        platform::CBstr owner(platform::NewBstr(m_files->OwnerOf(entry)));
+        pFileInfo->FileName = name.Detach();
+        pFileInfo->ModifyTime = entry.modifyTime;
+        pFileInfo->Size = entry.size;
+        pFileInfo->Owner = owner.Detach();
+        return S_OK;
+    });
+}
+
+HRESULT CCoOibFilesArray::get_FilesCount(ULONG* pCount) {
+    return Unlocked([&] {
+        *pCount = static_cast<ULONG>(m_files->Count());
+        return S_OK;
+    });
+}
+
+HRESULT CCoOibFilesArray::get_TotalSize(ULONGLONG* pSize) {
+    return Unlocked([&] {
+        *pSize = m_files->TotalSize();
+        return S_OK;
+    });
+}
+
+}  // namespace coClasses

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+
+#include "frame/com_object.h"
+#include "idxdata/file_entries.h"
+
+namespace coClasses {
+
+// IOibFilesArray over the files that a listing found; independent of the browser. Belongs
+// to one thread at a time.
+class CCoOibFilesArray final : public frame::CCoObject<IOibFilesArray> {
+public:
+    explicit CCoOibFilesArray(std::shared_ptr<const idxdata::CFileEntries> files);
+
+    HRESULT STDMETHODCALLTYPE GetFileInfo(ULONG index, OibFileInfo* pFileInfo) override;
+    HRESULT STDMETHODCALLTYPE get_FilesCount(ULONG* pCount) override;
+    HRESULT STDMETHODCALLTYPE get_TotalSize(ULONGLONG* pSize) override;
+
+private:
+    std::shared_ptr<const idxdata::CFileEntries> m_files;
+};
+
+}  // namespace coClasses

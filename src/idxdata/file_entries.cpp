@@ -1,0 +1,90 @@
+#include "idxdata/file_entries.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <numeric>
+#include <utility>
+
+#include "frame/conversions.h"
+#include "frame/errors.h"
+#include "idxdata/path_order.h"
+#include "platform/times.h"
+
+namespace idxdata {
+
+namespace {
+constexpr std::size_t kBlockUnits = 256 * 1024;  // code units of names in one block
+constexpr char16_t kSeparator = u'\\';
+}  // namespace
+
+CListedFolders::Id CListedFolders::Add(Id parent, std::u16string_view name) {
+    std::u16string prefix = m_prefixes[parent];
+    prefix.reserve(prefix.size() + name.size() + 1);
+    prefix += name;
+    prefix += kSeparator;
+    m_hasSeparatorInName = m_hasSeparatorInName || name.find(kSeparator) != name.npos;
+    m_prefixes.push_back(std::move(prefix));
+    m_parents.push_back(parent);
+    return static_cast<Id>(m_prefixes.size() - 1);
+}
+
+std::u16string_view CListedFolders::LastElementOf(Id folder) const noexcept {
+    const std::u16string_view prefix = m_prefixes[folder];
+    return prefix.substr(m_prefixes[m_parents[folder]].size());
+}
+
+char16_t* CFileEntries::TakeText(std::size_t units) {
+    if (units > m_blockLeft) {
+        const std::size_t size = std::max(units, m_blocks.empty() ? std::size_t{1024} : kBlockUnits);
+        m_blocks.push_back(std::make_unique_for_overwrite<char16_t[]>(size));
+        m_blockNext = m_blocks.back().get();
+        m_blockLeft = size;
+    }
+    m_blockLeft -= units;
+    return std::exchange(m_blockNext, m_blockNext + units);
+}
+
+void CFileEntries::AddFile(CListedFolders::Id folder, const FileRecordView& file) {
+    if (m_entries.size() >= std::numeric_limits<std::uint32_t>::max()) {
+        throw frame::CExc(u"There are too many files in the listing.", frame::kFail);
+    }
+    char16_t* name = TakeText(file.nameLength);
+    std::memcpy(name, file.nameBytes, std::size_t{file.nameLength} * 2);
+    const std::u16string_view text(name, file.nameLength);
+    m_hasSeparatorInName = m_hasSeparatorInName || text.find(kSeparator) != text.npos;
+    double date = 0;
+    platform::FileTimeToDate(file.modifyTime, date);
+    m_order.push_back(static_cast<std::uint32_t>(m_entries.size()));
+    m_entries.push_back({name, file.nameLength, folder, date, file.size, file.ownerIndex});
+}
+
+int CFileEntries::CompareFull(std::uint32_t a, std::uint32_t b) const noexcept {
+    const CFileEntry& x = m_entries[a];
+    const CFileEntry& y = m_entries[b];
+    return ComparePathsNoCase(FolderPrefixOf(x), NameOf(x), FolderPrefixOf(y), NameOf(y));
+}
+
+void CFileEntries::SortByName() {
+    if (m_hasSeparatorInName || m_folders.HasSeparatorInName()) {
+        // A name that looks like a path can fall between the files of another folder.
+        std::sort(m_order.begin(), m_order.end(),
+                  [&](std::uint32_t a, std::uint32_t b) { return CompareFull(a, b) < 0; });
+        return;
+    }
+    m_order = OrderByFolders(m_folders, m_entries);
+}
+
+std::u16string_view CFileEntries::OwnerOf(const CFileEntry& entry) const noexcept {
+    return entry.owner < m_owners->size() ? std::u16string_view((*m_owners)[entry.owner])
+                                          : std::u16string_view();
+}
+
+std::uint64_t CFileEntries::TotalSize() const noexcept {
+    return std::accumulate(m_entries.begin(), m_entries.end(), std::uint64_t{0},
+                           [](std::uint64_t sum, const CFileEntry& entry) {
+                               return sum + static_cast<std::uint64_t>(entry.size);
+                           });
+}
+
+}  // namespace idxdata

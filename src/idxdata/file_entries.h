@@ -1,0 +1,88 @@
+// The files that a listing found.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "idxdata/file_record_cursor.h"
+
+namespace idxdata {
+
+using OwnerNames = std::vector<std::u16string>;
+
+// Folder paths relative to the listed folder, each ending with a backslash (the listed
+// folder's own is empty), and how they nest.
+class CListedFolders {
+public:
+    using Id = std::uint32_t;
+    static constexpr Id kListedFolder = 0;
+    static constexpr Id kNoFolder = 0xFFFFFFFFU;
+
+    CListedFolders() : m_prefixes(1), m_parents(1, kNoFolder) {}
+    Id Add(Id parent, std::u16string_view name);
+
+    std::u16string_view PrefixOf(Id folder) const noexcept { return m_prefixes[folder]; }
+    // The folder's own name with the backslash behind it.
+    std::u16string_view LastElementOf(Id folder) const noexcept;
+    Id ParentOf(Id folder) const noexcept { return m_parents[folder]; }
+    std::size_t Count() const noexcept { return m_prefixes.size(); }
+    // A folder's name itself holds a backslash.
+    bool HasSeparatorInName() const noexcept { return m_hasSeparatorInName; }
+
+private:
+    std::vector<std::u16string> m_prefixes;
+    std::vector<Id> m_parents;
+    bool m_hasSeparatorInName = false;
+};
+
+struct CFileEntry {
+    const char16_t* name;  // in the entries' own text
+    std::uint32_t nameLength;
+    CListedFolders::Id folder;
+    double modifyTime;    // DATE in UTC; 0 when the record's time cannot be converted
+    std::int64_t size;    // bytes
+    std::uint32_t owner;  // index of the owner's name; at or beyond their number: none
+};
+
+// An ordered list of files, addressed from 0. Keeps the names of files in blocks of text
+// of its own and shares the owners' names.
+class CFileEntries {
+public:
+    explicit CFileEntries(std::shared_ptr<const OwnerNames> owners) : m_owners(std::move(owners)) {}
+
+    CListedFolders& Folders() noexcept { return m_folders; }
+    void AddFile(CListedFolders::Id folder, const FileRecordView& file);
+    // Orders by folder prefix and name, ASCII letters without regard to case; the order of
+    // equal names is not defined.
+    void SortByName();
+
+    std::size_t Count() const noexcept { return m_entries.size(); }
+    const CFileEntry& At(std::size_t index) const noexcept { return m_entries[m_order[index]]; }
+    std::u16string_view FolderPrefixOf(const CFileEntry& entry) const noexcept {
+        return m_folders.PrefixOf(entry.folder);
+    }
+    static std::u16string_view NameOf(const CFileEntry& entry) noexcept {
+        return {entry.name, entry.nameLength};
+    }
+    std::u16string_view OwnerOf(const CFileEntry& entry) const noexcept;
+    // Sum of all sizes, wrapping at 2^64.
+    std::uint64_t TotalSize() const noexcept;
+
+private:
+    char16_t* TakeText(std::size_t units);
+    int CompareFull(std::uint32_t a, std::uint32_t b) const noexcept;
+
+    std::shared_ptr<const OwnerNames> m_owners;
+    CListedFolders m_folders;
+    std::vector<CFileEntry> m_entries;
+    std::vector<std::uint32_t> m_order;  // positions in m_entries, in list order
+    std::vector<std::unique_ptr<char16_t[]>> m_blocks;
+    std::size_t m_blockLeft = 0;  // code units
+    char16_t* m_blockNext = nullptr;
+    bool m_hasSeparatorInName = false;
+};
+
+}  // namespace idxdata

@@ -1,0 +1,189 @@
+#include "server/co_oib_idx_lib.h"
+
+#include "frame/automation_conversions.h"
+#include "frame/errors.h"
+#include "idxdata/co_oib_df_browser.h"
+#include "platform/bstr.h"
+
+namespace coClasses {
+
+namespace {
+
+constexpr OLECHAR kProgId[] = {u'Z', u'o', u'r', u'e', u'l', u'O', u'i', u'b', u'I', u'd',
+                               u'x', u'L', u'i', u'b', u'.', u'C', u'O', u'i', u'b', u'I',
+                               u'd', u'x', u'L', u'i', u'b', u'.', u'5', u'\0'};
+
+[[noreturn]] void ThrowNotBuilt(std::u16string_view method) {
+    throw frame::CExc(u"The method %1 is not available in this version of the library.", {method},
+                      E_NOTIMPL);
+}
+
+}  // namespace
+
+CCoOibIdxLib::CCoOibIdxLib(IUnknown* outer) noexcept
+    : CCoObject(IID_IOibIdxLib, kProgId),
+      m_inner(*this),
+      m_outer(outer != nullptr ? outer : &m_inner) {}
+
+HRESULT CCoOibIdxLib::CInner::QueryInterface(REFIID iid, void** object) {
+    if (object != nullptr && iid == IID_IUnknown) {
+        *object = static_cast<IUnknown*>(this);
+        AddRef();
+        return S_OK;
+    }
+    return m_object.InnerQueryInterface(iid, object);
+}
+
+HRESULT CCoOibIdxLib::QueryInterface(REFIID iid, void** object) {
+    return m_outer->QueryInterface(iid, object);
+}
+
+ULONG CCoOibIdxLib::AddRef() { return m_outer->AddRef(); }
+ULONG CCoOibIdxLib::Release() { return m_outer->Release(); }
+
+HRESULT CCoOibIdxLib::InitLogging(BSTR logPath, VARIANT_BOOL bSkipSecure) {
+    return Locked([&]() -> HRESULT {
+        if (logPath == nullptr) {
+            return E_INVALIDARG;
+        }
+        static_cast<void>(bSkipSecure);
+        ThrowNotBuilt(u"InitLogging");
+    });
+}
+
+HRESULT CCoOibIdxLib::CreateMetaFile(BSTR metaFilePath, INT openMode, IMtfMetaFile** ppMetaFile) {
+    return Locked([&]() -> HRESULT {
+        if (metaFilePath == nullptr || ppMetaFile == nullptr) {
+            return E_INVALIDARG;
+        }
+        static_cast<void>(openMode);
+        ThrowNotBuilt(u"CreateMetaFile");
+    });
+}
+
+HRESULT CCoOibIdxLib::IsMetaFileExists(BSTR metaFilePath, VARIANT_BOOL* pbFileExists) {
+    return Locked([&]() -> HRESULT {
+        if (metaFilePath == nullptr || pbFileExists == nullptr) {
+            return E_INVALIDARG;
+        }
+        ThrowNotBuilt(u"IsMetaFileExists");
+    });
+}
+
+HRESULT CCoOibIdxLib::GenerateOibTDFs(BSTR binIndexFile, BSTR outpFolder, _FILETIME txtDateTime,
+                                      INT recsNumPerTxt, VARIANT_BOOL bCrcMode, INT subfoldersMax,
+                                      INT additionalParts, BSTR separators) {
+    return Locked([&]() -> HRESULT {
+        static_cast<void>(binIndexFile);
+        static_cast<void>(outpFolder);
+        static_cast<void>(txtDateTime);
+        static_cast<void>(recsNumPerTxt);
+        static_cast<void>(bCrcMode);
+        static_cast<void>(subfoldersMax);
+        static_cast<void>(additionalParts);
+        static_cast<void>(separators);
+        ThrowNotBuilt(u"GenerateOibTDFs");
+    });
+}
+
+HRESULT CCoOibIdxLib::FindInOibTDF(BSTR dataFile, BSTR rootPath, BSTR searchStr,
+                                   SAFEARRAY** ppResult) {
+    return Locked([&]() -> HRESULT {
+        static_cast<void>(dataFile);
+        static_cast<void>(rootPath);
+        static_cast<void>(searchStr);
+        static_cast<void>(ppResult);
+        ThrowNotBuilt(u"FindInOibTDF");
+    });
+}
+
+// Not implemented by contract, whatever the arguments.
+HRESULT CCoOibIdxLib::ParseOibTDFName(BSTR, BSTR*, BSTR**) {
+    return Locked([] { return E_NOTIMPL; });
+}
+
+HRESULT CCoOibIdxLib::ConvetrPathToCrcStr(BSTR folderPath, INT subfoldersMax, BSTR* retStr) {
+    return Locked([&]() -> HRESULT {
+        static_cast<void>(folderPath);
+        static_cast<void>(subfoldersMax);
+        static_cast<void>(retStr);
+        ThrowNotBuilt(u"ConvetrPathToCrcStr");
+    });
+}
+
+HRESULT CCoOibIdxLib::FindInOibTDF2(BSTR dataFile, SearchSpec* srchSpec,
+                                    IOibTDFSearchTask** pSearchTask) {
+    return Locked([&]() -> HRESULT {
+        if (dataFile == nullptr || srchSpec == nullptr) {
+            return E_INVALIDARG;
+        }
+        static_cast<void>(pSearchTask);
+        ThrowNotBuilt(u"FindInOibTDF2");
+    });
+}
+
+HRESULT CCoOibIdxLib::BrowseOibDF(BSTR volumeFilePath, IOibDFBrowser** pBrowser) {
+    return Locked([&]() -> HRESULT {
+        if (volumeFilePath == nullptr || pBrowser == nullptr) {
+            return E_INVALIDARG;
+        }
+        const auto browser = frame::CreateInstance<CCoOibDFBrowser>(
+            u"Instance of the CCoOibDFBrowser() cannot be initialized.",
+            platform::TextOf(volumeFilePath));
+        frame::HandOut(browser, pBrowser);
+        return S_OK;
+    });
+}
+
+HRESULT CCoOibIdxLib::IsWildcardMatch(BSTR line, BSTR pattern, VARIANT_BOOL* pResult) {
+    return Locked([&]() -> HRESULT {
+        if (line == nullptr || pattern == nullptr || pResult == nullptr) {
+            return E_INVALIDARG;
+        }
+        ThrowNotBuilt(u"IsWildcardMatch");
+    });
+}
+
+HRESULT CCoOibIdxLib::FindInOibBDF(BSTR dataPath, IOibBDFSearchTask** pSearchTask) {
+    return Locked([&]() -> HRESULT {
+        if (dataPath == nullptr) {
+            return E_INVALIDARG;
+        }
+        static_cast<void>(pSearchTask);
+        ThrowNotBuilt(u"FindInOibBDF");
+    });
+}
+
+HRESULT CCoOibIdxLib::CreateBSessionMetaFile(BSTR metaFilePath, INT openMode,
+                                             IMtfBSessionMetaFile** ppMetaFile) {
+    return Locked([&]() -> HRESULT {
+        if (metaFilePath == nullptr || ppMetaFile == nullptr) {
+            return E_INVALIDARG;
+        }
+        static_cast<void>(openMode);
+        ThrowNotBuilt(u"CreateBSessionMetaFile");
+    });
+}
+
+HRESULT CCoOibIdxLib::LoadPublicationOrderingInfo(BSTR pubFilePath,
+                                                  IMtfPublicationOrderingInfo** ppOrderingInfo) {
+    return Locked([&]() -> HRESULT {
+        if (pubFilePath == nullptr) {
+            return E_INVALIDARG;
+        }
+        static_cast<void>(ppOrderingInfo);
+        ThrowNotBuilt(u"LoadPublicationOrderingInfo");
+    });
+}
+
+HRESULT CCoOibIdxLib::LoadPublication(BSTR metaFilePath,
+                                      IMtfPublicationMetaFileReader** ppPubReader) {
+    return Locked([&]() -> HRESULT {
+        if (metaFilePath == nullptr || ppPubReader == nullptr) {
+            return E_INVALIDARG;
+        }
+        ThrowNotBuilt(u"LoadPublication");
+    });
+}
+
+}  // namespace coClasses
