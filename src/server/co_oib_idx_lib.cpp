@@ -4,6 +4,7 @@
 #include "frame/errors.h"
 #include "idxdata/co_oib_df_browser.h"
 #include "platform/bstr.h"
+#include "tdf/wildcard.h"
 
 namespace coClasses {
 
@@ -140,7 +141,11 @@ HRESULT CCoOibIdxLib::IsWildcardMatch(BSTR line, BSTR pattern, VARIANT_BOOL* pRe
         if (line == nullptr || pattern == nullptr || pResult == nullptr) {
             return E_INVALIDARG;
         }
-        ThrowNotBuilt(u"IsWildcardMatch");
+        const tdf::CutLineParts parts = tdf::CutLine(platform::TextOf(line));
+        const std::u16string_view wildcard = platform::TextOf(pattern);
+        const bool floating = tdf::Floats(wildcard, tdf::EStarRule::LeadingStar);
+        *pResult = frame::ToVariantBool(tdf::MatchWildcard(parts.name, wildcard, floating));
+        return S_OK;
     });
 }
 

@@ -24,13 +24,13 @@ ByteWriter& ByteWriter::Raw(std::string_view bytes) {
     return *this;
 }
 
-TableSpec FilesTable(const std::vector<FileRow>& rows) {
+TableImage FilesTable(const std::vector<FileRow>& rows) {
     ByteWriter writer;
     for (const FileRow& row : rows) {
         writer.String(row.name).LongLong(row.dir).DWord(row.owner);
         writer.LongLong(row.modifyTime).LongLong(row.size);
     }
-    TableSpec table;
+    TableImage table;
     table.id = 1;
     table.fieldTypes = {2, 1, 3, 1, 1};
     table.recordCount = static_cast<std::int64_t>(rows.size());
@@ -38,12 +38,12 @@ TableSpec FilesTable(const std::vector<FileRow>& rows) {
     return table;
 }
 
-TableSpec DirsTable(const std::vector<DirRow>& rows) {
+TableImage DirsTable(const std::vector<DirRow>& rows) {
     ByteWriter writer;
     for (const DirRow& row : rows) {
         writer.String(row.name).LongLong(row.parent);
     }
-    TableSpec table;
+    TableImage table;
     table.id = 2;
     table.fieldTypes = {2, 1};
     table.recordCount = static_cast<std::int64_t>(rows.size());
@@ -51,12 +51,12 @@ TableSpec DirsTable(const std::vector<DirRow>& rows) {
     return table;
 }
 
-TableSpec OwnersTable(const std::vector<OwnerRow>& rows) {
+TableImage OwnersTable(const std::vector<OwnerRow>& rows) {
     ByteWriter writer;
     for (const OwnerRow& row : rows) {
         writer.String(row.id).String(row.name).String(row.domain);
     }
-    TableSpec table;
+    TableImage table;
     table.id = 3;
     table.fieldTypes = {2, 2, 2};
     table.recordCount = static_cast<std::int64_t>(rows.size());
@@ -64,9 +64,9 @@ TableSpec OwnersTable(const std::vector<OwnerRow>& rows) {
     return table;
 }
 
-std::string ChainTables(const std::vector<TableSpec>& tables, std::int64_t lastNext) {
+std::string ChainTables(const std::vector<TableImage>& tables, std::int64_t lastNext) {
     std::string out;
-    for (const TableSpec& table : tables) {
+    for (const TableImage& table : tables) {
         const bool last = &table == &tables.back();
         const std::size_t size = 36 + 2 * table.fieldTypes.size() + table.records.size();
         ByteWriter writer;

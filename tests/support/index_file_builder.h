@@ -44,7 +44,7 @@ private:
 };
 
 // One table of the chain: header fields that a test may bend, and encoded records.
-struct TableSpec {
+struct TableImage {
     std::string prefix = "VIFD";
     std::uint16_t major = 1;
     std::uint16_t minor = 1;
@@ -55,13 +55,13 @@ struct TableSpec {
     std::string records;
 };
 
-TableSpec FilesTable(const std::vector<FileRow>& rows);
-TableSpec DirsTable(const std::vector<DirRow>& rows);
-TableSpec OwnersTable(const std::vector<OwnerRow>& rows);
+TableImage FilesTable(const std::vector<FileRow>& rows);
+TableImage DirsTable(const std::vector<DirRow>& rows);
+TableImage OwnersTable(const std::vector<OwnerRow>& rows);
 
 // The tables one after the other, chained in this order. `lastNext` is the last table's
 // next offset.
-std::string ChainTables(const std::vector<TableSpec>& tables, std::int64_t lastNext = 0);
+std::string ChainTables(const std::vector<TableImage>& tables, std::int64_t lastNext = 0);
 
 // A whole volume: Dirs, Files, Owners.
 struct Volume {
