@@ -8,6 +8,10 @@
 
 namespace platform::detail {
 
+// Bytes of a plain value of the type, without VT_ARRAY or VT_BYREF; 0 for a type that
+// arrays do not hold.
+ULONG ValueSize(VARTYPE type) noexcept;
+
 // Both accept null, which gives null.
 BSTR CopyBstr(BSTR text) noexcept;
 bool CopyFailed(BSTR source, BSTR copy) noexcept;

@@ -12,44 +12,10 @@ namespace {
 using platform::detail::CopyBstr;
 using platform::detail::CopyFailed;
 using platform::detail::CopyVariant;
+using platform::detail::ValueSize;
 
 constexpr std::size_t kPrefix = sizeof(GUID);
 constexpr ULONG kMaxLocks = 0xFFFF;
-
-// Bytes of one element; 0 for a type that arrays do not hold.
-ULONG ElementSize(VARTYPE type) {
-    switch (type) {
-        case VT_I1:
-        case VT_UI1:
-            return 1;
-        case VT_I2:
-        case VT_UI2:
-        case VT_BOOL:
-            return 2;
-        case VT_I4:
-        case VT_UI4:
-        case VT_INT:
-        case VT_UINT:
-        case VT_R4:
-        case VT_ERROR:
-            return 4;
-        case VT_I8:
-        case VT_UI8:
-        case VT_R8:
-        case VT_CY:
-        case VT_DATE:
-        case VT_BSTR:
-        case VT_UNKNOWN:
-        case VT_DISPATCH:
-            return 8;
-        case VT_DECIMAL:
-            return 16;
-        case VT_VARIANT:
-            return sizeof(VARIANT);
-        default:
-            return 0;
-    }
-}
 
 USHORT FeaturesOf(VARTYPE type) {
     switch (type) {
@@ -81,7 +47,7 @@ SAFEARRAY* NewDescriptor(VARTYPE type, UINT dimensions) {
     auto* array = reinterpret_cast<SAFEARRAY*>(block + kPrefix);
     array->cDims = static_cast<USHORT>(dimensions);
     array->fFeatures = FeaturesOf(type);
-    array->cbElements = ElementSize(type);
+    array->cbElements = ValueSize(type);
     if ((array->fFeatures & FADF_HAVEIID) != 0) {
         const IID& iid = type == VT_UNKNOWN ? IID_IUnknown : IID_IDispatch;
         std::memcpy(block, &iid, sizeof(iid));
@@ -212,7 +178,7 @@ HRESULT BoundOf(SAFEARRAY* array, UINT dimension, const LONG* out, SAFEARRAYBOUN
 extern "C" {
 
 ZOREL_EXPORT SAFEARRAY* SafeArrayCreate(VARTYPE type, UINT dimensions, SAFEARRAYBOUND* bounds) {
-    const ULONG size = ElementSize(type);
+    const ULONG size = ValueSize(type);
     std::size_t count = 0;
     if (size == 0 || bounds == nullptr || dimensions == 0 ||
         dimensions > std::numeric_limits<USHORT>::max() ||
@@ -346,6 +312,40 @@ ZOREL_EXPORT HRESULT SafeArrayUnaccessData(SAFEARRAY* array) {
 }  // extern "C"
 
 namespace platform::detail {
+
+ULONG ValueSize(VARTYPE type) noexcept {
+    switch (type) {
+        case VT_I1:
+        case VT_UI1:
+            return 1;
+        case VT_I2:
+        case VT_UI2:
+        case VT_BOOL:
+            return 2;
+        case VT_I4:
+        case VT_UI4:
+        case VT_INT:
+        case VT_UINT:
+        case VT_R4:
+        case VT_ERROR:
+            return 4;
+        case VT_I8:
+        case VT_UI8:
+        case VT_R8:
+        case VT_CY:
+        case VT_DATE:
+        case VT_BSTR:
+        case VT_UNKNOWN:
+        case VT_DISPATCH:
+            return 8;
+        case VT_DECIMAL:
+            return 16;
+        case VT_VARIANT:
+            return sizeof(VARIANT);
+        default:
+            return 0;
+    }
+}
 
 HRESULT CopySafeArray(const SAFEARRAY* source, SAFEARRAY** copy) noexcept {
     *copy = nullptr;
