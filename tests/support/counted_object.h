@@ -1,0 +1,27 @@
+// An object that does nothing but count its references.
+#pragma once
+
+#include <atomic>
+
+#include "ZorelAutomation.h"
+
+namespace support {
+
+// Lives on the stack of a test, which compares References with what should be held: 0
+// means that every reference taken was given back.
+class CCountedObject final : public IUnknown {
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override {
+        *object = this;
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
+    ULONG STDMETHODCALLTYPE Release() override { return --m_references; }
+    ULONG References() const { return m_references; }
+
+private:
+    std::atomic<ULONG> m_references{0};
+};
+
+}  // namespace support
