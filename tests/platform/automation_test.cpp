@@ -77,7 +77,7 @@ TEST(Bstr, NullIsEmptyEverywhereAndNotMadeOfNothing) {
 
 // Puts and gets at random places, against a plain list of strings.
 void CompareStringArrayWithModel(std::mt19937& random) {
-    const UINT dimensions = 1 + random() % 3;
+    const auto dimensions = static_cast<UINT>(1 + random() % 3);
     std::vector<SAFEARRAYBOUND> bounds(dimensions);
     std::size_t total = 1;
     for (SAFEARRAYBOUND& bound : bounds) {
