@@ -1,0 +1,100 @@
+// The attribute tree over the lines of a meta-file.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mtf/lines.h"
+#include "mtf/meta_table.h"
+
+namespace mtf {
+
+// The subtrees and attributes of one meta-file. Every change goes to the tree and to the
+// lines; a subtree exists in the file only through its attribute lines. Shared by all who
+// refer to its nodes; no locks.
+//
+// All operations take the ID of the node to start from (0 is the root) and a path relative
+// to it, and put their own message in front of every failure. Views handed out stay valid
+// until the tree changes.
+class CMtfAttrsTreeData {
+public:
+    static constexpr std::uint64_t kRoot = 0;
+    static constexpr std::uint64_t kNoNode = CMtfMetaTable::kNoNode;
+
+    // Reads all lines. Throws CExc for an attribute line whose name has no element.
+    static std::shared_ptr<CMtfAttrsTreeData> Build(std::shared_ptr<CMtfLines> lines,
+                                                    std::u16string_view name);
+
+    // kNoNode when there is none. A path without elements is the node itself.
+    std::uint64_t FindSubtree(std::uint64_t node, std::u16string_view path) const;
+    std::uint64_t CreateSubtree(std::uint64_t node, std::u16string_view path);
+    // Throws CExc when there is none.
+    std::uint64_t GetExistingSubtree(std::uint64_t node, std::u16string_view path) const;
+    // Nothing happens to a missing subtree and to the root.
+    void DelSubtree(std::uint64_t node, std::u16string_view path);
+    // In the order of creation.
+    std::vector<std::u16string> EnumChildTrees(std::uint64_t node) const;
+    // In ordinal order.
+    std::vector<std::u16string> EnumChildAttrs(std::uint64_t node) const;
+    void SetAttr(std::uint64_t node, std::u16string_view path, std::u16string_view value);
+    bool FindAttr(std::uint64_t node, std::u16string_view path, std::u16string_view& value) const;
+    // Throws CExc when there is none.
+    std::u16string_view GetExistingAttr(std::uint64_t node, std::u16string_view path) const;
+    void DelAttr(std::uint64_t node, std::u16string_view path);
+    // The full paths of all attributes, node by node in the order of creation.
+    std::vector<std::u16string> EnumAllAttrs() const;
+
+    // The names from below the root to the node, joined by dots; of a deeper node its 100
+    // innermost names (a limit kept on purpose). Throws CExc for a deleted node.
+    std::u16string NodePath(std::uint64_t node) const;
+    // The node's path for messages; its ID when it has none any more.
+    std::u16string DisplayPath(std::uint64_t node) const;
+
+    const std::u16string& GetName() const noexcept { return m_name; }
+    const CMtfMetaTable& GetTable() const noexcept { return m_table; }
+
+private:
+    CMtfAttrsTreeData(std::shared_ptr<CMtfLines> lines, std::u16string_view name);
+
+    std::uint64_t Resolve(std::uint64_t node, std::u16string_view path) const;
+    std::uint64_t Obtain(std::uint64_t node, std::u16string_view path, bool borrow);
+    void AddLine(const CMtfAttrLine& attr);
+    void DeleteWithChildren(std::uint64_t node);
+
+    std::shared_ptr<CMtfLines> m_lines;
+    std::u16string m_name;  // the meta-file's path
+    CMtfMetaTable m_table;
+};
+
+// A node of a tree that it keeps alive: the same operations, from its own node on.
+class CMtfTreeRef {
+public:
+    CMtfTreeRef(std::shared_ptr<CMtfAttrsTreeData> tree, std::uint64_t node)
+        : m_tree(std::move(tree)), m_node(node) {}
+
+    std::uint64_t GetNode() const noexcept { return m_node; }
+    const std::shared_ptr<CMtfAttrsTreeData>& GetTree() const noexcept { return m_tree; }
+
+    std::optional<CMtfTreeRef> FindSubtree(std::u16string_view path) const;
+    CMtfTreeRef CreateSubtree(std::u16string_view path) const;
+    CMtfTreeRef GetExistingSubtree(std::u16string_view path) const;
+    void DelSubtree(std::u16string_view path) const;
+    std::vector<std::u16string> EnumChildTrees() const;
+    std::vector<std::u16string> EnumChildAttrs() const;
+    void SetAttr(std::u16string_view path, std::u16string_view value) const;
+    bool FindAttr(std::u16string_view path, std::u16string_view& value) const;
+    std::u16string_view GetExistingAttr(std::u16string_view path) const;
+    // As GetExistingAttr, with a message of its own.
+    std::u16string_view GetExistingAttrHere(std::u16string_view path) const;
+    void DelAttr(std::u16string_view path) const;
+
+private:
+    std::shared_ptr<CMtfAttrsTreeData> m_tree;
+    std::uint64_t m_node;
+};
+
+}  // namespace mtf

@@ -1,0 +1,96 @@
+// The nodes of an attribute tree with their attributes, addressed by number.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mtf/name_index.h"
+#include "mtf/text.h"
+
+namespace mtf {
+
+// A subtree. Children and attributes hang on it as chains through the table.
+struct CMtfTreeNode {
+    static constexpr std::uint32_t kNone = ~std::uint32_t{0};
+
+    CMtfText name;  // as first spelled; empty for the root
+    std::uint32_t parent = kNone;
+    std::uint32_t hash = 0;  // of parent and folded name
+    // Children in the order of their creation.
+    std::uint32_t firstChild = kNone;
+    std::uint32_t lastChild = kNone;
+    std::uint32_t prevSibling = kNone;
+    std::uint32_t nextSibling = kNone;
+    std::uint32_t firstAttr = kNone;  // in no order
+    std::uint32_t attrCount = 0;
+    bool deleted = false;
+};
+
+// An attribute: its value, and the line that holds it.
+struct CMtfAttrEntry {
+    CMtfText name;
+    CMtfText value;
+    std::uint64_t line = 0;
+    std::uint32_t node = 0;
+    std::uint32_t hash = 0;  // of node and name
+    std::uint32_t prev = CMtfTreeNode::kNone;
+    std::uint32_t next = CMtfTreeNode::kNone;
+};
+
+// Owns nodes and attributes. Children are found by name without regard to (ASCII) case,
+// attributes by their exact name, both in constant time. Node IDs are never used again.
+// The texts of Borrow are kept as they are: the owner of the table keeps what they point into.
+class CMtfMetaTable {
+public:
+    static constexpr std::uint64_t kNoNode = ~std::uint64_t{0};
+
+    // The root, node 0, is there from the start.
+    CMtfMetaTable();
+
+    std::uint64_t Size() const noexcept { return m_nodes.size(); }
+    bool IsLive(std::uint64_t id) const noexcept;
+    // Throws CExc (E_FAIL) for an ID beyond the table or of a deleted node.
+    const CMtfTreeNode& Get(std::uint64_t id) const;
+
+    // The node operations below require a live node.
+
+    // kNoNode when the node has no such child.
+    std::uint64_t FindChild(std::uint64_t id, std::u16string_view name) const noexcept;
+    // Finds the child or adds it.
+    std::uint64_t ObtainChild(std::uint64_t id, std::u16string_view name, bool borrow);
+    // Takes a node without children out of its parent, its attributes with it.
+    void Delete(std::uint64_t id) noexcept;
+
+    // Null when the node has no such attribute. Valid until attributes change.
+    const CMtfAttrEntry* FindAttr(std::uint64_t id, std::u16string_view name) const noexcept;
+    // Inserts or overwrites.
+    void SetAttrEntry(std::uint64_t id, std::u16string_view name, std::u16string_view value,
+                      std::uint64_t line, bool borrow);
+    // Removes the attribute if it is there.
+    void EraseAttr(std::uint64_t id, std::u16string_view name) noexcept;
+    std::vector<std::uint64_t> CollectAttrLines(std::uint64_t id) const;
+    // In ordinal order.
+    std::vector<std::u16string_view> ListAttrNames(std::uint64_t id) const;
+
+    // Room for this many attributes, so that filling the table never moves them.
+    void ReserveAttrs(std::uint64_t count);
+
+private:
+    CMtfTreeNode& At(std::uint64_t id) noexcept { return m_nodes[static_cast<std::size_t>(id)]; }
+    const CMtfTreeNode& At(std::uint64_t id) const noexcept {
+        return m_nodes[static_cast<std::size_t>(id)];
+    }
+    std::uint32_t FindAttrIndex(std::uint32_t hash, std::uint32_t node,
+                                std::u16string_view name) const noexcept;
+    void RemoveAttr(std::uint32_t index) noexcept;
+
+    std::vector<CMtfTreeNode> m_nodes;
+    std::vector<CMtfAttrEntry> m_attrs;
+    std::vector<std::uint32_t> m_freeAttrs;  // slots of m_attrs to be used again
+    CMtfNameIndex m_childIndex;
+    CMtfNameIndex m_attrIndex;
+};
+
+}  // namespace mtf

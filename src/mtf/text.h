@@ -1,0 +1,55 @@
+// A text that either lies in a block that somebody keeps, or is its own.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+namespace mtf {
+
+// Move-only and two words small: a large meta-file has one for each line, name and value.
+// A borrowed text must be outlived by what it points into. Texts are shorter than 2^32 units.
+class CMtfText {
+public:
+    CMtfText() noexcept = default;
+    static CMtfText Borrow(std::u16string_view text) noexcept {
+        return CMtfText(text.data(), text.size(), false);
+    }
+    static CMtfText Copy(std::u16string_view text) {
+        if (text.empty()) {
+            return {};
+        }
+        auto* units = new char16_t[text.size()];
+        std::copy(text.begin(), text.end(), units);
+        return CMtfText(units, text.size(), true);
+    }
+    CMtfText(CMtfText&& other) noexcept { Swap(other); }
+    CMtfText& operator=(CMtfText&& other) noexcept {
+        Swap(other);
+        return *this;
+    }
+    ~CMtfText() {
+        if (m_owned) {
+            delete[] m_units;
+        }
+    }
+
+    std::u16string_view View() const noexcept { return {m_units, m_length}; }
+    bool IsOwned() const noexcept { return m_owned; }
+
+private:
+    CMtfText(const char16_t* units, std::size_t length, bool owned) noexcept
+        : m_units(units), m_length(static_cast<std::uint32_t>(length)), m_owned(owned) {}
+    void Swap(CMtfText& other) noexcept {
+        std::swap(m_units, other.m_units);
+        std::swap(m_length, other.m_length);
+        std::swap(m_owned, other.m_owned);
+    }
+
+    const char16_t* m_units = nullptr;
+    std::uint32_t m_length = 0;  // code units
+    bool m_owned = false;
+};
+
+}  // namespace mtf
