@@ -228,10 +228,10 @@ void Release(void* object) {
 /* ----- Slots ----- */
 
 #define FROM(producer) "IOibIdxLib." producer
-#define LIBRARY_METHODS                                                                      \
-    "InitLogging", "CreateMetaFile", "IsMetaFileExists", "GenerateOibTDFs", "FindInOibTDF",  \
-        "ParseOibTDFName", "ConvetrPathToCrcStr", "FindInOibTDF2", "BrowseOibDF",            \
-        "IsWildcardMatch", "FindInOibBDF", "CreateBSessionMetaFile",                         \
+#define LIBRARY_METHODS                                                                     \
+    "InitLogging", "CreateMetaFile", "IsMetaFileExists", "GenerateOibTDFs", "FindInOibTDF", \
+        "ParseOibTDFName", "ConvetrPathToCrcStr", "FindInOibTDF2", "BrowseOibDF",           \
+        "IsWildcardMatch", "FindInOibBDF", "CreateBSessionMetaFile",                        \
         "LoadPublicationOrderingInfo", "LoadPublication"
 #define SELF(name) #name, &IID_##name, &IID_##name
 #define AS_SEARCH_TASK(name) #name, &IID_##name, &IID_IOibTDFSearchTask
@@ -352,8 +352,7 @@ static void CheckIdentity(const Interface* interface, IDispatch* object) {
 static void CheckDispatch(const Interface* interface, IDispatch* object) {
     for (int32_t i = 0; i < kMaxMethods && interface->methods[i] != NULL; ++i) {
         const bool derived = interface->derivedFrom > 0 && i >= interface->derivedFrom;
-        const int32_t expected =
-            derived ? 0x60030000 + i - interface->derivedFrom : 0x60020000 + i;
+        const int32_t expected = derived ? 0x60030000 + i - interface->derivedFrom : 0x60020000 + i;
         if (!CHECK(IdOf(object, interface->methods[i]) == expected)) {
             printf("    %s.%s\n", interface->name, interface->methods[i]);
         }

@@ -61,31 +61,31 @@ enum { kFirstOwnSlot = 7, kMaxMethods = 16 };
 typedef struct {
     const char* name;
     const GUID* iid;
-    const GUID* errorIid; /* what its error information names */
-    const char* producer; /* the method that hands such an object out */
-    int32_t derivedFrom;  /* methods at the front that a base interface numbers */
+    const GUID* errorIid;             /* what its error information names */
+    const char* producer;             /* the method that hands such an object out */
+    int32_t derivedFrom;              /* methods at the front that a base interface numbers */
     const char* methods[kMaxMethods]; /* dispatch names in slot order, then null */
     uint32_t called;                  /* a bit for each slot */
 } Interface;
 
-#define FOR_EACH_INTERFACE(NAME)                                                        \
-    NAME(IOibIdxLib)                                                                    \
-    NAME(IMtfMetaFile)                                                                  \
-    NAME(IMtfAttrsTree)                                                                 \
-    NAME(IMtfBSessionMetaFile)                                                          \
-    NAME(ICatOibRefsEnumerator)                                                         \
-    NAME(IMtfPublicationOrderingInfo)                                                   \
-    NAME(IMtfPublicationMetaFileReader)                                                 \
-    NAME(IMtfAddBSessionCmdAccessor)                                                    \
-    NAME(IOibDFBrowser)                                                                 \
-    NAME(IOibFilesArray)                                                                \
-    NAME(IOibTDFSearchTask)                                                             \
+#define FOR_EACH_INTERFACE(NAME)        \
+    NAME(IOibIdxLib)                    \
+    NAME(IMtfMetaFile)                  \
+    NAME(IMtfAttrsTree)                 \
+    NAME(IMtfBSessionMetaFile)          \
+    NAME(ICatOibRefsEnumerator)         \
+    NAME(IMtfPublicationOrderingInfo)   \
+    NAME(IMtfPublicationMetaFileReader) \
+    NAME(IMtfAddBSessionCmdAccessor)    \
+    NAME(IOibDFBrowser)                 \
+    NAME(IOibFilesArray)                \
+    NAME(IOibTDFSearchTask)             \
     NAME(IOibBDFSearchTask)
 #define DECLARE_INTERFACE(name) extern Interface k##name;
 FOR_EACH_INTERFACE(DECLARE_INTERFACE)
 
 /* The method `method` of `object`, to be called; it is marked as called. */
-#define SLOT(interface, object, method)                                                    \
+#define SLOT(interface, object, method)                                                        \
     (MarkCalled(&k##interface, (uint32_t)(offsetof(interface##Vtbl, method) / sizeof(void*))), \
      (object)->vtbl->method)
 void MarkCalled(Interface* interface, uint32_t slot);
