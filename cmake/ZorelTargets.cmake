@@ -19,8 +19,10 @@ endif()
 # layers LOWER. Layers are object libraries, so that the module and the tests take every
 # symbol along, exports included.
 function(zorel_layer name)
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  file(GLOB sources CONFIGURE_DEPENDS
+    ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.h)
   add_library(zorel_${name} OBJECT ${sources})
+  set_target_properties(zorel_${name} PROPERTIES LINKER_LANGUAGE CXX)
   target_include_directories(zorel_${name} PUBLIC
     ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
   target_link_libraries(zorel_${name} PRIVATE zorel_options)
