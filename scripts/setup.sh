@@ -10,7 +10,7 @@
 set -euo pipefail
 
 declare -A packages=(
-    [build]="g++ cmake ninja-build"
+    [build]="g++ cmake ninja-build libcli11-dev"
     [test]="libgtest-dev libgmock-dev binutils clang-format pkg-config"
     [bench]="libbenchmark-dev"
     [lint]="clang-format clang-tidy"

@@ -25,3 +25,16 @@ if(NOT WIN32 AND NOT ZOREL_SANITIZE)
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/install/install_test.sh
             ${CMAKE_COMMAND} ${PROJECT_BINARY_DIR} ${CMAKE_CXX_COMPILER})
 endif()
+
+# The binary interface, by a client in C that knows nothing else.
+if(NOT WIN32 AND TARGET oibidx)
+  file(GLOB abi_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/abi/*.c)
+  add_executable(abi_client ${abi_sources})
+  target_link_libraries(abi_client PRIVATE zorel_options m ${CMAKE_DL_LIBS})
+  add_test(NAME abi/client
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/abi/abi_test.sh
+            $<TARGET_FILE:abi_client> $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx>)
+endif()
+
+# What the thread sanitizer has to see: tests with the label tsan, built by this target.
+add_custom_target(tsan_tests)

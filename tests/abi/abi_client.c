@@ -2,7 +2,7 @@
  * module, calls every export and every slot, and leaves nothing behind.
  *
  * Usage: abi_client MODULE FOLDER
- * FOLDER holds catalogue/c.dat (browsing.c tells of what) and may be written to. */
+ * FOLDER holds catalogue/ with the volume C (browsing.c tells of what) and may be written to. */
 #include <dirent.h>
 #include <dlfcn.h>
 #include <stdio.h>
@@ -45,8 +45,7 @@ static void CheckWorkOfLibrary(void) {
     if (!CHECK_HR(api.CreateOibIdxLib(NULL, &IID_IOibIdxLib, (void**)&library), S_OK)) {
         return;
     }
-    BSTR catalogue = InFolder("catalogue/c.dat");
-    WriteTextFile("catalogue/summary.txt", u"Volume.C=c.dat");
+    BSTR catalogue = InFolder("catalogue/C.dat");
     CheckObject(&kIOibIdxLib, library);
     CheckLibrary(library);
     CheckBrowser(library, catalogue);
