@@ -1,0 +1,32 @@
+// What the workloads are held against, measured in the same run.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace bench {
+
+// Seconds of the fastest of several runs of `body`.
+double FastestSeconds(const std::function<void()>& body);
+
+// Seconds of a plain pass over a file: reads of 1 MiB from its start to its end, from the
+// page cache.
+double PlainPassSeconds(const std::string& path);
+
+// Times `body` in the state's loop and sets the counters "limit_ms", the given limit, and
+// "ratio", the loop's fastest time over it.
+void RunAgainst(benchmark::State& state, double limitSeconds, const std::function<void()>& body);
+
+// Ends the program with a message when a workload's result is wrong: nothing is timed
+// that does not do its work.
+void Check(bool correct, const char* what);
+
+// Peak memory of the process in bytes.
+std::uint64_t PeakMemory();
+// Starts the count of PeakMemory anew, where the system allows it.
+void ResetPeakMemory();
+
+}  // namespace bench
