@@ -1,9 +1,10 @@
 // How text passes between UTF-16 (interfaces, catalogues) and the 8-bit text of the
 // system (paths, command lines, logs), for the library and for its clients.
 //
-// The 8-bit form is UTF-8. Both directions are total, and every byte string survives
-// the way to UTF-16 and back: a lone surrogate is carried as its three-byte form, and a
-// byte that belongs to no valid sequence is carried as U+DC80..U+DCFF.
+// The 8-bit form is UTF-8. Both directions are total, text that is well formed passes
+// through both unchanged, and every byte string survives the way to UTF-16 and back: a
+// byte that belongs to no valid sequence is carried as U+DC80..U+DCFF, any other lone
+// surrogate as the three bytes of its code point.
 #pragma once
 
 #include <cstddef>
@@ -14,8 +15,12 @@ namespace zorel {
 
 namespace detail {
 
-inline bool IsHighSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDBFF; }
-inline bool IsLowSurrogate(char32_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
+inline bool IsHighSurrogate(char32_t c) {
+    return c >= 0xD800 && c <= 0xDBFF;
+}
+inline bool IsLowSurrogate(char32_t c) {
+    return c >= 0xDC00 && c <= 0xDFFF;
+}
 
 struct DecodedUnit {
     char32_t value;  // a scalar value, a surrogate, or U+DC80..U+DCFF for a stray byte
@@ -45,18 +50,25 @@ inline DecodedUnit DecodeSequence(std::string_view text, std::size_t pos) {
     if (value < kSmallest[length] || value > 0x10FFFF) {
         return stray;
     }
-    // These would read back as a stray byte: keep the three bytes apart.
+    // These would go back as one byte: keep the three apart.
     return value >= 0xDC80 && value <= 0xDCFF ? stray : DecodedUnit{value, length};
 }
 
-inline DecodedUnit DecodeAt(std::string_view text, std::size_t pos) {
-    const DecodedUnit unit = DecodeSequence(text, pos);
-    // A high surrogate must not meet a low one, or the two would read back as a pair.
-    if (IsHighSurrogate(unit.value) && pos + unit.length < text.size() &&
-        IsLowSurrogate(DecodeSequence(text, pos + unit.length).value)) {
-        return {0xDC00U + static_cast<unsigned char>(text[pos]), 1};
+// Appends a lone low surrogate. Highs that stand before it would pair with it and read
+// back as other bytes: they are carried as stray bytes instead.
+inline void AppendLowSurrogate(std::u16string& out, char32_t low) {
+    std::size_t keep = out.size();
+    while (keep > 0 && IsHighSurrogate(out[keep - 1])) {
+        --keep;
     }
-    return unit;
+    const std::u16string highs = out.substr(keep);
+    out.resize(keep);
+    for (const char16_t high : highs) {
+        out.push_back(static_cast<char16_t>(0xDC00 | 0xE0 | (high >> 12)));
+        out.push_back(static_cast<char16_t>(0xDC00 | 0x80 | ((high >> 6) & 0x3F)));
+        out.push_back(static_cast<char16_t>(0xDC00 | 0x80 | (high & 0x3F)));
+    }
+    out.push_back(static_cast<char16_t>(low));
 }
 
 inline void AppendUtf8(std::string& out, char32_t c) {
@@ -104,9 +116,11 @@ inline std::u16string ToUtf16(std::string_view text) {
     std::u16string out;
     out.reserve(text.size());
     for (std::size_t i = 0; i < text.size();) {
-        const detail::DecodedUnit unit = detail::DecodeAt(text, i);
+        const detail::DecodedUnit unit = detail::DecodeSequence(text, i);
         i += unit.length;
-        if (unit.value < 0x10000) {
+        if (detail::IsLowSurrogate(unit.value)) {
+            detail::AppendLowSurrogate(out, unit.value);
+        } else if (unit.value < 0x10000) {
             out.push_back(static_cast<char16_t>(unit.value));
         } else {
             out.push_back(static_cast<char16_t>(0xD800 + ((unit.value - 0x10000) >> 10)));

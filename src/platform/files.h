@@ -4,13 +4,18 @@
 //
 // Paths are UTF-16. A leading \\?\ is accepted everywhere. On Linux both / and \ separate
 // elements, \\?\UNC\x and \\x mean //x, and a drive letter ("C:" alone or before a
-// separator) names nothing: error 3. A path with an embedded NUL is refused with error
-// 123. Paths may have any length that the system takes.
+// separator) names nothing: error 3, as for an empty path. A path with an embedded NUL is
+// refused with error 123. Paths may have any length that the system takes.
 //
 // Calls that take a path convert text: they may throw std::bad_alloc and nothing else.
 //
 // Calls interrupted by a signal are taken up again. A transfer moves all bytes asked for
 // unless the end of the file or a failure comes first.
+//
+// A file or folder with the read-only attribute (on Linux: one that nobody may write, for
+// the superuser too) is not opened for writing, replaced, overwritten by a copy or removed:
+// error 5. Reading the entries of a folder and its attributes, deleting and renaming take
+// no part in sharing on Linux.
 #pragma once
 
 #include <cstddef>
@@ -53,17 +58,24 @@ inline constexpr std::uint32_t kInvalidAttributes = 0xFFFFFFFFU;
 //
 // Codes: 2 missing file, 3 missing folder or drive letter, 5 no permission or a folder
 // without kFlagBackupSemantics, 32 refused by sharing, 80 kCreateNew on an existing file,
-// 123 bad name, 183 (as last error of a success) kCreateAlways or kOpenAlways on an
-// existing file.
+// 87 unknown disposition, 123 bad name. A success of kCreateAlways or kOpenAlways sets the
+// last error too: 183 when the file was there before, 0 when it is new.
 //
 // Sharing holds between all users of this library, in every process: an open for reading
 // (share read) admits further readers; an open for writing admits nobody else; the second
-// of two that exclude each other fails with 32 and changes nothing on the disk. Opens that
-// ask for kReadAttributes or kWriteAttributes only take no part in it.
+// of two that exclude each other fails with 32 and changes nothing on the disk. A reader
+// that shares writing as well takes no part in it: it comes in beside a writer and lets one
+// in. Nor do opens for kReadAttributes or kWriteAttributes only. kCreateAlways counts as
+// writing; it empties an existing file only when nobody excludes it. On Linux a file system
+// without such locks is used without them.
 FileHandle CreateFileW(std::u16string_view path, std::uint32_t access, std::uint32_t share,
                        std::uint32_t disposition, std::uint32_t flags);
 
+// False when the system reports a failed write only now; the handle is gone all the same.
 bool CloseHandle(FileHandle handle) noexcept;
+
+// A handle without the right that a call needs (read, write, write attributes) gives 5, a
+// null or invalid one 6.
 
 // Reads up to `length` bytes at the file position. At the end of the file: true with
 // `transferred` 0.
@@ -87,9 +99,10 @@ bool SetEndOfFile(FileHandle handle) noexcept;
 // Brings the file's content to the disk (and, on Linux, the entry in its folder).
 bool FlushFileBuffers(FileHandle handle) noexcept;
 
-// Times as ticks (times.h); a null pointer leaves that time alone. Times set on an open
-// file stay: later writes through the same handle do not move them. Linux has no creation
-// time to set; it reads as the earliest time known of the file.
+// Times as ticks (times.h); a null pointer, and 0 to set, leave that time alone. Times set
+// on an open file stay: later writes through the same handle do not move them. -1 keeps the
+// present time in that way, -2 lets it move again, lower values give 87. Linux has no
+// creation time to set; it reads as the earliest time known of the file.
 bool GetFileTime(FileHandle handle, std::int64_t* creation, std::int64_t* lastAccess,
                  std::int64_t* lastWrite) noexcept;
 bool SetFileTime(FileHandle handle, const std::int64_t* creation, const std::int64_t* lastAccess,
@@ -98,7 +111,8 @@ bool SetFileTime(FileHandle handle, const std::int64_t* creation, const std::int
 // kInvalidAttributes on failure. On Linux a folder has 0x10, any other entry 0x20, and
 // 0x1 stands beside it when nobody may write the entry.
 std::uint32_t GetFileAttributesW(std::u16string_view path);
-// On Linux only the read-only bit has an effect.
+// On Linux only the read-only bit has an effect: setting it takes the right to write from
+// everybody, clearing it gives it to the owner.
 bool SetFileAttributesW(std::u16string_view path, std::uint32_t attributes);
 
 struct FindData {
@@ -117,7 +131,9 @@ inline const FindHandle kInvalidFindHandle = reinterpret_cast<void*>(std::intptr
 // (elsewhere: error 123). "*" in a folder gives "." and ".." first, and "*.*" equals "*";
 // the other entries follow in the order of their names' code units. A pattern without
 // wildcards gives that one entry. Letter case counts as it does for the file system. 2: nothing
-// matches, or the pattern ends with a separator; 3: the folder is missing.
+// matches, or the pattern ends with a separator; 3: the folder is missing. On Linux a link
+// to a folder is told as an entry that is no folder, so that walks of a tree do not leave it;
+// letter case counts for wildcards.
 FindHandle FindFirstFileW(std::u16string_view pattern, FindData& data);
 // False with last error 18 after the last entry.
 bool FindNextFileW(FindHandle handle, FindData& data);
@@ -126,18 +142,20 @@ bool FindClose(FindHandle handle) noexcept;
 bool CreateDirectoryW(std::u16string_view path);  // 183 when the name is taken
 bool RemoveDirectoryW(std::u16string_view path);  // 145 not empty, 267 not a folder
 bool DeleteFileW(std::u16string_view path);       // 5 for a folder
-// Copies content, attributes and last-write time; overwrites the target unless
-// `failIfExists` (80). A failed copy leaves no partial target that was not there before.
+// Copies content, the read-only attribute and the last-write time; overwrites the target
+// unless `failIfExists` (80). The source is read beside a writer of it, the target counts as
+// opened for writing (32), and a file is not copied onto itself (32). A failed copy leaves
+// no partial target that was not there before. A new target has the source's permissions.
 bool CopyFileW(std::u16string_view source, std::u16string_view target, bool failIfExists);
 
 inline constexpr std::uint32_t kMoveReplaceExisting = 1;
 inline constexpr std::uint32_t kMoveCopyAllowed = 2;
 inline constexpr std::uint32_t kMoveWriteThrough = 8;
 // Without kMoveReplaceExisting a taken name gives 183; with it the replacement is atomic
-// on one volume. Another volume gives 17 unless kMoveCopyAllowed. kMoveWriteThrough: on
-// return the move is on the disk.
-bool MoveFileExW(std::u16string_view source, std::u16string_view target,
-                 std::uint32_t flags);
+// on one volume, and neither a folder nor a read-only file is replaced (5). Another volume
+// gives 17 unless kMoveCopyAllowed and a file. kMoveWriteThrough: on return the move is on
+// the disk.
+bool MoveFileExW(std::u16string_view source, std::u16string_view target, std::uint32_t flags);
 
 // Owners.
 struct FileHandleTraits {

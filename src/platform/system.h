@@ -24,14 +24,16 @@ ModuleHandle OwnModule() noexcept;
 std::uint32_t GetModuleFileNameW(ModuleHandle module, char16_t* buffer,
                                  std::uint32_t size) noexcept;
 
-// The folder for temporary files, ending with a separator. False on failure.
+// The folder for temporary files (on Linux $TMPDIR, else /tmp), ending with a separator.
+// False on failure.
 bool GetTempPathW(std::u16string& folder);
 // False with last error 203 when the variable is not set.
 bool GetEnvironmentVariableW(std::u16string_view name, std::u16string& value);
 // Starts a program and lets it run on its own. `arguments` is the command line behind the
 // program's name; on Linux it is cut at blanks, double quotes hold a piece together.
 bool StartProgram(std::u16string_view program, std::u16string_view arguments);
-// A second handle of the same open file; kInvalidFileHandle on failure.
+// A second handle of the same open file, with its rights and its position; the two belong to
+// one thread at a time. kInvalidFileHandle on failure.
 FileHandle DuplicateHandle(FileHandle handle) noexcept;
 
 struct FileVersion {
@@ -42,7 +44,7 @@ struct FileVersion {
 };
 enum class EVersionStep { Done, Size, Data, Root };
 // Reads a file's version resource; tells the step that failed, with the last error. Linux
-// files have none: Size, with error 50.
+// files have none: Size, with error 50 (2 or 3 for a missing file).
 EVersionStep ReadFileVersion(std::u16string_view path, FileVersion& version);
 
 }  // namespace platform

@@ -32,12 +32,12 @@ bool FileTimeToSystemTime(std::int64_t ticks, SystemTime& time) noexcept;
 // before. False, with `date` untouched, for anything else and where day 0 leaves year 100.
 bool SystemTimeToDate(const SystemTime& time, double& date) noexcept;
 
-// Rounds to whole seconds. False, with `time` untouched, for dates outside the years 100
-// to 9999 and for values that are not numbers.
+// Rounds to whole seconds; milliseconds become 0. False, with `time` untouched, for dates
+// outside the years 100 to 9999 and for values that are not numbers.
 bool DateToSystemTime(double date, SystemTime& time) noexcept;
 
 // The two conversions above in one step: ticks to a DATE of whole seconds, bit for bit the
-// same result. False, with `date` untouched, where either of them refuses. Fast enough
+// same result and last error. False, with `date` untouched, where either refuses. Fast enough
 // for one call per file of a listing.
 bool FileTimeToDate(std::int64_t ticks, double& date) noexcept;
 

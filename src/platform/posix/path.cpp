@@ -1,0 +1,67 @@
+#include "platform/posix/path.h"
+
+#include <algorithm>
+
+#include "ZorelText.h"
+#include "platform/errors.h"
+
+namespace platform::posix {
+
+namespace {
+
+constexpr std::u16string_view kLongPrefix = u"\\\\?\\";
+
+bool IsSeparator(char16_t unit) {
+    return unit == u'/' || unit == u'\\';
+}
+
+char16_t Lower(char16_t unit) {
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
+}
+
+// "UNC" before a separator; its last unit left in place makes //server/share.
+bool StartsWithUnc(std::u16string_view path) {
+    return path.size() >= 4 && Lower(path[0]) == u'u' && Lower(path[1]) == u'n' &&
+           Lower(path[2]) == u'c' && IsSeparator(path[3]);
+}
+
+bool StartsWithDrive(std::u16string_view path) {
+    return path.size() >= 2 && path[1] == u':' && Lower(path[0]) >= u'a' &&
+           Lower(path[0]) <= u'z' && (path.size() == 2 || IsSeparator(path[2]));
+}
+
+}  // namespace
+
+std::optional<std::string> NativePath(std::u16string_view path) {
+    if (path.find(u'\0') != std::u16string_view::npos) {
+        SetLastError(win32err::kInvalidName);
+        return std::nullopt;
+    }
+    std::string native;
+    if (path.starts_with(kLongPrefix)) {
+        path.remove_prefix(kLongPrefix.size());
+        if (StartsWithUnc(path)) {
+            path.remove_prefix(3);
+            native = "/";
+        }
+    }
+    if (path.empty() || StartsWithDrive(path)) {
+        SetLastError(win32err::kPathNotFound);
+        return std::nullopt;
+    }
+    native += zorel::ToUtf8(path);
+    std::replace(native.begin(), native.end(), '\\', '/');
+    return native;
+}
+
+std::string ParentFolder(const std::string& path) {
+    const std::size_t last = path.find_last_not_of('/');
+    const std::size_t separator = last == std::string::npos ? 0 : path.rfind('/', last);
+    if (separator == std::string::npos) {
+        return ".";
+    }
+    const std::size_t end = path.find_last_not_of('/', separator);
+    return end == std::string::npos ? "/" : path.substr(0, end + 1);
+}
+
+}  // namespace platform::posix
