@@ -1,0 +1,129 @@
+// Conversions against the C library and by rows.
+#include "frame/conversions.h"
+
+#include <gtest/gtest.h>
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <random>
+
+#include "frame/automation_conversions.h"
+#include "frame/errors.h"
+
+namespace {
+
+std::u16string Wide(const std::string& text) { return {text.begin(), text.end()}; }
+
+std::u16string FailureOf(const std::function<void()>& body) {
+    try {
+        body();
+    } catch (const frame::CExc& exc) {
+        return exc.GetFullMessage();
+    }
+    return {};
+}
+
+TEST(Conversions, NumbersAgreeWithTheCLibrary) {
+    std::mt19937_64 random(1);
+    const auto print = [](const char* format, auto value) {
+        char buffer[40];
+        std::snprintf(buffer, sizeof buffer, format, value);
+        return Wide(buffer);
+    };
+    for (int i = 0; i < 2000; ++i) {
+        const std::uint64_t u64 = i == 0 ? ~0ULL : random() >> random() % 64;
+        const auto i64 = static_cast<std::int64_t>(i == 1 ? 1ULL << 63 : u64 * (i % 2 ? 1 : ~0ULL));
+        const auto u32 = static_cast<std::uint32_t>(u64);
+        const auto i32 = static_cast<std::int32_t>(u32);
+        ASSERT_EQ(frame::UInt64ToString(u64), print("%" PRIu64, u64));
+        ASSERT_EQ(frame::Int64ToString(i64), print("%" PRId64, i64));
+        ASSERT_EQ(frame::IntToString(i32), print("%d", i32));
+        ASSERT_EQ(frame::UIntToHexString(u32), print("0x%x", u32));
+        ASSERT_EQ(frame::UIntToHexString8(u32), print("0x%8.8x", u32));
+        ASSERT_EQ(frame::UInt64ToHexString(u64), print("0x%" PRIx64, u64));
+    }
+}
+
+// Texts put together from the pieces that the C library's parser tells apart.
+TEST(Conversions, ParsingAgreesWithTheCLibrary) {
+    static const char* const kPieces[] = {" ", "\t", "\n", "+", "-", "0", "7", "12", "2147483648",
+                                          "99999999999999999999", "x", "."};
+    std::mt19937 random(2);
+    for (int i = 0; i < 20000; ++i) {
+        std::string text;
+        for (auto n = random() % 5; n > 0; --n) {
+            text += kPieces[random() % std::size(kPieces)];
+        }
+        char* end = nullptr;
+        const long long value = std::strtoll(text.c_str(), &end, 10);
+        const frame::DecimalPrefix prefix = frame::ReadDecimalPrefix(Wide(text));
+        ASSERT_EQ(prefix.length, static_cast<std::size_t>(end - text.c_str())) << text;
+        ASSERT_EQ(frame::ClampToInt64(prefix), value) << text;
+        if (end == text.c_str()) {
+            ASSERT_EQ(FailureOf([&] { frame::StringToInt(Wide(text)); }),
+                      u"Cannot unserialize a string value to integer. String: [" + Wide(text) +
+                          u"].");
+            ASSERT_EQ(FailureOf([&] { frame::StringToUInt(Wide(text)); }),
+                      u"Cannot unserialize a string value to unsigned integer. String: [" +
+                          Wide(text) + u"].");
+        } else {
+            ASSERT_EQ(frame::StringToInt(Wide(text)),
+                      std::max<long long>(INT32_MIN, std::min<long long>(INT32_MAX, value)));
+        }
+    }
+    EXPECT_EQ(frame::StringToUInt(u"4294967296"), 4294967295U);
+    EXPECT_EQ(frame::StringToUInt(u"-1"), 4294967295U);
+    EXPECT_EQ(frame::StringToUInt(u" 42x"), 42U);
+}
+
+TEST(Conversions, Guids) {
+    const std::u16string plain = u"9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d";
+    for (const auto& text : {plain, u"{" + plain + u"}", u"{" + plain, plain + u"}"}) {
+        EXPECT_EQ(frame::GuidToString(frame::StringToGuid(text), false), plain);
+    }
+    EXPECT_EQ(frame::GuidToString(frame::StringToGuid(u"9B3C5A2E-4F61-4C2D-8E0A-1D2F3A4B5C6D"), true),
+              u"{" + plain + u"}");
+    for (const auto& text : {std::u16string(u"x"), std::u16string(), plain + u" ", u"{{" + plain + u"}}",
+                             plain.substr(1), std::u16string(u"{"), u"9b3c5a2e4f614c2d8e0a1d2f3a4b5c6d-----"}) {
+        EXPECT_TRUE(FailureOf([&] { frame::StringToGuid(text); })
+                        .starts_with(u"Cannot convert string to GUID. String: [" + text + u"]."));
+    }
+}
+
+TEST(Conversions, TrimmingAndComparing) {
+    EXPECT_EQ(frame::Trim(u" \t a b\r\n\t "), u"a b\r\n");
+    EXPECT_EQ(frame::Trim(u" \t "), u"");
+    EXPECT_TRUE(frame::StartsWithNoCase(u"OIB7.x", u"oib"));
+    EXPECT_FALSE(frame::StartsWithNoCase(u"oi", u"oib"));
+    EXPECT_TRUE(frame::EndsWithNoCase(u"a.oibuid", u"OibUID"));
+    EXPECT_FALSE(frame::EqualsNoCase(u"\u00C9", u"\u00E9"));
+    EXPECT_LT(frame::CompareNoCase(u"ab", u"ABC"), 0);
+    EXPECT_LT(frame::CompareNoCase(u"a_", u"aZ"), 0);
+    EXPECT_LT(frame::CompareNoCase(u"[", u"a"), 0);
+}
+
+TEST(Conversions, StringArrays) {
+    const std::vector<std::u16string> list = {u"", u"b\u0416", u"c"};
+    EXPECT_EQ(frame::SafeArrayToStringList(frame::StringListToSafeArray(list).Get()), list);
+    const auto empty = frame::StringListToSafeArray({});
+    LONG upper = 0;
+    EXPECT_EQ(::SafeArrayGetUBound(empty.Get(), 1, &upper), S_OK);
+    EXPECT_EQ(upper, -1);
+    SAFEARRAYBOUND bounds[] = {{2, 0}, {3, 5}};
+    const platform::CSafeArrayPtr square(::SafeArrayCreate(VT_BSTR, 2, bounds));
+    EXPECT_EQ(FailureOf([&] { frame::SafeArrayToStringList(square.Get()); }),
+              u"Wrong dimension\r\nCOM error:  Code: 0x80070057");
+    const platform::CSafeArrayPtr numbers(::SafeArrayCreate(VT_I4, 2, bounds));
+    EXPECT_EQ(FailureOf([&] { frame::SafeArrayToStringList(numbers.Get()); }),
+              u"BSTR expected\r\nCOM error:  Code: 0x80070057");
+    const platform::CSafeArrayPtr shifted(::SafeArrayCreate(VT_BSTR, 1, bounds + 1));
+    LONG index = 6;
+    const platform::CBstr text(platform::NewBstr(u"six"));
+    ::SafeArrayPutElement(shifted.Get(), &index, text.Get());
+    EXPECT_EQ(frame::SafeArrayToStringList(shifted.Get()),
+              (std::vector<std::u16string>{u"", u"six", u""}));
+}
+
+}  // namespace
