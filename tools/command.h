@@ -1,0 +1,48 @@
+// The shape of a command, and the commands there are.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "output.h"
+
+namespace zorel::tools {
+
+enum EExitCode : int {
+    kExitOk = 0,
+    kExitNothingFound = 1,
+    kExitFailure = 2,
+};
+
+// A failure told in words; `what` names the file or argument it is about.
+class CToolError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// One command of the client. Declare is called once, before the arguments are parsed
+// into the command's members; Run at most once, after that. Run throws on failure.
+class CCommand {
+public:
+    virtual ~CCommand() = default;
+
+    virtual void Declare(CLI::App& app) = 0;
+    virtual EExitCode Run(COutput& output) = 0;
+
+protected:
+    void DeclareJson(CLI::App& app) {
+        app.add_flag("--json", m_isJson, "Print JSON, one object a line");
+    }
+
+    bool m_isJson = false;
+};
+
+std::unique_ptr<CCommand> MakeScanCommand();
+std::unique_ptr<CCommand> MakeBrowseCommand();
+std::unique_ptr<CCommand> MakeMatchCommand();
+
+}  // namespace zorel::tools

@@ -1,0 +1,99 @@
+#include <csignal>
+#include <exception>
+#include <memory>
+#include <sstream>
+#include <vector>
+
+#include "command.h"
+
+#ifndef OIBIDX_VERSION
+#error "The build must say which version this is."
+#endif
+
+namespace zorel::tools {
+
+namespace {
+
+struct CommandEntry {
+    const char* name;
+    const char* summary;
+    std::unique_ptr<CCommand> (*make)();
+};
+
+constexpr CommandEntry kCommands[] = {
+    {"scan", "Write the catalogue of a folder tree", MakeScanCommand},
+    {"browse", "List a folder of a catalogued volume", MakeBrowseCommand},
+    {"match", "Test a file name against a pattern", MakeMatchCommand},
+};
+
+struct DeclaredCommand {
+    CLI::App* app;
+    std::unique_ptr<CCommand> command;
+};
+
+std::vector<DeclaredCommand> DeclareCommands(CLI::App& app) {
+    app.set_version_flag("--version", "oibidx " OIBIDX_VERSION);
+    app.require_subcommand(1);
+    app.footer(
+        "Exit codes: 0 success, 1 nothing found, 2 failure. 'oibidx COMMAND --help' tells\n"
+        "more about a command.");
+    std::vector<DeclaredCommand> commands;
+    for (const CommandEntry& entry : kCommands) {
+        CLI::App* subcommand = app.add_subcommand(entry.name, entry.summary);
+        commands.push_back({subcommand, entry.make()});
+        commands.back().command->Declare(*subcommand);
+    }
+    return commands;
+}
+
+// Help and version go to standard output; a wrong command line is a failure.
+EExitCode ReportParse(const CLI::App& app, const CLI::ParseError& error, COutput& output) {
+    std::ostringstream text;
+    std::ostringstream complaint;
+    const int code = app.exit(error, text, complaint);
+    output.Write(text.str());
+    if (code == 0) {
+        return kExitOk;
+    }
+    Complain(complaint.str());
+    return kExitFailure;
+}
+
+EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
+    CLI::App app("Catalogues of files: scan a folder tree, browse what was recorded.", "oibidx");
+    const std::vector<DeclaredCommand> commands = DeclareCommands(app);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return ReportParse(app, error, output);
+    }
+    for (const DeclaredCommand& declared : commands) {
+        if (declared.app->parsed()) {
+            return declared.command->Run(output);
+        }
+    }
+    return kExitFailure;
+}
+
+int Main(int argc, char** argv) {
+    // A closed pipe and a size limit are to be errors of the write, not a sudden end.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    try {
+        COutput output;
+        const EExitCode code = RunCommandLine(argc, argv, output);
+        output.Flush();
+        return code;
+    } catch (const std::exception& error) {
+        Complain(error.what());
+        return kExitFailure;
+    }
+}
+
+}  // namespace
+
+}  // namespace zorel::tools
+
+int main(int argc, char** argv) {
+    return zorel::tools::Main(argc, argv);
+}

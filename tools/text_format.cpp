@@ -1,0 +1,83 @@
+#include "text_format.h"
+
+#include <cstdio>
+
+#include "ZorelText.h"
+
+namespace zorel::tools {
+
+std::string Printable(std::u16string_view text) {
+    std::string out;
+    std::size_t plain = 0;  // start of the part not yet copied
+    for (std::size_t i = 0; i <= text.size(); ++i) {
+        if (i < text.size() && text[i] >= 0x20 && (text[i] < 0x7F || text[i] >= 0xA0)) {
+            continue;
+        }
+        out += ToUtf8(text.substr(plain, i - plain));
+        if (i < text.size()) {
+            char escape[8];
+            std::snprintf(escape, sizeof(escape), "\\x%02X", static_cast<unsigned>(text[i]));
+            out += escape;
+        }
+        plain = i + 1;
+    }
+    return out;
+}
+
+std::string HumanSize(std::int64_t bytes) {
+    constexpr std::string_view kUnits = "KMGTPE";
+    if (bytes < 1024) {
+        return std::to_string(bytes);
+    }
+    double value = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    for (value /= 1024; value >= 1023.95 && unit + 1 < kUnits.size(); ++unit) {
+        value /= 1024;
+    }
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.1f%c", value, kUnits[unit]);
+    return text;
+}
+
+std::optional<std::string> FormatDate(DATE date, std::string_view separator) {
+    SYSTEMTIME time{};
+    if (VariantTimeToSystemTime(date, &time) == 0) {
+        return std::nullopt;
+    }
+    char day[32];
+    char hour[32];
+    std::snprintf(day, sizeof(day), "%04u-%02u-%02u", time.wYear, time.wMonth, time.wDay);
+    std::snprintf(hour, sizeof(hour), "%02u:%02u:%02u", time.wHour, time.wMinute, time.wSecond);
+    return day + std::string(separator) + hour;
+}
+
+std::size_t DisplayWidth(std::string_view text) {
+    std::size_t width = 0;
+    for (const char c : text) {
+        width += (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
+    }
+    return width;
+}
+
+namespace {
+
+std::string Padding(const std::string& text, std::size_t width) {
+    const std::size_t used = DisplayWidth(text);
+    return std::string(used < width ? width - used : 0, ' ');
+}
+
+}  // namespace
+
+std::string PadLeft(const std::string& text, std::size_t width) {
+    return Padding(text, width) + text;
+}
+
+std::string PadRight(const std::string& text, std::size_t width) {
+    return text + Padding(text, width);
+}
+
+std::string Counted(std::uint64_t count, std::string_view noun) {
+    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+}
+
+}  // namespace zorel::tools
