@@ -1,11 +1,18 @@
 // What tests ask of automation objects again and again.
 #pragma once
 
+#include <array>
+#include <cstring>
 #include <string>
+#include <string_view>
+#include <utility>
 
+#include "frame/conversions.h"
+#include "frame/interface_tables.h"
 #include "platform/automation.h"
 #include "platform/bstr.h"
 #include "platform/com_ptr.h"
+#include "platform/variant.h"
 
 namespace support {
 
@@ -30,6 +37,181 @@ inline ErrorReport TakeError() {
         report.source = platform::TextOf(source.Get());
     }
     return report;
+}
+
+// A string argument; an empty text is not the null string.
+inline platform::CBstr Bstr(std::u16string_view text) {
+    return platform::CBstr(platform::NewBstr(text));
+}
+
+// ----- Early- and late-bound calls ------------------------------------------------
+
+// Through the vtable, or through GetIDsOfNames and Invoke.
+enum class EBinding { Early, Late };
+
+inline const char* NameOf(EBinding binding) {
+    return binding == EBinding::Early ? "early bound" : "late bound";
+}
+
+struct CallResult {
+    HRESULT hr = S_OK;  // every success is S_OK to a late-bound caller
+    ErrorReport error;  // whose GUID a late-bound caller does not see
+};
+
+namespace detail {
+
+inline void ToVariant(INT value, VARIANT& out) {
+    out.vt = VT_I4;
+    out.lVal = value;
+}
+inline void ToVariant(VARIANT_BOOL value, VARIANT& out) {
+    out.vt = VT_BOOL;
+    out.boolVal = value;
+}
+inline void ToVariant(BSTR value, VARIANT& out) {
+    out.vt = VT_BSTR;
+    out.bstrVal = value == nullptr ? nullptr : platform::NewBstr(platform::TextOf(value));
+}
+inline void ToVariant(const GUID& value, VARIANT& out) {
+    out.vt = VT_BSTR;
+    out.bstrVal = platform::NewBstr(frame::GuidToString(value, true));
+}
+
+// An output is received in a variant of its own; a null pointer is passed on as one.
+template <class T>
+void ToVariant(T* out, VARIANT& argument, VARIANT& received) {
+    argument.vt = VT_BYREF | VT_VARIANT;
+    argument.pvarVal = out == nullptr ? nullptr : &received;
+}
+
+template <class T>
+void FromVariant(VARIANT& received, T* out) {
+    if (out == nullptr || received.vt == VT_EMPTY) {
+        return;
+    }
+    if constexpr (std::is_same_v<T, GUID>) {
+        std::memcpy(out, received.pvRecord, sizeof(GUID));
+    } else {
+        // The value passes to the caller.
+        std::memcpy(out, &received.llVal, sizeof(T));
+        received.vt = VT_EMPTY;
+    }
+}
+
+template <class T>
+constexpr bool kIsOutput = std::is_pointer_v<T> && !std::is_same_v<T, BSTR>;
+
+// The variants of one late-bound call, the last argument first.
+template <std::size_t kCount>
+class CLateArguments {
+public:
+    template <class T>
+    void Put(std::size_t position, T value) {
+        if constexpr (kIsOutput<T>) {
+            ToVariant(value, At(position), m_received[position].Get());
+        } else {
+            ToVariant(value, At(position));
+        }
+    }
+    template <class T>
+    void Fetch(std::size_t position, T value) {
+        if constexpr (kIsOutput<T>) {
+            FromVariant(m_received[position].Get(), value);
+        }
+    }
+    // Takes a return value out of the arguments: it comes back as the call's result.
+    VARIANT* SplitResult() {
+        m_hasResult = kCount != 0 && m_arguments[0].Get().pvarVal != nullptr;
+        return m_hasResult ? &m_received[kCount - 1].Get() : nullptr;
+    }
+    DISPPARAMS List() {
+        DISPPARAMS params{};
+        for (std::size_t i = 0; i < kCount; ++i) {
+            m_raw[i] = m_arguments[i].Get();
+        }
+        params.rgvarg = m_raw.data() + (m_hasResult ? 1 : 0);
+        params.cArgs = static_cast<UINT>(kCount - (m_hasResult ? 1 : 0));
+        return params;
+    }
+
+private:
+    VARIANT& At(std::size_t position) { return m_arguments[kCount - 1 - position].Get(); }
+
+    std::array<platform::CVariant, kCount> m_arguments;
+    std::array<platform::CVariant, kCount> m_received;
+    std::array<VARIANT, kCount + 1> m_raw{};  // the arguments' bytes; owns nothing
+    bool m_hasResult = false;
+};
+
+inline CallResult ResultOf(HRESULT hr, EXCEPINFO& exception) {
+    CallResult result{hr, {}};
+    if (hr == DISP_E_EXCEPTION) {
+        const platform::CBstr source(exception.bstrSource);
+        const platform::CBstr description(exception.bstrDescription);
+        const platform::CBstr helpFile(exception.bstrHelpFile);
+        result.hr = exception.scode;
+        result.error.source = platform::TextOf(source.Get());
+        result.error.description = platform::TextOf(description.Get());
+    }
+    return result;
+}
+
+template <class Interface>
+const platform::MethodDesc* FindMethod(platform::MethodThunk thunk) {
+    for (const auto* table = &frame::TableOf<Interface>(); table != nullptr; table = table->base) {
+        for (const platform::MethodDesc& method : table->methods) {
+            if (method.call == thunk) {
+                return &method;
+            }
+        }
+    }
+    return nullptr;
+}
+
+template <auto kMethod, class Interface, class... Params, std::size_t... kIndex>
+CallResult CallLate(Interface* object, std::index_sequence<kIndex...>, Params... args) {
+    using Traits = platform::detail::MethodTraits<decltype(kMethod)>;
+    const platform::MethodDesc* method = FindMethod<Interface>(&Traits::template Thunk<kMethod>);
+    DISPID id = DISPID_UNKNOWN;
+    auto* name = const_cast<LPOLESTR>(reinterpret_cast<LPCOLESTR>(method->name));
+    const HRESULT found = object->GetIDsOfNames(IID_NULL, &name, 1, 0, &id);
+    if (FAILED(found)) {
+        return {found, {}};
+    }
+    CLateArguments<sizeof...(Params)> late;
+    (late.Put(kIndex, args), ...);
+    VARIANT* result = nullptr;
+    if (sizeof...(Params) != 0 &&
+        method->params[method->paramCount - 1].direction == platform::EDirection::Retval) {
+        result = late.SplitResult();
+    }
+    DISPPARAMS params = late.List();
+    EXCEPINFO exception{};
+    UINT badArgument = 0;
+    const HRESULT hr = object->Invoke(id, IID_NULL, 0, method->invokeKind, &params, result,
+                                      &exception, &badArgument);
+    (late.Fetch(kIndex, args), ...);
+    return ResultOf(hr, exception);
+}
+
+template <auto kMethod, class Interface, class... Params>
+CallResult CallTyped(EBinding binding, Interface* object,
+                     HRESULT (STDMETHODCALLTYPE Interface::*)(Params...),
+                     std::type_identity_t<Params>... args) {
+    if (binding == EBinding::Late) {
+        return CallLate<kMethod>(object, std::index_sequence_for<Params...>(), args...);
+    }
+    const HRESULT hr = (object->*kMethod)(args...);
+    return {hr, TakeError()};
+}
+
+}  // namespace detail
+
+// Calls a method of the library, as in
+//   Call<&IMtfMetaFile::FindAttr>(EBinding::Late, file.Get(), path.Get(), value.Put())
+template <auto kMethod, class Interface, class... Args>
+CallResult Call(EBinding binding, Interface* object, Args... args) {
+    return detail::CallTyped<kMethod>(binding, object, kMethod, args...);
 }
 
 }  // namespace support
