@@ -198,7 +198,7 @@ void CheckLateBound(IOibIdxLib* library, BSTR catalogue) {
     VARIANT result, arguments[2];
     EXCEPINFO exception = {0};
     arguments[0] = StringArgument(T(u"*.txt")); /* the last argument stands first */
-    arguments[1] = StringArgument(T(u"report.txt"));
+    arguments[1] = StringArgument(T(u"C:\\report.txt"));
     CHECK_HR(Invoke(library, IdOf(library, "IsWildcardMatch"), DISPATCH_METHOD, 2, arguments,
                     &result, &exception),
              S_OK);

@@ -322,13 +322,18 @@ int32_t IdOf(void* object, const char* name) {
 
 static void CheckIdentity(const Interface* interface, IDispatch* object) {
     static const GUID kNobody = {1, 2, 3, {4}};
-    const GUID* const known[] = {&IID_IUnknown, &IID_IDispatch, interface->iid};
+    const GUID* const known[] = {&IID_IDispatch, interface->iid};
+    void *identity = NULL, *same = NULL;
+    CHECK_HR(object->vtbl->QueryInterface(object, &IID_IUnknown, &identity), S_OK);
     for (size_t i = 0; i < sizeof(known) / sizeof(*known); ++i) {
-        void* same = NULL;
+        CHECK_HR(((IUnknown*)identity)->vtbl->QueryInterface(identity, known[i], &same), S_OK);
+        CHECK(same == object);
+        Release(same);
         CHECK_HR(object->vtbl->QueryInterface(object, known[i], &same), S_OK);
         CHECK(same == object);
         Release(same);
     }
+    Release(identity);
     void* other = object;
     CHECK_HR(object->vtbl->QueryInterface(object, &kNobody, &other), E_NOINTERFACE);
     CHECK(other == NULL);
