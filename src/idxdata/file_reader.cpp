@@ -31,14 +31,12 @@ bool CFileReader::Fill(std::size_t wanted) {
         std::memmove(m_buffer.get(), m_buffer.get() + m_begin, Buffered());
         m_end -= std::exchange(m_begin, 0);
     }
-    while (Buffered() < wanted) {
+    while (Buffered() < wanted && !m_atEnd) {
         std::size_t got = 0;
         if (!platform::ReadFile(m_file.Get(), m_buffer.get() + m_end, kBufferSize - m_end, got)) {
             return false;
         }
-        if (got == 0) {
-            return true;
-        }
+        m_atEnd = got == 0;
         m_end += got;
         m_filePos += static_cast<std::int64_t>(got);
     }
@@ -115,7 +113,10 @@ void CFileReader::Open(std::u16string_view path) {
     m_filePos = 0;
 }
 
-void CFileReader::DropBuffer() noexcept { m_begin = m_end = 0; }
+void CFileReader::DropBuffer() noexcept {
+    m_begin = m_end = 0;
+    m_atEnd = false;
+}
 
 void CFileReader::Close() {
     if (m_file) {
@@ -142,6 +143,7 @@ void CFileReader::SetCurFilePos(std::int64_t position) {
     const std::int64_t buffered = static_cast<std::int64_t>(m_end);
     if (m_file && position >= m_filePos - buffered && position <= m_filePos) {
         m_begin = static_cast<std::size_t>(position - (m_filePos - buffered));
+        m_atEnd = false;
         return;
     }
     if (!platform::SetFilePointerEx(m_file.Get(), position, nullptr,

@@ -59,6 +59,7 @@ private:
     std::size_t m_begin = 0;       // of the buffered bytes not yet read
     std::size_t m_end = 0;         // of the buffered bytes
     std::int64_t m_filePos = 0;    // file position behind the buffered bytes
+    bool m_atEnd = false;          // the system has said that nothing follows them
 };
 
 }  // namespace idxdata

@@ -20,8 +20,11 @@ public:
     std::byte* Data() noexcept { return m_data.get(); }
     const std::byte* Data() const noexcept { return m_data.get(); }
     std::uint64_t Size() const noexcept { return m_size; }
+    std::uint64_t Capacity() const noexcept { return m_capacity; }
     // A smaller size keeps the block. Throws CExc when memory is short; the content stays.
     void Resize(std::uint64_t size);
+    // Room for this many bytes; the size stays. Throws as Resize.
+    void Reserve(std::uint64_t size);
 
 private:
     struct Free {
@@ -38,6 +41,8 @@ public:
     // `growStep` in bytes, above 0.
     explicit CMtfOutBuffer(std::uint64_t growStep, std::uint64_t initialSize = 0);
 
+    // Makes room for this many bytes in all, whatever the step; `StorageSize` stays.
+    void Reserve(std::uint64_t size) { m_storage->Reserve(size); }
     void Append(const void* bytes, std::size_t length) {
         if (m_storage->Size() - m_used < length) {
             Grow(length);
@@ -68,9 +73,8 @@ public:
 
     bool IsEnd() const noexcept { return m_position >= m_content.size(); }
     std::uint64_t Remaining() const noexcept { return m_content.size() - m_position; }
-    bool StartsWith(std::string_view bytes) const noexcept {
-        return m_content.substr(m_position).starts_with(bytes);
-    }
+    std::string_view Rest() const noexcept { return m_content.substr(m_position); }
+    bool StartsWith(std::string_view bytes) const noexcept { return Rest().starts_with(bytes); }
     // Offset from the position to the first match, -1 for none. A match at the very end of
     // the content is not found; kept on purpose.
     std::int64_t Find(std::string_view bytes) const noexcept;

@@ -17,7 +17,7 @@ constexpr std::uint32_t kSequentialFormat = 0;
 
 // Records that a table may declare beyond what its file can hold before the count is
 // taken for damage: enough for a file cut short, too few to cost memory or time.
-constexpr std::uint64_t kToleratedSurplus = 1024;
+constexpr std::uint64_t kToleratedSurplus = 256;
 
 [[noreturn]] void Fail(const char16_t* message, frame::HResult hr = frame::kFail) {
     throw frame::CExc(message, hr);

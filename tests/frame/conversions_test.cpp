@@ -86,7 +86,7 @@ TEST(Conversions, Guids) {
     EXPECT_EQ(frame::GuidToString(frame::StringToGuid(u"9B3C5A2E-4F61-4C2D-8E0A-1D2F3A4B5C6D"), true),
               u"{" + plain + u"}");
     for (const auto& text : {std::u16string(u"x"), std::u16string(), plain + u" ", u"{{" + plain + u"}}",
-                             plain.substr(1), std::u16string(u"{"), u"9b3c5a2e4f614c2d8e0a1d2f3a4b5c6d-----"}) {
+                             plain.substr(1), std::u16string(u"{"), std::u16string(u"9b3c5a2e4f614c2d8e0a1d2f3a4b5c6d-----")}) {
         EXPECT_TRUE(FailureOf([&] { frame::StringToGuid(text); })
                         .starts_with(u"Cannot convert string to GUID. String: [" + text + u"]."));
     }

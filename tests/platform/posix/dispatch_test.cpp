@@ -133,6 +133,14 @@ SAFEARRAY* NewNames() {
     return names;
 }
 
+void SetTexts(ICreateErrorInfo& maker) {
+    std::u16string source = u"source";
+    std::u16string description = u"description";
+    maker.SetSource(reinterpret_cast<LPOLESTR>(source.data()));
+    maker.SetDescription(reinterpret_cast<LPOLESTR>(description.data()));
+    maker.SetHelpContext(3);
+}
+
 class CProbe final : public IProbe {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
@@ -196,6 +204,14 @@ public:
         AddRef();
         *self = this;
         *pair = {NewBstr(u"pair"), 77};
+        if (hr == E_FAIL) {
+            CComPtr<ICreateErrorInfo> maker;
+            CreateErrorInfo(maker.Put());
+            SetTexts(*maker.Get());
+            CComPtr<IErrorInfo> info;
+            maker->QueryInterface(IID_IErrorInfo, info.PutVoid());
+            SetErrorInfo(0, info.Get());
+        }
         return hr;
     }
     HRESULT STDMETHODCALLTYPE GiveSelf(INT hr, IProbe** self) override {
@@ -739,19 +755,29 @@ TEST(Dispatch, DescribesTheRecordsItGives) {
     EXPECT_EQ(field.Get().uiVal, 0xcdef);
 }
 
-// Fails as the library's methods do: with error information, or with stale one around.
 TEST(Dispatch, ReportsFailuresWithTheirErrorInformation) {
     CProbe probe;
-    CComPtr<ICreateErrorInfo> maker;
-    ASSERT_EQ(CreateErrorInfo(maker.Put()), S_OK);
-    CComPtr<IErrorInfo> stale;
-    maker->QueryInterface(IID_IErrorInfo, stale.PutVoid());
-    SetErrorInfo(0, stale.Get());
-    CVariant hr = Value(VT_I4, std::int64_t{E_NOTIMPL});
-    IDispatch* self = nullptr;
+    Outputs out;
+    // Without a place to report to, the information stays for the caller to fetch.
+    EXPECT_EQ(Call(probe, kGiveAll, out.References(E_FAIL)), DISP_E_EXCEPTION);
+    CComPtr<IErrorInfo> info;
+    EXPECT_EQ(GetErrorInfo(0, info.Put()), S_OK);
+
     EXCEPINFO exception;
-    EXPECT_EQ(Call(probe, kGiveSelf, {hr.Get(), Reference(VT_DISPATCH, &self)}, nullptr, nullptr,
-                   &exception),
+    EXPECT_EQ(Call(probe, kGiveAll, out.References(E_FAIL), nullptr, nullptr, &exception),
+              DISP_E_EXCEPTION);
+    EXPECT_EQ(exception.scode, E_FAIL);
+    EXPECT_EQ(exception.dwHelpContext, 3U);
+    const CBstr source(exception.bstrSource);
+    const CBstr description(exception.bstrDescription);
+    EXPECT_EQ(TextOf(source.Get()), u"source");
+    EXPECT_EQ(TextOf(description.Get()), u"description");
+    CComPtr<IErrorInfo> left;
+    EXPECT_EQ(GetErrorInfo(0, left.Put()), S_FALSE);
+
+    // A failure that says nothing does not repeat what an earlier one said.
+    SetErrorInfo(0, info.Get());
+    EXPECT_EQ(Call(probe, kGiveAll, out.References(E_NOTIMPL), nullptr, nullptr, &exception),
               DISP_E_EXCEPTION);
     EXPECT_EQ(exception.scode, E_NOTIMPL);
     EXPECT_EQ(exception.bstrDescription, nullptr);

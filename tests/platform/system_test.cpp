@@ -1,0 +1,89 @@
+#include "platform/system.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "platform/times.h"
+#include "support/port_files.h"
+#include "support/target.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using namespace platform;
+using support::CodeOf;
+
+TEST(System, ModulePathsAreCutToTheBuffer) {
+    char16_t whole[4096];
+    const std::uint32_t length = GetModuleFileNameW(nullptr, whole, 4096);
+    const std::u16string path(whole, length);
+    ASSERT_TRUE(std::filesystem::equivalent(std::filesystem::path(path),
+                                            std::filesystem::path(path).make_preferred()));
+    EXPECT_EQ(std::filesystem::path(path).is_absolute(), true);
+    // The tests have the port linked in: its module is the program.
+    char16_t own[4096];
+    EXPECT_EQ(std::u16string(own, GetModuleFileNameW(OwnModule(), own, 4096)), path);
+    for (const std::uint32_t size : {1U, length, length + 1}) {
+        std::fill(std::begin(own), std::end(own), u'#');
+        const bool cut = size <= length;
+        EXPECT_EQ(GetModuleFileNameW(nullptr, own, size), cut ? size : length) << size;
+        EXPECT_EQ(std::u16string(own), path.substr(0, size - 1)) << size;
+        EXPECT_EQ(own[size], u'#') << size;
+    }
+    EXPECT_EQ(GetModuleFileNameW(nullptr, own, 0), 0U);
+    EXPECT_EQ(GetModuleFileNameW(&whole, own, 4096), 0U);
+}
+
+TEST(System, TemporaryFolderAndEnvironment) {
+    std::u16string folder;
+    ASSERT_TRUE(GetTempPathW(folder));
+    EXPECT_TRUE(folder.ends_with(support::kOnWindows ? u'\\' : u'/'));
+    EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(folder)));
+    std::u16string value;
+    EXPECT_TRUE(GetEnvironmentVariableW(u"PATH", value));
+    EXPECT_NE(value, u"");
+    EXPECT_EQ(CodeOf(GetEnvironmentVariableW(u"ZOREL_NO_SUCH_VARIABLE", value)), 203U);
+}
+
+TEST(System, ADuplicateSharesThePositionAndOutlivesTheFirst) {
+    const support::CTempFolder folder;
+    CFileHandle first = support::OpenToWrite(folder.Path(u"f"));
+    const CFileHandle second(DuplicateHandle(first.Get()));
+    ASSERT_TRUE(second);
+    ASSERT_TRUE(support::Write(first, "ab"));
+    first.Reset();
+    ASSERT_TRUE(support::Write(second, "cd"));
+    EXPECT_EQ(support::ReadWhole(folder.Path(u"f")), "abcd");
+    EXPECT_EQ(CodeOf(support::OpenToWrite(folder.Path(u"f"))), win32err::kSharingViolation);
+}
+
+TEST(System, ProgramsStartWithTheirArguments) {
+    const support::CTempFolder folder;
+    EXPECT_EQ(CodeOf(StartProgram(folder.Path(u"none"), u"")), 2U);
+    if (!support::kOnLinux) {
+        GTEST_SKIP() << "the rest uses a program of Linux";
+    }
+    const std::u16string made = folder.Path(u"made");
+    ASSERT_TRUE(StartProgram(u"/bin/sh", u"-c  \"printf '<%s>' \"$@\"$0\" > " + made + u"\" a\tb"))
+        << GetLastError();
+    for (int i = 0; i < 500 && support::ReadWhole(made).size() < 3; ++i) {
+        Sleep(10);
+    }
+    EXPECT_EQ(support::ReadWhole(made), "<b><a>");
+}
+
+TEST(System, LinuxFilesHaveNoVersion) {
+    if (!support::kOnLinux) {
+        GTEST_SKIP() << "about files of Linux";
+    }
+    const support::CTempFolder folder;
+    FileVersion version;
+    EXPECT_EQ(ReadFileVersion(folder.Path(u"none"), version), EVersionStep::Size);
+    EXPECT_EQ(GetLastError(), 2U);
+    EXPECT_EQ(ReadFileVersion(folder.Path(), version), EVersionStep::Size);
+    EXPECT_EQ(GetLastError(), 50U);
+}
+
+}  // namespace

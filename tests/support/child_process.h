@@ -1,0 +1,49 @@
+// Work in a second process.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#if !defined(_WIN32)
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#endif
+
+namespace support {
+
+#if defined(_WIN32)
+inline constexpr bool kCanFork = false;
+#else
+inline constexpr bool kCanFork = true;
+#endif
+
+// Runs `work` in a copy of this process and returns its result (0 to 255); -1 when there
+// is no such copy or it died. The copy runs no destructors and reports no failed checks.
+inline int RunInChild([[maybe_unused]] const std::function<int()>& work) {
+#if defined(_WIN32)
+    return -1;
+#else
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(work());
+    }
+    int status = 0;
+    return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status)
+               ? WEXITSTATUS(status)
+               : -1;
+#endif
+}
+
+// From now on no file of this process grows past `bytes`; for a child, as it stays.
+inline void LimitFileSize([[maybe_unused]] std::uint64_t bytes) {
+#if !defined(_WIN32)
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{bytes, bytes};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+#endif
+}
+
+}  // namespace support
