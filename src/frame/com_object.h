@@ -127,6 +127,12 @@ platform::CComPtr<TObject> CreateInstance(std::u16string_view message, Args&&...
     });
 }
 
+// Whether one of a method's pointer arguments is null.
+template <class... T>
+bool AnyNull(const T*... arguments) noexcept {
+    return (... || (arguments == nullptr));
+}
+
 // Hands the object out through its own query: E_POINTER for a null `out`.
 template <class TInterface, class TObject>
 HRESULT HandOut(const platform::CComPtr<TObject>& object, TInterface** out) noexcept {
