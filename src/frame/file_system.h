@@ -42,10 +42,12 @@ void ResetReadOnly(std::u16string_view path);
 void CreateFolder(std::u16string_view path);
 // A missing file is no failure; a read-only one is deleted.
 void DeleteFile(std::u16string_view path);
+// Like DeleteFile, and the name does not come back after a power cut.
+void DeleteFileDurably(std::u16string_view path);
 // Overwrites the target.
 void CopyFile(std::u16string_view source, std::u16string_view target, bool createTargetFolder);
-// Like CopyFile, and the target appears under its name only when it is whole and on the
-// disk; until then it is written beside it, under the name of StagedPath.
+// Copies to a name that must be free. The target appears under it only when it is whole
+// and on the disk; until then it is written beside it, under the name of StagedPath.
 void CopyFileDurably(std::u16string_view source, std::u16string_view target);
 // Where a file is written that shall appear at `path` only when it is whole.
 std::u16string StagedPath(std::u16string_view path);

@@ -219,7 +219,6 @@ void CBinaryFile::Flush() {
 }
 
 void CBinaryFile::Publish() {
-    Flush();
     m_handle.Reset();
     if (!platform::MoveFileExW(m_staged, m_path, platform::kMoveWriteThrough)) {
         ThrowNotOpened(m_path, kLastError);

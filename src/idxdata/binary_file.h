@@ -53,8 +53,8 @@ public:
     void WriteAt(std::uint64_t position, const void* buffer, std::size_t length);
     // Brings content and name to the disk.
     void Flush();
-    // For staged files: brings the content to the disk, closes the file and gives it its
-    // name. A file that has come there meanwhile is not replaced: a failure.
+    // For staged files, flushed before: closes the file and gives it its name, on the disk
+    // too. A file that has come there meanwhile is not replaced: a failure.
     void Publish();
 
     // Times in ticks; a null pointer leaves that time out.

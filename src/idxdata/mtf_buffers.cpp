@@ -8,25 +8,27 @@
 
 namespace idxdata {
 
-void CMtfStorage::Reserve(std::uint64_t size) {
-    if (size <= m_capacity) {
-        return;
+bool CMtfStorage::Reserve(std::uint64_t capacity) noexcept {
+    if (capacity <= m_capacity) {
+        return true;
     }
-    auto* data =
-        static_cast<std::byte*>(std::realloc(m_data.get(), static_cast<std::size_t>(size)));
+    void* data = std::realloc(m_data.get(), static_cast<std::size_t>(capacity));
     if (data == nullptr) {
+        return false;
+    }
+    static_cast<void>(m_data.release());
+    m_data.reset(static_cast<std::byte*>(data));
+    m_capacity = capacity;
+    return true;
+}
+
+void CMtfStorage::Resize(std::uint64_t size) {
+    if (!Reserve(size)) {
         throw frame::CExc(
             u"Cannot reallocate memory buffer. Requested size of the buffer is %1 elements, "
             u"previous - %2.",
             {frame::UInt64ToString(size), frame::UInt64ToString(m_size)}, frame::kFail);
     }
-    static_cast<void>(m_data.release());
-    m_data.reset(data);
-    m_capacity = size;
-}
-
-void CMtfStorage::Resize(std::uint64_t size) {
-    Reserve(size);
     m_size = size;
 }
 
@@ -37,9 +39,9 @@ void CMtfOutBuffer::Grow(std::size_t length) {
     const std::uint64_t need = m_used + length;
     const std::uint64_t over = need % m_growStep;
     const std::uint64_t size = over == 0 ? need : need - over + m_growStep;
-    // Half as much again keeps many small steps linear.
+    // Half as much again keeps many small steps linear; it is only a wish.
     if (size > m_storage->Capacity()) {
-        m_storage->Reserve(std::max(size, m_used + m_used / 2));
+        static_cast<void>(m_storage->Reserve(std::max(size, m_used + m_used / 2)));
     }
     m_storage->Resize(size);
 }

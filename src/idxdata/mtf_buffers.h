@@ -23,8 +23,8 @@ public:
     std::uint64_t Capacity() const noexcept { return m_capacity; }
     // A smaller size keeps the block. Throws CExc when memory is short; the content stays.
     void Resize(std::uint64_t size);
-    // Room for this many bytes; the size stays. Throws as Resize.
-    void Reserve(std::uint64_t size);
+    // Room for this many bytes; the size stays. False when memory is short.
+    bool Reserve(std::uint64_t capacity) noexcept;
 
 private:
     struct Free {
@@ -41,8 +41,6 @@ public:
     // `growStep` in bytes, above 0.
     explicit CMtfOutBuffer(std::uint64_t growStep, std::uint64_t initialSize = 0);
 
-    // Makes room for this many bytes in all, whatever the step; `StorageSize` stays.
-    void Reserve(std::uint64_t size) { m_storage->Reserve(size); }
     void Append(const void* bytes, std::size_t length) {
         if (m_storage->Size() - m_used < length) {
             Grow(length);

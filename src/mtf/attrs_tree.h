@@ -62,7 +62,6 @@ private:
 
     std::uint64_t Resolve(std::uint64_t node, std::u16string_view path) const;
     std::uint64_t Obtain(std::uint64_t node, std::u16string_view path, bool borrow);
-    void AddLine(const CMtfAttrLine& attr);
     void DeleteWithChildren(std::uint64_t node);
 
     std::shared_ptr<CMtfLines> m_lines;

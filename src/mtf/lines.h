@@ -65,6 +65,8 @@ public:
 
     // The first changed line alone decides; costs nothing however many lines there are.
     EMtfSaveKind GetSaveKind() const noexcept;
+    // Bytes of the whole file, or some more.
+    std::uint64_t ComposedSize() const noexcept;
     // The whole file, byte-order mark included.
     void ComposeAll(idxdata::CMtfOutBuffer& out) const;
     // What an append has to add. Throws CExc when the first change is not an added line.
@@ -83,18 +85,17 @@ private:
         bool empty;  // deleted and saved
     };
 
-    CMtfLine* Find(std::uint64_t id) noexcept;
     const CMtfLine* Find(std::uint64_t id) const noexcept;
     std::uint64_t Add(CMtfText text, EMtfLineState state);
-    void SetState(std::uint64_t id, EMtfLineState state) noexcept;
     void LoadWide(idxdata::CMtfInBuffer& in);
     void LoadNarrow(idxdata::CMtfInBuffer& in);
-    std::uint64_t ComposedSize() const noexcept;
+    void ComposeFrom(std::uint64_t id, std::uint64_t linesBefore,
+                     idxdata::CMtfOutBuffer& out) const;
 
     std::u16string m_path;
     std::deque<CMtfLine> m_lines;
-    std::shared_ptr<const void> m_content;  // what loaded lines point into
-    std::uint64_t m_firstChanged = kNoLine;
+    std::shared_ptr<const void> m_content;   // what loaded lines point into
+    std::uint64_t m_firstChanged = kNoLine;  // no change stands before it
     std::uint64_t m_emptySlots = 0;
 };
 

@@ -37,29 +37,27 @@ public:
     // rewrite. On failure the changes stay pending.
     void Save();
     // Lets the held file go; later saves rewrite the file.
-    void CloseFile() noexcept;
+    void CloseFile();
 
 private:
     explicit CMtfMetaFile(std::u16string_view path);
 
     void OpenByMode(EMtfOpenMode mode);
-    void LoadFromDisk(const std::u16string& path);
-    void StartAnew();
+    void LoadFromDisk();
     void OpenForWriting();
-    void RestoreFromOld();
     void LoadContent(idxdata::CBinaryFile& file);
     void Rewrite();
     void WriteNewFile();
     void ComposeAndWrite(idxdata::CBinaryFile& file);
     void Append();
-    void CutBack(std::uint64_t size) noexcept;
-    void FinishCutBack();
+    void WriteTail(const idxdata::CMtfStorage& tail);
+    void CutBack();
 
     std::u16string m_path;
     std::u16string m_oldPath;             // the safety copy
     idxdata::CBinaryFile::Holder m_file;  // held in mode EMtfOpenRW only
     std::shared_ptr<CMtfLines> m_lines;
-    // Where the held file has to end, after a failed append that could not be cut back.
+    // Where the held file ends without the append that failed or is under way.
     std::optional<std::uint64_t> m_soundSize;  // bytes
 };
 

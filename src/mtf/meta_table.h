@@ -23,8 +23,7 @@ struct CMtfTreeNode {
     std::uint32_t lastChild = kNone;
     std::uint32_t prevSibling = kNone;
     std::uint32_t nextSibling = kNone;
-    std::uint32_t firstAttr = kNone;  // in no order
-    std::uint32_t attrCount = 0;
+    std::uint32_t firstAttr = kNone;  // of a chain in no order
     bool deleted = false;
 };
 
@@ -36,12 +35,13 @@ struct CMtfAttrEntry {
     std::uint32_t node = 0;
     std::uint32_t hash = 0;  // of node and name
     std::uint32_t prev = CMtfTreeNode::kNone;
-    std::uint32_t next = CMtfTreeNode::kNone;
+    std::uint32_t next = CMtfTreeNode::kNone;  // of the node, or of the free entries
 };
 
 // Owns nodes and attributes. Children are found by name without regard to (ASCII) case,
 // attributes by their exact name, both in constant time. Node IDs are never used again.
-// The texts of Borrow are kept as they are: the owner of the table keeps what they point into.
+// Borrowed texts
+// are not copied: the owner of the table keeps what they point into.
 class CMtfMetaTable {
 public:
     static constexpr std::uint64_t kNoNode = ~std::uint64_t{0};
@@ -63,6 +63,10 @@ public:
     // Takes a node without children out of its parent, its attributes with it.
     void Delete(std::uint64_t id) noexcept;
 
+    // False for a deleted node, too.
+    bool HasAttrs(std::uint64_t id) const noexcept {
+        return At(id).firstAttr != CMtfTreeNode::kNone;
+    }
     // Null when the node has no such attribute. Valid until attributes change.
     const CMtfAttrEntry* FindAttr(std::uint64_t id, std::u16string_view name) const noexcept;
     // Inserts or overwrites.
@@ -74,21 +78,21 @@ public:
     // In ordinal order.
     std::vector<std::u16string_view> ListAttrNames(std::uint64_t id) const;
 
-    // Room for this many attributes, so that filling the table never moves them.
-    void ReserveAttrs(std::uint64_t count);
-
 private:
     CMtfTreeNode& At(std::uint64_t id) noexcept { return m_nodes[static_cast<std::size_t>(id)]; }
     const CMtfTreeNode& At(std::uint64_t id) const noexcept {
         return m_nodes[static_cast<std::size_t>(id)];
     }
-    std::uint32_t FindAttrIndex(std::uint32_t hash, std::uint32_t node,
-                                std::u16string_view name) const noexcept;
+    std::uint32_t FindChildAt(std::uint32_t hash, std::uint32_t parent,
+                              std::u16string_view name) const noexcept;
+    std::uint32_t FindAttrAt(std::uint32_t hash, std::uint32_t node,
+                             std::u16string_view name) const noexcept;
+    std::uint32_t AddAttr(std::uint32_t id, std::uint32_t hash, CMtfText name);
     void RemoveAttr(std::uint32_t index) noexcept;
 
     std::vector<CMtfTreeNode> m_nodes;
     std::vector<CMtfAttrEntry> m_attrs;
-    std::vector<std::uint32_t> m_freeAttrs;  // slots of m_attrs to be used again
+    std::uint32_t m_freeAttr = CMtfTreeNode::kNone;  // first of the entries to be used again
     CMtfNameIndex m_childIndex;
     CMtfNameIndex m_attrIndex;
 };

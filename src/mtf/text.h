@@ -2,7 +2,11 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <memory>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -17,15 +21,21 @@ public:
         return CMtfText(text.data(), text.size(), false);
     }
     static CMtfText Copy(std::u16string_view text) {
-        if (text.empty()) {
-            return {};
-        }
-        auto* units = new char16_t[text.size()];
-        std::copy(text.begin(), text.end(), units);
-        return CMtfText(units, text.size(), true);
+        auto units = NewUnits(text.size());
+        std::copy(text.begin(), text.end(), units.get());
+        return CMtfText(units.release(), text.size(), true);
+    }
+    static CMtfText Join(std::u16string_view head, char16_t middle, std::u16string_view tail) {
+        const std::size_t length = head.size() + 1 + tail.size();
+        auto units = NewUnits(length);
+        char16_t* at = std::copy(head.begin(), head.end(), units.get());
+        *at++ = middle;
+        std::copy(tail.begin(), tail.end(), at);
+        return CMtfText(units.release(), length, true);
     }
     CMtfText(CMtfText&& other) noexcept { Swap(other); }
     CMtfText& operator=(CMtfText&& other) noexcept {
+        CMtfText old(std::move(*this));
         Swap(other);
         return *this;
     }
@@ -41,6 +51,12 @@ public:
 private:
     CMtfText(const char16_t* units, std::size_t length, bool owned) noexcept
         : m_units(units), m_length(static_cast<std::uint32_t>(length)), m_owned(owned) {}
+    static std::unique_ptr<char16_t[]> NewUnits(std::size_t length) {
+        if (length > std::numeric_limits<std::uint32_t>::max()) {
+            throw std::bad_alloc();
+        }
+        return std::unique_ptr<char16_t[]>(new char16_t[length]);
+    }
     void Swap(CMtfText& other) noexcept {
         std::swap(m_units, other.m_units);
         std::swap(m_length, other.m_length);
