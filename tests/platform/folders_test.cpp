@@ -213,6 +213,27 @@ TEST(Folders, ChangesAndTheirCodes) {
     }
 }
 
+TEST(Folders, MovesToAnotherVolumeCopyWhenAllowed) {
+    const std::filesystem::path elsewhere = "/dev/shm";
+    if (!support::kOnLinux || !std::filesystem::is_directory(elsewhere)) {
+        GTEST_SKIP() << "needs a second volume";
+    }
+    const CTempFolder here;
+    const CTempFolder there(elsewhere);
+    const std::u16string source = here.Path(u"f");
+    const std::u16string target = there.Path(u"f");
+    ASSERT_TRUE(support::WriteWhole(source, "content") && support::WriteWhole(target, "old"));
+    const auto move = [&](std::uint32_t flags) {
+        return CodeOf(MoveFileExW(source, target, flags));
+    };
+    EXPECT_EQ(move(kMoveReplaceExisting), 17U);
+    EXPECT_EQ(move(kMoveCopyAllowed), 183U);
+    EXPECT_EQ(support::ReadWhole(target), "old");
+    EXPECT_EQ(move(kMoveCopyAllowed | kMoveReplaceExisting | kMoveWriteThrough), 0U);
+    EXPECT_EQ(support::ReadWhole(target), "content");
+    EXPECT_EQ(support::ReadWhole(source), "<none>");
+}
+
 TEST(Folders, ReadOnlyIsSetAndClearedAndGivesWay) {
     const CTempFolder folder;
     const std::u16string path = folder.Path(u"f");

@@ -43,16 +43,14 @@ CFileHandle Open(const std::u16string& path, const Way& way) {
 // The documented rule: the access of each is in the sharing of the other. On Linux a writer
 // admits no second writer whatever both share.
 bool Exclude(const Way& a, const Way& b) {
-    const auto refuses = [](const Way& one, const Way& other) {
-        return ((one.access & kGenericRead) != 0 && (other.share & kShareRead) == 0) ||
-               ((one.access & kGenericWrite) != 0 && (other.share & kShareWrite) == 0);
+    const auto reads = [](const Way& way) { return (way.access & kGenericRead) != 0; };
+    const auto writes = [](const Way& way) { return (way.access & kGenericWrite) != 0; };
+    const auto refuses = [&](const Way& one, const Way& other) {
+        return (reads(one) && (other.share & kShareRead) == 0) ||
+               (writes(one) && (other.share & kShareWrite) == 0);
     };
-    const bool bothWrite = (a.access & b.access & kGenericWrite) != 0;
-    const bool attributesOnly =
-        ((a.access | b.access) & (kGenericRead | kGenericWrite)) != (a.access | b.access) &&
-        ((a.access & (kGenericRead | kGenericWrite)) == 0 ||
-         (b.access & (kGenericRead | kGenericWrite)) == 0);
-    return !attributesOnly && (bothWrite || refuses(a, b) || refuses(b, a));
+    const bool attributesOnly = (!reads(a) && !writes(a)) || (!reads(b) && !writes(b));
+    return !attributesOnly && ((writes(a) && writes(b)) || refuses(a, b) || refuses(b, a));
 }
 
 TEST(Sharing, AllPairs) {

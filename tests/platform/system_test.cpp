@@ -19,9 +19,8 @@ TEST(System, ModulePathsAreCutToTheBuffer) {
     char16_t whole[4096];
     const std::uint32_t length = GetModuleFileNameW(nullptr, whole, 4096);
     const std::u16string path(whole, length);
-    ASSERT_TRUE(std::filesystem::equivalent(std::filesystem::path(path),
-                                            std::filesystem::path(path).make_preferred()));
-    EXPECT_EQ(std::filesystem::path(path).is_absolute(), true);
+    EXPECT_TRUE(std::filesystem::path(path).is_absolute());
+    EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::path(path)));
     // The tests have the port linked in: its module is the program.
     char16_t own[4096];
     EXPECT_EQ(std::u16string(own, GetModuleFileNameW(OwnModule(), own, 4096)), path);
@@ -66,12 +65,12 @@ TEST(System, ProgramsStartWithTheirArguments) {
         GTEST_SKIP() << "the rest uses a program of Linux";
     }
     const std::u16string made = folder.Path(u"made");
-    ASSERT_TRUE(StartProgram(u"/bin/sh", u"-c  \"printf '<%s>' \"$@\"$0\" > " + made + u"\" a\tb"))
-        << GetLastError();
-    for (int i = 0; i < 500 && support::ReadWhole(made).size() < 3; ++i) {
+    ASSERT_TRUE(StartProgram(u"/bin/sh",
+                             u"-c  \"printf '<%s>' $0 $# > " + made + u"\" a\t\"b c\" d\"\"e "));
+    for (int i = 0; i < 500 && support::ReadWhole(made) != "<a><2>"; ++i) {
         Sleep(10);
     }
-    EXPECT_EQ(support::ReadWhole(made), "<b><a>");
+    EXPECT_EQ(support::ReadWhole(made), "<a><2>");
 }
 
 TEST(System, LinuxFilesHaveNoVersion) {

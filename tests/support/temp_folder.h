@@ -8,15 +8,15 @@
 
 namespace support {
 
-// Makes a new empty folder and removes it with all its content, read-only entries
+// Makes a new empty folder below `parent` and removes it with all its content, read-only entries
 // included. Throws std::filesystem::filesystem_error when it cannot be made.
 class CTempFolder {
 public:
-    CTempFolder() {
+    explicit CTempFolder(
+        const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
         std::random_device random;
         do {
-            m_path = std::filesystem::temp_directory_path() /
-                     ("zorel_test_" + std::to_string(random()) + std::to_string(random()));
+            m_path = parent / ("zorel_test_" + std::to_string(random()) + std::to_string(random()));
         } while (!std::filesystem::create_directory(m_path));
     }
     CTempFolder(const CTempFolder&) = delete;
