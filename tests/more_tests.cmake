@@ -38,3 +38,12 @@ endif()
 
 # What the thread sanitizer has to see: tests with the label tsan, built by this target.
 add_custom_target(tsan_tests)
+
+# The command-line client, compared with what the file system says.
+if(NOT WIN32 AND TARGET oibidx)
+  find_package(Python3 REQUIRED COMPONENTS Interpreter)
+  add_test(NAME tools/oibidx
+    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/tools/oibidx_test.py
+            $<TARGET_FILE:oibidx>)
+  set_tests_properties(tools/oibidx PROPERTIES TIMEOUT 300 LABELS tools)
+endif()

@@ -19,7 +19,7 @@ namespace zorel::tools {
 
 namespace {
 
-constexpr std::size_t kOpenLevels = 64;
+constexpr std::size_t kOpenLevels = 16;
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
 
 char AsciiUpper(char c) {

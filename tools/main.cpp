@@ -33,7 +33,7 @@ struct DeclaredCommand {
 
 std::vector<DeclaredCommand> DeclareCommands(CLI::App& app) {
     app.set_version_flag("--version", "oibidx " OIBIDX_VERSION);
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.footer(
         "Exit codes: 0 success, 1 nothing found, 2 failure. 'oibidx COMMAND --help' tells\n"
         "more about a command.");
@@ -72,6 +72,7 @@ EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
             return declared.command->Run(output);
         }
     }
+    Complain("Which command? Run with --help for more information.");
     return kExitFailure;
 }
 

@@ -104,6 +104,9 @@ public:
 
     EExitCode Run(COutput& output) override {
         CDescriptor start = OpenFolder(m_folder);
+        while (m_catalogue.size() > 1 && m_catalogue.ends_with('/')) {
+            m_catalogue.pop_back();
+        }
         const CInterruptGuard guard;
         CreateFolders(m_catalogue);
         CCatalogueWriter writer(VolumeFilePath(m_catalogue, Letter()));

@@ -221,13 +221,13 @@ class ScanAndBrowse(ClientTest):
         self.assertEqual(tables[3], ((2, 2, 2), [account]))
 
     def test_deep_trees_need_few_descriptors(self):
-        depth, here = 3000, os.getcwd()
+        depth, here = 300, os.getcwd()
         os.chdir(self.tree)
         for i in range(depth):
-            os.mkdir(f"level{i}")
+            os.mkdir(f"level-number-{i}")
             os.mkdir("after")  # visited on the way out as well as on the way in
             os.mkdir("zulu")
-            os.chdir(f"level{i}")
+            os.chdir(f"level-number-{i}")
         open("bottom", "w").close()
         os.chdir(here)
         done = run("scan", self.tree, "-o", self.catalogue,
@@ -237,8 +237,8 @@ class ScanAndBrowse(ClientTest):
         place = 0
         for i in range(depth):
             below = {name: k for k, (name, parent) in enumerate(folders) if parent == place and k}
-            self.assertEqual(sorted(below), ["after", f"level{i}", "zulu"])
-            place = below[f"level{i}"]
+            self.assertEqual(sorted(below), ["after", f"level-number-{i}", "zulu"])
+            place = below[f"level-number-{i}"]
         self.assertEqual(read_catalogue(self.data_file)[1][1][0][:2], ["bottom", place])
 
     def test_folders_that_cannot_be_read_are_counted(self):
