@@ -1,8 +1,13 @@
 #include "server/co_oib_idx_lib.h"
 
 #include "frame/automation_conversions.h"
+#include "frame/conversions.h"
 #include "frame/errors.h"
 #include "idxdata/co_oib_df_browser.h"
+#include "mtf/co_mtf_bsession_meta_file.h"
+#include "mtf/co_mtf_meta_file.h"
+#include "mtf/co_mtf_publication_meta_file_reader.h"
+#include "mtf/co_mtf_publication_ordering_info.h"
 #include "platform/bstr.h"
 #include "tdf/wildcard.h"
 
@@ -17,6 +22,20 @@ constexpr OLECHAR kProgId[] = {u'Z', u'o', u'r', u'e', u'l', u'O', u'i', u'b', u
 [[noreturn]] void ThrowNotBuilt(std::u16string_view method) {
     throw frame::CExc(u"The method %1 is not available in this version of the library.", {method},
                       E_NOTIMPL);
+}
+
+mtf::EMtfOpenMode ToOpenMode(INT mode) {
+    switch (mode) {
+        case EIdxMetaLoad:
+            return mtf::EMtfOpenMode::EMtfLoad;
+        case EIdxMetaOpenRW:
+            return mtf::EMtfOpenMode::EMtfOpenRW;
+        case EIdxMetaCreateNewDetached:
+            return mtf::EMtfOpenMode::EMtfCreateNewDetached;
+        default:
+            throw frame::CExc(u"Unknown meta-file open mode: %1.", {frame::IntToString(mode)},
+                              E_FAIL);
+    }
 }
 
 }  // namespace
@@ -57,8 +76,9 @@ HRESULT CCoOibIdxLib::CreateMetaFile(BSTR metaFilePath, INT openMode, IMtfMetaFi
         if (metaFilePath == nullptr || ppMetaFile == nullptr) {
             return E_INVALIDARG;
         }
-        static_cast<void>(openMode);
-        ThrowNotBuilt(u"CreateMetaFile");
+        return HandOutMetaFile(
+            mtf::CMtfOpenedMetaFile::Open(platform::TextOf(metaFilePath), ToOpenMode(openMode)),
+            ppMetaFile);
     });
 }
 
@@ -67,7 +87,9 @@ HRESULT CCoOibIdxLib::IsMetaFileExists(BSTR metaFilePath, VARIANT_BOOL* pbFileEx
         if (metaFilePath == nullptr || pbFileExists == nullptr) {
             return E_INVALIDARG;
         }
-        ThrowNotBuilt(u"IsMetaFileExists");
+        *pbFileExists =
+            frame::ToVariantBool(mtf::CMtfMetaFile::Exists(platform::TextOf(metaFilePath)));
+        return S_OK;
     });
 }
 
@@ -165,8 +187,10 @@ HRESULT CCoOibIdxLib::CreateBSessionMetaFile(BSTR metaFilePath, INT openMode,
         if (metaFilePath == nullptr || ppMetaFile == nullptr) {
             return E_INVALIDARG;
         }
-        static_cast<void>(openMode);
-        ThrowNotBuilt(u"CreateBSessionMetaFile");
+        const auto object = frame::CreateInstance<CCoMtfBSessionMetaFile>(
+            u"Instance of the CCoMtfBSessionMetaFile cannot be initialized.",
+            mtf::CBSessionMetaFile::Open(platform::TextOf(metaFilePath), ToOpenMode(openMode)));
+        return frame::HandOut(object, ppMetaFile);
     });
 }
 
@@ -176,8 +200,8 @@ HRESULT CCoOibIdxLib::LoadPublicationOrderingInfo(BSTR pubFilePath,
         if (pubFilePath == nullptr) {
             return E_INVALIDARG;
         }
-        static_cast<void>(ppOrderingInfo);
-        ThrowNotBuilt(u"LoadPublicationOrderingInfo");
+        return HandOutOrderingInfo(mtf::CPubOrderingInfo::Load(platform::TextOf(pubFilePath)),
+                                   ppOrderingInfo);
     });
 }
 
@@ -187,7 +211,11 @@ HRESULT CCoOibIdxLib::LoadPublication(BSTR metaFilePath,
         if (metaFilePath == nullptr || ppPubReader == nullptr) {
             return E_INVALIDARG;
         }
-        ThrowNotBuilt(u"LoadPublication");
+        // The message names the wrong class on purpose.
+        const auto reader = frame::CreateInstance<CCoMtfPublicationMetaFileReader>(
+            u"Instance of the CCoMtfAddBSessionCmdAccessor cannot be initialized.",
+            mtf::CPublication::Load(platform::TextOf(metaFilePath)));
+        return frame::HandOut(reader, ppPubReader);
     });
 }
 

@@ -1,0 +1,121 @@
+#include "mtf/co_mtf_add_bsession_cmd_accessor.h"
+
+#include <array>
+
+#include "platform/bstr.h"
+
+namespace coClasses {
+
+namespace {
+
+// Keys and positions are unsigned: negative numbers become huge ones.
+std::uint64_t Unsigned(INT number) {
+    return static_cast<std::uint64_t>(std::int64_t{number});
+}
+
+struct TextOut {
+    std::u16string_view text;
+    BSTR* out;
+};
+
+// Hands out all texts, or none when memory runs out.
+template <std::size_t kCount>
+void HandOutTexts(const TextOut (&texts)[kCount]) {
+    std::array<platform::CBstr, kCount> copies;
+    for (std::size_t i = 0; i < kCount; ++i) {
+        copies[i].Reset(platform::NewBstr(texts[i].text));
+    }
+    for (std::size_t i = 0; i < kCount; ++i) {
+        *texts[i].out = copies[i].Detach();
+    }
+}
+
+}  // namespace
+
+mtf::CAddBSessionData& CCoMtfAddBSessionCmdAccessor::Session(INT cmdId) {
+    return m_publication->commands.GetOrCreate(Unsigned(cmdId)).ObtainAddBSession();
+}
+
+mtf::CRetargetedOibGroup& CCoMtfAddBSessionCmdAccessor::Group(INT cmdId, INT groupId) {
+    return Session(cmdId).groups.At(Unsigned(groupId));
+}
+
+HRESULT CCoMtfAddBSessionCmdAccessor::GetRetargetedOibGroupsNum(INT cmdId, INT* pCount) {
+    return Locked([&]() -> HRESULT {
+        if (pCount == nullptr) {
+            return E_INVALIDARG;
+        }
+        *pCount = static_cast<INT>(Session(cmdId).groups.Count());
+        return S_OK;
+    });
+}
+
+HRESULT CCoMtfAddBSessionCmdAccessor::GetOibsNumInRetargetedOibGroup(INT cmdId, INT groupId,
+                                                                     INT* pCount) {
+    return Locked([&]() -> HRESULT {
+        if (pCount == nullptr) {
+            return E_INVALIDARG;
+        }
+        *pCount = static_cast<INT>(Group(cmdId, groupId).oibs.Count());
+        return S_OK;
+    });
+}
+
+HRESULT CCoMtfAddBSessionCmdAccessor::GetBackupFilesNumInRetargetedOibGroup(INT cmdId, INT groupId,
+                                                                            INT* pCount) {
+    return Locked([&]() -> HRESULT {
+        if (pCount == nullptr) {
+            return E_INVALIDARG;
+        }
+        *pCount = static_cast<INT>(Group(cmdId, groupId).backupFiles.Count());
+        return S_OK;
+    });
+}
+
+HRESULT CCoMtfAddBSessionCmdAccessor::GetOibRef(INT cmdId, INT groupId, INT oibId, BSTR* pVmName,
+                                                BSTR* pBackupTimeUtc, GUID* pOibId,
+                                                BSTR* pOibOrigin, BSTR* pPlatform) {
+    return Locked([&]() -> HRESULT {
+        if (frame::AnyNull(pVmName, pBackupTimeUtc, pOibId, pOibOrigin, pPlatform)) {
+            return E_INVALIDARG;
+        }
+        const mtf::CPubOibRef& oib = Group(cmdId, groupId).oibs.At(Unsigned(oibId));
+        HandOutTexts({{oib.vmName, pVmName},
+                      {oib.backupTimeUtc, pBackupTimeUtc},
+                      {oib.origin, pOibOrigin},
+                      {oib.platform, pPlatform}});
+        *pOibId = oib.oibUid;
+        return S_OK;
+    });
+}
+
+HRESULT CCoMtfAddBSessionCmdAccessor::GetBackupFile(INT cmdId, INT groupId, INT fileId,
+                                                    BSTR* pBackupSrv, BSTR* pPath,
+                                                    BSTR* pModificationTimeUTC) {
+    return Locked([&]() -> HRESULT {
+        if (frame::AnyNull(pBackupSrv, pPath, pModificationTimeUTC)) {
+            return E_INVALIDARG;
+        }
+        const mtf::CPubBackupFile& file = Group(cmdId, groupId).backupFiles.At(Unsigned(fileId));
+        HandOutTexts({{file.server, pBackupSrv},
+                      {file.path, pPath},
+                      {file.modifyDateUtc, pModificationTimeUTC}});
+        return S_OK;
+    });
+}
+
+HRESULT CCoMtfAddBSessionCmdAccessor::GetBSessionInfo(INT cmdId, BSTR* pJobName,
+                                                      BSTR* pBackupServer, BSTR* pSessionDateUtc) {
+    return Locked([&]() -> HRESULT {
+        if (frame::AnyNull(pJobName, pBackupServer, pSessionDateUtc)) {
+            return E_INVALIDARG;
+        }
+        const mtf::CAddBSessionData& session = Session(cmdId);
+        HandOutTexts({{session.jobName, pJobName},
+                      {session.backupServer, pBackupServer},
+                      {session.sessionDateUtc, pSessionDateUtc}});
+        return S_OK;
+    });
+}
+
+}  // namespace coClasses

@@ -1,0 +1,167 @@
+#include "mtf/publication.h"
+
+#include <span>
+#include <utility>
+
+#include "frame/conversions.h"
+#include "frame/errors.h"
+#include "mtf/attr_lines.h"
+#include "mtf/path_elements.h"
+
+namespace mtf {
+
+namespace {
+
+using frame::EqualsNoCase;
+using frame::StartsWithNoCase;
+
+constexpr std::u16string_view kLocalTime = u"Publication.LocalTime";
+constexpr std::u16string_view kUtcTime = u"Publication.UTCTime";
+
+// Where the parts of a command attribute stand in its path.
+enum EElement : std::size_t {
+    kCommandNumber = 1,
+    kCommandAttr = 2,
+    kGroupNumber = 3,
+    kGroupAttr = 4,
+    kItemNumber = 5,
+    kItemAttr = 6,
+};
+
+template <class Record>
+using FieldNames = std::span<const std::pair<std::u16string_view, std::u16string Record::*>>;
+
+template <class Record>
+using FieldName = std::pair<std::u16string_view, std::u16string Record::*>;
+
+constexpr FieldName<CPubBackupFile> kBackupFileFields[] = {
+    {u"Server", &CPubBackupFile::server},
+    {u"Path", &CPubBackupFile::path},
+    {u"ModifyDateUtc", &CPubBackupFile::modifyDateUtc},
+};
+constexpr FieldName<CPubOibRef> kOibFields[] = {
+    {u"VmName", &CPubOibRef::vmName},
+    {u"BackupTimeUtc", &CPubOibRef::backupTimeUtc},
+    {u"Origin", &CPubOibRef::origin},
+    {u"Platform", &CPubOibRef::platform},
+};
+constexpr FieldName<CAddBSessionData> kSessionFields[] = {
+    {u"BackupServer", &CAddBSessionData::backupServer},
+    {u"SessionDateUtc", &CAddBSessionData::sessionDateUtc},
+    {u"JobName", &CAddBSessionData::jobName},
+};
+
+// A name that is not in the list is ignored.
+template <class Record>
+void StoreField(FieldNames<Record> fields, Record& record, std::u16string_view name,
+                std::u16string_view value) {
+    for (const auto& [fieldName, member] : fields) {
+        if (EqualsNoCase(name, fieldName)) {
+            record.*member = value;
+            return;
+        }
+    }
+}
+
+// Negative numbers become huge keys.
+std::uint64_t KeyAt(const CMtfPathElements& path, std::size_t index) {
+    return static_cast<std::uint64_t>(std::int64_t{frame::StringToInt(path.At(index))});
+}
+
+// The path's elements are read in this order and no further than needed: which of them is
+// missing decides about the failure.
+void StoreGroupAttr(CRetargetedOibGroup& group, const CMtfPathElements& path,
+                    std::u16string_view value) {
+    const std::u16string_view kind = path.At(kGroupAttr);
+    if (EqualsNoCase(kind, u"BackupFile")) {
+        CPubBackupFile& file = group.backupFiles.GetOrCreate(KeyAt(path, kItemNumber));
+        StoreField<CPubBackupFile>(kBackupFileFields, file, path.At(kItemAttr), value);
+    } else if (EqualsNoCase(kind, u"OIB")) {
+        CPubOibRef& oib = group.oibs.GetOrCreate(KeyAt(path, kItemNumber));
+        if (EqualsNoCase(path.At(kItemAttr), u"OibUID")) {
+            oib.oibUid = frame::StringToGuid(value);
+        } else {
+            StoreField<CPubOibRef>(kOibFields, oib, path.At(kItemAttr), value);
+        }
+    }
+}
+
+void StoreSessionAttr(CAddBSessionData& data, const CMtfPathElements& path,
+                      std::u16string_view value) {
+    if (EqualsNoCase(path.At(kCommandAttr), u"grp")) {
+        StoreGroupAttr(data.groups.GetOrCreate(KeyAt(path, kGroupNumber)), path, value);
+    } else {
+        StoreField<CAddBSessionData>(kSessionFields, data, path.At(kCommandAttr), value);
+    }
+}
+
+// Attributes before the type are kept; the first type decides what happens to the rest.
+void StoreCommandAttr(CPublication& publication, std::u16string_view name,
+                      std::u16string_view value) {
+    const CMtfPathElements path(name);
+    CPubCommand& command = publication.commands.GetOrCreate(KeyAt(path, kCommandNumber));
+    if (command.isAddBSession) {
+        StoreSessionAttr(command.ObtainAddBSession(), path, value);
+    } else if (!command.type.empty()) {
+        return;
+    } else if (EqualsNoCase(path.At(kCommandAttr), u"Type")) {
+        command.type = value;
+        command.isAddBSession = EqualsNoCase(value, u"AddBSession");
+    } else {
+        StoreSessionAttr(command.ObtainAddBSession(), path, value);
+    }
+}
+
+// Names are matched by their beginnings here, unlike where only the times are read; kept
+// on purpose.
+void StoreAttr(CPublication& publication, CPubOrderingInfo& orderingInfo,
+               const CMtfAttrLine& attr) {
+    if (StartsWithNoCase(attr.name, u"cmd")) {
+        frame::WithContext(u"Failed to parse attribute, path '%1', value '%2'.",
+                           {attr.name, attr.value},
+                           [&] { StoreCommandAttr(publication, attr.name, attr.value); });
+    } else if (StartsWithNoCase(attr.name, kLocalTime)) {
+        orderingInfo.localTime = attr.value;
+    } else if (StartsWithNoCase(attr.name, kUtcTime)) {
+        orderingInfo.utcTime = attr.value;
+    }
+}
+
+}  // namespace
+
+CAddBSessionData& CPubCommand::ObtainAddBSession() {
+    if (addBSession == nullptr) {
+        addBSession = std::make_unique<CAddBSessionData>();
+    }
+    return *addBSession;
+}
+
+std::shared_ptr<const CPubOrderingInfo> CPubOrderingInfo::Load(std::u16string_view path) {
+    return frame::WithContext(u"Failed to load publication date/time (%1).", {path}, [&] {
+        const auto file = CMtfMetaFile::Open(path, EMtfOpenMode::EMtfLoad);
+        auto info = std::make_shared<CPubOrderingInfo>();
+        ForEachAttrLine(*file->GetLines(), [&](const CMtfAttrLine& attr) {
+            if (EqualsNoCase(attr.name, kLocalTime)) {
+                info->localTime = attr.value;
+            } else if (EqualsNoCase(attr.name, kUtcTime)) {
+                info->utcTime = attr.value;
+            }
+        });
+        return info;
+    });
+}
+
+std::shared_ptr<CPublication> CPublication::Load(std::u16string_view path) {
+    const auto publication = std::make_shared<CPublication>();
+    const auto orderingInfo = std::make_shared<CPubOrderingInfo>();
+    publication->orderingInfo = orderingInfo;
+    publication->file = CMtfMetaFile::Open(path, EMtfOpenMode::EMtfLoad);
+    frame::WithContext(u"Failed to parse content of the publication '%1'.", {path}, [&] {
+        ForEachAttrLine(*publication->file->GetLines(), [&](const CMtfAttrLine& attr) {
+            StoreAttr(*publication, *orderingInfo, attr);
+        });
+    });
+    return publication;
+}
+
+}  // namespace mtf
