@@ -22,22 +22,15 @@ bool CFileRecordCursor::Next(FileRecordView& view) {
 // False when no whole record lies in the window.
 bool CFileRecordCursor::NextInWindow(FileRecordView& view) {
     const auto left = static_cast<std::size_t>(m_end - m_at);
-    if (left < kFixedSize) {
+    if (left < FileRecordView::kFixedSize) {
         return false;
     }
-    const auto length = LoadLittle<std::uint32_t>(m_at);
-    const std::size_t nameSize = std::size_t{length} * 2;
-    if (left - kFixedSize < nameSize) {
+    const std::size_t nameSize = std::size_t{LoadLittle<std::uint32_t>(m_at)} * 2;
+    if (left - FileRecordView::kFixedSize < nameSize) {
         return false;
     }
-    const std::byte* fields = m_at + 4 + nameSize;
-    view.nameBytes = m_at + 4;
-    view.nameLength = length;
-    view.dirIndex = LoadLittle<std::int64_t>(fields);
-    view.ownerIndex = LoadLittle<std::uint32_t>(fields + 8);
-    view.modifyTime = LoadLittle<std::int64_t>(fields + 12);
-    view.size = LoadLittle<std::int64_t>(fields + 20);
-    m_at = fields + 28;
+    view = ViewFileRecord(m_at);
+    m_at += FileRecordView::kFixedSize + nameSize;
     return true;
 }
 

@@ -12,6 +12,8 @@ namespace idxdata {
 
 // One file record where it lies. The name's bytes may stand at an odd address.
 struct FileRecordView {
+    static constexpr std::size_t kFixedSize = 4 + 8 + 4 + 8 + 8;  // bytes beside the name
+
     const std::byte* nameBytes;
     std::uint32_t nameLength;  // code units
     std::uint32_t ownerIndex;
@@ -24,6 +26,19 @@ struct FileRecordView {
     }
     void AppendNameTo(std::u16string& text) const;
 };
+
+// The record at an address where a whole one lies.
+inline FileRecordView ViewFileRecord(const std::byte* record) noexcept {
+    FileRecordView view;
+    view.nameLength = LoadLittle<std::uint32_t>(record);
+    view.nameBytes = record + 4;
+    const std::byte* fields = view.nameBytes + std::size_t{view.nameLength} * 2;
+    view.dirIndex = LoadLittle<std::int64_t>(fields);
+    view.ownerIndex = LoadLittle<std::uint32_t>(fields + 8);
+    view.modifyTime = LoadLittle<std::int64_t>(fields + 12);
+    view.size = LoadLittle<std::int64_t>(fields + 20);
+    return view;
+}
 
 // Steps through a Files table over the reader's buffered bytes: the same records, in the
 // same order and with the same failures as CSeqTableReader::ReadRecord gives, without a
@@ -38,8 +53,6 @@ public:
     bool Next(FileRecordView& view);
 
 private:
-    static constexpr std::size_t kFixedSize = 4 + 8 + 4 + 8 + 8;  // bytes beside the name
-
     bool NextInWindow(FileRecordView& view);
     bool Refill();
     void NextThroughRecord(FileRecordView& view);

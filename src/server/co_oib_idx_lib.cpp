@@ -9,7 +9,7 @@
 #include "mtf/co_mtf_publication_meta_file_reader.h"
 #include "mtf/co_mtf_publication_ordering_info.h"
 #include "platform/bstr.h"
-#include "tdf/wildcard.h"
+#include "tdf/co_oib_tdf_search_task.h"
 
 namespace coClasses {
 
@@ -58,8 +58,12 @@ HRESULT CCoOibIdxLib::QueryInterface(REFIID iid, void** object) {
     return m_outer->QueryInterface(iid, object);
 }
 
-ULONG CCoOibIdxLib::AddRef() { return m_outer->AddRef(); }
-ULONG CCoOibIdxLib::Release() { return m_outer->Release(); }
+ULONG CCoOibIdxLib::AddRef() {
+    return m_outer->AddRef();
+}
+ULONG CCoOibIdxLib::Release() {
+    return m_outer->Release();
+}
 
 HRESULT CCoOibIdxLib::InitLogging(BSTR logPath, VARIANT_BOOL bSkipSecure) {
     return Locked([&]() -> HRESULT {
@@ -112,11 +116,17 @@ HRESULT CCoOibIdxLib::GenerateOibTDFs(BSTR binIndexFile, BSTR outpFolder, _FILET
 HRESULT CCoOibIdxLib::FindInOibTDF(BSTR dataFile, BSTR rootPath, BSTR searchStr,
                                    SAFEARRAY** ppResult) {
     return Locked([&]() -> HRESULT {
-        static_cast<void>(dataFile);
-        static_cast<void>(rootPath);
-        static_cast<void>(searchStr);
-        static_cast<void>(ppResult);
-        ThrowNotBuilt(u"FindInOibTDF");
+        if (ppResult == nullptr) {
+            return E_POINTER;
+        }
+        tdf::CTextDataSearcher searcher;
+        searcher.Search(platform::TextOf(dataFile), platform::TextOf(rootPath),
+                        platform::TextOf(searchStr));
+        const tdf::CLineStore& lines = searcher.GetResults();
+        *ppResult = frame::StringsToSafeArray(lines.size(), [&](std::size_t i) {
+                        return lines[i];
+                    }).Detach();
+        return S_OK;
     });
 }
 
@@ -140,8 +150,11 @@ HRESULT CCoOibIdxLib::FindInOibTDF2(BSTR dataFile, SearchSpec* srchSpec,
         if (dataFile == nullptr || srchSpec == nullptr) {
             return E_INVALIDARG;
         }
-        static_cast<void>(pSearchTask);
-        ThrowNotBuilt(u"FindInOibTDF2");
+        const auto task = frame::CreateInstance<CCoOibTDFSearchTask>(
+            u"Instance of the CCoOibTDFSearchTask() cannot be initialized.",
+            platform::TextOf(dataFile), *srchSpec);
+        frame::HandOut(task, pSearchTask);
+        return S_OK;
     });
 }
 
@@ -163,10 +176,8 @@ HRESULT CCoOibIdxLib::IsWildcardMatch(BSTR line, BSTR pattern, VARIANT_BOOL* pRe
         if (line == nullptr || pattern == nullptr || pResult == nullptr) {
             return E_INVALIDARG;
         }
-        const tdf::CutLineParts parts = tdf::CutLine(platform::TextOf(line));
-        const std::u16string_view wildcard = platform::TextOf(pattern);
-        const bool floating = tdf::Floats(wildcard, tdf::EStarRule::LeadingStar);
-        *pResult = frame::ToVariantBool(tdf::MatchWildcard(parts.name, wildcard, floating));
+        *pResult = frame::ToVariantBool(tdf::CTextDataSearcher::IsWildcardMatch(
+            platform::TextOf(line), platform::TextOf(pattern)));
         return S_OK;
     });
 }

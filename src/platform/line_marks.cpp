@@ -1,0 +1,94 @@
+#include "platform/line_marks.h"
+
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace platform {
+
+namespace {
+
+constexpr char16_t kByteOrderMark = u'\uFEFF';
+
+char16_t UnitAt(const std::byte* units, std::size_t i) noexcept {
+    char16_t unit;
+    std::memcpy(&unit, units + 2 * i, sizeof unit);
+    return unit;
+}
+
+}  // namespace
+
+void MarkLinesPlainly(const std::byte* units, std::size_t count, LineMarks* marks) noexcept {
+    for (std::size_t i = 0; i < count; ++i) {
+        LineMarks& block = marks[i / LineMarks::kUnits];
+        if (i % LineMarks::kUnits == 0) {
+            block = {};
+        }
+        const std::uint64_t bit = std::uint64_t{1} << (i % LineMarks::kUnits);
+        const char16_t unit = UnitAt(units, i);
+        block.lineFeeds |= unit == u'\n' ? bit : 0;
+        block.backslashes |= unit == u'\\' ? bit : 0;
+        block.dropped |= unit == u'\r' || unit == kByteOrderMark ? bit : 0;
+    }
+}
+
+#if defined(__SSE2__)
+
+namespace {
+
+constexpr std::size_t kLanes = 16;  // code units, once packed into bytes
+
+__m128i LoadAt(const std::byte* units, std::size_t i) noexcept {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + 2 * i));
+}
+
+std::uint64_t Equal(__m128i bytes, char value) noexcept {
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(value))));
+}
+
+std::uint64_t ByteOrderMarks(__m128i low, __m128i high) noexcept {
+    const __m128i mark = _mm_set1_epi16(static_cast<short>(kByteOrderMark));
+    return static_cast<unsigned>(_mm_movemask_epi8(
+        _mm_packs_epi16(_mm_cmpeq_epi16(low, mark), _mm_cmpeq_epi16(high, mark))));
+}
+
+// Packing saturates: units of 0x80 to 0x7FFF become bytes of 0x80 and above, those from
+// 0x8000 on become 0, so that only these can hide a byte order mark.
+void MarkBlock(const std::byte* units, LineMarks& block) noexcept {
+    LineMarks marks{};
+    for (std::size_t i = 0; i < LineMarks::kUnits; i += kLanes) {
+        const __m128i low = LoadAt(units, i);
+        const __m128i high = LoadAt(units, i + kLanes / 2);
+        const __m128i bytes = _mm_packus_epi16(low, high);
+        std::uint64_t dropped = Equal(bytes, '\r');
+        if (Equal(bytes, 0) != 0) {
+            dropped |= ByteOrderMarks(low, high);
+        }
+        marks.lineFeeds |= Equal(bytes, '\n') << i;
+        marks.backslashes |= Equal(bytes, '\\') << i;
+        marks.dropped |= dropped << i;
+    }
+    block = marks;
+}
+
+}  // namespace
+
+void MarkLines(const std::byte* units, std::size_t count, LineMarks* marks) noexcept {
+    std::size_t i = 0;
+    for (; count - i >= LineMarks::kUnits; i += LineMarks::kUnits) {
+        MarkBlock(units + 2 * i, marks[i / LineMarks::kUnits]);
+    }
+    MarkLinesPlainly(units + 2 * i, count - i, marks + i / LineMarks::kUnits);
+}
+
+#else
+
+void MarkLines(const std::byte* units, std::size_t count, LineMarks* marks) noexcept {
+    MarkLinesPlainly(units, count, marks);
+}
+
+#endif
+
+}  // namespace platform

@@ -1,0 +1,164 @@
+#include "tdf/bin_data_searcher.h"
+
+#include "frame/conversions.h"
+#include "frame/errors.h"
+#include "frame/file_system.h"
+#include "tdf/root_folder_set.h"
+#include "tdf/tick_limits.h"
+
+namespace tdf {
+
+namespace {
+
+// The criteria, made ready once for a search of all volumes.
+struct PreparedSearch {
+    explicit PreparedSearch(const SearchCriteria& criteria)
+        : rootPath(criteria.rootPath),
+          pattern(criteria.namePattern, criteria.starRule),
+          sizeLimits(criteria.sizeLimits),
+          // Lowered, so that a name whose ending has capital letters is not permitted.
+          extensions(!criteria.permittedExtensions.empty(),
+                     frame::ToLowerAscii(criteria.permittedExtensions)) {
+        if (!criteria.owner.empty()) {
+            owner.emplace(criteria.owner);
+        }
+        if (criteria.timeLimits) {
+            tickLimits.emplace(*criteria.timeLimits);
+        }
+    }
+
+    std::u16string_view rootPath;
+    CWildcardPattern pattern;
+    std::optional<COwnerFilter> owner;
+    std::optional<CTickLimits> tickLimits;
+    std::optional<SizeLimits> sizeLimits;
+    idxdata::CExtensionFilter extensions;
+};
+
+}  // namespace
+
+// The search of one volume.
+class CBinDataSearcher::CVolumeSearch {
+public:
+    CVolumeSearch(const PreparedSearch& search, CVolumeCatalogue& volume,
+                  std::uint32_t volumeNumber, std::vector<Result>& results)
+        : m_search(search), m_volume(volume), m_number(volumeNumber), m_results(results) {}
+
+    void Run() {
+        if (ChooseOwner() && ChooseFolders()) {
+            if (const CNameIndex* names = m_volume.Names()) {
+                RunOver(*names);
+            } else {
+                RunOverTable();
+            }
+        }
+    }
+
+private:
+    // The owners and the folders are read even where nothing asks for them, so that damage
+    // shows. False when the volume holds nothing to find.
+    bool ChooseOwner() {
+        const COwnerList& owners = m_volume.Owners();
+        if (m_search.owner) {
+            m_owner = owners.Find(*m_search.owner);
+        }
+        return m_owner.has_value() || !m_search.owner;
+    }
+    bool ChooseFolders() {
+        const std::vector<Folder>& folders = m_volume.Folders().Folders();
+        if (!m_search.rootPath.empty()) {
+            m_root.emplace(folders, m_search.rootPath);
+        }
+        return !m_root || !m_root->IsEmpty();
+    }
+
+    void RunOver(const CNameIndex& names) {
+        const CNameProbe probe(m_search.pattern, names);
+        for (std::size_t i = names.Next(0, probe); i < names.Count();
+             i = names.Next(i + 1, probe)) {
+            Test(names.RecordAt(i), i, probe.IsExact());
+        }
+    }
+    void RunOverTable() {
+        idxdata::CSeqTableReader table = m_volume.OpenFiles();
+        idxdata::CFileRecordCursor cursor(table);
+        idxdata::FileRecordView file{};
+        for (std::uint64_t i = 0; cursor.Next(file); ++i) {
+            Test(file, i, false);
+        }
+    }
+
+    void Test(const idxdata::FileRecordView& file, std::uint64_t number, bool nameFits) {
+        if (!Accepts(file, nameFits)) {
+            return;
+        }
+        if (!m_volume.Folders().LeadsToRoot(file.dirIndex)) {
+            ThrowBadFolder(file.dirIndex, number);
+        }
+        m_results.push_back({file.nameBytes - sizeof file.nameLength, m_number});
+    }
+    // The time comes behind the tests that need none: it fails only for a file that they
+    // let pass.
+    bool Accepts(const idxdata::FileRecordView& file, bool nameFits) {
+        return (!m_owner || file.ownerIndex == *m_owner) &&
+               (!m_root || m_root->Contains(file.dirIndex)) &&
+               (nameFits || m_search.pattern.Match(file.nameBytes, file.nameLength)) &&
+               IsPermitted(file) &&
+               !(m_search.tickLimits && m_search.tickLimits->Rejects(file.modifyTime)) &&
+               !(m_search.sizeLimits && m_search.sizeLimits->Rejects(file.size));
+    }
+    bool IsPermitted(const idxdata::FileRecordView& file) {
+        if (!m_search.extensions.IsEnabled()) {
+            return true;
+        }
+        m_name.clear();
+        file.AppendNameTo(m_name);
+        return m_search.extensions.IsPermitted(m_name);
+    }
+    [[noreturn]] void ThrowBadFolder(std::int64_t folder, std::uint64_t number) {
+        const bool exists = m_volume.Folders().Exists(folder);
+        throw frame::CExc(
+            exists ? u"The file record %1 of the volume %2 lies in the folder %3, whose parents do "
+                     u"not lead to the root folder."
+                   : u"The file record %1 of the volume %2 lies in the folder %3, which the volume "
+                     u"does not have.",
+            {frame::UInt64ToString(number), m_volume.Key(), frame::Int64ToString(folder)},
+            frame::kInvalidArg);
+    }
+
+    const PreparedSearch& m_search;
+    CVolumeCatalogue& m_volume;
+    std::uint32_t m_number;
+    std::vector<Result>& m_results;
+    std::optional<std::uint32_t> m_owner;
+    std::optional<CRootFolderSet> m_root;
+    std::u16string m_name;
+};
+
+void CBinDataSearcher::Search() {
+    const PreparedSearch search(m_criteria);
+    for (std::size_t i = 0; i < m_volumes.size(); ++i) {
+        CVolumeSearch(search, *m_volumes[i], static_cast<std::uint32_t>(i), m_results).Run();
+    }
+}
+
+void CBinDataSearcher::GetResultRecord(std::int32_t index, ResultRecord& record) {
+    if (index < 0 || static_cast<std::size_t>(index) >= m_results.size()) {
+        throw frame::CExc(u"Index is out of bounds in CBinDataSearcher::GetResultRecord",
+                          frame::kInvalidArg);
+    }
+    const Result& result = m_results[static_cast<std::size_t>(index)];
+    CVolumeCatalogue& volume = *m_volumes[result.volume];
+    const idxdata::FileRecordView file = idxdata::ViewFileRecord(result.record);
+    record.fileName = volume.Folders().PathOf(file.dirIndex);
+    file.AppendNameTo(record.fileName);
+    if (file.nameLength > 0) {
+        // Like every name that is joined to a path, it loses one separator at its end.
+        record.fileName.resize(frame::StripTrailingSeparator(record.fileName).size());
+    }
+    record.modifyTime = DateOfTicks(file.modifyTime);
+    record.size = file.size;
+    record.owner = volume.Owners().LabelOf(file.ownerIndex);
+}
+
+}  // namespace tdf

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string_view>
+
+#include "frame/com_object.h"
+#include "tdf/bin_data_searcher.h"
+
+namespace coClasses {
+
+// IOibBDFSearchTask over the volumes of one folder. Belongs to one thread at a time.
+class CCoOibBDFSearchTask final : public frame::CCoObject<IOibBDFSearchTask> {
+public:
+    // Loads all volumes; throws what that throws.
+    explicit CCoOibBDFSearchTask(std::u16string_view dataPath);
+
+    HRESULT STDMETHODCALLTYPE GetResult(INT index, SearchResult* srchResult) override;
+    HRESULT STDMETHODCALLTYPE get_ResultsCount(INT* pCount) override;
+    HRESULT STDMETHODCALLTYPE Find(SearchSpec* srchSpec) override;
+
+private:
+    tdf::CBinDataSearcher m_searcher;
+    tdf::CBinDataSearcher::ResultRecord m_record;  // the last one read, for its memory
+};
+
+}  // namespace coClasses

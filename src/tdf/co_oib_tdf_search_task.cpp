@@ -1,0 +1,44 @@
+#include "tdf/co_oib_tdf_search_task.h"
+
+#include "platform/bstr.h"
+
+namespace coClasses {
+
+// Owner and UseSearchServerRule are for the search of binary data only.
+CCoOibTDFSearchTask::CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& spec) {
+    if (spec.UseTimeLimits != VARIANT_FALSE) {
+        m_searcher.SetTimeLimits(spec.ModifyTimeFrom, spec.ModifyTimeTill);
+    }
+    if (spec.UseSizeLimits != VARIANT_FALSE) {
+        m_searcher.SetSizeLimits(spec.SizeFrom, spec.SizeTill);
+    }
+    if (spec.UnrestrictedExtentions != nullptr) {
+        m_searcher.SetUnrestrictedExtensions(platform::TextOf(spec.UnrestrictedExtentions));
+    }
+    m_searcher.Search(dataFile, platform::TextOf(spec.rootPath),
+                      platform::TextOf(spec.FileNamePattern));
+}
+
+// What the record held before is overwritten, not freed.
+HRESULT CCoOibTDFSearchTask::GetResult(INT index, SearchResult* srchResult) {
+    return Unlocked([&]() -> HRESULT {
+        if (srchResult == nullptr) {
+            return E_INVALIDARG;
+        }
+        std::u16string_view fileName;
+        double modifyTime = 0;
+        std::int64_t size = 0;
+        m_searcher.GetResultRecord(index, fileName, modifyTime, size);
+        *srchResult = {platform::NewBstr(fileName), modifyTime, size, nullptr};
+        return S_OK;
+    });
+}
+
+HRESULT CCoOibTDFSearchTask::get_ResultsCount(INT* pCount) {
+    return Unlocked([&] {
+        *pCount = m_searcher.GetResultsCount();
+        return S_OK;
+    });
+}
+
+}  // namespace coClasses

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string_view>
+
+#include "frame/com_object.h"
+#include "tdf/text_data_searcher.h"
+
+namespace coClasses {
+
+// IOibTDFSearchTask over the results of one search of a text data file. Belongs to one
+// thread at a time.
+class CCoOibTDFSearchTask final : public frame::CCoObject<IOibTDFSearchTask> {
+public:
+    // Runs the whole search; throws what it throws.
+    CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& spec);
+
+    HRESULT STDMETHODCALLTYPE GetResult(INT index, SearchResult* srchResult) override;
+    HRESULT STDMETHODCALLTYPE get_ResultsCount(INT* pCount) override;
+
+private:
+    tdf::CTextDataSearcher m_searcher;
+};
+
+}  // namespace coClasses

@@ -1,0 +1,51 @@
+#include "tdf/folded_text.h"
+
+#include <cstdint>
+#include <span>
+
+#include "frame/conversions.h"
+#include "idxdata/byte_order.h"
+
+namespace tdf {
+
+namespace {
+
+constexpr std::size_t kStep = sizeof(std::uint64_t) / sizeof(char16_t);  // units at a time
+
+template <class Number>
+bool Passes(const std::byte* units, const std::u16string& masks, const std::u16string& values,
+            std::size_t i) noexcept {
+    const auto at = [i](const std::u16string& text) {
+        return idxdata::LoadLittle<Number>(std::as_bytes(std::span(text)).data() + 2 * i);
+    };
+    return (idxdata::LoadLittle<Number>(units + 2 * i) | at(masks)) == at(values);
+}
+
+}  // namespace
+
+CFoldedText::CFoldedText(std::u16string_view text) : m_values(frame::ToLowerAscii(text)) {
+    for (const char16_t unit : m_values) {
+        m_masks += unit >= u'a' && unit <= u'z' ? u'\x20' : u'\0';
+    }
+}
+
+bool CFoldedText::IsPrefixOf(const std::byte* units, std::size_t count) const noexcept {
+    const std::size_t size = m_values.size();
+    if (count < size) {
+        return false;
+    }
+    std::size_t i = 0;
+    for (; size - i >= kStep; i += kStep) {
+        if (!Passes<std::uint64_t>(units, m_masks, m_values, i)) {
+            return false;
+        }
+    }
+    for (; i < size; ++i) {
+        if (!Passes<std::uint16_t>(units, m_masks, m_values, i)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace tdf

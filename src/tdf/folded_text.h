@@ -1,0 +1,28 @@
+// A text that others are compared with, without regard to the case of ASCII letters.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace tdf {
+
+// Folded once, then compared with units at any address, in either case.
+class CFoldedText {
+public:
+    explicit CFoldedText(std::u16string_view text);
+
+    bool IsEmpty() const noexcept { return m_values.empty(); }
+    bool IsPrefixOf(const std::byte* units, std::size_t count) const noexcept;
+    bool Equals(const std::byte* units, std::size_t count) const noexcept {
+        return count == m_values.size() && IsPrefixOf(units, count);
+    }
+
+private:
+    // Unit i of the text equals a unit u when u with the bits of m_masks[i] set is
+    // m_values[i].
+    std::u16string m_masks;
+    std::u16string m_values;
+};
+
+}  // namespace tdf

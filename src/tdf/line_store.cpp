@@ -1,0 +1,42 @@
+#include "tdf/line_store.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace tdf {
+
+namespace {
+
+constexpr std::size_t kFirstChunk = 2 * 1024;  // code units
+constexpr std::size_t kLargestChunk = 1024 * 1024;
+
+}  // namespace
+
+// A text that would leave much of a chunk unused gets a chunk of its own.
+char16_t* CLineStore::Reserve(std::size_t length) {
+    if (length > m_free) {
+        const std::size_t usual =
+            std::min(kFirstChunk << std::min<std::size_t>(m_chunks.size(), 9), kLargestChunk);
+        const bool alone = length > usual / 4;
+        const std::size_t units = alone ? length : usual;
+        m_chunks.push_back(std::make_unique_for_overwrite<char16_t[]>(units));
+        if (alone) {
+            return m_chunks.back().get();
+        }
+        m_next = m_chunks.back().get();
+        m_free = units;
+    }
+    m_free -= length;
+    return std::exchange(m_next, m_next + length);
+}
+
+void CLineStore::Add(const std::byte* units, std::size_t length) {
+    char16_t* text = Reserve(length);
+    if (length > 0) {
+        std::memcpy(text, units, 2 * length);
+    }
+    m_lines.emplace_back(text, length);
+}
+
+}  // namespace tdf

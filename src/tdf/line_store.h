@@ -1,0 +1,30 @@
+// Lines kept for later.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace tdf {
+
+// A list of texts, packed one behind the other. Texts stay where they are while more are
+// added.
+class CLineStore {
+public:
+    // Copies `length` units from any address.
+    void Add(const std::byte* units, std::size_t length);
+
+    std::size_t size() const noexcept { return m_lines.size(); }
+    std::u16string_view operator[](std::size_t i) const noexcept { return m_lines[i]; }
+
+private:
+    char16_t* Reserve(std::size_t length);
+
+    std::vector<std::unique_ptr<char16_t[]>> m_chunks;
+    std::size_t m_free = 0;  // code units left at the end of the last chunk
+    char16_t* m_next = nullptr;
+    std::vector<std::u16string_view> m_lines;
+};
+
+}  // namespace tdf

@@ -1,0 +1,74 @@
+#include "tdf/volume_catalogue.h"
+
+#include "frame/errors.h"
+
+namespace tdf {
+
+namespace {
+
+std::u16string LetterOf(std::u16string_view key) {
+    const std::size_t dot = key.find(u'.');
+    const std::size_t at = dot == std::u16string_view::npos ? 0 : dot + 1;
+    return std::u16string(key.substr(at, 1));
+}
+
+}  // namespace
+
+CVolumeCatalogue::CVolumeCatalogue(std::u16string_view key, std::u16string_view path)
+    : m_key(key), m_reader(std::make_shared<idxdata::CBuffFileReader>()) {
+    m_reader->Open(path);
+    IndexNames();
+}
+
+// A damaged Files table is not indexed; a search that comes to it reads it record by
+// record and reports the damage then.
+void CVolumeCatalogue::IndexNames() {
+    try {
+        idxdata::CSeqTableReader table = OpenFiles();
+        m_names = std::make_unique<CNameIndex>(table);
+    } catch (const frame::CExc&) {
+    }
+}
+
+idxdata::CSeqTableReader CVolumeCatalogue::OpenTable(idxdata::EIdxTable table,
+                                                     const idxdata::IRecord& layout) const {
+    m_reader->SetCurFilePos(0);
+    return {m_reader, table, layout};
+}
+
+idxdata::CSeqTableReader CVolumeCatalogue::OpenFiles() const {
+    return OpenTable(idxdata::EIdxTableFiles, rec::CFileRecord());
+}
+
+const COwnerList& CVolumeCatalogue::Owners() {
+    if (!m_owners) {
+        rec::COwnerRecord record;
+        idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableOwners, record);
+        COwnerList owners;
+        while (!table.IsEnd()) {
+            table.ReadRecord(record);
+            owners.Add(record);
+        }
+        m_owners = std::move(owners);
+    }
+    return *m_owners;
+}
+
+CFolderPaths& CVolumeCatalogue::Folders() {
+    if (!m_folders) {
+        rec::CDirRecord record;
+        idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableDirs, record);
+        CFolderPaths folders(LetterOf(m_key) + u":\\");
+        while (!table.IsEnd()) {
+            constexpr std::size_t kLengthSize = 4;  // bytes before a name
+            const std::byte* const at = m_reader->Window(0).data();
+            table.ReadRecord(record);
+            folders.Add({at + kLengthSize, static_cast<std::uint32_t>(record.DirName.size()),
+                         record.ParentDirIndex});
+        }
+        m_folders = std::move(folders);
+    }
+    return *m_folders;
+}
+
+}  // namespace tdf
