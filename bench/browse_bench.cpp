@@ -23,8 +23,8 @@ const SyntheticVolume& VolumeFor(const benchmark::State& state) {
 
 ULONG ListFiles(IOibDFBrowser& browser, const CString& path, bool recursive, BSTR endings) {
     CRef<IOibFilesArray> files;
-    const HRESULT hr = browser.GetFilesEx(path, recursive ? VARIANT_TRUE : VARIANT_FALSE, endings,
-                                          files.Put());
+    const HRESULT hr =
+        browser.GetFilesEx(path, recursive ? VARIANT_TRUE : VARIANT_FALSE, endings, files.Put());
     ULONG count = 0;
     Check(hr == S_OK && files->get_FilesCount(&count) == S_OK, "the listing succeeds");
     return count;
@@ -76,8 +76,7 @@ void GetFilesRecursive(benchmark::State& state) {
     const auto browser = Open(volume);
     const CString root(u"C:");
     bench::RunAgainst(state, bench::PlainPassSeconds(volume.path), [&] {
-        Check(ListFiles(*browser, root, true, nullptr) == volume.files,
-              "GetFilesEx finds all");
+        Check(ListFiles(*browser, root, true, nullptr) == volume.files, "GetFilesEx finds all");
     });
 }
 
@@ -87,8 +86,7 @@ void GetFilesRecursiveByExtension(benchmark::State& state) {
     const CString root(u"C:");
     const CString endings(u".txt; .none");
     bench::RunAgainst(state, bench::PlainPassSeconds(volume.path), [&] {
-        Check(ListFiles(*browser, root, true, endings) == volume.txtFiles,
-              "GetFilesEx filters");
+        Check(ListFiles(*browser, root, true, endings) == volume.txtFiles, "GetFilesEx filters");
     });
 }
 

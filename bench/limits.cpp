@@ -69,6 +69,8 @@ std::uint64_t PeakMemory() {
     return 0;
 }
 
-void ResetPeakMemory() { std::ofstream("/proc/self/clear_refs") << "5"; }
+void ResetPeakMemory() {
+    std::ofstream("/proc/self/clear_refs") << "5";
+}
 
 }  // namespace bench

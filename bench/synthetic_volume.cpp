@@ -22,13 +22,38 @@ constexpr std::uint64_t kFoldersPerMillion = 80'000;
 constexpr std::uint32_t kOwners = 200;
 constexpr int kDeepest = 9;
 
-const std::u16string_view kWords[] = {
-    u"report", u"invoice", u"Budget", u"data", u"index", u"image", u"Copy of", u"draft",
-    u"meeting", u"notes", u"config", u"backup", u"archive", u"Photo", u"module", u"test",
-    u"\u043e\u0442\u0447\u0451\u0442", u"\u8cc7\u6599", u"plan", u"final", u"v2", u"scan",
-    u"letter", u"summary", u"build", u"cache", u"user", u"setup", u"main", u"util"};
-const std::u16string_view kEndings[] = {u".txt", u".docx", u".pdf", u".log", u".txt", u".jpg",
-                                        u".cpp", u".h",    u".xml", u".dat"};
+const std::u16string_view kWords[] = {u"report",
+                                      u"invoice",
+                                      u"Budget",
+                                      u"data",
+                                      u"index",
+                                      u"image",
+                                      u"Copy of",
+                                      u"draft",
+                                      u"meeting",
+                                      u"notes",
+                                      u"config",
+                                      u"backup",
+                                      u"archive",
+                                      u"Photo",
+                                      u"module",
+                                      u"test",
+                                      u"\u043e\u0442\u0447\u0451\u0442",
+                                      u"\u8cc7\u6599",
+                                      u"plan",
+                                      u"final",
+                                      u"v2",
+                                      u"scan",
+                                      u"letter",
+                                      u"summary",
+                                      u"build",
+                                      u"cache",
+                                      u"user",
+                                      u"setup",
+                                      u"main",
+                                      u"util"};
+const std::u16string_view kEndings[] = {u".txt", u".docx", u".pdf", u".log", u".txt",
+                                        u".jpg", u".cpp",  u".h",   u".xml", u".dat"};
 
 // The folder of all volumes of this run.
 class CBenchFolder {

@@ -38,6 +38,13 @@ endif()
 
 # What the thread sanitizer has to see: tests with the label tsan, built by this target.
 add_custom_target(tsan_tests)
+file(GLOB thread_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/threads/*_test.cpp)
+add_executable(threads_tests ${thread_sources})
+target_link_libraries(threads_tests PRIVATE
+  ${ZOREL_LAYER_TARGETS} zorel_test_support zorel_support GTest::gtest_main)
+gtest_discover_tests(threads_tests TEST_PREFIX threads/ DISCOVERY_MODE PRE_TEST
+                     PROPERTIES TIMEOUT 300 LABELS tsan)
+add_dependencies(tsan_tests threads_tests)
 
 # The command-line client, compared with what the file system says.
 if(NOT WIN32 AND TARGET oibidx)

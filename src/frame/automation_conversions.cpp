@@ -36,7 +36,8 @@ void PutString(SAFEARRAY* array, std::size_t index, std::u16string_view text) {
 }  // namespace detail
 
 platform::CSafeArrayPtr StringListToSafeArray(const std::vector<std::u16string>& list) {
-    return StringsToSafeArray(list.size(), [&](std::size_t i) { return std::u16string_view(list[i]); });
+    return StringsToSafeArray(list.size(),
+                              [&](std::size_t i) { return std::u16string_view(list[i]); });
 }
 
 std::vector<std::u16string> SafeArrayToStringList(SAFEARRAY* array) {

@@ -13,7 +13,9 @@ namespace frame {
 
 namespace {
 
-LPCOLESTR AsOleText(const char16_t* text) { return reinterpret_cast<LPCOLESTR>(text); }
+LPCOLESTR AsOleText(const char16_t* text) {
+    return reinterpret_cast<LPCOLESTR>(text);
+}
 
 HRESULT ReportFixedText(const CErrorSource& source, const char16_t* text, HRESULT hr) noexcept {
     ReportError(source, AsOleText(text));

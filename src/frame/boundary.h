@@ -12,16 +12,16 @@ namespace frame {
 
 // Under which name a class reports its errors.
 struct CErrorSource {
-    const IID* iid;            // the identifier that the error information carries
-    LPCOLESTR progId;          // null: no source is set
+    const IID* iid;    // the identifier that the error information carries
+    LPCOLESTR progId;  // null: no source is set
 };
 
 // A callable borrowed for the length of one call.
 class CBodyRef {
 public:
     template <class Body>
-        requires(!std::is_same_v<std::remove_cvref_t<Body>, CBodyRef>)
-    CBodyRef(Body&& body) noexcept
+    requires(!std::is_same_v<std::remove_cvref_t<Body>, CBodyRef>) CBodyRef(Body&& body)
+    noexcept
         : m_body(const_cast<void*>(static_cast<const void*>(std::addressof(body)))),
           m_call([](void* object) -> HRESULT {
               return (*static_cast<std::remove_reference_t<Body>*>(object))();

@@ -20,34 +20,53 @@ std::u16string Digits(Number value, int base) {
     return std::u16string(buffer, end);
 }
 
-bool IsSpace(char16_t c) { return c == u' ' || (c >= u'\t' && c <= u'\r'); }
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
-bool IsBlank(char16_t c) { return c == u' ' || c == u'\t'; }
+bool IsSpace(char16_t c) {
+    return c == u' ' || (c >= u'\t' && c <= u'\r');
+}
+bool IsDigit(char16_t c) {
+    return c >= u'0' && c <= u'9';
+}
+bool IsBlank(char16_t c) {
+    return c == u' ' || c == u'\t';
+}
 
 template <class Signed>
 Signed Clamp(const DecimalPrefix& number) {
     constexpr auto kMax = static_cast<std::uint64_t>(std::numeric_limits<Signed>::max());
     if (number.negative) {
-        return number.magnitude > kMax ? std::numeric_limits<Signed>::min()
-                                       : static_cast<Signed>(-static_cast<Signed>(number.magnitude));
+        return number.magnitude > kMax
+                   ? std::numeric_limits<Signed>::min()
+                   : static_cast<Signed>(-static_cast<Signed>(number.magnitude));
     }
     return static_cast<Signed>(std::min(number.magnitude, kMax));
 }
 
 }  // namespace
 
-std::u16string IntToString(std::int32_t value) { return Digits(value, 10); }
-std::u16string UInt64ToString(std::uint64_t value) { return Digits(value, 10); }
-std::u16string Int64ToString(std::int64_t value) { return Digits(value, 10); }
-std::u16string UIntToHexString(std::uint32_t value) { return u"0x" + Digits(value, 16); }
-std::u16string UInt64ToHexString(std::uint64_t value) { return u"0x" + Digits(value, 16); }
+std::u16string IntToString(std::int32_t value) {
+    return Digits(value, 10);
+}
+std::u16string UInt64ToString(std::uint64_t value) {
+    return Digits(value, 10);
+}
+std::u16string Int64ToString(std::int64_t value) {
+    return Digits(value, 10);
+}
+std::u16string UIntToHexString(std::uint32_t value) {
+    return u"0x" + Digits(value, 16);
+}
+std::u16string UInt64ToHexString(std::uint64_t value) {
+    return u"0x" + Digits(value, 16);
+}
 
 std::u16string UIntToHexString8(std::uint32_t value) {
     const std::u16string digits = Digits(value, 16);
     return u"0x" + std::u16string(8 - digits.size(), u'0') + digits;
 }
 
-std::u16string BoolToString(bool value) { return value ? u"true" : u"false"; }
+std::u16string BoolToString(bool value) {
+    return value ? u"true" : u"false";
+}
 
 DecimalPrefix ReadDecimalPrefix(std::u16string_view text) noexcept {
     DecimalPrefix result;
@@ -120,8 +139,12 @@ GUID StringToGuid(std::u16string_view text) {
     return guid;
 }
 
-std::u16string AnsiToWide(std::string_view text) { return platform::NarrowToWide(text); }
-std::string WideToAnsi(std::u16string_view text) { return platform::WideToNarrow(text); }
+std::u16string AnsiToWide(std::string_view text) {
+    return platform::NarrowToWide(text);
+}
+std::string WideToAnsi(std::u16string_view text) {
+    return platform::WideToNarrow(text);
+}
 
 std::u16string_view TrimLeft(std::u16string_view text) noexcept {
     while (!text.empty() && IsBlank(text.front())) {
@@ -137,7 +160,9 @@ std::u16string_view TrimRight(std::u16string_view text) noexcept {
     return text;
 }
 
-std::u16string_view Trim(std::u16string_view text) noexcept { return TrimLeft(TrimRight(text)); }
+std::u16string_view Trim(std::u16string_view text) noexcept {
+    return TrimLeft(TrimRight(text));
+}
 
 std::u16string ToLowerAscii(std::u16string_view text) {
     std::u16string out(text);

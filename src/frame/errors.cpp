@@ -80,8 +80,8 @@ std::u16string LoadTableString(std::uint32_t stringId, bool* loaded) {
     if (found) {
         return u"ZorelOibIdxLib";
     }
-    return u"Cannot load a string from the strings table. String ID: " +
-           UInt64ToString(stringId) + u"Arguments: %1, %2, %3, %4.";
+    return u"Cannot load a string from the strings table. String ID: " + UInt64ToString(stringId) +
+           u"Arguments: %1, %2, %3, %4.";
 }
 
 HResult HResultFromWin32(std::uint32_t code) noexcept {
@@ -91,7 +91,9 @@ HResult HResultFromWin32(std::uint32_t code) noexcept {
     return static_cast<HResult>(code);
 }
 
-CExc::CExc(std::u16string message, HResult hr) : m_result(hr) { AddMessage(std::move(message)); }
+CExc::CExc(std::u16string message, HResult hr) : m_result(hr) {
+    AddMessage(std::move(message));
+}
 
 CExc::CExc(std::u16string_view text, TextArgs args, HResult hr)
     : CExc(FormatText(text, args), hr) {}
@@ -126,7 +128,9 @@ std::u16string CExc::GetFullMessage() const {
 
 CWin32Exc::CWin32Exc() : CWin32Exc(platform::GetLastError()) {}
 
-CWin32Exc::CWin32Exc(std::uint32_t code) : m_code(code) { PushSystemMessage(); }
+CWin32Exc::CWin32Exc(std::uint32_t code) : m_code(code) {
+    PushSystemMessage();
+}
 
 CWin32Exc::CWin32Exc(std::u16string message, std::uint32_t code)
     : CWin32Exc(code == kLastError ? platform::GetLastError() : code) {

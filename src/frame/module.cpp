@@ -9,10 +9,16 @@ std::atomic<long> g_objects{0};
 std::atomic<long> g_serverLocks{0};
 }  // namespace
 
-void ModuleAddObject() noexcept { ++g_objects; }
-void ModuleReleaseObject() noexcept { --g_objects; }
+void ModuleAddObject() noexcept {
+    ++g_objects;
+}
+void ModuleReleaseObject() noexcept {
+    --g_objects;
+}
 
-void ModuleLockServer() noexcept { ++g_serverLocks; }
+void ModuleLockServer() noexcept {
+    ++g_serverLocks;
+}
 
 void ModuleUnlockServer() noexcept {
     long locks = g_serverLocks.load();
@@ -20,6 +26,8 @@ void ModuleUnlockServer() noexcept {
     }
 }
 
-bool ModuleCanUnload() noexcept { return g_objects.load() == 0 && g_serverLocks.load() == 0; }
+bool ModuleCanUnload() noexcept {
+    return g_objects.load() == 0 && g_serverLocks.load() == 0;
+}
 
 }  // namespace frame

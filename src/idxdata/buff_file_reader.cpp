@@ -35,8 +35,7 @@ void CBuffFileReader::Open(std::u16string_view path) {
         ThrowWin32(u"Cannot get file size CBuffFileReader::Open");
     }
     if (size > kLargestFile) {
-        ThrowWin32(u"Cannot alloc memory CBuffFileReader::Open",
-                   platform::win32err::kNotSupported);
+        ThrowWin32(u"Cannot alloc memory CBuffFileReader::Open", platform::win32err::kNotSupported);
     }
     const auto bytes = static_cast<std::size_t>(size);
     auto content = std::make_unique_for_overwrite<std::byte[]>(bytes);
@@ -70,9 +69,15 @@ const std::byte* CBuffFileReader::Take(std::size_t length) {
     return bytes;
 }
 
-std::uint16_t CBuffFileReader::ReadWord() { return LoadLittle<std::uint16_t>(Take(2)); }
-std::uint32_t CBuffFileReader::ReadDWord() { return LoadLittle<std::uint32_t>(Take(4)); }
-std::int64_t CBuffFileReader::ReadLongLong() { return LoadLittle<std::int64_t>(Take(8)); }
+std::uint16_t CBuffFileReader::ReadWord() {
+    return LoadLittle<std::uint16_t>(Take(2));
+}
+std::uint32_t CBuffFileReader::ReadDWord() {
+    return LoadLittle<std::uint32_t>(Take(4));
+}
+std::int64_t CBuffFileReader::ReadLongLong() {
+    return LoadLittle<std::int64_t>(Take(8));
+}
 
 void CBuffFileReader::ReadString(std::u16string& text) {
     const std::size_t bytes = std::size_t{ReadDWord()} * 2;

@@ -23,8 +23,7 @@ public:
 
 private:
     HRESULT List(BSTR rootPath, bool recursive,
-                 std::optional<std::u16string_view> permittedExtensions,
-                 IOibFilesArray** ppFiles);
+                 std::optional<std::u16string_view> permittedExtensions, IOibFilesArray** ppFiles);
 
     idxdata::CDataFileBrowser m_browser;
 };

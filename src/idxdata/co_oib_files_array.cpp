@@ -12,8 +12,7 @@ namespace coClasses {
 namespace {
 
 platform::CBstr JoinTexts(std::u16string_view a, std::u16string_view b) {
-    platform::CBstr joined(
-        ::SysAllocStringLen(nullptr, static_cast<UINT>(a.size() + b.size())));
+    platform::CBstr joined(::SysAllocStringLen(nullptr, static_cast<UINT>(a.size() + b.size())));
     if (!joined) {
         throw std::bad_alloc();
     }

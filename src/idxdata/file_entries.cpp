@@ -36,7 +36,8 @@ std::u16string_view CListedFolders::LastElementOf(Id folder) const noexcept {
 
 char16_t* CFileEntries::TakeText(std::size_t units) {
     if (units > m_blockLeft) {
-        const std::size_t size = std::max(units, m_blocks.empty() ? std::size_t{1024} : kBlockUnits);
+        const std::size_t size =
+            std::max(units, m_blocks.empty() ? std::size_t{1024} : kBlockUnits);
         m_blocks.push_back(std::make_unique_for_overwrite<char16_t[]>(size));
         m_blockNext = m_blocks.back().get();
         m_blockLeft = size;

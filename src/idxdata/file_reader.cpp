@@ -104,8 +104,7 @@ void CFileReader::Open(std::u16string_view path) {
         platform::CreateFileW(path, platform::kGenericRead, platform::kShareRead,
                               platform::kOpenExisting, platform::kAttributeNormal);
     if (handle == platform::kInvalidFileHandle) {
-        throw frame::CWin32Exc(u"Cannot open file CFileReader::Open",
-                               frame::CWin32Exc::kLastError);
+        throw frame::CWin32Exc(u"Cannot open file CFileReader::Open", frame::CWin32Exc::kLastError);
     }
     m_file.Reset(handle);
     m_path = path;
@@ -179,7 +178,9 @@ std::span<const std::byte> CFileReader::Window(std::size_t wanted) {
     return {m_buffer.get() + m_begin, Buffered()};
 }
 
-void CFileReader::SkipBytes(std::size_t count) { m_begin += count; }
+void CFileReader::SkipBytes(std::size_t count) {
+    m_begin += count;
+}
 
 bool CFileReader::ReadTextString(std::u16string& line) {
     constexpr char16_t kByteOrderMark = u'\uFEFF';

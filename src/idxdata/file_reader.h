@@ -56,10 +56,10 @@ private:
     std::u16string m_path;
     bool m_deleteOnClose = false;
     std::unique_ptr<std::byte[]> m_buffer;
-    std::size_t m_begin = 0;       // of the buffered bytes not yet read
-    std::size_t m_end = 0;         // of the buffered bytes
-    std::int64_t m_filePos = 0;    // file position behind the buffered bytes
-    bool m_atEnd = false;          // the system has said that nothing follows them
+    std::size_t m_begin = 0;     // of the buffered bytes not yet read
+    std::size_t m_end = 0;       // of the buffered bytes
+    std::int64_t m_filePos = 0;  // file position behind the buffered bytes
+    bool m_atEnd = false;        // the system has said that nothing follows them
 };
 
 }  // namespace idxdata

@@ -23,7 +23,9 @@ constexpr CFolderTree::Node kNoParent = std::numeric_limits<CFolderTree::Node>::
         {frame::Int64ToString(parent), frame::Int64ToString(record), path}, frame::kInvalidArg);
 }
 
-bool IsSeparator(char16_t c) { return c == u'\\' || c == u'/'; }
+bool IsSeparator(char16_t c) {
+    return c == u'\\' || c == u'/';
+}
 
 }  // namespace
 

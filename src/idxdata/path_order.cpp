@@ -11,10 +11,10 @@ namespace {
 
 // A file or a subfolder of one folder.
 struct Item {
-    std::uint64_t key;      // the first four folded code units, the first one highest
-    const char16_t* text;   // a subfolder's ends with its backslash
-    std::uint32_t length;   // code units
-    std::uint32_t index;    // of the entry or of the folder
+    std::uint64_t key;     // the first four folded code units, the first one highest
+    const char16_t* text;  // a subfolder's ends with its backslash
+    std::uint32_t length;  // code units
+    std::uint32_t index;   // of the entry or of the folder
     bool isFolder;
 };
 

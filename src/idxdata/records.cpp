@@ -39,9 +39,8 @@ void CDirRecord::Deserialize(idxdata::IDeserializator& source) {
 }
 
 std::uint32_t CFileRecord::GetFieldType(std::uint32_t field) const {
-    constexpr std::array<std::uint32_t, 5> kTypes = {EIdxFieldString, EIdxFieldLongLong,
-                                                     EIdxFieldDWord, EIdxFieldLongLong,
-                                                     EIdxFieldLongLong};
+    constexpr std::array<std::uint32_t, 5> kTypes = {
+        EIdxFieldString, EIdxFieldLongLong, EIdxFieldDWord, EIdxFieldLongLong, EIdxFieldLongLong};
     return TypeAt(kTypes, field, u"Wrong id in CFileRecord::GetFieldType");
 }
 

@@ -9,8 +9,7 @@ namespace platform {
 // The four methods of IDispatch, with their published results. `self` is the object's
 // interface that `table` describes.
 HRESULT DispatchGetTypeInfoCount(const InterfaceTable& table, UINT* count);
-HRESULT DispatchGetTypeInfo(const InterfaceTable& table, UINT index, LCID locale,
-                            ITypeInfo** info);
+HRESULT DispatchGetTypeInfo(const InterfaceTable& table, UINT index, LCID locale, ITypeInfo** info);
 HRESULT DispatchGetIDsOfNames(const InterfaceTable& table, REFIID reserved, LPOLESTR* names,
                               UINT count, LCID locale, DISPID* ids);
 HRESULT DispatchInvoke(const InterfaceTable& table, IDispatch* self, DISPID id, REFIID reserved,

@@ -44,8 +44,8 @@ public:
                                                      IMtfBSessionMetaFile** ppMetaFile) override;
     HRESULT STDMETHODCALLTYPE LoadPublicationOrderingInfo(
         BSTR pubFilePath, IMtfPublicationOrderingInfo** ppOrderingInfo) override;
-    HRESULT STDMETHODCALLTYPE LoadPublication(
-        BSTR metaFilePath, IMtfPublicationMetaFileReader** ppPubReader) override;
+    HRESULT STDMETHODCALLTYPE LoadPublication(BSTR metaFilePath,
+                                              IMtfPublicationMetaFileReader** ppPubReader) override;
 
 private:
     class CInner final : public IUnknown {

@@ -18,11 +18,17 @@ ZOREL_EXPORT HRESULT DllGetClassObject(const CLSID& clsid, const IID& iid, void*
     return server::LibraryClassFactory().QueryInterface(iid, ppv);
 }
 
-ZOREL_EXPORT HRESULT DllCanUnloadNow() { return frame::ModuleCanUnload() ? S_OK : S_FALSE; }
+ZOREL_EXPORT HRESULT DllCanUnloadNow() {
+    return frame::ModuleCanUnload() ? S_OK : S_FALSE;
+}
 
-ZOREL_EXPORT HRESULT DllRegisterServer() { return server::RegisterServer(); }
+ZOREL_EXPORT HRESULT DllRegisterServer() {
+    return server::RegisterServer();
+}
 
-ZOREL_EXPORT HRESULT DllUnregisterServer() { return server::UnregisterServer(); }
+ZOREL_EXPORT HRESULT DllUnregisterServer() {
+    return server::UnregisterServer();
+}
 
 ZOREL_EXPORT HRESULT CreateOibIdxLib(IUnknown* outer, const IID* iid, void** ppv) {
     if (iid == nullptr) {

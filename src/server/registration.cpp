@@ -2,7 +2,11 @@
 
 namespace server {
 
-HRESULT RegisterServer() noexcept { return E_NOTIMPL; }
-HRESULT UnregisterServer() noexcept { return E_NOTIMPL; }
+HRESULT RegisterServer() noexcept {
+    return E_NOTIMPL;
+}
+HRESULT UnregisterServer() noexcept {
+    return E_NOTIMPL;
+}
 
 }  // namespace server

@@ -14,7 +14,9 @@
 
 namespace {
 
-std::u16string Wide(const std::string& text) { return {text.begin(), text.end()}; }
+std::u16string Wide(const std::string& text) {
+    return {text.begin(), text.end()};
+}
 
 std::u16string FailureOf(const std::function<void()>& body) {
     try {
@@ -48,8 +50,8 @@ TEST(Conversions, NumbersAgreeWithTheCLibrary) {
 
 // Texts put together from the pieces that the C library's parser tells apart.
 TEST(Conversions, ParsingAgreesWithTheCLibrary) {
-    static const char* const kPieces[] = {" ", "\t", "\n", "+", "-", "0", "7", "12", "2147483648",
-                                          "99999999999999999999", "x", "."};
+    static const char* const kPieces[] = {
+        " ", "\t", "\n", "+", "-", "0", "7", "12", "2147483648", "99999999999999999999", "x", "."};
     std::mt19937 random(2);
     for (int i = 0; i < 20000; ++i) {
         std::string text;
@@ -62,9 +64,9 @@ TEST(Conversions, ParsingAgreesWithTheCLibrary) {
         ASSERT_EQ(prefix.length, static_cast<std::size_t>(end - text.c_str())) << text;
         ASSERT_EQ(frame::ClampToInt64(prefix), value) << text;
         if (end == text.c_str()) {
-            ASSERT_EQ(FailureOf([&] { frame::StringToInt(Wide(text)); }),
-                      u"Cannot unserialize a string value to integer. String: [" + Wide(text) +
-                          u"].");
+            ASSERT_EQ(
+                FailureOf([&] { frame::StringToInt(Wide(text)); }),
+                u"Cannot unserialize a string value to integer. String: [" + Wide(text) + u"].");
             ASSERT_EQ(FailureOf([&] { frame::StringToUInt(Wide(text)); }),
                       u"Cannot unserialize a string value to unsigned integer. String: [" +
                           Wide(text) + u"].");
@@ -83,12 +85,15 @@ TEST(Conversions, Guids) {
     for (const auto& text : {plain, u"{" + plain + u"}", u"{" + plain, plain + u"}"}) {
         EXPECT_EQ(frame::GuidToString(frame::StringToGuid(text), false), plain);
     }
-    EXPECT_EQ(frame::GuidToString(frame::StringToGuid(u"9B3C5A2E-4F61-4C2D-8E0A-1D2F3A4B5C6D"), true),
-              u"{" + plain + u"}");
-    for (const auto& text : {std::u16string(u"x"), std::u16string(), plain + u" ", u"{{" + plain + u"}}",
-                             plain.substr(1), std::u16string(u"{"), std::u16string(u"9b3c5a2e4f614c2d8e0a1d2f3a4b5c6d-----")}) {
-        EXPECT_TRUE(FailureOf([&] { frame::StringToGuid(text); })
-                        .starts_with(u"Cannot convert string to GUID. String: [" + text + u"]."));
+    EXPECT_EQ(
+        frame::GuidToString(frame::StringToGuid(u"9B3C5A2E-4F61-4C2D-8E0A-1D2F3A4B5C6D"), true),
+        u"{" + plain + u"}");
+    for (const auto& text : {std::u16string(u"x"), std::u16string(), plain + u" ",
+                             u"{{" + plain + u"}}", plain.substr(1), std::u16string(u"{"),
+                             std::u16string(u"9b3c5a2e4f614c2d8e0a1d2f3a4b5c6d-----")}) {
+        EXPECT_TRUE(FailureOf([&] {
+                        frame::StringToGuid(text);
+                    }).starts_with(u"Cannot convert string to GUID. String: [" + text + u"]."));
     }
 }
 

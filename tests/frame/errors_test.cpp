@@ -31,7 +31,8 @@ TEST(FormatText, Placeholders) {
         {u"%x %", {}, u"%x %"},
         {u"% 1|%+1|%-1", {u"a"}, u"a|a|%4294967295"},
         {u"%1%2", {u"%2", u"b"}, u"%2b"},
-        {u"%12", {u"1", u"2", u"3", u"4", u"5", u"6", u"7", u"8", u"9", u"10", u"11", u"twelve"},
+        {u"%12",
+         {u"1", u"2", u"3", u"4", u"5", u"6", u"7", u"8", u"9", u"10", u"11", u"twelve"},
          u"twelve"},
         {u"%99999999999", {u"a"}, u"%2147483647"},
         {u"[%1]", {u""}, u"[]"},
@@ -103,7 +104,10 @@ TEST(Boundary, TurnsExceptionsIntoResults) {
         {"result 0 stays", []() -> HRESULT { throw CExc(u"text", S_OK); }, S_OK, u"text"},
         {"memory", []() -> HRESULT { throw std::bad_alloc(); }, E_OUTOFMEMORY,
          u"There is not enough memory to finish the call."},
-        {"size", []() -> HRESULT { return static_cast<HRESULT>(std::u16string(static_cast<std::size_t>(-1), u'x').size()); },
+        {"size",
+         []() -> HRESULT {
+             return static_cast<HRESULT>(std::u16string(static_cast<std::size_t>(-1), u'x').size());
+         },
          E_OUTOFMEMORY, u"There is not enough memory to finish the call."},
         {"standard", []() -> HRESULT { throw std::out_of_range("pos"); }, E_FAIL,
          u"Unexpected failure: pos."},

@@ -112,7 +112,9 @@ private:
 
 class Browser : public ::testing::Test {
 protected:
-    Browser() { EXPECT_EQ(server::CreateLibraryObject(nullptr, IID_IOibIdxLib, m_lib.PutVoid()), S_OK); }
+    Browser() {
+        EXPECT_EQ(server::CreateLibraryObject(nullptr, IID_IOibIdxLib, m_lib.PutVoid()), S_OK);
+    }
 
     HRESULT Open(const std::string& bytes, CComPtr<IOibDFBrowser>& browser) {
         std::ofstream(m_folder.Native(u"v.dat"), std::ios::binary) << bytes;
@@ -138,7 +140,8 @@ protected:
             const CBstr name(info.FileName);
             const CBstr owner(info.Owner);
             files.push_back({std::u16string(name.Get(), ::SysStringLen(name.Get())),
-                             info.ModifyTime, info.Size, std::u16string(platform::TextOf(owner.Get()))});
+                             info.ModifyTime, info.Size,
+                             std::u16string(platform::TextOf(owner.Get()))});
         }
         return files;
     }
@@ -194,7 +197,8 @@ TEST_F(Browser, AgreesWithTheModel) {
             Names names;
             ASSERT_EQ(Folders(*browser, path, names), S_OK);
             ASSERT_EQ(names, model.Folders(path));
-            for (const char16_t* endings : {static_cast<const char16_t*>(nullptr), u".txt; log", u""}) {
+            for (const char16_t* endings :
+                 {static_cast<const char16_t*>(nullptr), u".txt; log", u""}) {
                 const auto list = endings == nullptr ? std::nullopt
                                   : *endings == 0    ? std::optional(Names{})
                                                      : std::optional(Names{u".txt", u"log"});
@@ -221,16 +225,22 @@ TEST_F(Browser, PathsAndOrder) {
         const char16_t* path;
         Names folders;
     } rows[] = {
-        {u"c:\\", top},       {u"c:", top},
-        {u"\\", top},         {u"", top},
-        {u"x:\\Users", {u"john"}}, {u"c:/USERS/", {u"john"}},
-        {u"c:\\\\Users", {}}, {u"c:\\Users\\nobody", {}},
-        {u"/users/JOHN", {u"docs"}}, {u"Users", top},
+        {u"c:\\", top},
+        {u"c:", top},
+        {u"\\", top},
+        {u"", top},
+        {u"x:\\Users", {u"john"}},
+        {u"c:/USERS/", {u"john"}},
+        {u"c:\\\\Users", {}},
+        {u"c:\\Users\\nobody", {}},
+        {u"/users/JOHN", {u"docs"}},
+        {u"Users", top},
     };
     for (const auto& row : rows) {
         Names names;
         EXPECT_EQ(Folders(*browser, row.path, names), S_OK);
-        EXPECT_EQ(names, row.folders) << std::string(row.path, row.path + std::char_traits<char16_t>::length(row.path));
+        EXPECT_EQ(names, row.folders)
+            << std::string(row.path, row.path + std::char_traits<char16_t>::length(row.path));
     }
     std::vector<Listed> files;
     ASSERT_EQ(Files(*browser, u"c:\\users\\john", true, nullptr, files), S_OK);
@@ -246,7 +256,8 @@ TEST_F(Browser, PathsAndOrder) {
     // A folder lists after the files that its name with a backslash comes after.
     Volume neighbours;
     neighbours.dirs = {{u"", 0}, {u"a", 0}, {u"a b", 0}};
-    neighbours.files = {{u"x", 1, 0, 0, 0}, {u"x", 2, 0, 0, 0}, {u"a.txt", 0, 0, 0, 0}, {u"a", 0, 0, 0, 0}};
+    neighbours.files = {
+        {u"x", 1, 0, 0, 0}, {u"x", 2, 0, 0, 0}, {u"a.txt", 0, 0, 0, 0}, {u"a", 0, 0, 0, 0}};
     ASSERT_EQ(Open(neighbours.Bytes(), browser), S_OK);
     ASSERT_EQ(Files(*browser, u"", true, nullptr, files), S_OK);
     ASSERT_EQ(files.size(), 4U);

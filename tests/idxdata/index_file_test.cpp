@@ -58,7 +58,9 @@ std::string FailureOf(const std::function<void()>& body) {
     }
 }
 
-std::string Narrow(std::u16string_view text) { return {text.begin(), text.end()}; }
+std::string Narrow(std::u16string_view text) {
+    return {text.begin(), text.end()};
+}
 
 // A Files table as text, one record a line, and how reading it ended. `throughCursor`
 // reads it where it lies instead of through records.
@@ -146,10 +148,14 @@ TEST_F(IndexFile, LocatingATable) {
          "Invalid datafile version in CSeqTableReader::CSeqTableReader / 80004005"},
         {"format 1", support::ChainTables({bent(files, [](auto& t) { t.format = 1; })}),
          "Wrong table format in CSeqTableReader::CSeqTableReader / 80004005"},
-        {"four fields", support::ChainTables({bent(files, [](auto& t) { t.fieldTypes.pop_back(); })}),
+        {"four fields",
+         support::ChainTables({bent(files, [](auto& t) { t.fieldTypes.pop_back(); })}),
          "Number of fields not match in CSeqTableReader::CSeqTableReader / 80004005"},
         {"wrong type",
-         support::ChainTables({bent(files, [](auto& t) { t.fieldTypes = {2, 1, 1, 1, 1}; })}),
+         support::ChainTables({bent(files,
+                                    [](auto& t) {
+                                        t.fieldTypes = {2, 1, 1, 1, 1};
+                                    })}),
          "Types not match in CSeqTableReader::CSeqTableReader / 80004005"},
         {"count -1", support::ChainTables({bent(files, [](auto& t) { t.recordCount = -1; })}), ""},
         {"count 2^63-1",
@@ -160,9 +166,8 @@ TEST_F(IndexFile, LocatingATable) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.label);
         const auto locate = [](std::shared_ptr<IReader> reader) {
-            return FailureOf([&] {
-                CSeqTableReader(reader, idxdata::EIdxTableFiles, rec::CFileRecord());
-            });
+            return FailureOf(
+                [&] { CSeqTableReader(reader, idxdata::EIdxTableFiles, rec::CFileRecord()); });
         };
         EXPECT_EQ(locate(Open<CFileReader>(row.bytes)), row.failure);
         EXPECT_EQ(locate(Open<CBuffFileReader>(row.bytes)), row.failure);
@@ -231,8 +236,9 @@ TEST_F(IndexFile, StreamReads) {
     EXPECT_EQ(std::string(prefix, 4), "keep");
     plain.SetCurFilePos(1);
     EXPECT_EQ(plain.ReadWord(), 0x0302);
-    EXPECT_NE(FailureOf([&] { plain.SetCurFilePos(-1); }).find("Error in CFileReader::SetCurFilePos"),
-              std::string::npos);
+    EXPECT_NE(
+        FailureOf([&] { plain.SetCurFilePos(-1); }).find("Error in CFileReader::SetCurFilePos"),
+        std::string::npos);
     plain.Close();
     EXPECT_NE(FailureOf([&] { plain.GetCurFilePos(); }).find("Error in CFileWriter::GetCurFilePos"),
               std::string::npos);
@@ -246,8 +252,9 @@ TEST_F(IndexFile, StreamReads) {
     EXPECT_EQ(buffered.GetCurFilePos(), 2);
     buffered.SetCurFilePos(4294967294);
     EXPECT_EQ(FailureOf([&] { buffered.ReadWord(); }), Narrow(kOutOfBuffer) + " / 80004005");
-    EXPECT_NE(FailureOf([&] { buffered.SetCurFilePos(4294967295); })
-                  .find("Cannot set file position CBuffFileReader::SetCurFilePos"),
+    EXPECT_NE(FailureOf([&] {
+                  buffered.SetCurFilePos(4294967295);
+              }).find("Cannot set file position CBuffFileReader::SetCurFilePos"),
               std::string::npos);
     EXPECT_EQ(FailureOf([&] { buffered.ReadPrefix(nullptr); }),
               "Invalid argument in CFileReader::ReadPrefix / 80070057");

@@ -90,8 +90,10 @@ std::string Volume::Bytes() const {
 Volume SmallVolume() {
     constexpr std::int64_t kTime = 130027143072500000;  // 2013-01-15 09:05:07.25
     Volume volume;
-    volume.dirs = {{u"", 0}, {u"Users", 0}, {u"john", 1}, {u"docs", 2}, {u"Gamma", 0}, {u"beta", 0}};
-    volume.owners = {{u"ID-1001", u"jsmith", u"CORP"}, {u"ID-18", u"", u""}, {u"id-7", u"ID-7", u"X"}};
+    volume.dirs = {{u"", 0},     {u"Users", 0}, {u"john", 1},
+                   {u"docs", 2}, {u"Gamma", 0}, {u"beta", 0}};
+    volume.owners = {
+        {u"ID-1001", u"jsmith", u"CORP"}, {u"ID-18", u"", u""}, {u"id-7", u"ID-7", u"X"}};
     volume.files = {
         {u"readme.txt", 2, 0, kTime, 1234},
         {u"b.txt", 3, 0, kTime, 1},
@@ -107,10 +109,24 @@ Volume SmallVolume() {
 namespace {
 
 std::u16string RandomName(std::mt19937& random) {
-    static const std::u16string_view kPieces[] = {
-        u"a", u"B", u"report", u"Report", u"data", u"x1", u"\u0416\u0443\u043a", u"\u00C9t\u00E9",
-        u"\u4E2D\u6587", u"_", u"-", u" ", u".", u"index", u"LOG", u"\U0001F600"};
-    static const std::u16string_view kEndings[] = {u".txt", u".TXT", u".log", u"", u".tar.gz", u"."};
+    static const std::u16string_view kPieces[] = {u"a",
+                                                  u"B",
+                                                  u"report",
+                                                  u"Report",
+                                                  u"data",
+                                                  u"x1",
+                                                  u"\u0416\u0443\u043a",
+                                                  u"\u00C9t\u00E9",
+                                                  u"\u4E2D\u6587",
+                                                  u"_",
+                                                  u"-",
+                                                  u" ",
+                                                  u".",
+                                                  u"index",
+                                                  u"LOG",
+                                                  u"\U0001F600"};
+    static const std::u16string_view kEndings[] = {u".txt", u".TXT",    u".log",
+                                                   u"",     u".tar.gz", u"."};
     std::u16string name;
     for (auto n = random() % 3 + 1; n > 0; --n) {
         name += kPieces[random() % std::size(kPieces)];
@@ -123,7 +139,9 @@ std::u16string RandomName(std::mt19937& random) {
 
 Volume RandomVolume(std::uint32_t seed, std::size_t dirs, std::size_t files, std::size_t owners) {
     std::mt19937 random(seed);
-    const auto below = [&](std::size_t bound) { return static_cast<std::int64_t>(random() % bound); };
+    const auto below = [&](std::size_t bound) {
+        return static_cast<std::int64_t>(random() % bound);
+    };
     Volume volume;
     volume.dirs.push_back({u"", 0});
     while (volume.dirs.size() < dirs) {

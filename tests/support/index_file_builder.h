@@ -32,7 +32,9 @@ class ByteWriter {
 public:
     ByteWriter& Word(std::uint16_t value) { return Number(value, 2); }
     ByteWriter& DWord(std::uint32_t value) { return Number(value, 4); }
-    ByteWriter& LongLong(std::int64_t value) { return Number(static_cast<std::uint64_t>(value), 8); }
+    ByteWriter& LongLong(std::int64_t value) {
+        return Number(static_cast<std::uint64_t>(value), 8);
+    }
     ByteWriter& String(std::u16string_view text);
     ByteWriter& Raw(std::string_view bytes);
     std::string& Bytes() { return m_bytes; }
