@@ -11,7 +11,7 @@ set -euo pipefail
 
 declare -A packages=(
     [build]="g++ cmake ninja-build libcli11-dev"
-    [test]="libgtest-dev libgmock-dev binutils clang-format pkg-config"
+    [test]="libgtest-dev libgmock-dev binutils clang-format pkg-config python3"
     [bench]="libbenchmark-dev"
     [lint]="clang-format clang-tidy"
 )

@@ -23,7 +23,7 @@ endif()
 if(NOT WIN32 AND NOT ZOREL_SANITIZE)
   add_test(NAME install/consumers
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/install/install_test.sh
-            ${CMAKE_COMMAND} ${PROJECT_BINARY_DIR} ${CMAKE_CXX_COMPILER})
+            ${CMAKE_COMMAND} ${CMAKE_GENERATOR} ${PROJECT_BINARY_DIR} ${CMAKE_CXX_COMPILER})
 endif()
 
 # The binary interface, by a client in C that knows nothing else.

@@ -2,10 +2,10 @@
 # Installs the build, moves the installed tree, and builds and runs a client against it:
 # once through the CMake package, once through pkg-config.
 #
-# Usage: install_test.sh CMAKE BUILD-FOLDER C++-COMPILER
+# Usage: install_test.sh CMAKE GENERATOR BUILD-FOLDER C++-COMPILER
 set -euo pipefail
 
-cmake=$1 build=$2 compiler=$3
+cmake=$1 generator=$2 build=$3 compiler=$4
 sources=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
@@ -19,7 +19,7 @@ if grep -rlI -e "$build" -e "$folder/staged" "$folder/prefix"; then
 fi
 
 echo "-- through the CMake package"
-"$cmake" -S "$sources" -B "$folder/consumer" -DCMAKE_CXX_COMPILER="$compiler" \
+"$cmake" -G "$generator" -S "$sources" -B "$folder/consumer" -DCMAKE_CXX_COMPILER="$compiler" \
     -DCMAKE_PREFIX_PATH="$folder/prefix" -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF >"$folder/log" ||
     { cat "$folder/log"; exit 1; }
 "$cmake" --build "$folder/consumer"
