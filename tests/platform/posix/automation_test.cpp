@@ -257,6 +257,10 @@ TEST(Variant, ClearFreesWhatItOwnsOnly) {
     variant.pbstrVal = &reference;
     EXPECT_EQ(VariantClear(&variant), S_OK);
     EXPECT_EQ(TextOf(text.Get()), u"kept");
+    const CSafeArrayPtr array(SafeArrayCreateVector(VT_I4, 0, 1));
+    variant.vt = VT_BYREF | VT_ARRAY | VT_I4;
+    variant.parray = array.Get();
+    EXPECT_EQ(VariantClear(&variant), S_OK);
     for (const VARTYPE bad : {VARTYPE{15}, VARTYPE{VT_VARIANT}, VARTYPE{VT_VOID}, VARTYPE{99},
                               VARTYPE{0x1000 | VT_I4}, VARTYPE{VT_BYREF}}) {
         variant.vt = bad;
