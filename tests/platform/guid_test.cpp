@@ -22,6 +22,7 @@ TEST(Guid, TextForms) {
         {u"f527d4a6-8452-43f4-95f5-dcc32fb0dc2", false},
         {u"f527d4a6-8452-43f4-95f5-dcc32fb0dc240", false},
         {u"f527d4a6-8452-43f4-95f5-dcc32fb0dcg4", false},
+        {u"F527D4A6-8452-43F4-95F5-DCC32FB0DCG4", false},
         {u"f527d4a6-8452-43f4-95f5-dcc32fb0dc2\x0434", false},
         {u" 527d4a6-8452-43f4-95f5-dcc32fb0dc24", false},
         {u"", false},
