@@ -1,0 +1,32 @@
+// The statistical test for Unicode text that names and lines have to pass.
+//
+// Text passes when it is not empty and
+//   - is well-formed UTF-16 without noncharacters (the byte-order mark turned round is one)
+//     and without NUL, LF and CR, which would break a line of text;
+//   - does not read as eight-bit text taken for UTF-16: two of its bytes in each unit.
+//
+// Eight-bit text has no NUL bytes, and its bytes are letters, digits and punctuation. Each
+// unit is weighed by how much more often eight-bit names give it than Chinese and Japanese
+// names do, in bits: 4 for two small ASCII letters, 8 for an unusual ideograph out of two
+// other name characters, 4 for two letters of an eight-bit Cyrillic or Greek page, 0 for
+// kana and small symbols, -16 for anything that eight-bit text cannot give. (A last unit
+// of plain ASCII counts 0: text of an odd length ends so.) Three units or more that weigh
+// 8 bits together fail.
+//
+// The price: of Chinese names without any ASCII character and three units long about one
+// in 2000 drawn at random fails, of longer ones far fewer; one or two units always pass,
+// and so does everything with a few ASCII characters in it, whole lines above all. Eight-bit
+// names of digits and capitals only may pass.
+#pragma once
+
+#include <cstddef>
+
+namespace platform {
+
+// `units` may lie at any address; `count` is in code units.
+bool ReadsAsUnicode(const std::byte* units, std::size_t count) noexcept;
+
+// The same verdict, one unit at a time.
+bool ReadsAsUnicodePlainly(const std::byte* units, std::size_t count) noexcept;
+
+}  // namespace platform
