@@ -9,6 +9,7 @@
 #include "mtf/co_mtf_publication_meta_file_reader.h"
 #include "mtf/co_mtf_publication_ordering_info.h"
 #include "platform/bstr.h"
+#include "tdf/co_oib_bdf_search_task.h"
 #include "tdf/co_oib_tdf_search_task.h"
 
 namespace coClasses {
@@ -187,8 +188,11 @@ HRESULT CCoOibIdxLib::FindInOibBDF(BSTR dataPath, IOibBDFSearchTask** pSearchTas
         if (dataPath == nullptr) {
             return E_INVALIDARG;
         }
-        static_cast<void>(pSearchTask);
-        ThrowNotBuilt(u"FindInOibBDF");
+        const auto task = frame::CreateInstance<CCoOibBDFSearchTask>(
+            u"Instance of the CCoOibBDFSearchTask() cannot be initialized.",
+            platform::TextOf(dataPath));
+        frame::HandOut(task, pSearchTask);
+        return S_OK;
     });
 }
 

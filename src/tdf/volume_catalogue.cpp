@@ -1,6 +1,8 @@
 #include "tdf/volume_catalogue.h"
 
 #include "frame/errors.h"
+#include "frame/file_system.h"
+#include "mtf/opened_meta_file.h"
 
 namespace tdf {
 
@@ -69,6 +71,20 @@ CFolderPaths& CVolumeCatalogue::Folders() {
         m_folders = std::move(folders);
     }
     return *m_folders;
+}
+
+VolumeList LoadVolumes(std::u16string_view dataPath) {
+    const auto summary = mtf::CMtfOpenedMetaFile::Open(frame::CombinePath(dataPath, u"summary.txt"),
+                                                       mtf::EMtfOpenMode::EMtfLoad);
+    VolumeList volumes;
+    for (const std::u16string& attribute : summary->Tree().EnumAllAttrs()) {
+        const std::u16string_view file = summary->Root().GetExistingAttr(attribute);
+        if (!file.empty()) {
+            volumes.push_back(
+                std::make_unique<CVolumeCatalogue>(attribute, frame::CombinePath(dataPath, file)));
+        }
+    }
+    return volumes;
 }
 
 }  // namespace tdf

@@ -1,0 +1,70 @@
+#include "tdf/co_oib_bdf_search_task.h"
+
+#include "platform/bstr.h"
+
+namespace coClasses {
+
+namespace {
+
+void SetIfGiven(std::u16string& criterion, BSTR text) {
+    if (text != nullptr) {
+        criterion = platform::TextOf(text);
+    }
+}
+
+// What a specification does not give stays as earlier searches set it.
+void AddTo(tdf::SearchCriteria& criteria, const SearchSpec& spec) {
+    SetIfGiven(criteria.rootPath, spec.rootPath);
+    SetIfGiven(criteria.namePattern, spec.FileNamePattern);
+    SetIfGiven(criteria.owner, spec.Owner);
+    if (spec.UseTimeLimits != VARIANT_FALSE) {
+        criteria.timeLimits = {spec.ModifyTimeFrom, spec.ModifyTimeTill};
+    }
+    if (spec.UseSizeLimits != VARIANT_FALSE) {
+        criteria.sizeLimits = {spec.SizeFrom, spec.SizeTill};
+    }
+    if (spec.UseSearchServerRule != VARIANT_FALSE) {
+        criteria.starRule = tdf::EStarRule::LeadingStar;
+    }
+    SetIfGiven(criteria.permittedExtensions, spec.UnrestrictedExtentions);
+}
+
+}  // namespace
+
+// The errors carry the identifier of IOibTDFSearchTask on purpose.
+CCoOibBDFSearchTask::CCoOibBDFSearchTask(std::u16string_view dataPath)
+    : CCoObject(IID_IOibTDFSearchTask), m_searcher(tdf::LoadVolumes(dataPath)) {}
+
+HRESULT CCoOibBDFSearchTask::Find(SearchSpec* srchSpec) {
+    return Unlocked([&]() -> HRESULT {
+        if (srchSpec == nullptr) {
+            return E_INVALIDARG;
+        }
+        AddTo(m_searcher.Criteria(), *srchSpec);
+        m_searcher.Search();
+        return S_OK;
+    });
+}
+
+// What the record held before is overwritten, not freed.
+HRESULT CCoOibBDFSearchTask::GetResult(INT index, SearchResult* srchResult) {
+    return Unlocked([&]() -> HRESULT {
+        if (srchResult == nullptr) {
+            return E_INVALIDARG;
+        }
+        m_searcher.GetResultRecord(index, m_record);
+        platform::CBstr fileName(platform::NewBstr(m_record.fileName));
+        platform::CBstr owner(platform::NewBstr(m_record.owner));
+        *srchResult = {fileName.Detach(), m_record.modifyTime, m_record.size, owner.Detach()};
+        return S_OK;
+    });
+}
+
+HRESULT CCoOibBDFSearchTask::get_ResultsCount(INT* pCount) {
+    return Unlocked([&] {
+        *pCount = m_searcher.GetResultsCount();
+        return S_OK;
+    });
+}
+
+}  // namespace coClasses
