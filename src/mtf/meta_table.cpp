@@ -1,6 +1,7 @@
 #include "mtf/meta_table.h"
 
 #include <algorithm>
+#include <new>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
@@ -10,9 +11,14 @@ namespace mtf {
 namespace {
 
 constexpr std::uint32_t kNone = CMtfTreeNode::kNone;
+constexpr std::uint32_t kLongestChain = CMtfTreeNode::kLongestChain;
 
 std::uint32_t Short(std::uint64_t id) noexcept {
     return static_cast<std::uint32_t>(id);
+}
+
+std::uint8_t TagOf(std::uint32_t hash) noexcept {
+    return static_cast<std::uint8_t>(hash >> 24);
 }
 
 CMtfText Keep(std::u16string_view text, bool borrow) {
@@ -53,7 +59,7 @@ std::uint64_t CMtfMetaTable::FindChild(std::uint64_t id, std::u16string_view nam
     return child == kNone ? kNoNode : child;
 }
 
-std::uint64_t CMtfMetaTable::ObtainChild(std::uint64_t id, std::u16string_view name, bool borrow) {
+std::uint64_t CMtfMetaTable::ObtainChild(std::uint64_t id, std::u16string_view name) {
     const std::uint32_t parent = Short(id);
     const std::uint32_t hash = HashNameNoCase(parent, name);
     const std::uint32_t found = FindChildAt(hash, parent, name);
@@ -65,10 +71,12 @@ std::uint64_t CMtfMetaTable::ObtainChild(std::uint64_t id, std::u16string_view n
     }
     const std::uint32_t added = Short(m_nodes.size());
     CMtfTreeNode& node = m_nodes.emplace_back();
-    node.name = Keep(name, borrow);
+    // Its own text: names are compared all the time, and a loaded one is far from the others.
+    node.name = CMtfText::Copy(name);
     node.parent = parent;
     node.hash = hash;
     node.prevSibling = At(id).lastChild;
+    m_childIndex.ReserveMore(1);
     m_childIndex.Insert(hash, added);
     CMtfTreeNode& owner = At(id);
     (owner.lastChild == kNone ? owner.firstChild : m_nodes[owner.lastChild].nextSibling) = added;
@@ -91,60 +99,88 @@ void CMtfMetaTable::Delete(std::uint64_t id) noexcept {
     node.deleted = true;
 }
 
-std::uint32_t CMtfMetaTable::FindAttrAt(std::uint32_t hash, std::uint32_t node,
+std::uint32_t CMtfMetaTable::FindAttrAt(std::uint32_t id, std::uint32_t hash,
                                         std::u16string_view name) const noexcept {
-    return m_attrIndex.Find(hash, [&](std::uint32_t attr) {
-        return m_attrs[attr].node == node && m_attrs[attr].name.View() == name;
-    });
+    const CMtfTreeNode& node = At(id);
+    if (node.attrsIndexed) {
+        return m_attrIndex.Find(hash, [&](std::uint32_t attr) {
+            return m_attrs[attr].node == id && m_attrs[attr].name.View() == name;
+        });
+    }
+    const auto tagsEnd = node.attrTags.begin() + node.attrCount;
+    if (std::find(node.attrTags.begin(), tagsEnd, TagOf(hash)) == tagsEnd) {
+        return kNone;
+    }
+    std::uint32_t attr = node.firstAttr;
+    while (attr != kNone && m_attrs[attr].name.View() != name) {
+        attr = m_attrs[attr].next;
+    }
+    return attr;
 }
 
 const CMtfAttrEntry* CMtfMetaTable::FindAttr(std::uint64_t id,
                                              std::u16string_view name) const noexcept {
-    const std::uint32_t node = Short(id);
-    const std::uint32_t attr = FindAttrAt(HashName(node, name), node, name);
+    const std::uint32_t attr = FindAttrAt(Short(id), HashName(Short(id), name), name);
     return attr == kNone ? nullptr : &m_attrs[attr];
 }
 
 void CMtfMetaTable::SetAttrEntry(std::uint64_t id, std::u16string_view name,
                                  std::u16string_view value, std::uint64_t line, bool borrow) {
     const std::uint32_t hash = HashName(Short(id), name);
-    std::uint32_t index = FindAttrAt(hash, Short(id), name);
     CMtfText kept = Keep(value, borrow);
-    if (index == kNone) {
-        index = AddAttr(Short(id), hash, Keep(name, borrow));
+    std::uint32_t attr = FindAttrAt(Short(id), hash, name);
+    if (attr == kNone) {
+        attr = AddAttr(Short(id), hash, Keep(name, borrow));
     }
-    m_attrs[index].value = std::move(kept);
-    m_attrs[index].line = line;
+    m_attrs[attr].value = std::move(kept);
+    m_attrs[attr].line = line;
 }
 
 std::uint32_t CMtfMetaTable::AddAttr(std::uint32_t id, std::uint32_t hash, CMtfText name) {
+    CMtfTreeNode& node = At(id);
+    if (!node.attrsIndexed && node.attrCount == kLongestChain) {
+        IndexAttrs(id);
+    }
+    if (node.attrsIndexed) {
+        m_attrIndex.ReserveMore(1);
+    }
     if (m_freeAttr == kNone) {
         if (m_attrs.size() == kNone) {
             throw std::bad_alloc();
         }
-        m_freeAttr = Short(m_attrs.size());
         m_attrs.emplace_back();
+        m_freeAttr = Short(m_attrs.size() - 1);
     }
     const std::uint32_t index = m_freeAttr;
-    m_attrIndex.Insert(hash, index);
     CMtfAttrEntry& attr = m_attrs[index];
-    CMtfTreeNode& node = At(id);
     m_freeAttr = attr.next;
     attr.name = std::move(name);
     attr.node = id;
-    attr.hash = hash;
-    attr.prev = kNone;
     attr.next = node.firstAttr;
     if (attr.next != kNone) {
         m_attrs[attr.next].prev = index;
     }
     node.firstAttr = index;
+    if (node.attrsIndexed) {
+        m_attrIndex.Insert(hash, index);
+    } else {
+        node.attrTags[node.attrCount] = TagOf(hash);
+    }
+    ++node.attrCount;
     return index;
 }
 
+void CMtfMetaTable::IndexAttrs(std::uint32_t id) {
+    CMtfTreeNode& node = At(id);
+    m_attrIndex.ReserveMore(node.attrCount);
+    for (std::uint32_t attr = node.firstAttr; attr != kNone; attr = m_attrs[attr].next) {
+        m_attrIndex.Insert(HashName(id, m_attrs[attr].name.View()), attr);
+    }
+    node.attrsIndexed = true;
+}
+
 void CMtfMetaTable::EraseAttr(std::uint64_t id, std::u16string_view name) noexcept {
-    const std::uint32_t node = Short(id);
-    const std::uint32_t attr = FindAttrAt(HashName(node, name), node, name);
+    const std::uint32_t attr = FindAttrAt(Short(id), HashName(Short(id), name), name);
     if (attr != kNone) {
         RemoveAttr(attr);
     }
@@ -152,11 +188,19 @@ void CMtfMetaTable::EraseAttr(std::uint64_t id, std::u16string_view name) noexce
 
 void CMtfMetaTable::RemoveAttr(std::uint32_t index) noexcept {
     CMtfAttrEntry& attr = m_attrs[index];
-    m_attrIndex.Erase(attr.hash, index);
-    (attr.prev == kNone ? At(attr.node).firstAttr : m_attrs[attr.prev].next) = attr.next;
+    CMtfTreeNode& node = At(attr.node);
+    const std::uint32_t hash = HashName(attr.node, attr.name.View());
+    if (node.attrsIndexed) {
+        m_attrIndex.Erase(hash, index);
+    } else {
+        *std::find(node.attrTags.begin(), node.attrTags.end(), TagOf(hash)) =
+            node.attrTags[node.attrCount - 1];
+    }
+    (attr.prev == kNone ? node.firstAttr : m_attrs[attr.prev].next) = attr.next;
     if (attr.next != kNone) {
         m_attrs[attr.next].prev = attr.prev;
     }
+    --node.attrCount;
     attr = {};
     attr.next = m_freeAttr;
     m_freeAttr = index;

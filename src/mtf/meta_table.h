@@ -1,7 +1,9 @@
 // The nodes of an attribute tree with their attributes, addressed by number.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +16,8 @@ namespace mtf {
 // A subtree. Children and attributes hang on it as chains through the table.
 struct CMtfTreeNode {
     static constexpr std::uint32_t kNone = ~std::uint32_t{0};
+    // Attributes that are searched one by one; beyond, the table's index takes over.
+    static constexpr std::uint32_t kLongestChain = 8;
 
     CMtfText name;  // as first spelled; empty for the root
     std::uint32_t parent = kNone;
@@ -24,6 +28,11 @@ struct CMtfTreeNode {
     std::uint32_t prevSibling = kNone;
     std::uint32_t nextSibling = kNone;
     std::uint32_t firstAttr = kNone;  // of a chain in no order
+    std::uint32_t attrCount = 0;
+    // A byte of each attribute's hash, in no order: tells most absent names without a look
+    // at the attributes, which may lie far from each other.
+    std::array<std::uint8_t, kLongestChain> attrTags{};
+    bool attrsIndexed = false;
     bool deleted = false;
 };
 
@@ -33,7 +42,6 @@ struct CMtfAttrEntry {
     CMtfText value;
     std::uint64_t line = 0;
     std::uint32_t node = 0;
-    std::uint32_t hash = 0;  // of node and name
     std::uint32_t prev = CMtfTreeNode::kNone;
     std::uint32_t next = CMtfTreeNode::kNone;  // of the node, or of the free entries
 };
@@ -59,7 +67,7 @@ public:
     // kNoNode when the node has no such child.
     std::uint64_t FindChild(std::uint64_t id, std::u16string_view name) const noexcept;
     // Finds the child or adds it.
-    std::uint64_t ObtainChild(std::uint64_t id, std::u16string_view name, bool borrow);
+    std::uint64_t ObtainChild(std::uint64_t id, std::u16string_view name);
     // Takes a node without children out of its parent, its attributes with it.
     void Delete(std::uint64_t id) noexcept;
 
@@ -85,16 +93,18 @@ private:
     }
     std::uint32_t FindChildAt(std::uint32_t hash, std::uint32_t parent,
                               std::u16string_view name) const noexcept;
-    std::uint32_t FindAttrAt(std::uint32_t hash, std::uint32_t node,
+    // `hash` is that of node and name.
+    std::uint32_t FindAttrAt(std::uint32_t id, std::uint32_t hash,
                              std::u16string_view name) const noexcept;
     std::uint32_t AddAttr(std::uint32_t id, std::uint32_t hash, CMtfText name);
+    void IndexAttrs(std::uint32_t id);
     void RemoveAttr(std::uint32_t index) noexcept;
 
     std::vector<CMtfTreeNode> m_nodes;
-    std::vector<CMtfAttrEntry> m_attrs;
+    std::deque<CMtfAttrEntry> m_attrs;
     std::uint32_t m_freeAttr = CMtfTreeNode::kNone;  // first of the entries to be used again
     CMtfNameIndex m_childIndex;
-    CMtfNameIndex m_attrIndex;
+    CMtfNameIndex m_attrIndex;  // of the nodes with attrsIndexed
 };
 
 }  // namespace mtf

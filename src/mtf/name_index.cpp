@@ -30,10 +30,21 @@ std::uint32_t HashNameNoCase(std::uint32_t owner, std::u16string_view name) noex
     return HashUnits(owner, name, [](char16_t unit) { return frame::ToLowerAscii(unit); });
 }
 
-void CMtfNameIndex::Insert(std::uint32_t hash, std::uint32_t item) {
-    if (2 * (m_count + 1) > m_slots.size()) {
-        Rehash(std::max<std::size_t>(16, 2 * m_slots.size()));
+void CMtfNameIndex::ReserveMore(std::size_t items) {
+    const std::size_t needed = 2 * (m_count + items);
+    if (needed <= m_slots.size()) {
+        return;
     }
+    std::vector<Slot> old(std::bit_ceil(std::max<std::size_t>(16, needed)));
+    old.swap(m_slots);
+    for (const Slot& slot : old) {
+        if (slot.item != kNone) {
+            Place(slot);
+        }
+    }
+}
+
+void CMtfNameIndex::Insert(std::uint32_t hash, std::uint32_t item) noexcept {
     Place({hash, item});
     ++m_count;
 }
@@ -53,23 +64,6 @@ void CMtfNameIndex::Erase(std::uint32_t hash, std::uint32_t item) noexcept {
     }
     m_slots[hole] = {};
     --m_count;
-}
-
-void CMtfNameIndex::Reserve(std::size_t items) {
-    const std::size_t slots = std::bit_ceil(std::max<std::size_t>(16, 2 * items));
-    if (slots > m_slots.size()) {
-        Rehash(slots);
-    }
-}
-
-void CMtfNameIndex::Rehash(std::size_t slots) {
-    std::vector<Slot> old(slots);
-    old.swap(m_slots);
-    for (const Slot& slot : old) {
-        if (slot.item != kNone) {
-            Place(slot);
-        }
-    }
 }
 
 void CMtfNameIndex::Place(Slot slot) noexcept {

@@ -32,10 +32,11 @@ public:
         }
         return kNone;
     }
-    void Insert(std::uint32_t hash, std::uint32_t item);
+    // Room for this many items more; they can then be inserted without failure.
+    void ReserveMore(std::size_t items);
+    void Insert(std::uint32_t hash, std::uint32_t item) noexcept;
     // The item must be there.
     void Erase(std::uint32_t hash, std::uint32_t item) noexcept;
-    void Reserve(std::size_t items);
 
 private:
     struct Slot {
@@ -44,7 +45,6 @@ private:
     };
 
     std::size_t Mask() const noexcept { return m_slots.size() - 1; }
-    void Rehash(std::size_t slots);
     void Place(Slot slot) noexcept;
 
     std::vector<Slot> m_slots;  // a power of two
