@@ -1,5 +1,6 @@
 #include "platform/unicode_text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -47,26 +48,27 @@ bool IsNoncharacter(std::uint32_t scalar) {
     return (scalar & 0xFFFEU) == 0xFFFEU || (scalar >= 0xFDD0 && scalar <= 0xFDEF);
 }
 
-// The number of units of the character at `i`; 0 when it is none that text may hold.
-std::size_t CharacterLength(const std::byte* units, std::size_t i, std::size_t count) noexcept {
+// Whether the unit at `i` may stand between its neighbours.
+bool IsSound(const std::byte* units, std::size_t i, std::size_t count) noexcept {
     const std::uint32_t unit = UnitAt(units, i);
-    if (!IsHighSurrogate(unit)) {
-        return IsLowSurrogate(unit) || IsNoncharacter(unit) || BreaksLines(unit) ? 0 : 1;
+    if (IsHighSurrogate(unit)) {
+        const std::uint32_t next = i + 1 < count ? UnitAt(units, i + 1) : 0;
+        const std::uint32_t scalar = 0x10000U + ((unit & 0x3FFU) << 10) + (next & 0x3FFU);
+        return IsLowSurrogate(next) && !IsNoncharacter(scalar);
     }
-    const std::uint32_t next = i + 1 < count ? UnitAt(units, i + 1) : 0;
-    const std::uint32_t scalar = 0x10000U + ((unit & 0x3FFU) << 10) + (next & 0x3FFU);
-    return !IsLowSurrogate(next) || IsNoncharacter(scalar) ? 0 : 2;
+    if (IsLowSurrogate(unit)) {
+        return i > 0 && IsHighSurrogate(UnitAt(units, i - 1));
+    }
+    return !IsNoncharacter(unit) && !BreaksLines(unit);
 }
 
-bool IsWellFormed(const std::byte* units, std::size_t count) noexcept {
-    for (std::size_t i = 0; i < count;) {
-        const std::size_t length = CharacterLength(units, i, count);
-        if (length == 0) {
-            return false;
-        }
-        i += length;
+// The same for the units from `begin` on, up to `end`.
+bool AreSound(const std::byte* units, std::size_t begin, std::size_t end,
+              std::size_t count) noexcept {
+    while (begin < end && IsSound(units, begin, count)) {
+        ++begin;
     }
-    return true;
+    return begin == end;
 }
 
 // The weight of an ideograph (0x4E00 to 0x7E7E) by the two characters it would come from;
@@ -118,97 +120,122 @@ bool ReadsAsEightBit(const std::byte* units, std::size_t count) noexcept {
 }  // namespace
 
 bool ReadsAsUnicodePlainly(const std::byte* units, std::size_t count) noexcept {
-    return count != 0 && IsWellFormed(units, count) && !ReadsAsEightBit(units, count);
+    return count != 0 && AreSound(units, 0, count, count) && !ReadsAsEightBit(units, count);
 }
 
 #if defined(__SSE2__)
 
 namespace {
 
-constexpr std::size_t kLanes = 8;          // code units in a vector
-constexpr std::size_t kMostRounds = 4096;  // a lane counts them in 16 bits
+constexpr std::size_t kLanes = 8;  // code units in a vector
 
-__m128i Load(const std::byte* at) noexcept {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+__m128i Load(const void* at) noexcept {
+    return _mm_loadu_si128(static_cast<const __m128i*>(at));
 }
-
-__m128i All(std::uint16_t unit) noexcept {
+__m128i All(std::uint32_t unit) noexcept {
     return _mm_set1_epi16(static_cast<short>(unit));
 }
+std::uint32_t Mask(__m128i lanes) noexcept {
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(lanes));
+}
 
-// What a pass over the text finds, eight units at a time.
+__m128i Masked(__m128i units, std::uint32_t mask, std::uint32_t value) noexcept {
+    return _mm_cmpeq_epi16(_mm_and_si128(units, All(mask)), All(value));
+}
+
+// Lanes outside U+0020 to U+007F. The sum moves that range to the smallest signed numbers.
+__m128i BeyondAscii(__m128i units) noexcept {
+    return _mm_cmpgt_epi16(_mm_add_epi16(units, All(0x8000 - 0x20)), All(0x8000 + 0x5F));
+}
+
+// Surrogates, noncharacters with their neighbours, control characters.
+__m128i Unusual(__m128i units) noexcept {
+    const __m128i controls = Masked(units, 0xFFE0, 0);
+    const __m128i surrogates = Masked(units, 0xF800, 0xD800);
+    const __m128i noncharacters =
+        _mm_or_si128(Masked(units, 0xFFFE, 0xFFFE), Masked(units, 0xFFC0, 0xFDC0));
+    return _mm_or_si128(_mm_or_si128(controls, surrogates), noncharacters);
+}
+
+// Units whose weight may be other than kForeign.
+__m128i MayBeEightBit(__m128i units) noexcept {
+    const __m128i shifted = _mm_sub_epi8(units, _mm_set1_epi8(0x20));
+    const __m128i printable =
+        _mm_cmpeq_epi8(_mm_min_epu8(shifted, _mm_set1_epi8(0x7E - 0x20)), shifted);
+    return _mm_or_si128(_mm_cmpeq_epi16(printable, All(0xFFFF)), Masked(units, 0xC0C0, 0xC0C0));
+}
+
+// Eight lanes off and eight on; taken from n on, the last n lanes are on.
+constexpr std::uint16_t kLastLanes[2 * kLanes] = {
+    0, 0, 0, 0, 0, 0, 0, 0, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
+
+// A pass over a text, eight units at a time.
 class CSurvey {
 public:
-    void Add(__m128i units) noexcept {
-        m_unusual = _mm_or_si128(m_unusual, Unusual(units));
-        if (_mm_movemask_epi8(IsBelow0x80(units)) != 0xFFFF) {
-            m_lanes = _mm_sub_epi16(m_lanes, MayBeEightBit(units));
+    CSurvey(const std::byte* units, std::size_t count) noexcept : m_units(units), m_count(count) {
+        std::size_t at = 0;
+        for (; m_sound && count - at >= 2 * kLanes; at += 2 * kLanes) {
+            const __m128i first = Load(units + 2 * at);
+            const __m128i second = Load(units + 2 * (at + kLanes));
+            if (Mask(_mm_or_si128(BeyondAscii(first), BeyondAscii(second))) != 0) {
+                Look(first, at, All(0xFFFF));
+                Look(second, at + kLanes, All(0xFFFF));
+            }
         }
-    }
-    // Brings the lanes' counts together; at least once in kMostRounds calls of Add.
-    void Gather() noexcept {
-        std::uint16_t lanes[kLanes];
-        std::memcpy(lanes, &m_lanes, sizeof lanes);
-        for (const std::uint16_t lane : lanes) {
-            m_count += lane;
+        if (m_sound && count - at >= kLanes) {
+            Look(Load(units + 2 * at), at, All(0xFFFF));
+            at += kLanes;
         }
-        m_lanes = _mm_setzero_si128();
+        if (m_sound && at < count) {
+            LookAtRest(count - at);
+        }
     }
 
-    // Surrogates, noncharacters and their neighbours, control characters.
-    bool FoundUnusual() const noexcept { return _mm_movemask_epi8(m_unusual) != 0; }
-    // Units whose weight is not kForeign, and a few more.
-    std::size_t EightBitUnits() const noexcept { return m_count; }
+    bool IsSound() const noexcept { return m_sound; }
+    // Of a sound text; at least as many as weigh more than kForeign.
+    std::size_t EightBitUnits() const noexcept {
+        std::uint64_t halves[2];
+        std::memcpy(halves, &m_eightBit, sizeof halves);
+        return static_cast<std::size_t>(halves[0] + halves[1]);
+    }
 
 private:
-    static __m128i Masked(__m128i units, std::uint16_t mask, std::uint16_t value) noexcept {
-        return _mm_cmpeq_epi16(_mm_and_si128(units, All(mask)), All(value));
-    }
-    static __m128i IsBelow0x80(__m128i units) noexcept { return Masked(units, 0xFF80, 0); }
-    static __m128i Unusual(__m128i units) noexcept {
-        const __m128i controls = Masked(units, 0xFFE0, 0);
-        const __m128i surrogates = Masked(units, 0xF800, 0xD800);
-        const __m128i noncharacters =
-            _mm_or_si128(Masked(units, 0xFFFE, 0xFFFE), Masked(units, 0xFFC0, 0xFDC0));
-        return _mm_or_si128(_mm_or_si128(controls, surrogates), noncharacters);
-    }
-    static __m128i MayBeEightBit(__m128i units) noexcept {
-        const __m128i shifted = _mm_sub_epi8(units, _mm_set1_epi8(0x20));
-        const __m128i printable =
-            _mm_cmpeq_epi8(_mm_min_epu8(shifted, _mm_set1_epi8(0x7E - 0x20)), shifted);
-        return _mm_or_si128(_mm_cmpeq_epi16(printable, All(0xFFFF)), Masked(units, 0xC0C0, 0xC0C0));
-    }
-
-    __m128i m_unusual = _mm_setzero_si128();
-    __m128i m_lanes = _mm_setzero_si128();
-    std::size_t m_count = 0;
-};
-
-CSurvey SurveyText(const std::byte* units, std::size_t count) noexcept {
-    CSurvey survey;
-    while (count >= kLanes) {
-        for (std::size_t round = 0; count >= kLanes && round < kMostRounds; ++round) {
-            survey.Add(Load(units));
-            units += 2 * kLanes;
-            count -= kLanes;
+    void LookAtRest(std::size_t left) noexcept {
+        if (m_count >= kLanes) {
+            const std::size_t at = m_count - kLanes;
+            Look(Load(m_units + 2 * at), at, Load(kLastLanes + left));
+            return;
         }
-        survey.Gather();
-    }
-    if (count != 0) {
         __m128i rest = All(u'a');
-        std::memcpy(&rest, units, 2 * count);
-        survey.Add(rest);
-        survey.Gather();
+        std::memcpy(&rest, m_units, 2 * left);
+        Look(rest, 0, All(0xFFFF));
     }
-    return survey;
-}
+
+    // `units` are those from `at` on; those in the lanes of `counted` are new.
+    void Look(__m128i units, std::size_t at, __m128i counted) noexcept {
+        if (Mask(BeyondAscii(units)) == 0) {
+            return;
+        }
+        const std::size_t end = std::min(at + kLanes, m_count);
+        if (Mask(Unusual(units)) != 0 && !AreSound(m_units, at, end, m_count)) {
+            m_sound = false;
+        }
+        const __m128i ones = _mm_and_si128(_mm_and_si128(MayBeEightBit(units), counted), All(1));
+        m_eightBit = _mm_add_epi64(m_eightBit, _mm_sad_epu8(ones, _mm_setzero_si128()));
+    }
+
+    const std::byte* m_units;
+    std::size_t m_count;
+    __m128i m_eightBit = _mm_setzero_si128();  // two sums
+    bool m_sound = true;
+};
 
 }  // namespace
 
 bool ReadsAsUnicode(const std::byte* units, std::size_t count) noexcept {
-    const CSurvey survey = SurveyText(units, count);
-    if (survey.FoundUnusual()) {
-        return ReadsAsUnicodePlainly(units, count);
+    const CSurvey survey(units, count);
+    if (!survey.IsSound()) {
+        return false;
     }
     // A unit weighs 8 bits at most and a foreign one -16: too few of the former pass
     // without weighing. The last unit may count for neither.
