@@ -8,16 +8,8 @@
  * else. An entry whose method answers is a failure: take it out. */
 static const char* const kNotBuiltYet[] = {
     "IOibIdxLib.InitLogging",
-    "IOibIdxLib.CreateMetaFile",
-    "IOibIdxLib.IsMetaFileExists",
     "IOibIdxLib.GenerateOibTDFs",
-    "IOibIdxLib.FindInOibTDF",
     "IOibIdxLib.ConvetrPathToCrcStr",
-    "IOibIdxLib.FindInOibTDF2",
-    "IOibIdxLib.FindInOibBDF",
-    "IOibIdxLib.CreateBSessionMetaFile",
-    "IOibIdxLib.LoadPublicationOrderingInfo",
-    "IOibIdxLib.LoadPublication",
     NULL,
 };
 

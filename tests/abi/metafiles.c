@@ -12,7 +12,7 @@ static void CheckTreeAttrs(IMtfAttrsTree* tree) {
     CHECK_HR(SLOT(IMtfAttrsTree, tree, SetAttr)(tree, T(u"Color"), T(u"red")), S_OK);
     CHECK_HR(SLOT(IMtfAttrsTree, tree, EnumChildAttrs)(tree, &names), S_OK);
     CHECK(TakenListIs(&names, 2, kNames));
-    CHECK_HR(SLOT(IMtfAttrsTree, tree, FindAttr)(tree, T(u"color"), &value), S_OK);
+    CHECK_HR(SLOT(IMtfAttrsTree, tree, FindAttr)(tree, T(u"Color"), &value), S_OK);
     CHECK(TakenIs(&value, u"red"));
     CHECK_HR(SLOT(IMtfAttrsTree, tree, GetExistingAttr)(tree, T(u"Name"), &value), S_OK);
     CHECK(TakenIs(&value, u"Daily"));
@@ -74,10 +74,13 @@ static void CheckMetaFile(IMtfMetaFile* file) {
     CHECK_HR(SLOT(IMtfMetaFile, file, SetAttr)(file, T(u"Job.Name"), T(u"Daily")), S_OK);
     CHECK_HR(file->vtbl->SetAttr(file, T(u"Version"), T(u"1")), S_OK);
     CHECK_HR(file->vtbl->SetAttr(file, T(u"Old"), T(u"x")), S_OK);
-    CHECK_HR(SLOT(IMtfMetaFile, file, DelAttr)(file, T(u"old")), S_OK);
+    CHECK_HR(SLOT(IMtfMetaFile, file, DelAttr)(file, T(u"old")), S_OK); /* another name */
+    CHECK_HR(file->vtbl->FindAttr(file, T(u"Old"), &value), S_OK);
+    CHECK(TakenIs(&value, u"x"));
+    CHECK_HR(file->vtbl->DelAttr(file, T(u"Old")), S_OK);
     CHECK_HR(SLOT(IMtfMetaFile, file, FindAttr)(file, T(u"Old"), &value), S_FALSE);
     CHECK(value == NULL);
-    CHECK_HR(SLOT(IMtfMetaFile, file, GetExistingAttr)(file, T(u"JOB.NAME"), &value), S_OK);
+    CHECK_HR(SLOT(IMtfMetaFile, file, GetExistingAttr)(file, T(u"JOB.Name"), &value), S_OK);
     CHECK(TakenIs(&value, u"Daily"));
     CHECK_ERROR(file->vtbl->GetExistingAttr(file, T(u"Old"), &value), E_FAIL, &IID_IMtfMetaFile,
                 u"");

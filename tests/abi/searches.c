@@ -47,7 +47,11 @@ void CheckTextSearch(IOibIdxLib* library) {
                                        library, InFolder("catalogue/summary.txt"),
                                        InFolder("texts"), time, 100, 0, 3, 0, T(u"._- ")),
                                    S_OK);
-    const char* name = generated ? FindTextFile() : "none";
+    WriteTextFile("lines.txt",
+                  u"01/15/2013 09:05:07, 11, C:\\Docs\\2019\\old.txt\r\n"
+                  u"01/15/2013 09:05:07, 13, C:\\Docs\\2019\\photo.jpg\r\n"
+                  u"01/15/2013 09:05:07, 7, C:\\Docs\\report.txt\r\n");
+    const char* name = generated ? FindTextFile() : "lines.txt";
     BSTR file = InFolder(name != NULL ? name : "none");
     if (ANSWERS("IOibIdxLib.FindInOibTDF",
                 SLOT(IOibIdxLib, library, FindInOibTDF)(library, file, T(u"c:\\docs\\2019"),
