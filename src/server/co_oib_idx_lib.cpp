@@ -3,6 +3,7 @@
 #include "frame/automation_conversions.h"
 #include "frame/conversions.h"
 #include "frame/errors.h"
+#include "frame/log_writers.h"
 #include "idxdata/co_oib_df_browser.h"
 #include "mtf/co_mtf_bsession_meta_file.h"
 #include "mtf/co_mtf_meta_file.h"
@@ -11,6 +12,7 @@
 #include "platform/bstr.h"
 #include "tdf/co_oib_bdf_search_task.h"
 #include "tdf/co_oib_tdf_search_task.h"
+#include "tdf/crc_path.h"
 
 namespace coClasses {
 
@@ -71,8 +73,11 @@ HRESULT CCoOibIdxLib::InitLogging(BSTR logPath, VARIANT_BOOL bSkipSecure) {
         if (logPath == nullptr) {
             return E_INVALIDARG;
         }
-        static_cast<void>(bSkipSecure);
-        ThrowNotBuilt(u"InitLogging");
+        frame::CLogger& logger = frame::ProcessLogger();
+        logger.SetWriter(std::make_shared<frame::CBackupStyleFileLogWriter>(
+            std::u16string(platform::TextOf(logPath))));
+        logger.SetSkipSecure(bSkipSecure != VARIANT_FALSE);
+        return S_OK;
     });
 }
 
@@ -138,10 +143,11 @@ HRESULT CCoOibIdxLib::ParseOibTDFName(BSTR, BSTR*, BSTR**) {
 
 HRESULT CCoOibIdxLib::ConvetrPathToCrcStr(BSTR folderPath, INT subfoldersMax, BSTR* retStr) {
     return Locked([&]() -> HRESULT {
-        static_cast<void>(folderPath);
-        static_cast<void>(subfoldersMax);
-        static_cast<void>(retStr);
-        ThrowNotBuilt(u"ConvetrPathToCrcStr");
+        if (retStr != nullptr) {
+            *retStr = platform::NewBstr(
+                tdf::ConvertPathToCrc(platform::TextOf(folderPath), subfoldersMax));
+        }
+        return S_OK;
     });
 }
 
