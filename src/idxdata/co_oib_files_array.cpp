@@ -6,6 +6,7 @@
 
 #include "frame/errors.h"
 #include "platform/bstr.h"
+#include "platform/times.h"
 
 namespace coClasses {
 
@@ -39,8 +40,10 @@ HRESULT CCoOibFilesArray::GetFileInfo(ULONG index, OibFileInfo* pFileInfo) {
         platform::CBstr name =
             JoinTexts(m_files->FolderPrefixOf(entry), idxdata::CFileEntries::NameOf(entry));
         platform::CBstr owner(platform::NewBstr(m_files->OwnerOf(entry)));
+        double date = 0;  // stays when the record's time cannot be converted
+        platform::FileTimeToDate(entry.modifyTime, date);
         pFileInfo->FileName = name.Detach();
-        pFileInfo->ModifyTime = entry.modifyTime;
+        pFileInfo->ModifyTime = date;
         pFileInfo->Size = entry.size;
         pFileInfo->Owner = owner.Detach();
         return S_OK;

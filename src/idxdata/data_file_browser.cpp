@@ -1,5 +1,6 @@
 #include "idxdata/data_file_browser.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "frame/errors.h"
@@ -93,6 +94,9 @@ void CDataFileBrowser::ListFiles(std::u16string_view rootPath, bool recursive,
     const CExtensionFilter filter(permittedExtensions.has_value(),
                                   permittedExtensions.value_or(u""));
     CSeqTableReader table(m_path, EIdxTableFiles, rec::CFileRecord());
+    if (*root == CFolderTree::kRoot && recursive && !filter.IsEnabled()) {
+        files.Reserve(static_cast<std::size_t>(std::max<std::int64_t>(table.RecordCount(), 0)));
+    }
     CFileRecordCursor cursor(table);
     FileRecordView file{};
     std::u16string name;

@@ -9,7 +9,6 @@
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "idxdata/path_order.h"
-#include "platform/times.h"
 
 namespace idxdata {
 
@@ -46,6 +45,11 @@ char16_t* CFileEntries::TakeText(std::size_t units) {
     return std::exchange(m_blockNext, m_blockNext + units);
 }
 
+void CFileEntries::Reserve(std::size_t files) {
+    m_entries.reserve(files);
+    m_order.reserve(files);
+}
+
 void CFileEntries::AddFile(CListedFolders::Id folder, const FileRecordView& file) {
     if (m_entries.size() >= std::numeric_limits<std::uint32_t>::max()) {
         throw frame::CExc(u"There are too many files in the listing.", frame::kFail);
@@ -54,10 +58,9 @@ void CFileEntries::AddFile(CListedFolders::Id folder, const FileRecordView& file
     std::memcpy(name, file.nameBytes, std::size_t{file.nameLength} * 2);
     const std::u16string_view text(name, file.nameLength);
     m_hasSeparatorInName = m_hasSeparatorInName || text.find(kSeparator) != text.npos;
-    double date = 0;
-    platform::FileTimeToDate(file.modifyTime, date);
     m_order.push_back(static_cast<std::uint32_t>(m_entries.size()));
-    m_entries.push_back({name, file.nameLength, folder, date, file.size, file.ownerIndex});
+    m_entries.push_back(
+        {name, file.nameLength, folder, file.ownerIndex, file.modifyTime, file.size});
 }
 
 int CFileEntries::CompareFull(std::uint32_t a, std::uint32_t b) const noexcept {

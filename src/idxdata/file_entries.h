@@ -42,9 +42,9 @@ struct CFileEntry {
     const char16_t* name;  // in the entries' own text
     std::uint32_t nameLength;
     CListedFolders::Id folder;
-    double modifyTime;    // DATE in UTC; 0 when the record's time cannot be converted
-    std::int64_t size;    // bytes
-    std::uint32_t owner;  // index of the owner's name; at or beyond their number: none
+    std::uint32_t owner;      // index of the owner's name; at or beyond their number: none
+    std::int64_t modifyTime;  // ticks
+    std::int64_t size;        // bytes
 };
 
 // An ordered list of files, addressed from 0. Keeps the names of files in blocks of text
@@ -54,6 +54,8 @@ public:
     explicit CFileEntries(std::shared_ptr<const OwnerNames> owners) : m_owners(std::move(owners)) {}
 
     CListedFolders& Folders() noexcept { return m_folders; }
+    // Room for that many files.
+    void Reserve(std::size_t files);
     void AddFile(CListedFolders::Id folder, const FileRecordView& file);
     // Orders by folder prefix and name, ASCII letters without regard to case; the order of
     // equal names is not defined.

@@ -3,14 +3,18 @@
 #include <limits>
 #include <new>
 
+#include "platform/text_scan.h"
+
 namespace platform {
 
 std::u16string_view TextOf(BSTR text) noexcept {
     if (text == nullptr) {
         return {};
     }
-    const std::u16string_view whole(reinterpret_cast<const char16_t*>(text), ::SysStringLen(text));
-    return whole.substr(0, whole.find(u'\0'));
+    const auto* units = reinterpret_cast<const char16_t*>(text);
+    constexpr CUnitTest kIsNul = {};
+    return {units, FindUnitPair(reinterpret_cast<const std::byte*>(units), ::SysStringLen(text),
+                                kIsNul, kIsNul, 0)};
 }
 
 BSTR NewBstr(std::u16string_view text) {
