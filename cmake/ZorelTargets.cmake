@@ -13,6 +13,11 @@ if(ZOREL_SANITIZE)
   target_compile_options(zorel_options INTERFACE
     -fsanitize=${ZOREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(zorel_options INTERFACE -fsanitize=${ZOREL_SANITIZE})
+  if(ZOREL_SANITIZE MATCHES "undefined")
+    # Objects of clients in other languages have vtables, but no C++ type behind them.
+    target_compile_options(zorel_options INTERFACE -fno-sanitize=vptr)
+    target_link_options(zorel_options INTERFACE -fno-sanitize=vptr)
+  endif()
 endif()
 
 # zorel_layer(NAME LOWER...) makes the layer src/NAME from all its sources; it sees the

@@ -7,6 +7,7 @@
 #include "idxdata/byte_order.h"
 #include "platform/errors.h"
 #include "platform/files.h"
+#include "platform/memory.h"
 
 namespace idxdata {
 
@@ -39,6 +40,7 @@ void CBuffFileReader::Open(std::u16string_view path) {
     }
     const auto bytes = static_cast<std::size_t>(size);
     auto content = std::make_unique_for_overwrite<std::byte[]>(bytes);
+    platform::PreferLargePages(content.get(), bytes);
     std::size_t got = 0;
     if (!platform::ReadFile(file.Get(), content.get(), bytes, got)) {
         ThrowWin32(u"Cannot read file in CBuffFileReader::Open");

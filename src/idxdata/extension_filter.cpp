@@ -1,5 +1,9 @@
 #include "idxdata/extension_filter.h"
 
+#include <algorithm>
+#include <cstring>
+#include <span>
+
 namespace idxdata {
 
 CExtensionFilter::CExtensionFilter(bool enabled, std::u16string_view text) : m_enabled(enabled) {
@@ -31,15 +35,18 @@ void CExtensionFilter::Parse(std::u16string_view text) {
 }
 
 bool CExtensionFilter::IsPermitted(std::u16string_view name) const noexcept {
+    return IsPermitted(std::as_bytes(std::span(name)).data(), name.size());
+}
+
+bool CExtensionFilter::IsPermitted(const std::byte* name, std::size_t length) const noexcept {
     if (!m_enabled) {
         return true;
     }
-    for (const std::u16string& extension : m_extensions) {
-        if (extension.size() < name.size() && name.ends_with(extension)) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(m_extensions.begin(), m_extensions.end(), [&](const auto& extension) {
+        const std::size_t units = extension.size();
+        return units < length &&
+               std::memcmp(name + 2 * (length - units), extension.data(), 2 * units) == 0;
+    });
 }
 
 }  // namespace idxdata

@@ -1,6 +1,7 @@
 // The permitted name endings of a listing or a search.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,8 @@ public:
     CExtensionFilter(bool enabled, std::u16string_view text);
 
     bool IsPermitted(std::u16string_view name) const noexcept;
+    // The same for a name of `length` units that lies at any address.
+    bool IsPermitted(const std::byte* name, std::size_t length) const noexcept;
 
     bool IsEnabled() const noexcept { return m_enabled; }
     const std::vector<std::u16string>& Extensions() const noexcept { return m_extensions; }
