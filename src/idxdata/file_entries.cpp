@@ -47,6 +47,7 @@ char16_t* CFileEntries::TakeText(std::size_t units) {
 
 void CFileEntries::Reserve(std::size_t files) {
     m_entries.reserve(files);
+    m_keys.reserve(files);
     m_order.reserve(files);
 }
 
@@ -58,6 +59,7 @@ void CFileEntries::AddFile(CListedFolders::Id folder, const FileRecordView& file
     std::memcpy(name, file.nameBytes, std::size_t{file.nameLength} * 2);
     const std::u16string_view text(name, file.nameLength);
     m_hasSeparatorInName = m_hasSeparatorInName || text.find(kSeparator) != text.npos;
+    m_keys.push_back(PathKeyOf(text));
     m_order.push_back(static_cast<std::uint32_t>(m_entries.size()));
     m_entries.push_back(
         {name, file.nameLength, folder, file.ownerIndex, file.modifyTime, file.size});
@@ -76,7 +78,7 @@ void CFileEntries::SortByName() {
                   [&](std::uint32_t a, std::uint32_t b) { return CompareFull(a, b) < 0; });
         return;
     }
-    m_order = OrderByFolders(m_folders, m_entries);
+    m_order = OrderByFolders(m_folders, m_entries, std::exchange(m_keys, {}));
 }
 
 std::u16string_view CFileEntries::OwnerOf(const CFileEntry& entry) const noexcept {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "idxdata/file_record_cursor.h"
+#include "idxdata/path_key.h"
 
 namespace idxdata {
 
@@ -80,6 +81,7 @@ private:
     std::shared_ptr<const OwnerNames> m_owners;
     CListedFolders m_folders;
     std::vector<CFileEntry> m_entries;
+    std::vector<PathKey> m_keys;         // of the entries' names; only until they are sorted
     std::vector<std::uint32_t> m_order;  // positions in m_entries, in list order
     std::vector<std::unique_ptr<char16_t[]>> m_blocks;
     std::size_t m_blockLeft = 0;  // code units

@@ -1,52 +1,26 @@
 #include "idxdata/path_order.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "frame/conversions.h"
+#include "idxdata/file_entries.h"
 
 namespace idxdata {
 
 namespace {
 
-constexpr std::size_t kKeyUnits = 8;
-
 // A file or a subfolder of one folder.
 struct Item {
-    std::uint64_t keys[2];  // the first kKeyUnits folded code units, the first one highest
-    const char16_t* text;   // a subfolder's ends with its backslash
-    std::uint32_t length;   // code units
-    std::uint32_t index;    // of the entry or of the folder
+    PathKey key;
+    std::uint32_t index;  // of the entry or of the folder
     bool isFolder;
 };
 
-std::uint64_t KeyOf(std::u16string_view text, std::size_t begin) {
-    std::uint64_t key = 0;
-    for (std::size_t i = begin; i < begin + kKeyUnits / 2; ++i) {
-        key = key << 16 | (i < text.size() ? frame::ToLowerAscii(text[i]) : 0U);
-    }
-    return key;
-}
-
-Item MakeItem(std::u16string_view text, std::uint32_t index, bool isFolder) {
-    return {{KeyOf(text, 0), KeyOf(text, kKeyUnits / 2)},
-            text.data(),
-            static_cast<std::uint32_t>(text.size()),
-            index,
-            isFolder};
-}
-
-bool ComesBefore(const Item& a, const Item& b) {
-    if (a.keys[0] != b.keys[0]) {
-        return a.keys[0] < b.keys[0];
-    }
-    if (a.keys[1] != b.keys[1]) {
-        return a.keys[1] < b.keys[1];
-    }
-    // Equal keys: a text that ends inside them has a unit of 0 there or equals the other.
-    const std::size_t skip = std::min<std::size_t>({kKeyUnits, a.length, b.length});
-    return frame::CompareNoCase({a.text + skip, a.length - skip},
-                                {b.text + skip, b.length - skip}) < 0;
+std::uint64_t JoinUnits(const char16_t* units) {
+    return std::uint64_t{units[0]} << 48 | std::uint64_t{units[1]} << 32 |
+           std::uint64_t{units[2]} << 16 | std::uint64_t{units[3]};
 }
 
 // Numbers gathered by group: those of group g lie at begins[g] to begins[g + 1].
@@ -80,9 +54,11 @@ private:
 // Visits folders depth first and puts down their files in order.
 class COrderMaker {
 public:
-    COrderMaker(const CListedFolders& folders, std::span<const CFileEntry> entries)
+    COrderMaker(const CListedFolders& folders, std::span<const CFileEntry> entries,
+                std::span<const PathKey> keys)
         : m_folders(folders),
           m_entries(entries),
+          m_keys(keys),
           m_files(folders.Count(), entries.size(),
                   [&](std::size_t i) { return entries[i].folder; }),
           m_subfolders(folders.Count(), folders.Count() - 1, [&](std::size_t i) {
@@ -113,17 +89,31 @@ private:
     void Enter(CListedFolders::Id folder) {
         m_path.push_back(m_items.size());
         for (const std::uint32_t file : m_files[folder]) {
-            m_items.push_back(MakeItem(CFileEntries::NameOf(m_entries[file]), file, false));
+            m_items.push_back({m_keys[file], file, false});
         }
         for (const std::uint32_t number : m_subfolders[folder]) {
-            m_items.push_back(MakeItem(m_folders.LastElementOf(number + 1), number + 1, true));
+            m_items.push_back({PathKeyOf(m_folders.LastElementOf(number + 1)), number + 1, true});
         }
         std::sort(m_items.begin() + static_cast<std::ptrdiff_t>(m_path.back()), m_items.end(),
-                  [](const Item& a, const Item& b) { return ComesBefore(b, a); });
+                  [this](const Item& a, const Item& b) { return ComesBefore(b, a); });
+    }
+
+    bool ComesBefore(const Item& a, const Item& b) const {
+        if (a.key != b.key) {
+            return a.key < b.key;
+        }
+        return frame::CompareNoCase(TextOf(a), TextOf(b)) < 0;
+    }
+
+    // A subfolder's ends with its backslash.
+    std::u16string_view TextOf(const Item& item) const {
+        return item.isFolder ? m_folders.LastElementOf(item.index)
+                             : CFileEntries::NameOf(m_entries[item.index]);
     }
 
     const CListedFolders& m_folders;
     std::span<const CFileEntry> m_entries;
+    std::span<const PathKey> m_keys;
     CGroups m_files;
     CGroups m_subfolders;             // folder numbers less one: the listed folder is nobody's
     std::vector<Item> m_items;        // still to visit, of all folders on the way down
@@ -150,9 +140,24 @@ int ComparePathsNoCase(std::u16string_view prefixA, std::u16string_view nameA,
     return lengthA == lengthB ? 0 : lengthA < lengthB ? -1 : 1;
 }
 
+PathKey PathKeyOf(std::u16string_view text) noexcept {
+    constexpr std::size_t kUnits = 8;
+    char16_t units[kUnits] = {};
+    if (text.size() >= kUnits) {
+        std::memcpy(units, text.data(), sizeof units);
+    } else {
+        std::copy(text.begin(), text.end(), units);
+    }
+    for (char16_t& unit : units) {
+        unit = frame::ToLowerAscii(unit);
+    }
+    return {JoinUnits(units), JoinUnits(units + kUnits / 2)};
+}
+
 std::vector<std::uint32_t> OrderByFolders(const CListedFolders& folders,
-                                          std::span<const CFileEntry> entries) {
-    return COrderMaker(folders, entries).Make();
+                                          std::span<const CFileEntry> entries,
+                                          std::span<const PathKey> keys) {
+    return COrderMaker(folders, entries, keys).Make();
 }
 
 }  // namespace idxdata
