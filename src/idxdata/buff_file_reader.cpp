@@ -7,7 +7,6 @@
 #include "idxdata/byte_order.h"
 #include "platform/errors.h"
 #include "platform/files.h"
-#include "platform/memory.h"
 
 namespace idxdata {
 
@@ -39,8 +38,7 @@ void CBuffFileReader::Open(std::u16string_view path) {
         ThrowWin32(u"Cannot alloc memory CBuffFileReader::Open", platform::win32err::kNotSupported);
     }
     const auto bytes = static_cast<std::size_t>(size);
-    auto content = std::make_unique_for_overwrite<std::byte[]>(bytes);
-    platform::PreferLargePages(content.get(), bytes);
+    platform::CBlockPtr content = platform::AllocateLargeBlock(bytes);
     std::size_t got = 0;
     if (!platform::ReadFile(file.Get(), content.get(), bytes, got)) {
         ThrowWin32(u"Cannot read file in CBuffFileReader::Open");

@@ -1,9 +1,8 @@
 // Reads typed fields from a file that is loaded whole.
 #pragma once
 
-#include <memory>
-
 #include "idxdata/streams.h"
+#include "platform/memory.h"
 
 namespace idxdata {
 
@@ -48,7 +47,7 @@ private:
 
     bool m_opened = false;
     std::uint64_t m_position = kClosedPosition;
-    std::unique_ptr<std::byte[]> m_content;
+    platform::CBlockPtr m_content;
     std::size_t m_size = 0;  // bytes
     std::u16string m_path;
 };

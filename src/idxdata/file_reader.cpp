@@ -25,7 +25,7 @@ constexpr char16_t kReadStringFailure[] = u"Cannot read file in CFileReader::Rea
 
 bool CFileReader::Fill(std::size_t wanted) {
     if (!m_buffer) {
-        m_buffer = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
+        m_buffer = platform::AllocateBlock(kBufferSize);
     }
     if (m_begin > 0) {
         std::memmove(m_buffer.get(), m_buffer.get() + m_begin, Buffered());

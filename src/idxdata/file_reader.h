@@ -1,10 +1,9 @@
 // Reads typed fields straight from a file.
 #pragma once
 
-#include <memory>
-
 #include "idxdata/streams.h"
 #include "platform/files.h"
+#include "platform/memory.h"
 
 namespace idxdata {
 
@@ -55,7 +54,7 @@ private:
     platform::CFileHandle m_file;
     std::u16string m_path;
     bool m_deleteOnClose = false;
-    std::unique_ptr<std::byte[]> m_buffer;
+    platform::CBlockPtr m_buffer;
     std::size_t m_begin = 0;     // of the buffered bytes not yet read
     std::size_t m_end = 0;       // of the buffered bytes
     std::int64_t m_filePos = 0;  // file position behind the buffered bytes

@@ -53,20 +53,34 @@ private:
 
 }  // namespace
 
+namespace {
+
+// The lanes at `units` where both tests pass, as bits: two for each lane.
+unsigned BothPass(const CLaneTest& first, const CLaneTest& last, const std::byte* units,
+                  std::size_t distance) noexcept {
+    return static_cast<unsigned>(
+        _mm_movemask_epi8(_mm_and_si128(first.Passing(units), last.Passing(units + 2 * distance))));
+}
+
+}  // namespace
+
+// What is left behind the last whole vector is covered by one that overlaps it.
 std::size_t FindUnitPair(const std::byte* units, std::size_t starts, CUnitTest first,
                          CUnitTest last, std::size_t distance) noexcept {
+    if (starts < kLanes) {
+        return FindUnitPairPlainly(units, starts, first, last, distance);
+    }
     const CLaneTest atFirst(first);
     const CLaneTest atLast(last);
-    std::size_t i = 0;
-    for (; starts - i >= kLanes; i += kLanes) {
-        const std::byte* const at = units + 2 * i;
-        const __m128i both = _mm_and_si128(atFirst.Passing(at), atLast.Passing(at + 2 * distance));
-        const auto found = static_cast<unsigned>(_mm_movemask_epi8(both));
+    const std::size_t lastStart = starts - kLanes;
+    for (std::size_t i = 0; i < lastStart; i += kLanes) {
+        const unsigned found = BothPass(atFirst, atLast, units + 2 * i, distance);
         if (found != 0) {
             return i + static_cast<std::size_t>(std::countr_zero(found)) / 2;
         }
     }
-    return i + FindUnitPairPlainly(units + 2 * i, starts - i, first, last, distance);
+    const unsigned found = BothPass(atFirst, atLast, units + 2 * lastStart, distance);
+    return found == 0 ? starts : lastStart + static_cast<std::size_t>(std::countr_zero(found)) / 2;
 }
 
 #else

@@ -3,6 +3,7 @@
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "frame/file_system.h"
+#include "tdf/name_probe.h"
 #include "tdf/root_folder_set.h"
 #include "tdf/tick_limits.h"
 
@@ -65,19 +66,37 @@ private:
         return m_owner.has_value() || !m_search.owner;
     }
     bool ChooseFolders() {
-        const std::vector<Folder>& folders = m_volume.Folders().Folders();
+        m_folders = &m_volume.Folders();
         if (!m_search.rootPath.empty()) {
-            m_root.emplace(folders, m_search.rootPath);
+            m_root.emplace(m_folders->Folders(), m_search.rootPath);
         }
         return !m_root || !m_root->IsEmpty();
     }
 
     void RunOver(const CNameIndex& names) {
         const CNameProbe probe(m_search.pattern, names);
+        const bool readAll = probe.IsDense() && (m_owner || m_root);
+        if (!probe.IsUsable() || readAll) {
+            for (std::size_t i = 0; i < names.Count(); ++i) {
+                Test(names.RecordAt(i), i, false);
+            }
+            return;
+        }
+        const bool nameDecides = probe.IsExact() && !AsksForMoreThanNames() &&
+                                 names.StaysBelow(m_folders->Folders().size()) &&
+                                 m_folders->AllLeadToRoot();
         for (std::size_t i = names.Next(0, probe); i < names.Count();
              i = names.Next(i + 1, probe)) {
-            Test(names.RecordAt(i), i, probe.IsExact());
+            if (nameDecides) {
+                Add(names.AddressOf(i));
+            } else {
+                Test(names.RecordAt(i), i, probe.IsExact());
+            }
         }
+    }
+    bool AsksForMoreThanNames() const noexcept {
+        return m_owner || m_root || m_search.extensions.IsEnabled() || m_search.tickLimits ||
+               m_search.sizeLimits;
     }
     void RunOverTable() {
         idxdata::CSeqTableReader table = m_volume.OpenFiles();
@@ -92,31 +111,24 @@ private:
         if (!Accepts(file, nameFits)) {
             return;
         }
-        if (!m_volume.Folders().LeadsToRoot(file.dirIndex)) {
+        if (!m_folders->LeadsToRoot(file.dirIndex)) {
             ThrowBadFolder(file.dirIndex, number);
         }
-        m_results.push_back({file.nameBytes - sizeof file.nameLength, m_number});
+        Add(file.nameBytes - sizeof file.nameLength);
     }
+    void Add(const std::byte* record) { m_results.push_back({record, m_number}); }
     // The time comes behind the tests that need none: it fails only for a file that they
     // let pass.
-    bool Accepts(const idxdata::FileRecordView& file, bool nameFits) {
+    bool Accepts(const idxdata::FileRecordView& file, bool nameFits) const {
         return (!m_owner || file.ownerIndex == *m_owner) &&
                (!m_root || m_root->Contains(file.dirIndex)) &&
                (nameFits || m_search.pattern.Match(file.nameBytes, file.nameLength)) &&
-               IsPermitted(file) &&
+               m_search.extensions.IsPermitted(file.nameBytes, file.nameLength) &&
                !(m_search.tickLimits && m_search.tickLimits->Rejects(file.modifyTime)) &&
                !(m_search.sizeLimits && m_search.sizeLimits->Rejects(file.size));
     }
-    bool IsPermitted(const idxdata::FileRecordView& file) {
-        if (!m_search.extensions.IsEnabled()) {
-            return true;
-        }
-        m_name.clear();
-        file.AppendNameTo(m_name);
-        return m_search.extensions.IsPermitted(m_name);
-    }
     [[noreturn]] void ThrowBadFolder(std::int64_t folder, std::uint64_t number) {
-        const bool exists = m_volume.Folders().Exists(folder);
+        const bool exists = m_folders->Exists(folder);
         throw frame::CExc(
             exists ? u"The file record %1 of the volume %2 lies in the folder %3, whose parents do "
                      u"not lead to the root folder."
@@ -131,8 +143,8 @@ private:
     std::uint32_t m_number;
     std::vector<Result>& m_results;
     std::optional<std::uint32_t> m_owner;
+    const CFolderPaths* m_folders = nullptr;
     std::optional<CRootFolderSet> m_root;
-    std::u16string m_name;
 };
 
 void CBinDataSearcher::Search() {

@@ -1,6 +1,7 @@
 #include "tdf/folder_paths.h"
 
 #include <cstring>
+#include <utility>
 
 namespace tdf {
 
@@ -12,28 +13,29 @@ constexpr std::size_t kMostPathUnits = 64 * 1024 * 1024;
 
 }  // namespace
 
-// A walk of more steps than there are folders goes in a circle.
-bool CFolderPaths::LeadsToRoot(std::int64_t index) {
-    m_leadsToRoot.resize(m_folders.size());
-    const auto isOpen = [this](std::int64_t i) {
-        return i != 0 && !m_leadsToRoot[static_cast<std::size_t>(i)];
-    };
-    const auto parentOf = [this](std::int64_t i) {
-        return m_folders[static_cast<std::size_t>(i)].parent;
-    };
-    std::size_t steps = 0;
-    for (std::int64_t i = index; i != 0; i = parentOf(i)) {
-        if (!Exists(i) || ++steps > m_folders.size()) {
-            return false;
+CFolderPaths::CFolderPaths(std::u16string prefix, std::vector<Folder> folders)
+    : m_prefix(std::move(prefix)), m_folders(std::move(folders)), m_leadsToRoot(m_folders.size()) {
+    FindWaysToRoot();
+}
+
+// Every folder is walked over once: a walk ends where an earlier one, or itself, has been.
+void CFolderPaths::FindWaysToRoot() {
+    std::vector<bool> walked(m_folders.size());
+    std::vector<std::size_t> walk;
+    for (std::size_t start = 0; start < m_folders.size(); ++start) {
+        walk.clear();
+        auto i = static_cast<std::int64_t>(start);
+        while (i != 0 && Exists(i) && !walked[static_cast<std::size_t>(i)]) {
+            walk.push_back(static_cast<std::size_t>(i));
+            walked[walk.back()] = true;
+            i = m_folders[walk.back()].parent;
         }
-        if (!isOpen(i)) {
-            break;
+        const bool leads = LeadsToRoot(i);
+        for (const std::size_t folder : walk) {
+            m_leadsToRoot[folder] = leads;
         }
+        m_allLeadToRoot = m_allLeadToRoot && leads;
     }
-    for (std::int64_t i = index; isOpen(i); i = parentOf(i)) {
-        m_leadsToRoot[static_cast<std::size_t>(i)] = true;
-    }
-    return true;
 }
 
 const std::u16string& CFolderPaths::PathOf(std::int64_t index) {

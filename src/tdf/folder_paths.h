@@ -21,26 +21,30 @@ struct Folder {
 class CFolderPaths {
 public:
     // `prefix` stands before every path: "C:\".
-    explicit CFolderPaths(std::u16string prefix) : m_prefix(std::move(prefix)) {}
+    CFolderPaths(std::u16string prefix, std::vector<Folder> folders);
 
-    void Add(const Folder& folder) { m_folders.push_back(folder); }
     const std::vector<Folder>& Folders() const noexcept { return m_folders; }
     bool Exists(std::int64_t index) const noexcept {
         return static_cast<std::uint64_t>(index) < m_folders.size();
     }
 
     // Whether the parents lead from a folder to the root, index 0.
-    bool LeadsToRoot(std::int64_t index);
+    bool LeadsToRoot(std::int64_t index) const noexcept {
+        return index == 0 || (Exists(index) && m_leadsToRoot[static_cast<std::size_t>(index)]);
+    }
+    bool AllLeadToRoot() const noexcept { return m_allLeadToRoot; }
     // The path of a folder that leads to the root, with a backslash at its end. The text
     // is valid until the next call.
     const std::u16string& PathOf(std::int64_t index);
 
 private:
+    void FindWaysToRoot();
     void Build(std::int64_t index, std::u16string& path);
 
     std::u16string m_prefix;
     std::vector<Folder> m_folders;
-    std::vector<bool> m_leadsToRoot;   // folders known to; empty before the first question
+    std::vector<bool> m_leadsToRoot;
+    bool m_allLeadToRoot = true;
     std::vector<std::uint32_t> m_ids;  // 0, or the folder's place in m_paths plus 1
     std::deque<std::u16string> m_paths;
     std::size_t m_pathUnits = 0;            // code units in m_paths

@@ -47,15 +47,9 @@ bool CTextLineCursor::NextInWindow(TextLine& line) {
         // The bits up to the line feed; all of them without one.
         const std::uint64_t inLine = todo & (end ^ (end - 1));
         const std::uint64_t backslashes = marks.backslashes & inLine;
-        if (backslashes != 0) {
-            line.lastBackslash = HighestAt(backslashes, block);
-            if (line.firstBackslash == TextLine::kNone) {
-                line.firstBackslash = LowestAt(backslashes, block);
-            }
-        }
-        if (firstDropped == TextLine::kNone) {
-            firstDropped = LowestAt(marks.dropped & inLine, block);
-        }
+        line.lastBackslash = backslashes == 0 ? line.lastBackslash : HighestAt(backslashes, block);
+        line.firstBackslash = std::min(line.firstBackslash, LowestAt(backslashes, block));
+        firstDropped = std::min(firstDropped, LowestAt(marks.dropped & inLine, block));
         if (end != 0) {
             Finish(LowestAt(end, block), firstDropped, line);
             return true;

@@ -60,15 +60,15 @@ CFolderPaths& CVolumeCatalogue::Folders() {
     if (!m_folders) {
         rec::CDirRecord record;
         idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableDirs, record);
-        CFolderPaths folders(LetterOf(m_key) + u":\\");
+        std::vector<Folder> folders;
         while (!table.IsEnd()) {
             constexpr std::size_t kLengthSize = 4;  // bytes before a name
             const std::byte* const at = m_reader->Window(0).data();
             table.ReadRecord(record);
-            folders.Add({at + kLengthSize, static_cast<std::uint32_t>(record.DirName.size()),
-                         record.ParentDirIndex});
+            folders.push_back({at + kLengthSize, static_cast<std::uint32_t>(record.DirName.size()),
+                               record.ParentDirIndex});
         }
-        m_folders = std::move(folders);
+        m_folders.emplace(LetterOf(m_key) + u":\\", std::move(folders));
     }
     return *m_folders;
 }
