@@ -78,6 +78,8 @@ public:
     // Flushes and gives the buffer's memory back until the next write.
     void ReleaseBuffer();
     bool HoldsBuffer() const noexcept { return m_buffer != nullptr; }
+    // Something is written and not yet flushed.
+    bool IsPending() const noexcept { return m_used != 0; }
 
 private:
     void BeginWrite(const char16_t* notOpen, const char16_t* failure);

@@ -46,4 +46,24 @@ inline void LimitFileSize([[maybe_unused]] std::uint64_t bytes) {
 #endif
 }
 
+// From now on this process holds at most `count` file handles at a time.
+inline void LimitOpenFiles([[maybe_unused]] std::uint64_t count) {
+#if !defined(_WIN32)
+    const rlimit limit{count, count};
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+#endif
+}
+
+// The most memory that this process ever had at a time, in bytes; 0 where sanitizers hold
+// memory of their own.
+inline std::uint64_t PeakMemory() {
+#if defined(_WIN32) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return 0;
+#else
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
+#endif
+}
+
 }  // namespace support

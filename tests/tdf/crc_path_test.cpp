@@ -6,26 +6,15 @@
 #include <random>
 
 #include "frame/conversions.h"
+#include "support/tdf_model.h"
 
 namespace tdf {
 namespace {
 
-// Bit by bit, as the polynomial says.
-std::uint16_t PlainCrc(std::string_view bytes) {
-    std::uint32_t crc = 0xFFFF;
-    for (const char byte : bytes) {
-        crc ^= static_cast<std::uint32_t>(static_cast<unsigned char>(byte)) << 8;
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = ((crc << 1) ^ ((crc & 0x8000U) != 0 ? 0x1021U : 0U)) & 0xFFFFU;
-        }
-    }
-    return static_cast<std::uint16_t>(crc);
-}
-
 TEST(ElementCrc, IsThatOfTheLowerCaseBytes) {
-    ASSERT_EQ(PlainCrc("123456789"), 0x29B1);
+    ASSERT_EQ(support::PlainCrc("123456789"), 0x29B1);
     // The same bytes with a tenth one, as five code units.
-    EXPECT_EQ(ElementCrc(u"\u3231\u3433\u3635\u3837\u3039"), PlainCrc("1234567890"));
+    EXPECT_EQ(ElementCrc(u"\u3231\u3433\u3635\u3837\u3039"), support::PlainCrc("1234567890"));
     EXPECT_EQ(ElementCrc(u"A"), 0x2514);
     EXPECT_EQ(ElementCrc(u"a"), 0x2514);
     std::mt19937 random(7);
@@ -38,7 +27,7 @@ TEST(ElementCrc, IsThatOfTheLowerCaseBytes) {
             bytes.push_back(static_cast<char>(folded & 0xFF));
             bytes.push_back(static_cast<char>(folded >> 8));
         }
-        ASSERT_EQ(ElementCrc(element), PlainCrc(bytes)) << i;
+        ASSERT_EQ(ElementCrc(element), support::PlainCrc(bytes)) << i;
     }
 }
 

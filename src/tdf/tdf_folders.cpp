@@ -1,0 +1,106 @@
+#include "tdf/tdf_folders.h"
+
+#include <span>
+
+#include "frame/conversions.h"
+#include "frame/errors.h"
+#include "tdf/crc_path.h"
+
+namespace tdf {
+
+namespace {
+
+constexpr std::size_t kMostKept = 16 * 1024 * 1024;  // code units
+constexpr std::size_t kLongestKept = 64 * 1024;      // code units of one text
+
+}  // namespace
+
+void CTdfFolders::Add(std::u16string_view name, std::int64_t parent) {
+    m_names.Add(std::as_bytes(std::span(name.data(), name.size())).data(), name.size());
+    m_parents.push_back(parent);
+}
+
+CTdfFolders::Chain CTdfFolders::ChainOf(std::int64_t folder) const noexcept {
+    Chain chain;
+    while (folder != 0 && chain.count < kMostFolders) {
+        if (static_cast<std::uint64_t>(folder) >= m_parents.size()) {
+            chain.missing = folder;
+            break;
+        }
+        chain.folders[chain.count++] = static_cast<std::uint32_t>(folder);
+        folder = m_parents[static_cast<std::size_t>(folder)];
+    }
+    return chain;
+}
+
+CFolderTexts::CFolderTexts(const CTdfFolders& folders, std::u16string_view volumeName,
+                           std::optional<std::int32_t> groupLimit)
+    : m_folders(folders),
+      m_volumeName(volumeName),
+      m_groupLimit(groupLimit),
+      m_slots(folders.Count()) {}
+
+std::u16string_view CFolderTexts::TextOf(std::int64_t folder, std::int64_t record) {
+    if (static_cast<std::uint64_t>(folder) >= m_slots.size()) {
+        Compose(folder, record);  // the root of a volume without folders, or a failure
+        return m_text;
+    }
+    Slot& slot = m_slots[static_cast<std::size_t>(folder)];
+    if (slot.round == m_round) {
+        return {m_kept.data() + slot.begin, slot.length};
+    }
+    Compose(folder, record);
+    return Keep(slot);
+}
+
+std::u16string_view CFolderTexts::Keep(Slot& slot) {
+    if (m_text.size() > kLongestKept) {
+        return m_text;
+    }
+    if (m_kept.size() + m_text.size() > kMostKept) {
+        m_kept.clear();
+        ++m_round;
+    }
+    slot = {static_cast<std::uint32_t>(m_kept.size()), static_cast<std::uint32_t>(m_text.size()),
+            m_round};
+    m_kept += m_text;
+    return m_text;
+}
+
+void CFolderTexts::Compose(std::int64_t folder, std::int64_t record) {
+    const CTdfFolders::Chain chain = m_folders.ChainOf(folder);
+    if (chain.missing) {
+        throw frame::CExc(
+            u"A folder index lies outside the folder table. Volume: [%1]. File record: [%2]. "
+            u"Folder index: [%3].",
+            {m_volumeName, frame::Int64ToString(record), frame::Int64ToString(*chain.missing)},
+            frame::kInvalidArg);
+    }
+    m_text.clear();
+    if (m_groupLimit) {
+        ComposeGroups(chain);
+    } else {
+        ComposePath(chain);
+    }
+}
+
+void CFolderTexts::ComposePath(const CTdfFolders::Chain& chain) {
+    m_text += m_volumeName;
+    m_text += u":\\";
+    for (std::size_t i = chain.count; i-- > 0;) {
+        m_text += m_folders.NameOf(chain.folders[i]);
+        m_text += u'\\';
+    }
+}
+
+void CFolderTexts::ComposeGroups(const CTdfFolders::Chain& chain) {
+    CGroupLimit limit(*m_groupLimit);
+    if (limit.Take()) {
+        AppendCrcGroup(m_text, ElementCrc(m_volumeName + u":"));
+    }
+    for (std::size_t i = chain.count; i-- > 0 && limit.Take();) {
+        AppendCrcGroup(m_text, ElementCrc(m_folders.NameOf(chain.folders[i])));
+    }
+}
+
+}  // namespace tdf

@@ -1,0 +1,73 @@
+// The folders of one volume for the generation of text data files.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tdf/line_store.h"
+
+namespace tdf {
+
+// The folder table by record position. Index 0 is the volume root and has no part in any
+// path; a path keeps the 64 folders nearest the file.
+class CTdfFolders {
+public:
+    static constexpr std::size_t kMostFolders = 64;
+
+    void Add(std::u16string_view name, std::int64_t parent);
+    std::size_t Count() const noexcept { return m_names.size(); }
+    std::u16string_view NameOf(std::size_t folder) const noexcept { return m_names[folder]; }
+
+    // The folders from one up to the root, innermost first.
+    struct Chain {
+        std::array<std::uint32_t, kMostFolders> folders;
+        std::size_t count = 0;
+        std::optional<std::int64_t> missing;  // the index that the table does not have
+    };
+    Chain ChainOf(std::int64_t folder) const noexcept;
+
+private:
+    CLineStore m_names;
+    std::vector<std::int64_t> m_parents;
+};
+
+// What stands for a folder in the lines of its files: its path, or the groups of its
+// fingerprint. Texts are kept, up to a limit in memory, and made once while they are.
+// Throws CExc (E_INVALIDARG) for an index that the table does not have, met on the way.
+class CFolderTexts {
+public:
+    // `groupLimit`: of fingerprints; none for paths. `folders` must outlive the texts.
+    CFolderTexts(const CTdfFolders& folders, std::u16string_view volumeName,
+                 std::optional<std::int32_t> groupLimit);
+
+    // "C:\Users\john\" or "ac906abf43d5"; valid until the next call. `record` is the file
+    // record's position, for messages.
+    std::u16string_view TextOf(std::int64_t folder, std::int64_t record);
+
+private:
+    struct Slot {
+        std::uint32_t begin = 0;  // in m_kept
+        std::uint32_t length = 0;
+        std::uint32_t round = 0;  // 0: never kept
+    };
+
+    std::u16string_view Keep(Slot& slot);
+    void Compose(std::int64_t folder, std::int64_t record);
+    void ComposePath(const CTdfFolders::Chain& chain);
+    void ComposeGroups(const CTdfFolders::Chain& chain);
+
+    const CTdfFolders& m_folders;
+    std::u16string m_volumeName;
+    std::optional<std::int32_t> m_groupLimit;
+    std::vector<Slot> m_slots;  // by folder
+    std::u16string m_kept;
+    std::uint32_t m_round = 1;  // m_kept was emptied this often, and once more
+    std::u16string m_text;      // the text last made
+};
+
+}  // namespace tdf

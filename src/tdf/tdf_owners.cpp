@@ -1,0 +1,54 @@
+#include "tdf/tdf_owners.h"
+
+#include <span>
+#include <unordered_map>
+
+#include "frame/conversions.h"
+
+namespace tdf {
+
+namespace {
+
+void AddTo(CLineStore& store, std::u16string_view text) {
+    store.Add(std::as_bytes(std::span(text.data(), text.size())).data(), text.size());
+}
+
+bool IsUnknown(const rec::COwnerRecord& record) {
+    return record.OwnerName.empty() || frame::EqualsNoCase(record.OwnerName, record.OwnerId);
+}
+
+}  // namespace
+
+void CTdfOwners::Add(const rec::COwnerRecord& record) {
+    if (IsUnknown(record)) {
+        AddTo(m_labels, u"unkn" + frame::UInt64ToString(m_unknown++));
+        m_domainLengths.push_back(std::u16string::npos);
+    } else {
+        AddTo(m_labels, record.OwnerDomain + u"." + record.OwnerName);
+        m_domainLengths.push_back(record.OwnerDomain.size());
+    }
+    AddTo(m_ids, record.OwnerId);
+}
+
+void CTdfOwners::FindTwins() {
+    m_twins.assign(Count(), kNoTwin);
+    std::unordered_map<std::u16string_view, std::uint32_t> firsts;
+    firsts.reserve(Count());
+    for (std::uint32_t owner = 0; owner < Count(); ++owner) {
+        const auto [first, isNew] = firsts.emplace(m_labels[owner], owner);
+        if (!isNew) {
+            m_twins[first->second] = m_twins[owner] = first->second;
+        }
+    }
+}
+
+std::u16string CTdfOwners::MapLineOf(std::size_t owner) const {
+    std::u16string line(m_labels[owner]);
+    if (m_domainLengths[owner] != std::u16string::npos) {
+        line[m_domainLengths[owner]] = u'\\';
+    }
+    line += u"    ";
+    return line += m_ids[owner];
+}
+
+}  // namespace tdf

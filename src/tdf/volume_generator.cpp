@@ -1,0 +1,224 @@
+#include "tdf/volume_generator.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "frame/errors.h"
+#include "frame/file_system.h"
+#include "platform/unicode_text.h"
+
+namespace tdf {
+
+namespace {
+
+// The bytes of a record beside its texts.
+constexpr std::uint64_t kFolderSize = 4 + 8;
+constexpr std::uint64_t kOwnerSize = 4 + 4 + 4;
+constexpr std::uint64_t kFileSize = 4 + 8 + 4 + 8 + 8;
+
+[[noreturn]] void FailShort() {
+    throw frame::CExc(u"The specified size is out of the buffer boundary.", frame::kFail);
+}
+
+// Sees that the records of a table lie within the file: a reader gives zeros behind its
+// end, which must not become lines.
+class CTableGuard {
+public:
+    explicit CTableGuard(const idxdata::CSeqTableReader& table)
+        : m_left(table.Reader().Remaining()) {}
+
+    // A record with `units` code units of text and `fixed` other bytes was read.
+    void Pass(std::uint64_t fixed, std::uint64_t units) {
+        const std::uint64_t bytes = fixed + 2 * units;
+        if (bytes > m_left) {
+            FailShort();
+        }
+        m_left -= bytes;
+    }
+
+private:
+    std::uint64_t m_left;  // bytes
+};
+
+// Code units put one behind the other at any address.
+class CUnitsOut {
+public:
+    explicit CUnitsOut(std::byte* begin) noexcept : m_begin(begin), m_at(begin) {}
+
+    void Skip(std::size_t units) noexcept { m_at += 2 * units; }
+    void Put(const void* units, std::size_t count) noexcept {
+        if (count != 0) {
+            std::memcpy(m_at, units, 2 * count);
+            m_at += 2 * count;
+        }
+    }
+    void Put(std::u16string_view text) noexcept { Put(text.data(), text.size()); }
+    void PutReversed(std::u16string_view text) noexcept {
+        for (std::size_t i = text.size(); i-- > 0; m_at += 2) {
+            std::memcpy(m_at, &text[i], 2);
+        }
+    }
+    std::byte* At() const noexcept { return m_at; }
+    std::size_t Units() const noexcept { return static_cast<std::size_t>(m_at - m_begin) / 2; }
+
+private:
+    std::byte* m_begin;
+    std::byte* m_at;
+};
+
+}  // namespace
+
+void CVolumeGenerator::Run(std::u16string_view dataFile) {
+    m_reader = std::make_shared<idxdata::CFileReader>();
+    m_reader->Open(dataFile);
+    ReadFolders();
+    ReadOwners();
+    m_folderTexts.emplace(
+        m_folders, m_volumeName,
+        m_settings.bCrcMode ? std::optional(m_settings.subfoldersMax) : std::nullopt);
+    COwnerFiles files(
+        m_owners,
+        {m_settings.outpFolder, m_volumeName, m_settings.txtDateTime, m_settings.recsNumPerTxt},
+        m_limits);
+    try {
+        ReadFiles(files);
+        WriteOwnersMap(files);
+    } catch (const frame::CExc&) {
+        // What was written before the failure is brought to its files all the same.
+        try {
+            files.CloseAll();
+        } catch (const frame::CExc&) {
+        }
+        throw;
+    }
+    files.CloseAll();
+}
+
+idxdata::CSeqTableReader CVolumeGenerator::OpenTable(idxdata::EIdxTable table,
+                                                     const idxdata::IRecord& layout) {
+    m_reader->SetCurFilePos(0);
+    idxdata::CSeqTableReader opened(m_reader, table, layout);
+    // A header that ends with its file would read as that of an empty table.
+    m_reader->SetCurFilePos(m_reader->GetCurFilePos() - std::int64_t{sizeof(std::int64_t)});
+    if (m_reader->ReadLongLong() != opened.RecordCount()) {
+        FailShort();
+    }
+    return opened;
+}
+
+void CVolumeGenerator::ReadFolders() {
+    rec::CDirRecord record;
+    idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableDirs, record);
+    CTableGuard guard(table);
+    while (!table.IsEnd()) {
+        table.ReadRecord(record);
+        guard.Pass(kFolderSize, record.DirName.size());
+        m_folders.Add(record.DirName, record.ParentDirIndex);
+    }
+}
+
+void CVolumeGenerator::ReadOwners() {
+    rec::COwnerRecord record;
+    idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableOwners, record);
+    CTableGuard guard(table);
+    while (!table.IsEnd()) {
+        table.ReadRecord(record);
+        guard.Pass(kOwnerSize,
+                   record.OwnerId.size() + record.OwnerName.size() + record.OwnerDomain.size());
+        m_owners.Add(record);
+    }
+    m_owners.FindTwins();
+}
+
+void CVolumeGenerator::ReadFiles(COwnerFiles& files) {
+    idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableFiles, rec::CFileRecord());
+    CTableGuard guard(table);
+    idxdata::CFileRecordCursor cursor(table);
+    idxdata::FileRecordView record{};
+    for (std::int64_t index = 0; cursor.Next(record); ++index) {
+        guard.Pass(kFileSize, record.nameLength);
+        if (record.ownerIndex < m_owners.Count()) {
+            WriteRecord(files, record, index);
+        }
+    }
+}
+
+void CVolumeGenerator::WriteRecord(COwnerFiles& files, const idxdata::FileRecordView& record,
+                                   std::int64_t index) {
+    files.Open(record.ownerIndex);
+    if (m_settings.bCrcMode) {
+        WriteKeyLines(files, record, index);
+    } else {
+        WriteRecordLine(files, record, index);
+    }
+    files.CountRecord(record.ownerIndex);
+}
+
+void CVolumeGenerator::WriteRecordLine(COwnerFiles& files, const idxdata::FileRecordView& record,
+                                       std::int64_t index) {
+    const std::u16string_view folder = m_folderTexts->TextOf(record.dirIndex, index);
+    const std::size_t mostUnits = CRecordHead::kMostUnits + folder.size() + record.nameLength;
+    files.PutLine(record.ownerIndex, mostUnits, [&](std::byte* line) {
+        CUnitsOut out(line);
+        out.Skip(m_head.Write(record.modifyTime, record.size, line));
+        out.Put(folder);
+        out.Put(record.nameBytes, record.nameLength);
+        return platform::ReadsAsUnicode(line, out.Units()) ? out.Units() : 0;
+    });
+}
+
+void CVolumeGenerator::WriteKeyLines(COwnerFiles& files, const idxdata::FileRecordView& record,
+                                     std::int64_t index) {
+    if (!platform::ReadsAsUnicode(record.nameBytes, record.nameLength)) {
+        return;
+    }
+    // Of the index only the low 32 bits count here.
+    const std::u16string_view fingerprint =
+        m_folderTexts->TextOf(static_cast<std::uint32_t>(record.dirIndex), index);
+    m_name.clear();
+    record.AppendNameTo(m_name);
+    m_keyNames.Cut(m_name);
+    const std::uint32_t owner = record.ownerIndex;
+    WriteKeyLine(files, owner, EKeyTag::BaseName, fingerprint, m_keyNames.Base());
+    for (const EKeyTag tag : {EKeyTag::Part, EKeyTag::ReversedPart}) {
+        for (const std::u16string_view part : m_keyNames.Parts()) {
+            WriteKeyLine(files, owner, tag, fingerprint, part);
+        }
+    }
+}
+
+void CVolumeGenerator::WriteKeyLine(COwnerFiles& files, std::uint32_t owner, EKeyTag tag,
+                                    std::u16string_view fingerprint, std::u16string_view text) {
+    const std::u16string_view extension = m_keyNames.Extension();
+    const std::size_t units = extension.size() + 3 + fingerprint.size() + 1 + text.size();
+    files.PutLine(owner, units, [&](std::byte* line) {
+        const char16_t head[] = {u' ', static_cast<char16_t>(tag), u'h'};
+        CUnitsOut out(line);
+        out.Put(extension);
+        out.Put(head, std::size(head));
+        out.Put(fingerprint);
+        out.Put(u" ", 1);
+        if (tag == EKeyTag::ReversedPart) {
+            out.PutReversed(text);
+        } else {
+            out.Put(text);
+        }
+        return out.Units();
+    });
+}
+
+void CVolumeGenerator::WriteOwnersMap(COwnerFiles& files) {
+    const std::u16string name = u"owners." + m_volumeName + u".map";
+    const std::u16string shownPath = frame::CombinePath(m_settings.outpFolder, name);
+    frame::WithContext(u"Failed to create owners map file. File path:[%1].", {shownPath}, [&] {
+        idxdata::CFileWriter map;
+        files.CreateBeside(map, files.PathFor(name));
+        map.WriteWord(u'\uFEFF');
+        for (std::size_t owner = 0; owner < m_owners.Count(); ++owner) {
+            map.WriteTextString(m_owners.MapLineOf(owner));
+        }
+        map.Close();
+    });
+}
+
+}  // namespace tdf

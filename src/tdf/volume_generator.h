@@ -1,0 +1,61 @@
+// The text data files of one volume.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "idxdata/file_reader.h"
+#include "idxdata/file_record_cursor.h"
+#include "tdf/crc_path.h"
+#include "tdf/owner_files.h"
+#include "tdf/record_head.h"
+#include "tdf/tdf_folders.h"
+#include "tdf/tdf_generator.h"
+#include "tdf/tdf_owners.h"
+
+namespace tdf {
+
+// Reads a volume's tables in order, then turns its file records into lines, one at a time.
+// For one run on one thread; `settings` must outlive it.
+class CVolumeGenerator {
+public:
+    CVolumeGenerator(const TdfSettings& settings, std::u16string_view volumeName,
+                     const OwnerFilesLimits& limits = {})
+        : m_settings(settings),
+          m_volumeName(volumeName),
+          m_limits(limits),
+          m_keyNames(settings.additionalParts, settings.separators) {}
+
+    // `dataFile` is the volume's index data file.
+    void Run(std::u16string_view dataFile);
+
+private:
+    idxdata::CSeqTableReader OpenTable(idxdata::EIdxTable table, const idxdata::IRecord& layout);
+    void ReadFolders();
+    void ReadOwners();
+    void ReadFiles(COwnerFiles& files);
+    void WriteRecord(COwnerFiles& files, const idxdata::FileRecordView& record, std::int64_t index);
+    void WriteRecordLine(COwnerFiles& files, const idxdata::FileRecordView& record,
+                         std::int64_t index);
+    void WriteKeyLines(COwnerFiles& files, const idxdata::FileRecordView& record,
+                       std::int64_t index);
+    void WriteKeyLine(COwnerFiles& files, std::uint32_t owner, EKeyTag tag,
+                      std::u16string_view fingerprint, std::u16string_view text);
+    void WriteOwnersMap(COwnerFiles& files);
+
+    const TdfSettings& m_settings;
+    std::u16string m_volumeName;
+    OwnerFilesLimits m_limits;
+    std::shared_ptr<idxdata::CFileReader> m_reader;
+    CTdfFolders m_folders;
+    CTdfOwners m_owners;
+    std::optional<CFolderTexts> m_folderTexts;
+    CRecordHead m_head;
+    CKeyNameCutter m_keyNames;
+    std::u16string m_name;  // of the record whose key lines are written
+};
+
+}  // namespace tdf

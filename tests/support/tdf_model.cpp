@@ -1,0 +1,197 @@
+#include "support/tdf_model.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+#include "platform/unicode_text.h"
+
+namespace support {
+
+namespace {
+
+std::u16string Wide(std::string_view ascii) {
+    return std::u16string(ascii.begin(), ascii.end());
+}
+
+std::u16string Lower(std::u16string_view text) {
+    std::u16string out(text);
+    for (char16_t& c : out) {
+        c = c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
+    }
+    return out;
+}
+
+bool IsText(std::u16string_view text) {
+    const std::string bytes = Utf16Bytes(text);
+    return platform::ReadsAsUnicodePlainly(
+        static_cast<const std::byte*>(static_cast<const void*>(bytes.data())), text.size());
+}
+
+// "CORP.jsmith" and "CORP\jsmith", or twice "unkn0".
+struct Label {
+    std::u16string inFileName;
+    std::u16string inMap;
+};
+
+std::vector<Label> LabelsOf(const std::vector<OwnerRow>& owners) {
+    std::vector<Label> labels;
+    int unknown = 0;
+    for (const OwnerRow& owner : owners) {
+        if (owner.name.empty() || Lower(owner.name) == Lower(owner.id)) {
+            const std::u16string label = Wide("unkn" + std::to_string(unknown++));
+            labels.push_back({label, label});
+        } else {
+            labels.push_back({owner.domain + u"." + owner.name, owner.domain + u"\\" + owner.name});
+        }
+    }
+    return labels;
+}
+
+std::vector<std::u16string> FoldersOf(const Volume& volume, std::int64_t dir) {
+    std::vector<std::u16string> folders;
+    while (dir != 0 && folders.size() < 64) {
+        const DirRow& row = volume.dirs.at(static_cast<std::size_t>(dir));
+        folders.insert(folders.begin(), row.name);
+        dir = row.parent;
+    }
+    return folders;
+}
+
+std::u16string DateOf(std::int64_t ticks) {
+    namespace chrono = std::chrono;
+    constexpr std::int64_t kTo1970 = 11644473600;
+    constexpr std::int64_t kLast = 253402300799;
+    const std::int64_t since1970 = std::min((ticks < 0 ? 0 : ticks) / 10'000'000 - kTo1970, kLast);
+    const chrono::sys_seconds moment{chrono::seconds(since1970)};
+    const auto day = chrono::floor<chrono::days>(moment);
+    const chrono::year_month_day date(day);
+    const chrono::hh_mm_ss time(moment - day);
+    char text[64];
+    std::snprintf(text, sizeof text, "%02u/%02u/%04d %02d:%02d:%02d",
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(date.year()), static_cast<int>(time.hours().count()),
+                  static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()));
+    return Wide(text);
+}
+
+using Lines = std::vector<std::u16string>;
+
+Lines RecordLines(const Volume& volume, const FileRow& file, const TdfModelSettings& settings) {
+    std::u16string line = DateOf(file.modifyTime) + Wide(", " + std::to_string(file.size) + ", ");
+    line += settings.volumeName + u":\\";
+    for (const std::u16string& folder : FoldersOf(volume, file.dir)) {
+        line += folder + u"\\";
+    }
+    line += file.name;
+    return IsText(line) ? Lines{line} : Lines{};
+}
+
+std::u16string Fingerprint(const Volume& volume, const FileRow& file,
+                           const TdfModelSettings& settings) {
+    std::vector<std::u16string> elements = FoldersOf(volume, file.dir & 0xFFFFFFFF);
+    elements.insert(elements.begin(), settings.volumeName + u":");
+    std::u16string text;
+    std::int64_t count = settings.subfoldersMax;
+    for (std::size_t i = 0; i < elements.size() && count != 0; ++i, --count) {
+        char group[8];
+        std::snprintf(group, sizeof group, "%04x", PlainCrc(Utf16Bytes(Lower(elements[i]))));
+        text += Wide(group);
+    }
+    return text;
+}
+
+Lines PartsOf(std::u16string_view base, const TdfModelSettings& settings) {
+    Lines parts(1);
+    for (const char16_t c : base) {
+        if (settings.separators.find(c) == std::u16string::npos) {
+            parts.back() += c;
+        } else {
+            parts.emplace_back();
+        }
+    }
+    std::erase(parts, u"");
+    std::stable_sort(parts.begin(), parts.end(),
+                     [](const auto& a, const auto& b) { return a.size() > b.size(); });
+    if (settings.additionalParts >= 0 &&
+        parts.size() > static_cast<std::size_t>(settings.additionalParts)) {
+        parts.resize(static_cast<std::size_t>(settings.additionalParts));
+    }
+    return parts;
+}
+
+Lines KeyLines(const Volume& volume, const FileRow& file, const TdfModelSettings& settings) {
+    if (!IsText(file.name)) {
+        return {};
+    }
+    const std::size_t dot = file.name.rfind(u'.');
+    const std::u16string base = file.name.substr(0, dot);
+    const std::u16string extension =
+        dot == std::u16string::npos ? u"none" : file.name.substr(dot + 1);
+    const std::u16string fingerprint = Fingerprint(volume, file, settings);
+    const auto line = [&](std::u16string_view tag, std::u16string_view text) {
+        return extension + u" " + std::u16string(tag) + fingerprint + u" " + std::u16string(text);
+    };
+    Lines lines = {line(u"0h", base)};
+    const Lines parts = PartsOf(base, settings);
+    for (const std::u16string& part : parts) {
+        lines.push_back(line(u"1h", part));
+    }
+    for (const std::u16string& part : parts) {
+        lines.push_back(line(u"2h", std::u16string(part.rbegin(), part.rend())));
+    }
+    return lines;
+}
+
+}  // namespace
+
+std::uint16_t PlainCrc(std::string_view bytes) {
+    std::uint32_t crc = 0xFFFF;
+    for (const char byte : bytes) {
+        crc ^= static_cast<std::uint32_t>(static_cast<unsigned char>(byte)) << 8;
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = ((crc << 1) ^ ((crc & 0x8000U) != 0 ? 0x1021U : 0U)) & 0xFFFFU;
+        }
+    }
+    return static_cast<std::uint16_t>(crc);
+}
+
+std::string Utf16Bytes(std::u16string_view text) {
+    std::string bytes;
+    for (const char16_t unit : text) {
+        bytes += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+    }
+    return bytes;
+}
+
+TdfFiles ModelTdfFiles(const Volume& volume, const TdfModelSettings& settings) {
+    const std::string mark = "\xFF\xFE";
+    const std::vector<Label> labels = LabelsOf(volume.owners);
+    std::vector<std::int64_t> records(labels.size());
+    TdfFiles files;
+    for (const FileRow& file : volume.files) {
+        if (file.owner >= labels.size()) {
+            continue;
+        }
+        const std::int64_t number =
+            records[file.owner]++ / std::max(settings.recordsPerFile, std::int32_t{1});
+        std::string& content =
+            files[u"vl." + settings.volumeName + u"." + labels[file.owner].inFileName + u"." +
+                  Wide(std::to_string(number)) + u".txt"];
+        content = content.empty() ? mark : content;
+        for (const std::u16string& line : settings.crcMode ? KeyLines(volume, file, settings)
+                                                           : RecordLines(volume, file, settings)) {
+            content += Utf16Bytes(line + u"\r\n");
+        }
+    }
+    std::string& map = files[u"owners." + settings.volumeName + u".map"];
+    map = mark;
+    for (std::size_t i = 0; i < labels.size(); ++i) {
+        map += Utf16Bytes(labels[i].inMap + u"    " + volume.owners[i].id + u"\r\n");
+    }
+    return files;
+}
+
+}  // namespace support
