@@ -13,6 +13,7 @@
 #include "tdf/co_oib_bdf_search_task.h"
 #include "tdf/co_oib_tdf_search_task.h"
 #include "tdf/crc_path.h"
+#include "tdf/tdf_generator.h"
 
 namespace coClasses {
 
@@ -21,11 +22,6 @@ namespace {
 constexpr OLECHAR kProgId[] = {u'Z', u'o', u'r', u'e', u'l', u'O', u'i', u'b', u'I', u'd',
                                u'x', u'L', u'i', u'b', u'.', u'C', u'O', u'i', u'b', u'I',
                                u'd', u'x', u'L', u'i', u'b', u'.', u'5', u'\0'};
-
-[[noreturn]] void ThrowNotBuilt(std::u16string_view method) {
-    throw frame::CExc(u"The method %1 is not available in this version of the library.", {method},
-                      E_NOTIMPL);
-}
 
 mtf::EMtfOpenMode ToOpenMode(INT mode) {
     switch (mode) {
@@ -107,15 +103,18 @@ HRESULT CCoOibIdxLib::GenerateOibTDFs(BSTR binIndexFile, BSTR outpFolder, _FILET
                                       INT recsNumPerTxt, VARIANT_BOOL bCrcMode, INT subfoldersMax,
                                       INT additionalParts, BSTR separators) {
     return Locked([&]() -> HRESULT {
-        static_cast<void>(binIndexFile);
-        static_cast<void>(outpFolder);
-        static_cast<void>(txtDateTime);
-        static_cast<void>(recsNumPerTxt);
-        static_cast<void>(bCrcMode);
-        static_cast<void>(subfoldersMax);
-        static_cast<void>(additionalParts);
-        static_cast<void>(separators);
-        ThrowNotBuilt(u"GenerateOibTDFs");
+        tdf::TdfSettings settings;
+        settings.binIndexFile = platform::TextOf(binIndexFile);
+        settings.outpFolder = platform::TextOf(outpFolder);
+        settings.txtDateTime = static_cast<std::int64_t>(
+            std::uint64_t{txtDateTime.dwHighDateTime} << 32 | txtDateTime.dwLowDateTime);
+        settings.recsNumPerTxt = recsNumPerTxt;
+        settings.bCrcMode = bCrcMode != VARIANT_FALSE;
+        settings.subfoldersMax = subfoldersMax;
+        settings.additionalParts = additionalParts;
+        settings.separators = platform::TextOf(separators);
+        tdf::GenerateTextDataFiles(settings);
+        return S_OK;
     });
 }
 

@@ -7,7 +7,6 @@
 /* Methods whose engine is still missing; such a method may answer E_NOTIMPL, and nothing
  * else. An entry whose method answers is a failure: take it out. */
 static const char* const kNotBuiltYet[] = {
-    "IOibIdxLib.GenerateOibTDFs",
     NULL,
 };
 
