@@ -27,6 +27,18 @@ std::u16string ModeName(EMtfOpenMode mode) {
     return frame::IntToString(static_cast<std::int32_t>(mode));
 }
 
+// The same units with a NUL in place of the first one and of every CR that ends a line. The
+// text of a line ends at its first NUL: behind the last line of a file they read as nothing.
+std::u16string Hidden(std::u16string_view tail) {
+    std::u16string hidden(tail);
+    hidden.front() = u'\0';
+    for (std::size_t pos = tail.find(u"\r\n"); pos != tail.npos;
+         pos = tail.find(u"\r\n", pos + 2)) {
+        hidden[pos] = u'\0';
+    }
+    return hidden;
+}
+
 std::u16string OldPath(std::u16string_view path) {
     return std::u16string(path) + u".old";
 }
@@ -193,9 +205,16 @@ void CMtfMetaFile::Append() {
 }
 
 void CMtfMetaFile::WriteTail(const idxdata::CMtfStorage& tail) {
+    const std::u16string_view units(reinterpret_cast<const char16_t*>(tail.Data()),
+                                    static_cast<std::size_t>(tail.Size()) / sizeof(char16_t));
+    const std::u16string hidden = Hidden(units);
     m_soundSize = m_file->GetSize();
     try {
+        // A process that is killed may have written a part. First it writes lines that nobody
+        // sees, then it uncovers one whole line after the other.
         m_file->SeekToEnd();
+        m_file->Write(hidden.data(), hidden.size() * sizeof(char16_t));
+        m_file->Seek(*m_soundSize);
         m_file->Write(tail.Data(), static_cast<std::size_t>(tail.Size()));
         m_file->Flush();
     } catch (const CExc&) {

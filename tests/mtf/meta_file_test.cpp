@@ -1,0 +1,309 @@
+// Meta-files on the disk: what is read, what is written, what is refused and in which words.
+#include "mtf/meta_file.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+
+#include "frame/conversions.h"
+#include "mtf/opened_meta_file.h"
+#include "mtf/path_elements.h"
+#include "support/meta_file_model.h"
+#include "support/port_files.h"
+#include "support/temp_folder.h"
+
+namespace mtf {
+namespace {
+
+using support::MessageOf;
+using support::MetaFileBytes;
+using support::ReadWhole;
+using support::WideBytes;
+using support::WriteWhole;
+using std::literals::operator""s;
+using Texts = std::vector<std::u16string>;
+
+constexpr auto kLoad = EMtfOpenMode::EMtfLoad;
+constexpr auto kOpenRW = EMtfOpenMode::EMtfOpenRW;
+constexpr auto kDetached = EMtfOpenMode::EMtfCreateNewDetached;
+
+Texts LinesOf(const CMtfMetaFile& file) {
+    Texts lines;
+    std::u16string_view line;
+    for (std::uint64_t id = 0; id < file.GetLines()->Count(); ++id) {
+        lines.emplace_back(file.GetLines()->GetLine(id, line) ? line : u"<none>");
+    }
+    return lines;
+}
+
+// The message of a failed call of the system.
+std::u16string SystemFailure(std::uint32_t code) {
+    return frame::CWin32Exc(code).GetFullMessage();
+}
+
+class MetaFileTest : public testing::Test {
+protected:
+    std::shared_ptr<CMtfMetaFile> Open(EMtfOpenMode mode) {
+        return CMtfMetaFile::Open(m_path, mode);
+    }
+    // A message with the path as %1.
+    std::u16string Named(std::u16string_view text) const {
+        return frame::FormatText(text, {m_path});
+    }
+
+    support::CTempFolder m_folder;
+    std::u16string m_path = m_folder.Path(u"m");
+    std::u16string m_old = m_path + u".old";
+};
+
+TEST_F(MetaFileTest, CutsContentIntoLines) {
+    const struct {
+        const char* label;
+        std::string bytes;
+        Texts lines;
+    } kRows[] = {
+        {"empty", "", {}},
+        {"mark only", "\xFF\xFE", {}},
+        {"no line end at the end", MetaFileBytes(u"a=1\r\nb=2"), {u"a=1", u"b=2"}},
+        {"the last line end stays", MetaFileBytes(u"a=1\r\nb=2\r\n"), {u"a=1", u"b=2\r\n"}},
+        {"only a line end", MetaFileBytes(u"\r\n"), {u"\r\n"}},
+        {"empty lines", MetaFileBytes(u"\r\n\r\n\r\na"), {u"", u"", u"", u"a"}},
+        {"single CR and LF", MetaFileBytes(u"a\rb\nc\n\rd"), {u"a\rb\nc\n\rd"}},
+        {"embedded NUL", MetaFileBytes(u"a=1\0x\r\nb\0=2\r\n\0"s), {u"a=1", u"b", u""}},
+        {"units that end a line at no offset",
+         MetaFileBytes(u"\x0D00\x0A0D\x0A00"),
+         {u"\x0D00\x0A0D\x0A00"}},
+        {"8-bit text", "a=\xC3\xA9\r\nb=2\r\n", {u"a=\u00E9", u"b=2\r\n"}},
+        {"8-bit text with stray bytes",
+         "\xFFz\r\n\xC3\r\n\xA9",
+         {u"\xDCFFz", u"\xDCC3", u"\xDCA9"}},
+        {"8-bit text with NUL", "a\0b\r\nc"s, {u"a", u"c"}},
+        {"one byte of a mark", "\xFF", {u"\xDCFF"}},
+        {"mark of the other order", "\xFE\xFF", {u"\xDCFE\xDCFF"}},
+    };
+    for (const auto& row : kRows) {
+        ASSERT_TRUE(WriteWhole(m_path, row.bytes));
+        EXPECT_EQ(LinesOf(*Open(kLoad)), row.lines) << row.label;
+    }
+}
+
+TEST_F(MetaFileTest, ReadsAttributeLines) {
+    const struct {
+        std::u16string_view line;
+        const char16_t* name;  // null: no attribute
+        std::u16string_view value;
+    } kRows[] = {
+        {u"#x=1", nullptr, u""},
+        {u"  #x=1", u"#x", u"1"},
+        {u"", nullptr, u""},
+        {u"note without equals", nullptr, u""},
+        {u"k = v = w", u"k", u"v = w"},
+        {u"\t k.l \t=\t \r ", u"k.l", u"\r"},
+        {u"k\u00A0=\u3000", u"k\u00A0", u"\u3000"},
+        {u"=v", u"", u"v"},
+        {u"name=", u"name", u""},
+    };
+    CMtfLines lines(u"p");
+    std::u16string_view name;
+    std::u16string_view value;
+    for (const auto& row : kRows) {
+        const std::uint64_t id = lines.AppendLine(row.line, EMtfLineState::LineUnchanged);
+        ASSERT_EQ(lines.ParseAttrLine(id, name, value), row.name != nullptr) << id;
+        if (row.name != nullptr) {
+            EXPECT_EQ(name, row.name) << id;
+            EXPECT_EQ(value, row.value) << id;
+        }
+    }
+    EXPECT_FALSE(lines.ParseAttrLine(lines.Count(), name, value));
+}
+
+TEST_F(MetaFileTest, RefusesBadContentAndPaths) {
+    const std::u16string open = u"Cannot create or load meta-file \"%1\". Open mode: ";
+    const std::u16string parse = u"\r\nParsing of the meta-file \"%1\" has been failed.\r\n";
+    const std::u16string odd = parse + u"Unicode meta-file \"%1\" contains non-unicode lines.";
+    const std::u16string notOpened = u"\r\nFailed to create new binary file [%1].\r\n";
+    const std::u16string copy =
+        u"\r\nCannot copy file. Source file: [%1.old]. Target file: [%1].\r\n"
+        u"CopyFile() failed.\r\n";
+    const struct {
+        const char* label;
+        const char* bytes;  // null: no file
+        std::size_t size;
+        EMtfOpenMode mode;
+        std::u16string message;
+    } kRows[] = {
+        {"odd byte count", "\xFF\xFE\0a\0", 5, kLoad, u"EMtfLoad" + odd},
+        {"one byte", "\xFF\xFE\0", 3, kOpenRW, u"EMtfOpenRW" + odd},
+        {"line end at an odd offset", "\xFF\xFEz\r\0\n\0a", 8, kLoad, u"EMtfLoad" + odd},
+        {"line end at an odd offset behind whole lines", "\xFF\xFEz\0\r\0\n\0y\r\0\n\0a", 14, kLoad,
+         u"EMtfLoad" + odd},
+        {"no file", nullptr, 0, kLoad, u"EMtfLoad\r\nFile \"%1\" does not exist."},
+        {"unknown mode", nullptr, 0, static_cast<EMtfOpenMode>(3),
+         u"3\r\nThe specified open mode \"3\" is not supported."},
+        {"unknown mode", nullptr, 0, static_cast<EMtfOpenMode>(-1),
+         u"-1\r\nThe specified open mode \"-1\" is not supported."},
+    };
+    for (const auto& row : kRows) {
+        std::filesystem::remove(m_folder.Native(u"m"));
+        ASSERT_TRUE(row.bytes == nullptr || WriteWhole(m_path, {row.bytes, row.size}));
+        EXPECT_EQ(MessageOf([&] { Open(row.mode); }), Named(open + row.message)) << row.label;
+    }
+
+    std::filesystem::create_directory(m_folder.Native(u"m"));
+    EXPECT_EQ(MessageOf([&] { Open(kOpenRW); }),
+              Named(open + u"EMtfOpenRW" + notOpened) + SystemFailure(5));
+    ASSERT_TRUE(WriteWhole(m_old, MetaFileBytes(u"a=1")));
+    EXPECT_EQ(MessageOf([&] { Open(kOpenRW); }),
+              Named(open + u"EMtfOpenRW" + copy) + SystemFailure(5));
+    EXPECT_TRUE(std::filesystem::exists(m_folder.Native(u"m.old"))) << "the copy is lost";
+    m_path = m_folder.Path(u"missing/m");
+    EXPECT_EQ(MessageOf([&] { Open(kOpenRW); }),
+              Named(open + u"EMtfOpenRW" + notOpened) + SystemFailure(3));
+    EXPECT_EQ(MessageOf([&] { Open(kDetached)->Save(); }),
+              Named(u"Cannot save changes in meta-file \"%1\"." + notOpened) + SystemFailure(3));
+}
+
+TEST_F(MetaFileTest, RefusesFilesOfTheSizeLimit) {
+    std::ofstream(m_folder.Native(u"m")).put('x');
+    std::filesystem::resize_file(m_folder.Native(u"m"), kMetaFileSizeLimit - 1);
+    EXPECT_EQ(LinesOf(*Open(kLoad)), Texts{u"x"});
+    std::filesystem::resize_file(m_folder.Native(u"m"), kMetaFileSizeLimit);
+    EXPECT_EQ(MessageOf([&] { Open(kLoad); }),
+              Named(u"Cannot create or load meta-file \"%1\". Open mode: EMtfLoad\r\n"
+                    u"Parsing of the meta-file \"%1\" has been failed.\r\n"
+                    u"Size of the meta-file  \"%1\" is too big (104857600 bytes)"));
+}
+
+TEST_F(MetaFileTest, WaitsOneSecondForAFileInUse) {
+    const auto holder = Open(kOpenRW);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(MessageOf([&] { Open(kLoad); }),
+              Named(u"Cannot create or load meta-file \"%1\". Open mode: EMtfLoad\r\n"
+                    u"Failed to create new binary file [%1].\r\n") +
+                  SystemFailure(32));
+    const auto waited = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(waited, std::chrono::milliseconds(1000));
+    EXPECT_LT(waited, std::chrono::seconds(20));
+
+    // A save that cannot have the file makes no copy that would outlive the holder's changes.
+    holder->CloseFile();
+    const auto loaded = Open(kLoad);
+    const auto next = Open(kOpenRW);
+    EXPECT_EQ(MessageOf([&] { loaded->Save(); }),
+              Named(u"Cannot save changes in meta-file \"%1\".\r\n"
+                    u"Failed to create new binary file [%1].\r\n") +
+                  SystemFailure(32));
+    EXPECT_EQ(ReadWhole(m_old), "<none>");
+}
+
+TEST_F(MetaFileTest, OpensByMode) {
+    const std::string kOldBytes = MetaFileBytes(u"old=1");
+    const std::string kNone = "<none>";
+    const struct {
+        const char* label;
+        const char16_t* file;
+        const char16_t* old;
+        EMtfOpenMode mode;
+        Texts lines;
+        std::string fileAfter;
+        std::string oldAfter;
+    } kRows[] = {
+        {"load", u"a=1", nullptr, kLoad, {u"a=1"}, MetaFileBytes(u"a=1"), kNone},
+        {"load of a copy", u"a", u"old=1", kLoad, {u"old=1"}, MetaFileBytes(u"a"), kOldBytes},
+        {"load of a copy alone", nullptr, u"old=1", kLoad, {u"old=1"}, kNone, kOldBytes},
+        {"create", nullptr, nullptr, kOpenRW, {}, "\xFF\xFE", kNone},
+        {"open", u"a=1", nullptr, kOpenRW, {u"a=1"}, MetaFileBytes(u"a=1"), kNone},
+        {"recover", u"a", u"old=1", kOpenRW, {u"old=1"}, kOldBytes, kNone},
+        {"recover a missing file", nullptr, u"old=1", kOpenRW, {u"old=1"}, kOldBytes, kNone},
+        {"start anew", u"a=1", u"old=1", kDetached, {}, kNone, kNone},
+        {"start anew without a file", nullptr, nullptr, kDetached, {}, kNone, kNone},
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.label);
+        for (const auto& [path, text] : {std::pair{m_path, row.file}, std::pair{m_old, row.old}}) {
+            platform::DeleteFileW(path);
+            ASSERT_TRUE(text == nullptr || WriteWhole(path, MetaFileBytes(text)));
+        }
+        EXPECT_EQ(CMtfMetaFile::Exists(m_path), row.file != nullptr || row.old != nullptr);
+        const auto file = Open(row.mode);
+        EXPECT_EQ(LinesOf(*file), row.lines);
+        EXPECT_EQ(file->GetPath(), m_path);
+        EXPECT_EQ(ReadWhole(m_path), row.fileAfter);
+        EXPECT_EQ(ReadWhole(m_old), row.oldAfter);
+    }
+    EXPECT_TRUE(CMtfMetaFile::Exists(m_folder.Path(u"*"))) << "a wildcard that matches";
+    EXPECT_TRUE(CMtfMetaFile::Exists(m_folder.Path())) << "a folder";
+    EXPECT_FALSE(CMtfMetaFile::Exists(m_folder.Path(u"x*")));
+}
+
+TEST_F(MetaFileTest, AppendsOnlyWhatHasBeenAdded) {
+    ASSERT_TRUE(WriteWhole(m_path, MetaFileBytes(u"a=1\r\n\r\nc")));
+    const auto file = CMtfOpenedMetaFile::Open(m_path, kOpenRW);
+    const auto nodeBefore = std::filesystem::last_write_time(m_folder.Native(u"m"));
+    file->File().Save();
+    EXPECT_EQ(std::filesystem::last_write_time(m_folder.Native(u"m")), nodeBefore);
+    file->Tree().SetAttr(0, u"x.y", u"1");
+    file->Tree().SetAttr(0, u"X.z", u"2");
+    EXPECT_EQ(file->Lines().GetSaveKind(), EMtfSaveKind::SaveAppend);
+    file->File().Save();
+    EXPECT_EQ(ReadWhole(m_path), MetaFileBytes(u"a=1\r\n\r\nc\r\nx.y=1\r\nx.z=2"));
+    file->Tree().SetAttr(0, u"A", u"3");
+    file->Tree().SetAttr(0, u"a", u"2");
+    EXPECT_EQ(file->Lines().GetSaveKind(), EMtfSaveKind::SaveRewrite);
+    idxdata::CMtfOutBuffer out(2048);
+    EXPECT_EQ(MessageOf([&] { file->Lines().ComposeTail(out); }),
+              u"There are one or more lines updated at the beginning of the file.");
+    EXPECT_EQ(MessageOf([&] { file->Lines().ReplaceAttrLine(6, u"n", u"v"); }),
+              u"There is no line 6 in meta-file " + m_path);
+    file->File().Save();
+    EXPECT_EQ(ReadWhole(m_path), MetaFileBytes(u"a=2\r\n\r\nc\r\nx.y=1\r\nx.z=2\r\nA=3"));
+
+    // 8-bit text is appended to as it is; both encodings stand in the file then.
+    file->File().CloseFile();
+    ASSERT_TRUE(WriteWhole(m_path, "a=1"));
+    const auto narrow = CMtfOpenedMetaFile::Open(m_path, kOpenRW);
+    narrow->Lines().PushComment(u"a\r\n\r\nb\n");
+    narrow->File().Save();
+    EXPECT_EQ(ReadWhole(m_path), "a=1" + WideBytes(u"\r\n#a\r\n#\r\n#b"));
+}
+
+TEST_F(MetaFileTest, RewritesWhatItDoesNotHold) {
+    ASSERT_TRUE(WriteWhole(m_path, "a=\xC3\xA9\r\nb"));
+    const auto file = Open(kLoad);
+    std::filesystem::remove(m_folder.Native(u"m"));
+    file->Save();
+    EXPECT_EQ(ReadWhole(m_path), MetaFileBytes(u"a=\u00E9\r\nb")) << "written though unchanged";
+    ASSERT_TRUE(WriteWhole(m_path, "damaged"));
+    ASSERT_TRUE(WriteWhole(m_old, "kept"));
+    file->GetLines()->MarkDeleted(0);
+    file->Save();
+    EXPECT_EQ(ReadWhole(m_path), MetaFileBytes(u"b"));
+    EXPECT_EQ(ReadWhole(m_old), "<none>");
+    EXPECT_EQ(LinesOf(*file), (Texts{u"<none>", u"b"})) << "numbers of lines stay";
+}
+
+TEST_F(MetaFileTest, FindsLinesUnderAPath) {
+    ASSERT_TRUE(WriteWhole(m_path, MetaFileBytes(u"oib1.A=1\r\noib10.A=2\r\nOIB1=3\r\n#oib1.x=4\r\n"
+                                                 u"oib1..b.c=5\r\n.oib1.d=6")));
+    const auto lines = Open(kLoad)->GetLines();
+    const struct {
+        std::u16string_view prefix;
+        std::vector<std::uint64_t> ids;
+    } kRows[] = {{u"oib1", {0, 2, 4}}, {u"oib1.B", {}},        {u"oib1..", {4}},
+                 {u"OIB10", {1}},      {u"", {0, 1, 2, 4, 5}}, {u".", {5}}};
+    for (const auto& row : kRows) {
+        std::vector<std::uint64_t> ids;
+        for (const CMtfAttrLine& found : lines->FindAttrLinesUnder(row.prefix)) {
+            ids.push_back(found.line);
+        }
+        EXPECT_EQ(ids, row.ids) << frame::WideToAnsi(row.prefix);
+    }
+    EXPECT_EQ(MessageOf([] { CMtfPathElements(u".a..b").At(2); }),
+              u"Out of the path elems boundary. Specified path element id '2', path elements "
+              u"number '2'.");
+}
+
+}  // namespace
+}  // namespace mtf

@@ -1,0 +1,206 @@
+// Faults in the file-system calls of the program that includes this: it takes the place of
+// the C library's calls. For one source file of a program, and for its one thread.
+#pragma once
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace support {
+
+enum class EFault {
+    FailOnce,      // the call fails, a write after half of its bytes
+    FailFromThen,  // it and all later ones
+    Kill,          // the process ends there, in the middle of a write
+    PowerCut,      // the same, and of what was not brought to the disk half is lost
+    PowerCutAll,   // the same, and all of it is lost
+};
+
+// The calls of this process, counted from Arm on.
+struct DiskFaults {
+    static constexpr int kDied = 77;  // the exit code of a process that was made to end
+
+    int step = 0;  // where the fault strikes, from 1; 0: nowhere
+    int calls = 0;
+    EFault fault = EFault::FailOnce;
+    bool failNextWrite = false;
+    std::map<std::pair<dev_t, ino_t>, std::pair<int, off_t>> unsynced;  // descriptor, from where
+    std::vector<std::pair<std::string, std::string>> unsyncedMoves;     // source, target
+
+    void Arm(int atStep, EFault what) {
+        step = atStep;
+        calls = 0;
+        fault = what;
+    }
+    // The number of calls since Arm.
+    int Disarm() {
+        step = 0;
+        failNextWrite = false;
+        return calls;
+    }
+
+    bool Strikes() {
+        if (step == 0) {
+            return false;
+        }
+        ++calls;
+        return calls == step || (fault == EFault::FailFromThen && calls > step);
+    }
+    // True when the call that asks has to fail, with errno.
+    bool Fails(int code) {
+        if (!Strikes()) {
+            return false;
+        }
+        DieIfDeadly();
+        errno = code;
+        return true;
+    }
+    void DieIfDeadly() {
+        if (fault == EFault::FailOnce || fault == EFault::FailFromThen) {
+            return;
+        }
+        if (fault != EFault::Kill) {
+            CutPower();
+        }
+        ::_exit(kDied);
+    }
+
+    // Before content of an open file changes from `from` on.
+    void Touch(int descriptor, off_t from) {
+        struct stat info {};
+        if (step == 0 || fault < EFault::PowerCut || ::fstat(descriptor, &info) != 0) {
+            return;
+        }
+        const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+        const auto [it, added] = unsynced.try_emplace({info.st_dev, info.st_ino}, -1, from);
+        if (added) {
+            it->second.first =
+                static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path.c_str(), O_RDWR | O_CLOEXEC));
+        }
+        it->second.second = std::min(it->second.second, from);
+    }
+    void Synced(int descriptor) {
+        struct stat info {};
+        if (::fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode)) {
+            unsyncedMoves.clear();
+        }
+        const auto it = unsynced.find({info.st_dev, info.st_ino});
+        if (it != unsynced.end()) {
+            ::close(it->second.first);
+            unsynced.erase(it);
+        }
+    }
+    void CutPower() {
+        for (; !unsyncedMoves.empty(); unsyncedMoves.pop_back()) {
+            const auto& [source, target] = unsyncedMoves.back();
+            ::syscall(SYS_renameat2, AT_FDCWD, target.c_str(), AT_FDCWD, source.c_str(), 1);
+        }
+        for (const auto& [file, what] : unsynced) {
+            struct stat info {};
+            ::fstat(what.first, &info);
+            const off_t lost = std::max<off_t>(info.st_size - what.second, 0);
+            const off_t kept = fault == EFault::PowerCut ? lost / 4 * 2 : 0;
+            ::syscall(SYS_ftruncate, what.first, std::min(info.st_size, what.second + kept));
+        }
+    }
+    int Move(const char* source, const char* target, unsigned flags) {
+        if (Fails(EIO)) {
+            return -1;
+        }
+        const long result = ::syscall(SYS_renameat2, AT_FDCWD, source, AT_FDCWD, target, flags);
+        if (result == 0 && step != 0) {
+            unsyncedMoves.emplace_back(source, target);
+        }
+        return static_cast<int>(result);
+    }
+};
+
+inline DiskFaults g_diskFaults;
+
+}  // namespace support
+
+extern "C" {
+
+int open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const unsigned mode = (flags & O_CREAT) != 0 ? va_arg(arguments, unsigned) : 0;
+    va_end(arguments);
+    if (support::g_diskFaults.Fails(EIO)) {
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+}
+
+ssize_t write(int descriptor, const void* buffer, std::size_t length) {
+    support::DiskFaults& faults = support::g_diskFaults;
+    faults.Touch(descriptor, ::lseek(descriptor, 0, SEEK_CUR));
+    bool fails = std::exchange(faults.failNextWrite, false);
+    if (!fails && faults.Strikes()) {
+        // Even: what a system tears, it tears between pages.
+        if (const std::size_t part = length / 4 * 2; part != 0) {
+            const ssize_t half = ::syscall(SYS_write, descriptor, buffer, part);
+            faults.DieIfDeadly();
+            faults.failNextWrite = true;
+            return half;
+        }
+        faults.DieIfDeadly();
+        fails = true;
+    }
+    if (fails) {
+        errno = ENOSPC;
+        return -1;
+    }
+    return ::syscall(SYS_write, descriptor, buffer, length);
+}
+
+ssize_t copy_file_range(int in, off64_t* inAt, int out, off64_t* outAt, std::size_t length,
+                        unsigned flags) {
+    support::g_diskFaults.Touch(out, ::lseek(out, 0, SEEK_CUR));
+    if (support::g_diskFaults.Fails(ENOSPC)) {
+        return -1;
+    }
+    return ::syscall(SYS_copy_file_range, in, inAt, out, outAt, length, flags);
+}
+
+int ftruncate(int descriptor, off_t length) noexcept {
+    support::g_diskFaults.Touch(descriptor, length);
+    if (support::g_diskFaults.Fails(EIO)) {
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_ftruncate, descriptor, length));
+}
+
+int fsync(int descriptor) {
+    if (support::g_diskFaults.Fails(EIO)) {
+        return -1;
+    }
+    support::g_diskFaults.Synced(descriptor);
+    return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
+
+int rename(const char* source, const char* target) noexcept {
+    return support::g_diskFaults.Move(source, target, 0);
+}
+
+int renameat2(int, const char* source, int, const char* target, unsigned flags) noexcept {
+    return support::g_diskFaults.Move(source, target, flags);
+}
+
+int unlink(const char* path) noexcept {
+    if (support::g_diskFaults.Fails(EIO)) {
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
+}
+
+}  // extern "C"

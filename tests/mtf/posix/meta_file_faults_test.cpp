@@ -1,0 +1,280 @@
+// What is left of a meta-file when a save is broken off: by a fault of the disk at every
+// step, by the end of the process, by a power cut.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <functional>
+#include <random>
+
+#include "disk_faults.h"
+#include "frame/conversions.h"
+#include "mtf/opened_meta_file.h"
+#include "support/child_process.h"
+#include "support/meta_file_model.h"
+#include "support/port_files.h"
+#include "support/temp_folder.h"
+
+namespace mtf {
+namespace {
+
+using support::EFault;
+using support::g_diskFaults;
+using support::MetaFileBytes;
+using File = std::shared_ptr<CMtfOpenedMetaFile>;
+
+// One save. Contents are those of the file and of its safety copy; null is no file.
+struct Scenario {
+    std::string label;
+    const char16_t* file;
+    const char16_t* old;
+    EMtfOpenMode mode;
+    bool faultsAtOpen;  // otherwise they strike in the save only
+    bool appends;
+    std::function<void(CMtfOpenedMetaFile&)> change;
+    const char16_t* before;  // what the next open finds, unless it finds `after`
+    const char16_t* after;
+
+    friend void PrintTo(const Scenario& row, std::ostream* out) { *out << row.label; }
+};
+
+constexpr const char16_t* kBase = u"a.b=1\r\nc=2";
+constexpr auto kLoad = EMtfOpenMode::EMtfLoad;
+constexpr auto kOpenRW = EMtfOpenMode::EMtfOpenRW;
+constexpr auto kDetached = EMtfOpenMode::EMtfCreateNewDetached;
+
+void Add(CMtfOpenedMetaFile& file) {
+    file.Tree().SetAttr(0, u"d", u"3");
+}
+void Modify(CMtfOpenedMetaFile& file) {
+    file.Tree().SetAttr(0, u"a.b", u"3");
+}
+void SaveAndModify(CMtfOpenedMetaFile& file) {
+    file.Tree().SetAttr(0, u"a.b", u"1");
+    file.Tree().SetAttr(0, u"c", u"2");
+    file.File().Save();
+    Modify(file);
+}
+void LoseName(CMtfOpenedMetaFile& file) {
+    platform::DeleteFileW(file.File().GetPath());
+    Add(file);
+}
+
+const Scenario kScenarios[] = {
+    {"append", kBase, nullptr, kOpenRW, false, true, Add, kBase, u"a.b=1\r\nc=2\r\nd=3"},
+    {"rewrite", kBase, nullptr, kOpenRW, false, false, Modify, kBase, u"a.b=3\r\nc=2"},
+    {"rewrite of a loaded file", kBase, nullptr, kLoad, false, false, Modify, kBase,
+     u"a.b=3\r\nc=2"},
+    {"first save of a detached file", nullptr, nullptr, kDetached, false, false, Add, nullptr,
+     u"d=3"},
+    {"second save of a detached file", nullptr, nullptr, kDetached, false, false, SaveAndModify,
+     kBase, u"a.b=3\r\nc=2"},
+    {"creation", nullptr, nullptr, kOpenRW, true, true, Add, nullptr, u"d=3"},
+    {"recovery", u"brok", kBase, kOpenRW, true, true, Add, kBase, u"a.b=1\r\nc=2\r\nd=3"},
+    {"recovery of a missing file", nullptr, kBase, kOpenRW, true, false, Modify, kBase,
+     u"a.b=3\r\nc=2"},
+    {"rewrite of a loaded copy", u"brok", kBase, kLoad, false, false, Modify, kBase,
+     u"a.b=3\r\nc=2"},
+    {"rewrite of a copy alone", nullptr, kBase, kLoad, false, false, Modify, kBase,
+     u"a.b=3\r\nc=2"},
+    {"held file without a name", kBase, nullptr, kOpenRW, false, false, LoseName, nullptr,
+     u"a.b=1\r\nc=2\r\nd=3"},
+};
+
+std::u16string Text(const char16_t* content) {
+    return content == nullptr ? u"<none>" : content;
+}
+
+// The lines that an open finds, "<none>" when there is nothing to open.
+std::u16string LoadedText(const std::u16string& path) {
+    if (!CMtfMetaFile::Exists(path)) {
+        return u"<none>";
+    }
+    const std::shared_ptr<CMtfMetaFile> file = CMtfMetaFile::Open(path, kLoad);
+    std::u16string text;
+    std::u16string_view line;
+    for (std::uint64_t id = 0; file->GetLines()->GetLine(id, line); ++id) {
+        text += id == 0 ? line : u"\r\n" + std::u16string(line);
+    }
+    return text;
+}
+
+class MetaFileFaults : public testing::TestWithParam<Scenario> {
+protected:
+    void Prepare() {
+        for (const auto& [path, content] :
+             {std::pair{m_path, GetParam().file}, std::pair{m_path + u".old", GetParam().old}}) {
+            platform::DeleteFileW(path);
+            ASSERT_TRUE(content == nullptr || support::WriteWhole(path, MetaFileBytes(content)));
+        }
+    }
+    // Opens, changes and saves, with the fault at `step`.
+    void Run(File& file, int step, EFault fault) {
+        if (GetParam().faultsAtOpen) {
+            g_diskFaults.Arm(step, fault);
+        }
+        file = CMtfOpenedMetaFile::Open(m_path, GetParam().mode);
+        GetParam().change(*file);
+        if (!GetParam().faultsAtOpen) {
+            g_diskFaults.Arm(step, fault);
+        }
+        file->File().Save();
+    }
+    // What the next open finds has to be the old content or the new. A creation may be broken
+    // off before the first line, and an append that a power cut tears may leave its own last
+    // line short.
+    void CheckDisk(bool powerCut = false) {
+        const std::u16string found = LoadedText(m_path);
+        const std::u16string before = Text(GetParam().before);
+        const std::u16string after = Text(GetParam().after);
+        const bool creates = GetParam().before == nullptr;
+        const bool created = found.empty() && GetParam().appends && creates;
+        const bool torn = powerCut && GetParam().appends && after.starts_with(found) &&
+                          (creates || found.starts_with(before));
+        EXPECT_TRUE(found == before || found == after || created || torn)
+            << frame::WideToAnsi(found);
+    }
+    void CheckReopened(bool powerCut = false) {
+        if (CMtfMetaFile::Exists(m_path)) {
+            CMtfOpenedMetaFile::Open(m_path, kOpenRW);
+            EXPECT_EQ(support::ReadWhole(m_path + u".old"), "<none>");
+            CheckDisk(powerCut);
+        }
+    }
+
+    support::CTempFolder m_folder{support::QuickFolder()};
+    std::u16string m_path = m_folder.Path(u"m");
+};
+
+TEST_P(MetaFileFaults, FailureAtEveryStepLosesNothing) {
+    for (const EFault fault : {EFault::FailOnce, EFault::FailFromThen}) {
+        int failures = 0;
+        bool struck = true;
+        for (int step = 1; struck && step < 200; ++step) {
+            for (const bool savesAgain : {false, true}) {
+                SCOPED_TRACE("fault " + std::to_string(static_cast<int>(fault)) + ", step " +
+                             std::to_string(step) + (savesAgain ? ", saved again" : ""));
+                Prepare();
+                File file;
+                const auto message = support::MessageOf([&] { Run(file, step, fault); });
+                struck = g_diskFaults.Disarm() >= step;
+                failures += message == u"<none>" ? 0 : 1;
+                if (file && savesAgain) {
+                    file->File().Save();
+                    EXPECT_EQ(support::ReadWhole(m_path), MetaFileBytes(GetParam().after));
+                }
+                file.reset();
+                CheckDisk();
+                CheckReopened();
+            }
+        }
+        EXPECT_FALSE(struck) << "never done";
+        EXPECT_GE(failures, 2) << "the faults do not strike";
+    }
+}
+
+TEST_P(MetaFileFaults, EndAtEveryStepLosesNothing) {
+    for (const EFault fault : {EFault::Kill, EFault::PowerCut, EFault::PowerCutAll}) {
+        int deaths = 0;
+        for (int step = 1, code = g_diskFaults.kDied; code != 0 && step < 200; ++step) {
+            SCOPED_TRACE("fault " + std::to_string(static_cast<int>(fault)) + ", step " +
+                         std::to_string(step));
+            Prepare();
+            code = support::RunInChild([&] {
+                File file;
+                return support::MessageOf([&] { Run(file, step, fault); }) == u"<none>" ? 0 : 1;
+            });
+            ASSERT_TRUE(code == 0 || code == g_diskFaults.kDied) << code;
+            deaths += code == 0 ? 0 : 1;
+            CheckDisk(fault != EFault::Kill);
+            CheckReopened(fault != EFault::Kill);
+        }
+        EXPECT_GE(deaths, 2) << "the faults do not strike";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Saves, MetaFileFaults, testing::ValuesIn(kScenarios), [](const auto& row) {
+    std::string name = row.param.label;
+    std::replace(name.begin(), name.end(), ' ', '_');
+    return name;
+});
+
+// What a process does that saves for ever: it appends items, every third step rewrites the
+// file, every fortieth step deletes the items.
+template <class SetAttr, class DelSubtree>
+void TakeStep(int step, SetAttr&& setAttr, DelSubtree&& delSubtree) {
+    const std::u16string number = frame::IntToString(step);
+    if (step % 40 == 0) {
+        delSubtree(u"items");
+    }
+    setAttr(step % 3 == 0 ? u"head.step" : u"items." + number,
+            number + std::u16string(static_cast<std::size_t>(step % 7) * 300, u'x'));
+}
+
+[[noreturn]] void SaveForEver(const std::u16string& path, int step, int manner) {
+    for (File file;; ++step) {
+        if (file == nullptr || manner != 0) {
+            file.reset();
+            const bool load = manner == 1 && CMtfMetaFile::Exists(path);
+            file = CMtfOpenedMetaFile::Open(path, load ? kLoad : kOpenRW);
+        }
+        CMtfAttrsTreeData& tree = file->Tree();
+        TakeStep(
+            step, [&](const auto& name, const auto& value) { tree.SetAttr(0, name, value); },
+            [&](const auto& name) { tree.DelSubtree(0, name); });
+        file->File().Save();
+    }
+}
+
+// The content as a sequence of steps.
+struct Sequence {
+    support::CMetaFileModel model;
+    int step = 0;
+
+    Sequence() { model.Open(kOpenRW); }
+    void Advance() {
+        TakeStep(
+            ++step, [&](const auto& name, const auto& value) { model.SetAttr(name, value); },
+            [&](const auto& name) { model.DelSubtree(name); });
+        model.Save();
+    }
+    // Goes on to the step whose content this is; false when there is none.
+    bool AdvanceTo(std::u16string_view content) {
+        for (const int last = step + 20000; step < last; Advance()) {
+            if (MetaFileBytes(content) == *model.Disk()) {
+                return true;
+            }
+        }
+        return false;
+    }
+};
+
+TEST(MetaFileKill, KilledSavesLeaveWholeContents) {
+    const support::CTempFolder folder(support::QuickFolder());
+    const std::u16string path = folder.Path(u"m");
+    std::mt19937 random(7);
+    Sequence sequence;
+    int kills = 0;
+    int brokenRewrites = 0;
+    for (; kills < 300 && !testing::Test::HasFailure(); ++kills) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            SaveForEver(path, sequence.step + 1, kills % 3);
+        }
+        ::usleep(static_cast<useconds_t>(std::uniform_int_distribution<>(0, 4000)(random)));
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+        if (!CMtfMetaFile::Exists(path)) {
+            EXPECT_EQ(sequence.step, 0) << "the file is gone";
+            continue;
+        }
+        brokenRewrites += support::ReadWhole(path + u".old") == "<none>" ? 0 : 1;
+        CMtfMetaFile::Open(path, kOpenRW);
+        EXPECT_TRUE(sequence.AdvanceTo(LoadedText(path))) << "kill " << kills;
+    }
+    EXPECT_GT(sequence.step, kills);
+    EXPECT_GT(brokenRewrites, 0) << "no save was broken off";
+}
+
+}  // namespace
+}  // namespace mtf
