@@ -20,9 +20,14 @@ bool IsSurrogate(char16_t unit) {
     return unit >= 0xD800 && unit <= 0xDFFF;
 }
 
+bool IsPair(std::u16string_view text) {
+    return text.size() == 2 && detail::IsHighSurrogate(text[0]) && detail::IsLowSurrogate(text[1]);
+}
+
 void AppendEscape(std::string& out, char16_t unit) {
     char escape[8];
-    std::snprintf(escape, sizeof(escape), "\\u%04x", static_cast<unsigned>(unit));
+    static_cast<void>(
+        std::snprintf(escape, sizeof(escape), "\\u%04x", static_cast<unsigned>(unit)));
     out += escape;
 }
 
@@ -32,15 +37,12 @@ std::string Quoted(std::u16string_view text) {
         const char16_t unit = text[i];
         if (unit == u'"' || unit == u'\\') {
             out += {'\\', static_cast<char>(unit)};
-        } else if (unit < 0x20 || unit == 0x7F) {
-            AppendEscape(out, unit);
-        } else if (!IsSurrogate(unit)) {
-            out += ToUtf8(text.substr(i, 1));
-        } else if (unit < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
-                   text[i + 1] <= 0xDFFF) {
+        } else if (IsPair(text.substr(i, 2))) {
             out += ToUtf8(text.substr(i++, 2));
-        } else {
+        } else if (unit < 0x20 || unit == 0x7F || IsSurrogate(unit)) {
             AppendEscape(out, unit);
+        } else {
+            out += ToUtf8(text.substr(i, 1));
         }
     }
     return out + "\"";
@@ -56,7 +58,7 @@ void Complain(const std::string& message) {
         text += Printable(ToUtf16(std::string_view(message).substr(start, end - start))) + "\n";
         start = end + 1;
     }
-    std::fputs(text.c_str(), stderr);
+    static_cast<void>(std::fputs(text.c_str(), stderr));
 }
 
 void COutput::Write(std::string_view text) {
