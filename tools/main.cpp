@@ -78,8 +78,8 @@ EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
 
 int Main(int argc, char** argv) {
     // A closed pipe and a size limit are to be errors of the write, not a sudden end.
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
     try {
         COutput output;
         const EExitCode code = RunCommandLine(argc, argv, output);
