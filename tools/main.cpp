@@ -24,6 +24,10 @@ constexpr CommandEntry kCommands[] = {
     {"scan", "Write the catalogue of a folder tree", MakeScanCommand},
     {"browse", "List a folder of a catalogued volume", MakeBrowseCommand},
     {"match", "Test a file name against a pattern", MakeMatchCommand},
+    {"generate", "Write text data files from a catalogue", MakeGenerateCommand},
+    {"find", "Search a catalogue", MakeFindCommand},
+    {"find-text", "Search text data files", MakeFindTextCommand},
+    {"fingerprint", "Tell the fingerprint of a folder", MakeFingerprintCommand},
 };
 
 struct DeclaredCommand {
