@@ -1,6 +1,5 @@
 // Meta-files: loading, saving and everything that could grow faster than they do.
 #include <fcntl.h>
-#include <glib.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "client.h"
+#include "key_file.h"
 #include "limits.h"
 
 namespace {
@@ -91,17 +91,7 @@ double KeyFileSeconds(std::uint64_t attributes) {
             keys << "Attribute" << i % kSubtreesOf << "=value number " << i << "\n";
         }
     }
-    double fastest = std::numeric_limits<double>::max();
-    for (int round = 0; round < 3; ++round) {
-        GKeyFile* keys = g_key_file_new();
-        fastest = std::min(
-            fastest, bench::SecondsOf([&] {
-                Check(g_key_file_load_from_file(keys, path.c_str(), G_KEY_FILE_NONE, nullptr) != 0,
-                      "the key file loads");
-            }));
-        g_key_file_free(keys);
-    }
-    return fastest;
+    return bench::FastestKeyFileLoad(path.string());
 }
 
 CRef<IMtfMetaFile> Open(const std::string& path, INT mode) {
