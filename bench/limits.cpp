@@ -13,21 +13,17 @@
 
 namespace bench {
 
-namespace {
-
-double Seconds(const std::function<void()>& body) {
+double SecondsOf(const std::function<void()>& body) {
     const auto start = std::chrono::steady_clock::now();
     body();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-}  // namespace
-
 double FastestSeconds(const std::function<void()>& body) {
     constexpr int kRuns = 7;
     double fastest = std::numeric_limits<double>::max();
     for (int i = 0; i < kRuns; ++i) {
-        fastest = std::min(fastest, Seconds(body));
+        fastest = std::min(fastest, SecondsOf(body));
     }
     return fastest;
 }
@@ -46,7 +42,7 @@ double PlainPassSeconds(const std::string& path) {
 void RunAgainst(benchmark::State& state, double limitSeconds, const std::function<void()>& body) {
     double fastest = std::numeric_limits<double>::max();
     for ([[maybe_unused]] auto _ : state) {
-        fastest = std::min(fastest, Seconds(body));
+        fastest = std::min(fastest, SecondsOf(body));
     }
     state.counters["limit_ms"] = limitSeconds * 1e3;
     state.counters["ratio"] = fastest / limitSeconds;

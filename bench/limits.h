@@ -9,6 +9,9 @@
 
 namespace bench {
 
+// Seconds that `body` takes.
+double SecondsOf(const std::function<void()>& body);
+
 // Seconds of the fastest of several runs of `body`.
 double FastestSeconds(const std::function<void()>& body);
 

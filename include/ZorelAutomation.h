@@ -85,8 +85,12 @@ inline constexpr HRESULT DISP_E_PARAMNOTOPTIONAL = static_cast<HRESULT>(0x800200
 inline constexpr HRESULT CLASS_E_NOAGGREGATION = static_cast<HRESULT>(0x80040110U);
 inline constexpr HRESULT CLASS_E_CLASSNOTAVAILABLE = static_cast<HRESULT>(0x80040111U);
 
-constexpr bool SUCCEEDED(HRESULT hr) noexcept { return hr >= 0; }
-constexpr bool FAILED(HRESULT hr) noexcept { return hr < 0; }
+constexpr bool SUCCEEDED(HRESULT hr) noexcept {
+    return hr >= 0;
+}
+constexpr bool FAILED(HRESULT hr) noexcept {
+    return hr < 0;
+}
 
 // ----- Identifiers --------------------------------------------------------------
 

@@ -142,8 +142,7 @@ struct IMtfAttrsTree : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE EnumChildTrees(SAFEARRAY** ppNames) = 0;
     virtual HRESULT STDMETHODCALLTYPE CreateSubtree(BSTR treeName, IMtfAttrsTree** ppTree) = 0;
     virtual HRESULT STDMETHODCALLTYPE FindSubtree(BSTR treeName, IMtfAttrsTree** ppTree) = 0;
-    virtual HRESULT STDMETHODCALLTYPE GetExistingSubtree(BSTR treeName,
-                                                         IMtfAttrsTree** ppTree) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetExistingSubtree(BSTR treeName, IMtfAttrsTree** ppTree) = 0;
     virtual HRESULT STDMETHODCALLTYPE DelSubtree(BSTR treeName) = 0;
     virtual HRESULT STDMETHODCALLTYPE EnumChildAttrs(SAFEARRAY** ppNames) = 0;
     virtual HRESULT STDMETHODCALLTYPE DelAttr(BSTR attrName) = 0;
@@ -233,8 +232,8 @@ struct IMtfPublicationMetaFileReader : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE get_OrderingInfo(IMtfPublicationOrderingInfo** ppInfo) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_CmdCount(INT* pCount) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetCmdType(INT cmdId, BSTR* pCmdType) = 0;
-    virtual HRESULT STDMETHODCALLTYPE get_AddBSessionCmdAccessor(
-        IMtfAddBSessionCmdAccessor** ppAccessor) = 0;
+    virtual HRESULT STDMETHODCALLTYPE
+    get_AddBSessionCmdAccessor(IMtfAddBSessionCmdAccessor** ppAccessor) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_MetaFile(IMtfMetaFile** ppMetaFile) = 0;
 
 protected:
@@ -268,10 +267,10 @@ struct IOibIdxLib : IDispatch {
                                                    IOibBDFSearchTask** pSearchTask) = 0;
     virtual HRESULT STDMETHODCALLTYPE CreateBSessionMetaFile(BSTR metaFilePath, INT openMode,
                                                              IMtfBSessionMetaFile** ppMetaFile) = 0;
-    virtual HRESULT STDMETHODCALLTYPE LoadPublicationOrderingInfo(
-        BSTR pubFilePath, IMtfPublicationOrderingInfo** ppOrderingInfo) = 0;
-    virtual HRESULT STDMETHODCALLTYPE LoadPublication(
-        BSTR metaFilePath, IMtfPublicationMetaFileReader** ppPubReader) = 0;
+    virtual HRESULT STDMETHODCALLTYPE
+    LoadPublicationOrderingInfo(BSTR pubFilePath, IMtfPublicationOrderingInfo** ppOrderingInfo) = 0;
+    virtual HRESULT STDMETHODCALLTYPE
+    LoadPublication(BSTR metaFilePath, IMtfPublicationMetaFileReader** ppPubReader) = 0;
 
 protected:
     ~IOibIdxLib() = default;

@@ -10,9 +10,9 @@
 set -euo pipefail
 
 declare -A packages=(
-    [build]="g++ cmake ninja-build libcli11-dev"
+    [build]="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev"
     [test]="libgtest-dev libgmock-dev binutils clang-format pkg-config python3"
-    [bench]="libbenchmark-dev"
+    [bench]="libbenchmark-dev libglib2.0-dev pkg-config"
     [lint]="clang-format clang-tidy"
 )
 

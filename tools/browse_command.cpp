@@ -135,11 +135,11 @@ std::vector<std::u16string> CVolume::AllFolders(const std::u16string& path) cons
         if (!place.isReachable) {
             continue;
         }
-        const std::vector<std::u16string> names =
-            Folders(isStart ? path : path + u'\\' + place.relative);
-        for (auto name = names.rbegin(); name != names.rend(); ++name) {
-            open.push_back({isStart ? *name : place.relative + u'\\' + *name,
-                            name->find_first_of(kSeparators) == std::u16string::npos});
+        std::vector<std::u16string> names = Folders(isStart ? path : path + u'\\' + place.relative);
+        std::reverse(names.begin(), names.end());
+        for (const std::u16string& name : names) {
+            open.push_back({isStart ? name : place.relative + u'\\' + name,
+                            name.find_first_of(kSeparators) == std::u16string::npos});
         }
     }
     return found;
@@ -164,7 +164,7 @@ CFileList CVolume::Files(const std::u16string& path, bool isRecursive,
     client::Check(m_browser->GetFilesEx(root.Get(), isRecursive ? VARIANT_TRUE : VARIANT_FALSE,
                                         filter.Get(), files.Out()),
                   m_path);
-    return CFileList(std::move(files), m_path);
+    return {std::move(files), m_path};
 }
 
 class CBrowseCommand : public CCommand {

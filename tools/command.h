@@ -44,5 +44,9 @@ protected:
 std::unique_ptr<CCommand> MakeScanCommand();
 std::unique_ptr<CCommand> MakeBrowseCommand();
 std::unique_ptr<CCommand> MakeMatchCommand();
+std::unique_ptr<CCommand> MakeGenerateCommand();
+std::unique_ptr<CCommand> MakeFindCommand();
+std::unique_ptr<CCommand> MakeFindTextCommand();
+std::unique_ptr<CCommand> MakeFingerprintCommand();
 
 }  // namespace zorel::tools

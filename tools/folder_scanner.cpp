@@ -36,6 +36,17 @@ std::string HostName() {
     return ::gethostname(name, sizeof(name) - 1) == 0 ? name : "";
 }
 
+// Empty when the account is not known.
+std::string AccountName(uid_t user) {
+    std::vector<char> texts(1024);
+    passwd account{};
+    passwd* found = nullptr;
+    while (::getpwuid_r(user, &account, texts.data(), texts.size(), &found) == ERANGE) {
+        texts.resize(2 * texts.size());
+    }
+    return found != nullptr ? found->pw_name : "";
+}
+
 // 100-nanosecond intervals since 1601-01-01 UTC; times outside that range are cut to it.
 std::int64_t ToTicks(const timespec& time) {
     constexpr std::int64_t kEpochSeconds = 11644473600;
@@ -82,6 +93,7 @@ bool ForEachName(int descriptor, Use use) {
     }
     for (;;) {
         errno = 0;
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the stream is this function's own.
         const dirent* entry = ::readdir(stream.get());
         if (entry == nullptr) {
             return errno == 0;
@@ -112,10 +124,8 @@ std::uint32_t CAccountOwners::IndexOf(uid_t user) {
     if (known != m_indices.end()) {
         return known->second;
     }
-    const passwd* account = ::getpwuid(user);
-    const std::uint32_t index =
-        m_writer.AddOwner(ToUtf16("S-1-22-1-" + std::to_string(user)),
-                          account != nullptr ? ToUtf16(account->pw_name) : u"", m_domain);
+    const std::uint32_t index = m_writer.AddOwner(ToUtf16("S-1-22-1-" + std::to_string(user)),
+                                                  ToUtf16(AccountName(user)), m_domain);
     m_indices.emplace(user, index);
     return index;
 }

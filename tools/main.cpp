@@ -24,6 +24,10 @@ constexpr CommandEntry kCommands[] = {
     {"scan", "Write the catalogue of a folder tree", MakeScanCommand},
     {"browse", "List a folder of a catalogued volume", MakeBrowseCommand},
     {"match", "Test a file name against a pattern", MakeMatchCommand},
+    {"generate", "Write text data files from a catalogue", MakeGenerateCommand},
+    {"find", "Search a catalogue", MakeFindCommand},
+    {"find-text", "Search text data files", MakeFindTextCommand},
+    {"fingerprint", "Tell the fingerprint of a folder", MakeFingerprintCommand},
 };
 
 struct DeclaredCommand {
@@ -78,8 +82,8 @@ EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
 
 int Main(int argc, char** argv) {
     // A closed pipe and a size limit are to be errors of the write, not a sudden end.
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
     try {
         COutput output;
         const EExitCode code = RunCommandLine(argc, argv, output);

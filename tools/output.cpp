@@ -16,34 +16,39 @@ namespace {
 
 constexpr std::size_t kBufferBytes = 1U << 16;
 
-bool IsSurrogate(char16_t unit) {
-    return unit >= 0xD800 && unit <= 0xDFFF;
+// The library for JSON takes well-formed text only. A lone surrogate goes through it as this
+// mark, a noncharacter, with four hexadecimal digits behind it, and becomes an escape at
+// the end; so does the mark itself.
+constexpr char16_t kMark = u'\uFDD0';
+
+bool IsPair(std::u16string_view text) {
+    return text.size() == 2 && detail::IsHighSurrogate(text[0]) && detail::IsLowSurrogate(text[1]);
 }
 
-void AppendEscape(std::string& out, char16_t unit) {
-    char escape[8];
-    std::snprintf(escape, sizeof(escape), "\\u%04x", static_cast<unsigned>(unit));
-    out += escape;
-}
-
-std::string Quoted(std::u16string_view text) {
-    std::string out = "\"";
+std::string Marked(std::u16string_view text) {
+    std::u16string out;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char16_t unit = text[i];
-        if (unit == u'"' || unit == u'\\') {
-            out += {'\\', static_cast<char>(unit)};
-        } else if (unit < 0x20 || unit == 0x7F) {
-            AppendEscape(out, unit);
-        } else if (!IsSurrogate(unit)) {
-            out += ToUtf8(text.substr(i, 1));
-        } else if (unit < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
-                   text[i + 1] <= 0xDFFF) {
-            out += ToUtf8(text.substr(i++, 2));
+        if (IsPair(text.substr(i, 2))) {
+            out += text.substr(i++, 2);
+        } else if (unit == kMark || detail::IsHighSurrogate(unit) || detail::IsLowSurrogate(unit)) {
+            char digits[8];
+            static_cast<void>(
+                std::snprintf(digits, sizeof(digits), "%04x", static_cast<unsigned>(unit)));
+            (out += kMark).append(digits, digits + 4);
         } else {
-            AppendEscape(out, unit);
+            out += unit;
         }
     }
-    return out + "\"";
+    return ToUtf8(out);
+}
+
+std::string Unmarked(std::string text) {
+    static const std::string mark = ToUtf8(std::u16string(1, kMark));
+    for (std::size_t at = text.find(mark); at != text.npos; at = text.find(mark, at)) {
+        text.replace(at, mark.size(), "\\u");
+    }
+    return text;
 }
 
 }  // namespace
@@ -56,7 +61,7 @@ void Complain(const std::string& message) {
         text += Printable(ToUtf16(std::string_view(message).substr(start, end - start))) + "\n";
         start = end + 1;
     }
-    std::fputs(text.c_str(), stderr);
+    static_cast<void>(std::fputs(text.c_str(), stderr));
 }
 
 void COutput::Write(std::string_view text) {
@@ -73,34 +78,36 @@ void COutput::Flush() {
 }
 
 CJsonObject& CJsonObject::Add(std::string_view key, std::u16string_view text) {
-    return AddRaw(key, Quoted(text));
+    m_object[std::string(key)] = Marked(text);
+    return *this;
 }
 
 CJsonObject& CJsonObject::Add(std::string_view key, std::string_view text) {
-    return AddRaw(key, Quoted(ToUtf16(text)));
+    return Add(key, ToUtf16(text));
 }
 
 CJsonObject& CJsonObject::AddNumber(std::string_view key, std::int64_t value) {
-    return AddRaw(key, std::to_string(value));
+    m_object[std::string(key)] = value;
+    return *this;
 }
 
 CJsonObject& CJsonObject::AddBool(std::string_view key, bool value) {
-    return AddRaw(key, value ? "true" : "false");
+    m_object[std::string(key)] = value;
+    return *this;
 }
 
 CJsonObject& CJsonObject::AddNull(std::string_view key) {
-    return AddRaw(key, "null");
+    m_object[std::string(key)] = nullptr;
+    return *this;
 }
 
 CJsonObject& CJsonObject::AddObject(std::string_view key, const CJsonObject& value) {
-    return AddRaw(key, value.Text());
+    m_object[std::string(key)] = value.m_object;
+    return *this;
 }
 
-CJsonObject& CJsonObject::AddRaw(std::string_view key, std::string_view value) {
-    m_members += m_members.empty() ? "" : ",";
-    m_members += Quoted(ToUtf16(key)) + ":";
-    m_members += value;
-    return *this;
+std::string CJsonObject::Line() const {
+    return Unmarked(m_object.dump()) + "\n";
 }
 
 }  // namespace zorel::tools

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 
@@ -33,13 +34,10 @@ public:
     CJsonObject& AddNull(std::string_view key);
     CJsonObject& AddObject(std::string_view key, const CJsonObject& value);
 
-    std::string Text() const { return "{" + m_members + "}"; }
-    std::string Line() const { return Text() + "\n"; }
+    std::string Line() const;
 
 private:
-    CJsonObject& AddRaw(std::string_view key, std::string_view value);
-
-    std::string m_members;
+    nlohmann::ordered_json m_object = nlohmann::ordered_json::object();
 };
 
 }  // namespace zorel::tools

@@ -33,12 +33,13 @@ void CProgressLine::Show(const std::string& text) {
     }
     m_next = std::chrono::steady_clock::now() + kInterval;
     m_isShown = true;
-    std::fprintf(stderr, "\r%s\033[K", text.substr(0, TerminalColumns()).c_str());
+    const std::string line = "\r" + text.substr(0, TerminalColumns()) + "\033[K";
+    static_cast<void>(std::fputs(line.c_str(), stderr));
 }
 
 void CProgressLine::Clear() {
     if (m_isShown) {
-        std::fputs("\r\033[K", stderr);
+        static_cast<void>(std::fputs("\r\033[K", stderr));
         m_isShown = false;
     }
 }

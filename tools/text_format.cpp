@@ -16,7 +16,8 @@ std::string Printable(std::u16string_view text) {
         out += ToUtf8(text.substr(plain, i - plain));
         if (i < text.size()) {
             char escape[8];
-            std::snprintf(escape, sizeof(escape), "\\x%02X", static_cast<unsigned>(text[i]));
+            static_cast<void>(
+                std::snprintf(escape, sizeof(escape), "\\x%02X", static_cast<unsigned>(text[i])));
             out += escape;
         }
         plain = i + 1;
@@ -29,13 +30,13 @@ std::string HumanSize(std::int64_t bytes) {
     if (bytes < 1024) {
         return std::to_string(bytes);
     }
-    double value = static_cast<double>(bytes);
+    auto value = static_cast<double>(bytes);
     std::size_t unit = 0;
     for (value /= 1024; value >= 1023.95 && unit + 1 < kUnits.size(); ++unit) {
         value /= 1024;
     }
     char text[32];
-    std::snprintf(text, sizeof(text), "%.1f%c", value, kUnits[unit]);
+    static_cast<void>(std::snprintf(text, sizeof(text), "%.1f%c", value, kUnits[unit]));
     return text;
 }
 
@@ -46,8 +47,10 @@ std::optional<std::string> FormatDate(DATE date, std::string_view separator) {
     }
     char day[32];
     char hour[32];
-    std::snprintf(day, sizeof(day), "%04u-%02u-%02u", time.wYear, time.wMonth, time.wDay);
-    std::snprintf(hour, sizeof(hour), "%02u:%02u:%02u", time.wHour, time.wMinute, time.wSecond);
+    static_cast<void>(
+        std::snprintf(day, sizeof(day), "%04u-%02u-%02u", time.wYear, time.wMonth, time.wDay));
+    static_cast<void>(std::snprintf(hour, sizeof(hour), "%02u:%02u:%02u", time.wHour, time.wMinute,
+                                    time.wSecond));
     return day + std::string(separator) + hour;
 }
 
@@ -63,7 +66,9 @@ namespace {
 
 std::string Padding(const std::string& text, std::size_t width) {
     const std::size_t used = DisplayWidth(text);
-    return std::string(used < width ? width - used : 0, ' ');
+    std::string padding;
+    padding.resize(used < width ? width - used : 0, ' ');
+    return padding;
 }
 
 }  // namespace

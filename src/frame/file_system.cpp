@@ -36,9 +36,11 @@ bool FolderExists(std::u16string_view path) {
 
 // Adds the missing ancestors of the one folder in `levels` and drops what exists.
 void ClimbToExisting(std::vector<std::u16string_view>& levels) {
+    const bool named = !levels.front().empty();
     for (;;) {
         const std::u16string_view path = StripTrailingSeparator(levels.back());
-        if (FolderExists(path)) {
+        // No name is the root of the file system only as somebody's ancestor.
+        if (named && FolderExists(path)) {
             levels.pop_back();
             return;
         }

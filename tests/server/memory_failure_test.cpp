@@ -113,4 +113,4 @@ TEST(MemoryFailure, EveryAllocationOfEveryCall) {
     EXPECT_EQ(::DllCanUnloadNow(), S_OK);
 }
 
-}  // namespace
+@ @

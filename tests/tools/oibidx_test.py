@@ -17,6 +17,7 @@ import struct
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 OIBIDX = os.path.abspath(sys.argv.pop(1))
@@ -108,9 +109,9 @@ def model(tree):
             if os.path.islink(path) or not os.path.isfile(path):
                 continue
             status = os.stat(path)
-            time = EPOCH + datetime.timedelta(seconds=status.st_mtime_ns // 10**9)
+            modified = EPOCH + datetime.timedelta(seconds=status.st_mtime_ns // 10**9)
             files[prefix + name] = {"type": "file", "name": prefix + name, "size": status.st_size,
-                                    "modified": time.isoformat() + "Z", "owner": owner_of(status)}
+                                    "modified": modified.isoformat() + "Z", "owner": owner_of(status)}
     return sorted(folders), files
 
 
@@ -149,13 +150,13 @@ class ClientTest(unittest.TestCase):
         self.data_file = os.path.join(self.catalogue, "C.dat")
         os.mkdir(self.tree)
 
-    def make(self, name, content=b"", time=None):
+    def make(self, name, content=b"", modified=None):
         path = os.path.join(self.tree, name)
         os.makedirs(os.path.dirname(path), exist_ok=True)
         with open(path, "wb") as file:
             file.write(content)
-        if time is not None:
-            os.utime(path, ns=(0, time))
+        if modified is not None:
+            os.utime(path, ns=(0, modified))
 
     def scan(self, *arguments):
         return objects("scan", self.tree, "-o", self.catalogue, "--json", *arguments)[0]
@@ -206,8 +207,8 @@ class ScanAndBrowse(ClientTest):
         self.assertEqual(names, sorted(names, key=utf16_key))
 
     def test_the_data_file_holds_what_the_file_system_says(self):
-        self.make("a/b/deep.bin", b"12345", time=-(5 * 10**8) - 1)  # before 1970, odd nanoseconds
-        self.make("top", b"1", time=1700000000123456789)
+        self.make("a/b/deep.bin", b"12345", modified=-(5 * 10**8) - 1)  # before 1970, odd nanoseconds
+        self.make("top", b"1", modified=1700000000123456789)
         self.scan("--volume", "Q")
         tables = read_catalogue(os.path.join(self.catalogue, "Q.dat"))
         epoch = 116444736000000000
@@ -274,20 +275,22 @@ class ScanAndBrowse(ClientTest):
                     os.remove(os.path.join(self.tree, "summary.txt"))
 
     def test_folders_that_no_path_reaches_are_noted(self):
-        for name in ("Twin/a", "twin/b", "back\\slash/c", "plain/d"):
+        for name in ("Twin/a", "twin/b", "back\\slash/c", "back/slash/below/d"):
             self.make(name)
         self.assertEqual(self.scan()["unreachableFolders"], 2)
         self.assertEqual(read_catalogue(self.data_file)[2][1][1:],
-                         [["Twin", 0], ["back\\slash", 0], ["plain", 0], ["twin", 0]])
+                         [["Twin", 0], ["back", 0], ["slash", 2], ["below", 3],
+                          ["back\\slash", 0], ["twin", 0]])
         names = [r["name"] for r in objects("browse", self.data_file, "-r", "--json")
                  if r["type"] == "folder"]
-        self.assertEqual(names, ["back\\slash", "plain", "twin"])
+        self.assertEqual(names, ["back", "back\\slash", "back\\slash\\below", "back\\slash",
+                                 "twin"])
 
 
 class Text(ClientTest):
     def test_listing_for_people(self):
-        self.make("Docs/r\x1b.txt", b"x" * 1536, time=1700000000 * 10**9)
-        self.make("Docs/a.txt", b"", time=0)
+        self.make("Docs/r\x1b.txt", b"x" * 1536, modified=1700000000 * 10**9)
+        self.make("Docs/a.txt", b"", modified=0)
         self.make("Docs/old/x")
         owner = owner_of(os.stat(self.tree))
         self.scan()
@@ -398,6 +401,13 @@ class Failures(ClientTest):
         os.mkdir(self.data_file)
         answer("scan", self.tree, "-o", self.catalogue, code=2)
         self.assertEqual(sorted(os.listdir(self.catalogue)), ["C.dat", "summary.txt"])
+
+    def test_without_a_terminal_there_is_no_progress(self):
+        with subprocess.Popen([OIBIDX, "scan", "/", "-o", self.catalogue], stderr=subprocess.PIPE,
+                              stdout=subprocess.DEVNULL) as process:
+            time.sleep(0.5)
+            process.send_signal(signal.SIGTERM)
+            self.assertEqual(process.stderr.read(), b"oibidx: /: The scan was interrupted.\n")
 
     def test_an_interrupted_scan_shows_progress_and_leaves_nothing(self):
         for kind in (signal.SIGINT, signal.SIGTERM):

@@ -24,7 +24,8 @@ private:
     static std::string Compose(std::string_view subject, const std::string& description,
                                HRESULT result) {
         char code[40];
-        std::snprintf(code, sizeof(code), " (HRESULT 0x%08X)", static_cast<unsigned>(result));
+        static_cast<void>(
+            std::snprintf(code, sizeof(code), " (HRESULT 0x%08X)", static_cast<unsigned>(result)));
         std::string text(subject);
         text += text.empty() ? "" : ": ";
         return text + (description.empty() ? "The call failed." : description) + code;

@@ -1,0 +1,128 @@
+#include <sys/stat.h>
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+
+#include "ZorelText.h"
+#include "client/library.h"
+#include "command.h"
+#include "search_filters.h"
+#include "text_format.h"
+#include "waiting_line.h"
+
+namespace zorel::tools {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Written {
+    std::uint64_t files = 0;
+    std::uint64_t bytes = 0;
+};
+
+// The text data files in `folder` that carry the time given to this run's.
+Written CountWritten(const fs::path& folder, std::uint64_t ticks) {
+    constexpr std::uint64_t kUnixEpochTicks = 116'444'736'000'000'000;
+    const auto seconds =
+        static_cast<std::int64_t>(ticks - kUnixEpochTicks) / std::int64_t{10'000'000};
+    Written written;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+        struct stat status {};
+        const std::string name = entry.path().filename().string();
+        if (name.starts_with("vl.") && stat(entry.path().c_str(), &status) == 0 &&
+            status.st_mtime == seconds) {
+            ++written.files;
+            written.bytes += static_cast<std::uint64_t>(status.st_size);
+        }
+    }
+    return written;
+}
+
+class CGenerateCommand : public CCommand {
+public:
+    void Declare(CLI::App& app) override {
+        app.add_option("SUMMARY", m_summary, "List of volumes, such as CATALOGUE/summary.txt")
+            ->required();
+        app.add_option("-o,--output", m_output, "Folder for the text data files")->required();
+        app.add_option("--records", m_records, "Files told in one text data file")
+            ->check(CLI::PositiveNumber)
+            ->capture_default_str();
+        const auto crc = app.add_flag("--crc", m_isCrc, "Key lines for a search server");
+        app.add_option("--subfolders", m_subfolders, "Folders in a fingerprint, -1 for all")
+            ->needs(crc)
+            ->capture_default_str();
+        app.add_option("--parts", m_parts, "Parts of a name that get key lines of their own")
+            ->needs(crc)
+            ->capture_default_str();
+        app.add_option("--separators", m_separators, "Characters that cut a name into parts")
+            ->needs(crc)
+            ->capture_default_str();
+        app.add_option("--time", m_time, "Time given to the files (UTC); now when not given");
+        DeclareJson(app);
+        app.footer(
+            "Writes for each volume and owner a series vl.VOLUME.OWNER.NUMBER.txt, and for\n"
+            "each volume owners.VOLUME.map. Files of the same names are replaced.");
+    }
+
+    EExitCode Run(COutput& output) override {
+        const std::uint64_t ticks = TicksOf(ParseTime(m_time.value_or("0s"), "--time"));
+        const fs::path folder = fs::absolute(m_output);
+        const auto start = std::chrono::steady_clock::now();
+        Generate(folder.string(), ticks);
+        const double seconds =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        Report(output, CountWritten(folder, ticks), seconds);
+        return kExitOk;
+    }
+
+private:
+    void Generate(const std::string& folder, std::uint64_t ticks) const {
+        const client::CLibrary library;
+        const client::CText summary(ToUtf16(fs::absolute(m_summary).string()));
+        const client::CText target(ToUtf16(folder));
+        const client::CText separators(ToUtf16(m_separators));
+        const _FILETIME time = {static_cast<ULONG>(ticks), static_cast<ULONG>(ticks >> 32)};
+        const CWaitingLine waiting("Generating from " + m_summary);
+        client::Check(library->GenerateOibTDFs(summary.Get(), target.Get(), time, m_records,
+                                               m_isCrc ? VARIANT_TRUE : VARIANT_FALSE, m_subfolders,
+                                               m_parts, separators.Get()),
+                      m_summary);
+    }
+
+    void Report(COutput& output, const Written& written, double seconds) const {
+        const auto bytes = static_cast<std::int64_t>(written.bytes);
+        if (m_isJson) {
+            CJsonObject object;
+            object.Add("output", std::string_view(m_output));
+            object.AddNumber("files", static_cast<std::int64_t>(written.files));
+            object.AddNumber("bytes", bytes);
+            object.AddNumber("milliseconds", static_cast<std::int64_t>(seconds * 1e3));
+            output.Write(object.Line());
+            return;
+        }
+        char time[32];
+        static_cast<void>(std::snprintf(time, sizeof time, "%.2f", seconds));
+        output.Write("Output     " + m_output + "\nTexts      " + std::to_string(written.files) +
+                     "\nSize       " + std::to_string(bytes) + " bytes (" + HumanSize(bytes) +
+                     ")\nTime       " + time + " s\n");
+    }
+
+    std::string m_summary;
+    std::string m_output;
+    INT m_records = 1'000'000;
+    bool m_isCrc = false;
+    INT m_subfolders = 3;
+    INT m_parts = 0;
+    std::string m_separators = "._- ";
+    std::optional<std::string> m_time;
+};
+
+}  // namespace
+
+std::unique_ptr<CCommand> MakeGenerateCommand() {
+    return std::make_unique<CGenerateCommand>();
+}
+
+}  // namespace zorel::tools

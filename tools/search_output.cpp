@@ -1,0 +1,102 @@
+#include "search_output.h"
+
+#include <algorithm>
+
+#include "ZorelText.h"
+#include "client/library.h"
+#include "text_format.h"
+
+namespace zorel::tools {
+
+namespace {
+constexpr std::size_t kSizeWidth = 13;
+constexpr std::size_t kOwnerWidth = 16;
+constexpr std::size_t kDateWidth = 19;
+}  // namespace
+
+void CSearchOutput::KeepEndings(const std::optional<std::string>& endings) {
+    if (!endings || endings->empty()) {
+        return;
+    }
+    m_endings.emplace();
+    std::u16string ending;
+    const auto close = [&] {
+        while (ending.ends_with(u' ')) {
+            ending.pop_back();
+        }
+        if (!ending.empty()) {
+            m_endings->push_back(std::exchange(ending, {}));
+        }
+    };
+    for (const char16_t unit : ToUtf16(*endings)) {
+        if (unit == u';' || unit == u',') {
+            close();
+        } else if (unit != u' ' || !ending.empty()) {
+            const bool isCapital = unit >= u'A' && unit <= u'Z';
+            ending.push_back(static_cast<char16_t>(isCapital ? unit + 0x20 : unit));
+        }
+    }
+    close();
+}
+
+bool CSearchOutput::IsKept(std::u16string_view path) const {
+    const std::u16string_view name = path.substr(path.rfind(u'\\') + 1);
+    return !m_endings || std::any_of(m_endings->begin(), m_endings->end(), [&](const auto& ending) {
+        return name.size() > ending.size() && name.ends_with(ending);
+    });
+}
+
+void CSearchOutput::Add(IOibTDFSearchTask& task, const std::string& subject) {
+    INT count = 0;
+    client::Check(task.get_ResultsCount(&count), subject);
+    if (m_isCount && !m_endings) {
+        m_found += static_cast<std::uint64_t>(count);
+        return;
+    }
+    for (INT i = 0; i < count; ++i) {
+        SearchResult result{};
+        client::Check(task.GetResult(i, &result), subject);
+        client::CText path;
+        client::CText owner;
+        *path.Out() = result.FileFullName;
+        *owner.Out() = result.Owner;
+        if (IsKept(path.View())) {
+            ++m_found;
+            Print(path.View(), result, owner.View());
+        }
+    }
+}
+
+void CSearchOutput::Print(std::u16string_view path, const SearchResult& result,
+                          std::u16string_view owner) {
+    if (m_isCount) {
+        return;
+    }
+    const auto date = FormatDate(result.ModifyTime, m_isJson ? "T" : " ");
+    if (!m_isJson) {
+        m_output.Write(PadRight(date.value_or("-"), kDateWidth) + "  " +
+                       PadLeft(std::to_string(result.Size), kSizeWidth) + "  " +
+                       PadRight(owner.empty() ? "-" : Printable(owner), kOwnerWidth) + "  " +
+                       Printable(path) + "\n");
+        return;
+    }
+    CJsonObject object;
+    object.Add("path", path).AddNumber("size", result.Size);
+    if (date) {
+        object.Add("modified", *date + "Z");
+    } else {
+        object.AddNull("modified");
+    }
+    m_output.Write(object.Add("owner", owner).Line());
+}
+
+EExitCode CSearchOutput::Finish() {
+    if (m_isCount) {
+        m_output.Write(
+            m_isJson ? CJsonObject().AddNumber("count", static_cast<std::int64_t>(m_found)).Line()
+                     : std::to_string(m_found) + "\n");
+    }
+    return m_found == 0 ? kExitNothingFound : kExitOk;
+}
+
+}  // namespace zorel::tools

@@ -1,0 +1,42 @@
+#include "waiting_line.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <utility>
+
+#include "progress_line.h"
+
+namespace zorel::tools {
+
+CWaitingLine::CWaitingLine(std::string what) : m_what(std::move(what)) {
+    if (isatty(STDERR_FILENO) != 0) {
+        m_thread = std::thread([this] { Keep(); });
+    }
+}
+
+CWaitingLine::~CWaitingLine() {
+    if (m_thread.joinable()) {
+        {
+            const std::lock_guard guard(m_lock);
+            m_isOver = true;
+        }
+        m_changed.notify_one();
+        m_thread.join();
+    }
+}
+
+void CWaitingLine::Keep() {
+    using std::chrono::steady_clock;
+    CProgressLine line;
+    const auto start = steady_clock::now();
+    std::unique_lock guard(m_lock);
+    while (
+        !m_changed.wait_for(guard, std::chrono::milliseconds(500), [this] { return m_isOver; })) {
+        const auto waited =
+            std::chrono::duration_cast<std::chrono::seconds>(steady_clock::now() - start);
+        line.Show(m_what + ", " + std::to_string(waited.count()) + " s");
+    }
+}
+
+}  // namespace zorel::tools
