@@ -120,6 +120,37 @@ _invoke = _slot(
 _record_guid = _slot(6, c_int32, POINTER(_Guid))
 
 
+class _RecordInfo:
+    """What tells the module which record an argument is: an IRecordInfo that knows the
+    record's identifier and size and refuses everything else. Lives for ever."""
+
+    _SLOTS = 19
+    _E_NOTIMPL = c_int32(0x80004001).value
+
+    def __init__(self, record_id, size):
+        def get_guid(_, guid):
+            guid[0] = _Guid.of(record_id)
+            return 0
+
+        def get_size(_, bytes_out):
+            bytes_out[0] = size
+            return 0
+
+        self._methods = [_plain_method(lambda _: self._E_NOTIMPL)] * self._SLOTS
+        self._methods[1] = self._methods[2] = _plain_method(lambda _: 1)
+        self._methods[6] = ctypes.CFUNCTYPE(c_int32, c_void_p, POINTER(_Guid))(get_guid)
+        self._methods[8] = ctypes.CFUNCTYPE(c_int32, c_void_p, POINTER(c_uint32))(get_size)
+        self._table = (c_void_p * self._SLOTS)(
+            *(ctypes.cast(method, c_void_p) for method in self._methods))
+        self._object = c_void_p(ctypes.addressof(self._table))
+        self.pointer = ctypes.addressof(self._object)
+
+
+_plain_method = ctypes.CFUNCTYPE(c_int32, c_void_p)
+_SEARCH_SPEC = _RecordInfo("0c1f0ba5-09d6-4f5f-9ab1-0961fc36b976", ctypes.sizeof(_SearchSpec))
+_FILE_TIME = _RecordInfo("49caf78e-0807-43d0-9090-9a06a76af5a0", 8)
+
+
 class _Module:
     """The functions that the module exports."""
 
@@ -250,8 +281,11 @@ class _Arguments:
         self.params = _DispParams(self.variants, None, len(self.variants), 0)
 
     def close(self):
-        for variant in (*self.variants, *self.outputs):
-            self._module.clear(byref(variant))
+        for variant in self.variants:
+            if variant.vt == _VT_BSTR:
+                self._strings.append(variant.pointer)
+        for output in self.outputs:
+            self._module.clear(byref(output))
         while self._strings:
             self._module.free_string(self._strings.pop())
 
@@ -266,9 +300,9 @@ class _Arguments:
         elif isinstance(value, datetime):
             variant.vt, variant.r8 = _VT_DATE, date_from_datetime(value)
         elif isinstance(value, SearchSpec):
-            self._fill_record(variant, self._search_spec(value))
+            self._fill_record(variant, _SEARCH_SPEC, self._search_spec(value))
         elif isinstance(value, FileTime):
-            self._fill_record(variant, c_uint64(value.ticks))
+            self._fill_record(variant, _FILE_TIME, c_uint64(value.ticks))
         else:
             text = f"{{{value}}}" if isinstance(value, uuid.UUID) else value
             text = text if text is None else os.fsdecode(text)
@@ -284,9 +318,10 @@ class _Arguments:
         else:
             raise OverflowError(f"{value} has more than 64 bits")
 
-    def _fill_record(self, variant, record):
+    def _fill_record(self, variant, info, record):
         self._records.append(record)
-        variant.vt, variant.record.data = _VT_RECORD, ctypes.addressof(record)
+        variant.vt = _VT_RECORD
+        variant.record.data, variant.record.info = ctypes.addressof(record), info.pointer
 
     def _search_spec(self, spec):
         record = _SearchSpec()
@@ -297,6 +332,8 @@ class _Arguments:
                 self._strings.append(value)
             elif kinds[name] is c_int16:
                 value = -bool(value)
+            elif kinds[name] is c_int64 and not -(2**63) <= value < 2**63:
+                raise OverflowError(f"{name} has more than 64 bits")
             setattr(record, name, value)
         return record
 

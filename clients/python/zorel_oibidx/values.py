@@ -87,6 +87,10 @@ class FileTime:
 
     ticks: int
 
+    def __post_init__(self):
+        if not 0 <= self.ticks < 2**64:
+            raise OverflowError("a time outside the range of file times")
+
     @classmethod
     def from_datetime(cls, time):
         """A time without a zone is taken for UTC."""
