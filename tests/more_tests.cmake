@@ -71,3 +71,12 @@ if(NOT WIN32 AND TARGET oibidx AND NOT ZOREL_SANITIZE MATCHES "thread")
   set_tests_properties(clients/python PROPERTIES TIMEOUT 300 LABELS clients)
   set_property(TEST clients/python PROPERTY ENVIRONMENT ${zorel_python_environment})
 endif()
+
+# The Debian package.
+find_program(ZOREL_DPKG_DEB dpkg-deb)
+if(ZOREL_DPKG_DEB AND TARGET oibidx AND NOT ZOREL_SANITIZE)
+  add_test(NAME package/debian
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/package/package_test.sh
+            ${CMAKE_CPACK_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_VERSION} ${Python3_EXECUTABLE})
+  set_tests_properties(package/debian PROPERTIES TIMEOUT 120 LABELS package)
+endif()

@@ -1,0 +1,92 @@
+#!/usr/bin/env bash
+# Builds the Debian package, looks into it, installs it into a root folder of its own, uses
+# what is installed there, and removes it again. Needs no rights.
+#
+# Usage: package_test.sh CPACK BUILD-FOLDER VERSION PYTHON
+set -euo pipefail
+
+cpack=$1 build=$2 version=$3 python=$4
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+fail() {
+    echo "$*"
+    exit 1
+}
+
+echo "-- build"
+(cd "$build" && "$cpack" -G DEB -B "$folder/package") >"$folder/log" 2>&1 ||
+    fail "$(cat "$folder/log")"
+architecture=$(dpkg --print-architecture)
+package=$folder/package/zorel-oibidx_${version}_$architecture.deb
+[[ -f $package ]] || fail "no such package: $package"
+
+echo "-- control fields"
+field() {
+    dpkg-deb -f "$package" "$1"
+}
+[[ $(field Package) == zorel-oibidx && $(field Version) == "$version" ]] ||
+    fail "the package has another name or version"
+[[ $(field Architecture) == "$architecture" ]] || fail "it is for $(field Architecture)"
+for library in libc6 libstdc++6; do
+    [[ $(field Depends) == *"$library"* ]] || fail "the package does not depend on $library"
+done
+[[ $(field Maintainer) == *@* && -n $(field Description) ]] || fail "a field is missing"
+
+echo "-- contents"
+dpkg-deb --fsys-tarfile "$package" | tar -t | grep -v '/$' | sort >"$folder/files"
+while read -r file; do
+    grep -qxE "./usr/$file" "$folder/files" || fail "not in the package: $file"
+done <<'FILES'
+bin/oibidx
+lib/.*libZorelOibIdxComLib\.so
+include/ZorelOibIdxLib\.h
+include/ZorelAutomation\.h
+include/ZorelText\.h
+lib/.*cmake/ZorelOibIdxLib/ZorelOibIdxLibConfig\.cmake
+lib/.*cmake/ZorelOibIdxLib/ZorelOibIdxLibTargets\.cmake
+lib/.*pkgconfig/ZorelOibIdxLib\.pc
+lib/python3/dist-packages/zorel_oibidx/__init__\.py
+share/man/man1/oibidx\.1
+share/bash-completion/completions/oibidx
+share/doc/zorel-oibidx/examples/example\.py
+FILES
+if grep -vE '^./usr/(bin|lib|include|share)/' "$folder/files" ||
+    grep -E '__pycache__|gtest|gmock|_test|\.a$' "$folder/files"; then
+    fail "these files do not belong into the package"
+fi
+
+echo "-- installation"
+# Maintainer scripts run outside the root folder; what they call is recorded instead.
+root=$folder/root
+mkdir -p "$folder/bin" "$root/var/lib/dpkg/"{info,updates,triggers}
+touch "$root/var/lib/dpkg/"{status,available}
+printf '#!/bin/sh\necho ldconfig >>"%s"\n' "$folder/called" >"$folder/bin/ldconfig"
+chmod +x "$folder/bin/ldconfig"
+as_installer() {
+    PATH=$folder/bin:$PATH:/usr/sbin:/sbin dpkg --root="$root" --log=/dev/null \
+        --force-not-root --force-script-chrootless --force-depends "$@" >"$folder/log" 2>&1 ||
+        fail "$(cat "$folder/log")"
+}
+as_installer -i "$package"
+[[ -s $folder/called ]] || fail "the new module is not made known to the loader"
+if grep -rlI -e "$build" -e "$folder/package" "$root/usr"; then
+    fail "these installed files name the build"
+fi
+
+echo "-- use"
+[[ $("$root/usr/bin/oibidx" --version) == "oibidx $version" ]] || fail "another client runs"
+mkdir -p "$folder/tree/Docs"
+echo "12345" >"$folder/tree/Docs/report.txt"
+"$root/usr/bin/oibidx" scan "$folder/tree" -o "$folder/catalogue" >/dev/null
+"$root/usr/bin/oibidx" browse "$folder/catalogue/C.dat" Docs >"$folder/listing"
+grep -q 'report\.txt$' "$folder/listing" || fail "$(cat "$folder/listing")"
+module=$(find "$root/usr/lib" -name libZorelOibIdxComLib.so)
+LD_LIBRARY_PATH=$(dirname "$module") PYTHONPATH=$root/usr/lib/python3/dist-packages \
+    PYTHONDONTWRITEBYTECODE=1 "$python" "$root/usr/share/doc/zorel-oibidx/examples/example.py" \
+    "$folder/catalogue" 'C:\docs' 'report' >"$folder/found"
+grep -qF '6  C:\Docs\report.txt' "$folder/found" || fail "$(cat "$folder/found")"
+
+echo "-- removal"
+as_installer -r zorel-oibidx
+[[ ! -e $root/usr ]] || fail "left after the removal: $(find "$root/usr")"
