@@ -52,7 +52,10 @@ if(NOT WIN32 AND TARGET oibidx)
   add_test(NAME tools/oibidx
     COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/tools/oibidx_test.py
             $<TARGET_FILE:oibidx>)
-  set_tests_properties(tools/oibidx PROPERTIES TIMEOUT 300 LABELS tools)
+  add_test(NAME tools/meta
+    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/tools/meta_test.py
+            $<TARGET_FILE:oibidx>)
+  set_tests_properties(tools/oibidx tools/meta PROPERTIES TIMEOUT 300 LABELS tools)
 endif()
 
 # The Python client. A sanitized module needs its run-time library in the interpreter.

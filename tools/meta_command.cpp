@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <sstream>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -27,12 +29,20 @@ std::vector<std::u16string> FoldedElements(std::u16string_view path) {
     return elements;
 }
 
+// A line break, wherever it lies in the bytes of the text: the file is cut there.
+void CheckIsOneLine(const std::string& what, std::u16string_view text) {
+    constexpr std::string_view kLineEnd("\r\0\n\0", 4);
+    const std::string_view bytes(reinterpret_cast<const char*>(text.data()),
+                                 text.size() * sizeof(char16_t));
+    if (bytes.find(kLineEnd) != bytes.npos) {
+        throw CToolError(what + ": A line of a meta-file cannot hold a line break.");
+    }
+}
+
 // Refuses what the file format would give back as something else.
 void CheckReadsBack(const std::string& what, std::u16string_view text) {
     constexpr std::u16string_view kBlanks = u" \t";
-    if (text.find(u"\r\n") != text.npos) {
-        throw CToolError(what + ": A line of a meta-file cannot hold a line break.");
-    }
+    CheckIsOneLine(what, text);
     if (!text.empty() &&
         (kBlanks.find(text.front()) != text.npos || kBlanks.find(text.back()) != text.npos)) {
         throw CToolError(what + ": A meta-file does not keep blanks at the start and the end.");
@@ -281,12 +291,21 @@ public:
     }
 
     EExitCode Run(COutput& output) override {
-        CMetaFile file = OpenToChange();
+        std::vector<std::u16string> lines;
         for (const std::string& text : m_texts) {
-            file.Comment(ToUtf16(text));
+            std::istringstream in(text);
+            for (std::string line; std::getline(in, line);) {
+                lines.push_back(ToUtf16(line));
+                CheckIsOneLine(line, lines.back());
+            }
+        }
+        CMetaFile file = OpenToChange();
+        for (const std::u16string& line : lines) {
+            // The line feed keeps an empty line.
+            file.Comment(line + u"\n");
         }
         file.Save();
-        Tell(output, "comments", m_texts.size());
+        Tell(output, "comments", lines.size());
         return kExitOk;
     }
 
