@@ -15,15 +15,6 @@ namespace {
 
 constexpr std::u16string_view kSeparators = u"\\/";
 
-std::u16string Folded(std::u16string text) {
-    for (char16_t& unit : text) {
-        if (unit >= u'A' && unit <= u'Z') {
-            unit = static_cast<char16_t>(unit + (u'a' - u'A'));
-        }
-    }
-    return text;
-}
-
 bool IsVolume(std::u16string_view text) {
     return text.size() == 2 && text[1] == u':' &&
            ((text[0] >= u'A' && text[0] <= u'Z') || (text[0] >= u'a' && text[0] <= u'z'));

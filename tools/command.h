@@ -48,5 +48,8 @@ std::unique_ptr<CCommand> MakeGenerateCommand();
 std::unique_ptr<CCommand> MakeFindCommand();
 std::unique_ptr<CCommand> MakeFindTextCommand();
 std::unique_ptr<CCommand> MakeFingerprintCommand();
+std::unique_ptr<CCommand> MakeMetaCommand();
+std::unique_ptr<CCommand> MakeSessionCommand();
+std::unique_ptr<CCommand> MakePublicationCommand();
 
 }  // namespace zorel::tools

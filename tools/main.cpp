@@ -28,6 +28,9 @@ constexpr CommandEntry kCommands[] = {
     {"find", "Search a catalogue", MakeFindCommand},
     {"find-text", "Search text data files", MakeFindTextCommand},
     {"fingerprint", "Tell the fingerprint of a folder", MakeFingerprintCommand},
+    {"meta", "Read and change meta-files", MakeMetaCommand},
+    {"session", "Read and change backup sessions", MakeSessionCommand},
+    {"publication", "Read publications", MakePublicationCommand},
 };
 
 struct DeclaredCommand {

@@ -25,6 +25,15 @@ std::string Printable(std::u16string_view text) {
     return out;
 }
 
+std::u16string Folded(std::u16string text) {
+    for (char16_t& unit : text) {
+        if (unit >= u'A' && unit <= u'Z') {
+            unit = static_cast<char16_t>(unit + (u'a' - u'A'));
+        }
+    }
+    return text;
+}
+
 std::string HumanSize(std::int64_t bytes) {
     constexpr std::string_view kUnits = "KMGTPE";
     if (bytes < 1024) {

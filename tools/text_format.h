@@ -13,6 +13,9 @@ namespace zorel::tools {
 // For a terminal: control characters as \xHH, everything else as it is.
 std::string Printable(std::u16string_view text);
 
+// With A-Z in lower case, as names are compared that differ in nothing else.
+std::u16string Folded(std::u16string text);
+
 // 1536 gives "1.5K"; below 1024 the number itself.
 std::string HumanSize(std::int64_t bytes);
 

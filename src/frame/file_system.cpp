@@ -45,9 +45,9 @@ void ClimbToExisting(std::vector<std::u16string_view>& levels) {
             return;
         }
         const std::size_t last = path.find_last_of(kSeparators);
-        const bool networkRoot =
-            last != path.npos && last > 0 && path[last] == u'\\' && path[last - 1] == u'\\';
-        if (last == path.npos || networkRoot) {
+        const bool networkRoot = last != std::u16string_view::npos && last > 0 &&
+                                 path[last] == u'\\' && path[last - 1] == u'\\';
+        if (last == std::u16string_view::npos || networkRoot) {
             throw CExc(u"Invalid folder path: [%1].", {path}, kInvalidArg);
         }
         levels.push_back(path.substr(0, last));
@@ -87,15 +87,15 @@ std::u16string ToLongPath(std::u16string_view path) {
 
 SplitText SplitPath(std::u16string_view path) noexcept {
     std::size_t pos = path.rfind(u'\\');
-    if (pos == path.npos) {
+    if (pos == std::u16string_view::npos) {
         pos = path.rfind(u'/');
     }
-    return pos == path.npos ? SplitText{{}, path} : SplitAt(path, pos);
+    return pos == std::u16string_view::npos ? SplitText{{}, path} : SplitAt(path, pos);
 }
 
 SplitText SplitExtension(std::u16string_view name) noexcept {
     const std::size_t pos = name.rfind(u'.');
-    return pos == name.npos ? SplitText{name, {}} : SplitAt(name, pos);
+    return pos == std::u16string_view::npos ? SplitText{name, {}} : SplitAt(name, pos);
 }
 
 std::u16string_view StripTrailingSeparator(std::u16string_view path) noexcept {

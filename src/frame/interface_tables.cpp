@@ -18,7 +18,6 @@ namespace {
 using platform::FieldDesc;
 using platform::In;
 using platform::InterfaceTable;
-using platform::MethodDesc;
 using platform::Out;
 using platform::RecordDesc;
 using platform::Retval;

@@ -64,7 +64,7 @@ std::int64_t CMtfInBuffer::Find(std::string_view bytes) const noexcept {
     // The last start at which the bytes fit is not tried, so the last byte cannot count.
     const std::size_t last = m_content.size() - (bytes.empty() ? 0 : 1);
     const std::size_t found = m_content.substr(0, last).find(bytes, m_position);
-    return found == m_content.npos ? -1 : static_cast<std::int64_t>(found - m_position);
+    return found == std::string_view::npos ? -1 : static_cast<std::int64_t>(found - m_position);
 }
 
 void CMtfInBuffer::Skip(std::uint64_t count) noexcept {
@@ -76,8 +76,8 @@ bool CMtfInBuffer::NextToken(std::string_view delimiter, std::string_view& token
         return false;
     }
     const std::int64_t found = Find(delimiter);
-    token =
-        m_content.substr(m_position, found < 0 ? m_content.npos : static_cast<std::size_t>(found));
+    token = m_content.substr(m_position,
+                             found < 0 ? std::string_view::npos : static_cast<std::size_t>(found));
     Skip(token.size() + (found < 0 ? 0 : delimiter.size()));
     return true;
 }

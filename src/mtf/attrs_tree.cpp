@@ -158,15 +158,33 @@ void CMtfAttrsTreeData::SetAttr(std::uint64_t node, std::u16string_view path,
                   const CMtfAttrPath split = SplitAttrPath(path);
                   const std::uint64_t target = Obtain(node, split.subtree);
                   const std::u16string fullName = JoinNames(NodePath(target), split.name);
-                  std::uint64_t line = 0;
                   if (const CMtfAttrEntry* entry = m_table.FindAttr(target, split.name)) {
-                      line = entry->line;
-                      m_lines->ReplaceAttrLine(line, fullName, value);
+                      CMtfText kept = CMtfText::Copy(value);
+                      m_lines->ReplaceAttrLine(entry->line, fullName, value);
+                      m_table.SetValue(target, split.name, std::move(kept));
                   } else {
-                      line = m_lines->AppendAttrLine(fullName, value);
+                      AddAttr(target, split.name, fullName, value);
                   }
-                  m_table.SetAttrEntry(target, split.name, value, line, false);
               });
+}
+
+void CMtfAttrsTreeData::AddAttr(std::uint64_t node, std::u16string_view name,
+                                std::u16string_view fullName, std::u16string_view value) {
+    // When memory runs out, tree and lines stay alike.
+    struct Undo {
+        CMtfMetaTable* table;
+        std::uint64_t node;
+        std::u16string_view name;
+        ~Undo() {
+            if (table != nullptr) {
+                table->EraseAttr(node, name);
+            }
+        }
+    };
+    m_table.SetAttrEntry(node, name, value, m_lines->Count(), false);
+    Undo undo{&m_table, node, name};
+    m_lines->AppendAttrLine(fullName, value);
+    undo.table = nullptr;
 }
 
 bool CMtfAttrsTreeData::FindAttr(std::uint64_t node, std::u16string_view path,

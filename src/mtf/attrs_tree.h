@@ -62,6 +62,8 @@ private:
 
     std::uint64_t Resolve(std::uint64_t node, std::u16string_view path) const;
     std::uint64_t Obtain(std::uint64_t node, std::u16string_view path);
+    void AddAttr(std::uint64_t node, std::u16string_view name, std::u16string_view fullName,
+                 std::u16string_view value);
     void DeleteWithChildren(std::uint64_t node);
 
     std::shared_ptr<CMtfLines> m_lines;

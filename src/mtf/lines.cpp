@@ -69,7 +69,7 @@ bool CMtfLines::ParseAttrLine(std::uint64_t id, std::u16string_view& name,
         return false;
     }
     const std::size_t sign = text.find(u'=');
-    if (sign == text.npos) {
+    if (sign == std::u16string_view::npos) {
         return false;
     }
     name = frame::Trim(text.substr(0, sign));
@@ -132,7 +132,7 @@ void CMtfLines::PushComment(std::u16string_view text) {
         const std::size_t end = text.find(u'\n');
         std::u16string_view piece = text.substr(0, end);
         text.remove_prefix(std::min(text.size(), piece.size() + 1));
-        if (end != text.npos && piece.ends_with(u'\r')) {
+        if (end != std::u16string_view::npos && piece.ends_with(u'\r')) {
             piece.remove_suffix(1);
         }
         Add(CMtfText::Join({}, u'#', piece), EMtfLineState::LineAppended);

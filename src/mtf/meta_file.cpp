@@ -32,7 +32,7 @@ std::u16string ModeName(EMtfOpenMode mode) {
 std::u16string Hidden(std::u16string_view tail) {
     std::u16string hidden(tail);
     hidden.front() = u'\0';
-    for (std::size_t pos = tail.find(u"\r\n"); pos != tail.npos;
+    for (std::size_t pos = tail.find(u"\r\n"); pos != std::u16string_view::npos;
          pos = tail.find(u"\r\n", pos + 2)) {
         hidden[pos] = u'\0';
     }

@@ -136,6 +136,10 @@ void CMtfMetaTable::SetAttrEntry(std::uint64_t id, std::u16string_view name,
     m_attrs[attr].line = line;
 }
 
+void CMtfMetaTable::SetValue(std::uint64_t id, std::u16string_view name, CMtfText value) noexcept {
+    m_attrs[FindAttrAt(Short(id), HashName(Short(id), name), name)].value = std::move(value);
+}
+
 std::uint32_t CMtfMetaTable::AddAttr(std::uint32_t id, std::uint32_t hash, CMtfText name) {
     CMtfTreeNode& node = At(id);
     if (!node.attrsIndexed && node.attrCount == kLongestChain) {

@@ -48,8 +48,7 @@ struct CMtfAttrEntry {
 
 // Owns nodes and attributes. Children are found by name without regard to (ASCII) case,
 // attributes by their exact name, both in constant time. Node IDs are never used again.
-// Borrowed texts
-// are not copied: the owner of the table keeps what they point into.
+// Borrowed texts are not copied: the owner of the table keeps what they point into.
 class CMtfMetaTable {
 public:
     static constexpr std::uint64_t kNoNode = ~std::uint64_t{0};
@@ -80,6 +79,8 @@ public:
     // Inserts or overwrites.
     void SetAttrEntry(std::uint64_t id, std::u16string_view name, std::u16string_view value,
                       std::uint64_t line, bool borrow);
+    // Requires that the attribute is there.
+    void SetValue(std::uint64_t id, std::u16string_view name, CMtfText value) noexcept;
     // Removes the attribute if it is there.
     void EraseAttr(std::uint64_t id, std::u16string_view name) noexcept;
     std::vector<std::uint64_t> CollectAttrLines(std::uint64_t id) const;

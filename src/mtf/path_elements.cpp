@@ -33,12 +33,12 @@ std::u16string_view CMtfPathElements::At(std::size_t index) const {
 
 CMtfAttrPath SplitAttrPath(std::u16string_view path) {
     const std::size_t last = path.find_last_not_of(u'.');
-    if (last == path.npos) {
+    if (last == std::u16string_view::npos) {
         throw frame::CExc(u"The specified attribute's path (%1) is invalid.", {path}, frame::kFail);
     }
     const std::u16string_view whole = path.substr(0, last + 1);
     const std::size_t dot = whole.rfind(u'.');
-    if (dot == whole.npos) {
+    if (dot == std::u16string_view::npos) {
         return {{}, whole};
     }
     return {whole.substr(0, dot), whole.substr(dot + 1)};

@@ -232,26 +232,26 @@ private:
 
 }  // namespace
 
-bool ReadsAsUnicode(const std::byte* units, std::size_t count) noexcept {
+TextSurvey SurveyText(const std::byte* units, std::size_t count) noexcept {
     const CSurvey survey(units, count);
-    if (!survey.IsSound()) {
-        return false;
-    }
-    // A unit weighs 8 bits at most and a foreign one -16: too few of the former pass
-    // without weighing. The last unit may count for neither.
-    const std::size_t foreign = count - survey.EightBitUnits();
-    if (survey.EightBitUnits() + 1 < 2 * foreign) {
-        return true;
-    }
-    return count != 0 && !ReadsAsEightBit(units, count);
+    return {survey.IsSound(), count, survey.EightBitUnits()};
 }
 
 #else
 
-bool ReadsAsUnicode(const std::byte* units, std::size_t count) noexcept {
-    return ReadsAsUnicodePlainly(units, count);
+TextSurvey SurveyText(const std::byte* units, std::size_t count) noexcept {
+    TextSurvey survey{AreSound(units, 0, count, count), count, 0};
+    for (std::size_t i = 0; i < count; ++i) {
+        survey.eightBit += Weigh(UnitAt(units, i)) != kForeign ? 1 : 0;
+    }
+    return survey;
 }
 
 #endif
+
+bool ReadsAsUnicode(const std::byte* units, std::size_t count) noexcept {
+    const TextSurvey survey = SurveyText(units, count);
+    return survey.Passes() || (survey.sound && count != 0 && !ReadsAsEightBit(units, count));
+}
 
 }  // namespace platform

@@ -50,11 +50,8 @@ std::u16string COwnerFiles::PathOf(std::uint32_t owner) const {
     return PathFor(name);
 }
 
-void COwnerFiles::Open(std::uint32_t owner) {
+void COwnerFiles::CreateNext(std::uint32_t owner) {
     State& state = m_states[owner];
-    if (state.writer && state.writer->IsOpen()) {
-        return;
-    }
     if (!state.writer) {
         state.writer = std::make_unique<idxdata::CFileWriter>(m_bufferSize);
     }
@@ -101,14 +98,10 @@ void COwnerFiles::PutLongLine(std::uint32_t owner, std::u16string_view line) {
     m_states[owner].writer->WriteTextString(line);
 }
 
-void COwnerFiles::CountRecord(std::uint32_t owner) {
-    State& state = m_states[owner];
-    ++state.recordsInFile;
-    if (static_cast<std::int32_t>(state.recordsInFile) >= m_settings.recordsPerFile) {
-        Close(owner);
-        ++state.fileNumber;
-        state.recordsInFile = 0;
-    }
+void COwnerFiles::Complete(std::uint32_t owner) {
+    Close(owner);
+    ++m_states[owner].fileNumber;
+    m_states[owner].recordsInFile = 0;
 }
 
 void COwnerFiles::Close(std::uint32_t owner) {

@@ -45,13 +45,22 @@ public:
                 const OwnerFilesLimits& limits = {});
 
     // Sees that the owner has an open file; creates the next one of its series.
-    void Open(std::uint32_t owner);
+    void Open(std::uint32_t owner) {
+        if (!m_states[owner].writer || !m_states[owner].writer->IsOpen()) {
+            CreateNext(owner);
+        }
+    }
     // Writes a line to the owner's open file. `fill`(std::byte*) stores at most
     // `mostUnits` code units at any address and returns their number; 0 writes no line.
     template <std::invocable<std::byte*> Fill>
     void PutLine(std::uint32_t owner, std::size_t mostUnits, Fill fill);
     // Counts a record; the one that fills the file closes it.
-    void CountRecord(std::uint32_t owner);
+    void CountRecord(std::uint32_t owner) {
+        const std::uint32_t records = ++m_states[owner].recordsInFile;
+        if (static_cast<std::int32_t>(records) >= m_settings.recordsPerFile) {
+            Complete(owner);
+        }
+    }
     // Completes all open files. When some fail the first failure is thrown in the end.
     void CloseAll();
 
@@ -68,6 +77,7 @@ private:
         std::uint32_t recordsInFile = 0;
     };
 
+    void CreateNext(std::uint32_t owner);
     std::u16string PathOf(std::uint32_t owner) const;
     void EnterTwin(std::uint32_t owner);
     void LeaveTwin(std::uint32_t owner) noexcept;
@@ -78,6 +88,7 @@ private:
     template <class Opening>
     void WithRoomForHandle(Opening opening);
     void PauseFront();
+    void Complete(std::uint32_t owner);
     void Close(std::uint32_t owner);
 
     const CTdfOwners& m_owners;

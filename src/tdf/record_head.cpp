@@ -11,78 +11,84 @@ constexpr std::int64_t kTicksPerSecond = 10'000'000;
 constexpr std::uint64_t kSecondsPerDay = 86'400;
 constexpr std::uint64_t kLastSecond = 3'067'671 * kSecondsPerDay - 1;  // of the year 9999
 
-struct Pair {
-    char16_t units[2];
-};
+using Pair = std::array<char16_t, 2>;
 
 constexpr std::array<Pair, 100> MakePairs() {
     std::array<Pair, 100> pairs{};
     for (std::size_t i = 0; i < pairs.size(); ++i) {
-        pairs[i] = {{static_cast<char16_t>(u'0' + i / 10), static_cast<char16_t>(u'0' + i % 10)}};
+        pairs[i] = {static_cast<char16_t>(u'0' + i / 10), static_cast<char16_t>(u'0' + i % 10)};
     }
     return pairs;
 }
 
 constexpr std::array<Pair, 100> kPairs = MakePairs();
 
-// The units of a line as they are put together.
-template <std::size_t Size>
-struct Units {
-    char16_t text[Size];
-    std::size_t used = 0;
+// Code units stored one after the other at any address.
+class CUnits {
+public:
+    explicit CUnits(void* out) noexcept : m_at(static_cast<std::byte*>(out)) {}
 
-    void Put(char16_t unit) { text[used++] = unit; }
-    void PutPair(std::uint32_t value) {
-        std::memcpy(text + used, &kPairs[value], sizeof(Pair));
-        used += 2;
+    template <std::size_t kCount>
+    void Put(const std::array<char16_t, kCount>& units) noexcept {
+        std::memcpy(m_at, units.data(), sizeof units);
+        m_at += sizeof units;
     }
+    void PutPair(std::uint32_t value) noexcept { Put(kPairs[value]); }
+    // At least one digit, without padding.
+    void PutDecimal(std::uint64_t value) noexcept {
+        std::uint32_t pairs[10];
+        std::size_t count = 0;
+        for (; value >= 10; value /= 100) {
+            pairs[count++] = static_cast<std::uint32_t>(value % 100);
+        }
+        if (value != 0 || count == 0) {
+            Put(std::array{static_cast<char16_t>(u'0' + value)});
+        }
+        while (count > 0) {
+            PutPair(pairs[--count]);
+        }
+    }
+    const std::byte* At() const noexcept { return m_at; }
+
+private:
+    std::byte* m_at;
 };
-
-// Decimal digits from the end backwards; returns where they begin.
-char16_t* PutDigits(std::uint64_t value, char16_t* end) {
-    while (value >= 100) {
-        end -= 2;
-        std::memcpy(end, &kPairs[value % 100], sizeof(Pair));
-        value /= 100;
-    }
-    end -= 2;
-    std::memcpy(end, &kPairs[value], sizeof(Pair));
-    return value < 10 ? end + 1 : end;
-}
 
 struct Date {
     std::uint32_t year, month, day;
 };
 
-// Counts in years that begin in March, so that the leap day is the last of its year.
+// Counts in years that begin in March, so that the leap day is the last of its year. The
+// factors stand for divisions: 2939745 / 2^32 by the 1461 days of four years, 2141 / 2^16
+// by the 30.6 days of a month; both are exact for every day up to the year 9999.
 Date DateOf(std::uint32_t daysSince1601) {
     constexpr std::uint32_t kMarchOfYear0 = 584'694;  // that day, before 1601-01-01
     constexpr std::uint32_t kDaysIn400Years = 146'097;
-    const std::uint32_t days = daysSince1601 + kMarchOfYear0;
-    const std::uint32_t era = days / kDaysIn400Years;
-    const std::uint32_t dayOfEra = days % kDaysIn400Years;
-    const std::uint32_t yearOfEra =
-        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const std::uint32_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::uint32_t march = (5 * dayOfYear + 2) / 153;
-    const std::uint32_t month = march < 10 ? march + 3 : march - 9;
-    return {era * 400 + yearOfEra + (month <= 2 ? 1 : 0), month,
-            dayOfYear - (153 * march + 2) / 5 + 1};
+    constexpr std::uint32_t kToJanuary = 306;  // days
+    const std::uint32_t quarters = 4 * (daysSince1601 + kMarchOfYear0) + 3;
+    const std::uint32_t century = quarters / kDaysIn400Years;
+    const std::uint32_t quartersOfCentury = quarters % kDaysIn400Years | 3;
+    const std::uint64_t product = std::uint64_t{2'939'745} * quartersOfCentury;
+    const auto yearOfCentury = static_cast<std::uint32_t>(product >> 32);
+    const std::uint32_t dayOfYear = static_cast<std::uint32_t>(product) / 2'939'745 / 4;
+    const std::uint32_t months = 2141 * dayOfYear + 197'913;
+    const bool nextYear = dayOfYear >= kToJanuary;
+    return {100 * century + yearOfCentury + (nextYear ? 1U : 0U),
+            (months >> 16) - (nextYear ? 12U : 0U), (months & 0xFFFF) / 2141 + 1};
 }
 
 }  // namespace
 
 void CRecordHead::SetDay(std::uint32_t day) {
     const Date date = DateOf(day);
-    Units<kDayUnits> units;
+    CUnits units(m_dayText.data());
     units.PutPair(date.month);
-    units.Put(u'/');
+    units.Put(std::array{u'/'});
     units.PutPair(date.day);
-    units.Put(u'/');
+    units.Put(std::array{u'/'});
     units.PutPair(date.year / 100);
     units.PutPair(date.year % 100);
-    units.Put(u' ');
-    std::copy_n(units.text, kDayUnits, m_dayText.begin());
+    units.Put(std::array{u' '});
     m_day = day;
 }
 
@@ -95,29 +101,21 @@ std::size_t CRecordHead::Write(std::int64_t ticks, std::int64_t size, std::byte*
     if (day != m_day) {
         SetDay(day);
     }
-    Units<kMostUnits> units;
-    std::memcpy(units.text, m_dayText.data(), sizeof m_dayText);
-    units.used = kDayUnits;
+    CUnits units(out);
+    units.Put(m_dayText);
     units.PutPair(second / 3600);
-    units.Put(u':');
+    units.Put(std::array{u':'});
     units.PutPair(second / 60 % 60);
-    units.Put(u':');
+    units.Put(std::array{u':'});
     units.PutPair(second % 60);
-    units.Put(u',');
-    units.Put(u' ');
+    units.Put(std::array{u',', u' '});
     const auto bits = static_cast<std::uint64_t>(size);
     if (size < 0) {
-        units.Put(u'-');
+        units.Put(std::array{u'-'});
     }
-    char16_t digits[20];
-    const char16_t* const begin = PutDigits(size < 0 ? 0 - bits : bits, std::end(digits));
-    const auto count = static_cast<std::size_t>(std::end(digits) - begin);
-    std::memcpy(units.text + units.used, begin, 2 * count);
-    units.used += count;
-    units.Put(u',');
-    units.Put(u' ');
-    std::memcpy(out, units.text, 2 * units.used);
-    return units.used;
+    units.PutDecimal(size < 0 ? 0 - bits : bits);
+    units.Put(std::array{u',', u' '});
+    return static_cast<std::size_t>(units.At() - out) / 2;
 }
 
 }  // namespace tdf

@@ -13,10 +13,18 @@ namespace {
 constexpr std::size_t kMostKept = 16 * 1024 * 1024;  // code units
 constexpr std::size_t kLongestKept = 64 * 1024;      // code units of one text
 
+const std::byte* BytesOf(std::u16string_view text) noexcept {
+    return std::as_bytes(std::span(text.data(), text.size())).data();
+}
+
+platform::TextSurvey SurveyOf(std::u16string_view text) noexcept {
+    return platform::SurveyText(BytesOf(text), text.size());
+}
+
 }  // namespace
 
 void CTdfFolders::Add(std::u16string_view name, std::int64_t parent) {
-    m_names.Add(std::as_bytes(std::span(name.data(), name.size())).data(), name.size());
+    m_names.Add(BytesOf(name), name.size());
     m_parents.push_back(parent);
 }
 
@@ -40,31 +48,33 @@ CFolderTexts::CFolderTexts(const CTdfFolders& folders, std::u16string_view volum
       m_groupLimit(groupLimit),
       m_slots(folders.Count()) {}
 
-std::u16string_view CFolderTexts::TextOf(std::int64_t folder, std::int64_t record) {
+CFolderTexts::Text CFolderTexts::TextOf(std::int64_t folder, std::int64_t record) {
     if (static_cast<std::uint64_t>(folder) >= m_slots.size()) {
         Compose(folder, record);  // the root of a volume without folders, or a failure
-        return m_text;
+        return {m_text, SurveyOf(m_text)};
     }
     Slot& slot = m_slots[static_cast<std::size_t>(folder)];
     if (slot.round == m_round) {
-        return {m_kept.data() + slot.begin, slot.length};
+        return {{m_kept.data() + slot.begin, slot.length}, {true, slot.length, slot.eightBit}};
     }
     Compose(folder, record);
     return Keep(slot);
 }
 
-std::u16string_view CFolderTexts::Keep(Slot& slot) {
-    if (m_text.size() > kLongestKept) {
-        return m_text;
+// Only sound texts are kept: their surveys need no more than a number.
+CFolderTexts::Text CFolderTexts::Keep(Slot& slot) {
+    const platform::TextSurvey survey = SurveyOf(m_text);
+    if (m_text.size() > kLongestKept || !survey.sound) {
+        return {m_text, survey};
     }
     if (m_kept.size() + m_text.size() > kMostKept) {
         m_kept.clear();
         ++m_round;
     }
     slot = {static_cast<std::uint32_t>(m_kept.size()), static_cast<std::uint32_t>(m_text.size()),
-            m_round};
+            m_round, static_cast<std::uint32_t>(survey.eightBit)};
     m_kept += m_text;
-    return m_text;
+    return {m_text, survey};
 }
 
 void CFolderTexts::Compose(std::int64_t folder, std::int64_t record) {

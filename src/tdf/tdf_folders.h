@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/unicode_text.h"
 #include "tdf/line_store.h"
 
 namespace tdf {
@@ -45,18 +46,22 @@ public:
     CFolderTexts(const CTdfFolders& folders, std::u16string_view volumeName,
                  std::optional<std::int32_t> groupLimit);
 
-    // "C:\Users\john\" or "ac906abf43d5"; valid until the next call. `record` is the file
-    // record's position, for messages.
-    std::u16string_view TextOf(std::int64_t folder, std::int64_t record);
+    struct Text {
+        std::u16string_view text;  // "C:\Users\john\" or "ac906abf43d5"
+        platform::TextSurvey survey;
+    };
+    // Valid until the next call. `record` is the file record's position, for messages.
+    Text TextOf(std::int64_t folder, std::int64_t record);
 
 private:
     struct Slot {
         std::uint32_t begin = 0;  // in m_kept
         std::uint32_t length = 0;
-        std::uint32_t round = 0;  // 0: never kept
+        std::uint32_t round = 0;     // 0: never kept
+        std::uint32_t eightBit = 0;  // of the survey
     };
 
-    std::u16string_view Keep(Slot& slot);
+    Text Keep(Slot& slot);
     void Compose(std::int64_t folder, std::int64_t record);
     void ComposePath(const CTdfFolders::Chain& chain);
     void ComposeGroups(const CTdfFolders::Chain& chain);

@@ -156,14 +156,18 @@ void CVolumeGenerator::WriteRecord(COwnerFiles& files, const idxdata::FileRecord
 
 void CVolumeGenerator::WriteRecordLine(COwnerFiles& files, const idxdata::FileRecordView& record,
                                        std::int64_t index) {
-    const std::u16string_view folder = m_folderTexts->TextOf(record.dirIndex, index);
-    const std::size_t mostUnits = CRecordHead::kMostUnits + folder.size() + record.nameLength;
+    const CFolderTexts::Text folder = m_folderTexts->TextOf(record.dirIndex, index);
+    const std::size_t mostUnits = CRecordHead::kMostUnits + folder.text.size() + record.nameLength;
+    platform::TextSurvey survey = platform::SurveyText(record.nameBytes, record.nameLength);
+    survey += folder.survey;
     files.PutLine(record.ownerIndex, mostUnits, [&](std::byte* line) {
         CUnitsOut out(line);
         out.Skip(m_head.Write(record.modifyTime, record.size, line));
-        out.Put(folder);
+        survey.units += out.Units();  // plain ASCII
+        out.Put(folder.text);
         out.Put(record.nameBytes, record.nameLength);
-        return platform::ReadsAsUnicode(line, out.Units()) ? out.Units() : 0;
+        const bool passes = survey.Passes() || platform::ReadsAsUnicode(line, out.Units());
+        return passes ? out.Units() : 0;
     });
 }
 
@@ -174,7 +178,7 @@ void CVolumeGenerator::WriteKeyLines(COwnerFiles& files, const idxdata::FileReco
     }
     // Of the index only the low 32 bits count here.
     const std::u16string_view fingerprint =
-        m_folderTexts->TextOf(static_cast<std::uint32_t>(record.dirIndex), index);
+        m_folderTexts->TextOf(static_cast<std::uint32_t>(record.dirIndex), index).text;
     m_name.clear();
     record.AppendNameTo(m_name);
     m_keyNames.Cut(m_name);

@@ -21,18 +21,13 @@ extern Api api;
 #define CHECK_ERROR(call, expected, iid, description) \
     (CHECK_HR(call, expected), CheckErrorInfo(iid, description, #call, __FILE__, __LINE__))
 /* A call that is refused for a null pointer: no error information. */
-#define CHECK_REFUSED(method, call) CheckRefused(method, call, #call, __FILE__, __LINE__)
-/* A call of a method that may stand in kNotBuiltYet; tells whether it gave `expected`. */
-#define ANSWERS(method, call, expected) \
-    CheckAnswer(method, call, expected, #call, __FILE__, __LINE__)
+#define CHECK_REFUSED(call) CheckRefused(call, #call, __FILE__, __LINE__)
 
 bool Check(bool condition, const char* text, const char* file, int line);
 bool CheckHr(HRESULT hr, HRESULT expected, const char* text, const char* file, int line);
 void CheckErrorInfo(const GUID* iid, const char16_t* description, const char* text,
                     const char* file, int line);
-void CheckRefused(const char* method, HRESULT hr, const char* text, const char* file, int line);
-bool CheckAnswer(const char* method, HRESULT hr, HRESULT expected, const char* text,
-                 const char* file, int line);
+void CheckRefused(HRESULT hr, const char* text, const char* file, int line);
 int FailureCount(void);
 
 /* ----- Strings and arrays ----- */
@@ -62,7 +57,6 @@ typedef struct {
     const char* name;
     const GUID* iid;
     const GUID* errorIid;             /* what its error information names */
-    const char* producer;             /* the method that hands such an object out */
     int32_t derivedFrom;              /* methods at the front that a base interface numbers */
     const char* methods[kMaxMethods]; /* dispatch names in slot order, then null */
     uint32_t called;                  /* a bit for each slot */
@@ -95,7 +89,7 @@ void MarkCalled(Interface* interface, uint32_t slot);
 void CheckObject(Interface* interface, void* object);
 /* The dispatch identifier of a method, by its name. */
 int32_t IdOf(void* object, const char* name);
-/* Every slot of every interface was called, but for what kNotBuiltYet keeps out of reach. */
+/* Every slot of every interface was called. */
 void CheckAllCalled(void);
 
 void Release(void* object);

@@ -21,7 +21,7 @@ static void CheckTreeAttrs(IMtfAttrsTree* tree) {
     CHECK(value == NULL);
     CHECK_ERROR(tree->vtbl->GetExistingAttr(tree, T(u"Color"), &value), E_FAIL, &IID_IMtfAttrsTree,
                 u"");
-    CHECK_REFUSED("SetAttr", tree->vtbl->SetAttr(tree, T(u"Color"), NULL));
+    CHECK_REFUSED(tree->vtbl->SetAttr(tree, T(u"Color"), NULL));
 }
 
 static void CheckTree(IMtfAttrsTree* tree) {
@@ -95,16 +95,13 @@ void CheckMetaFiles(IOibIdxLib* library) {
     IMtfMetaFile* file = NULL;
     VARIANT_BOOL exists = 5;
     BSTR value = NULL;
-    CHECK_REFUSED("IOibIdxLib.CreateMetaFile",
-                  library->vtbl->CreateMetaFile(library, NULL, 0, &file));
-    if (ANSWERS("IOibIdxLib.IsMetaFileExists",
-                SLOT(IOibIdxLib, library, IsMetaFileExists)(library, InFolder("job.mtf"), &exists),
-                S_OK)) {
+    CHECK_REFUSED(library->vtbl->CreateMetaFile(library, NULL, 0, &file));
+    if (CHECK_HR(SLOT(IOibIdxLib, library, IsMetaFileExists)(library, InFolder("job.mtf"), &exists),
+                 S_OK)) {
         CHECK(exists == 0);
     }
-    if (!ANSWERS("IOibIdxLib.CreateMetaFile",
-                 SLOT(IOibIdxLib, library, CreateMetaFile)(library, InFolder("job.mtf"), 2, &file),
-                 S_OK)) {
+    if (!CHECK_HR(SLOT(IOibIdxLib, library, CreateMetaFile)(library, InFolder("job.mtf"), 2, &file),
+                  S_OK)) {
         return;
     }
     CheckMetaFile(file);
@@ -159,12 +156,10 @@ void CheckBackupSessions(IOibIdxLib* library) {
                   u"oib1.OibUID={9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d}\r\n"
                   u"oib2.VmName=db02\r\noib2.BackupTimeUtc=tuesday\r\n"
                   u"oib2.OibUID={0e8d7c6b-5a49-4382-9170-6f5e4d3c2b1a}");
-    CHECK_REFUSED("IOibIdxLib.CreateBSessionMetaFile",
-                  library->vtbl->CreateBSessionMetaFile(library, NULL, 0, &session));
-    if (!ANSWERS("IOibIdxLib.CreateBSessionMetaFile",
-                 SLOT(IOibIdxLib, library, CreateBSessionMetaFile)(library, InFolder("session.mtf"),
-                                                                   1, &session),
-                 S_OK)) {
+    CHECK_REFUSED(library->vtbl->CreateBSessionMetaFile(library, NULL, 0, &session));
+    if (!CHECK_HR(SLOT(IOibIdxLib, library, CreateBSessionMetaFile)(
+                      library, InFolder("session.mtf"), 1, &session),
+                  S_OK)) {
         return;
     }
     CheckObject(&kIMtfBSessionMetaFile, session);
@@ -273,21 +268,18 @@ void CheckPublications(IOibIdxLib* library) {
                   u"cmd.7.grp.5.OIB.9.OibUID=9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d\r\n"
                   u"cmd.7.grp.5.OIB.9.Origin=here\r\ncmd.7.grp.5.OIB.9.Platform=any\r\n"
                   u"cmd.3.Type=Other");
-    CHECK_REFUSED("IOibIdxLib.LoadPublication",
-                  library->vtbl->LoadPublication(library, T(u"x"), NULL));
-    if (ANSWERS("IOibIdxLib.LoadPublicationOrderingInfo",
-                SLOT(IOibIdxLib, library, LoadPublicationOrderingInfo)(
-                    library, InFolder("publication.mtf"), &info),
-                S_OK)) {
+    CHECK_REFUSED(library->vtbl->LoadPublication(library, T(u"x"), NULL));
+    if (CHECK_HR(SLOT(IOibIdxLib, library, LoadPublicationOrderingInfo)(
+                     library, InFolder("publication.mtf"), &info),
+                 S_OK)) {
         CheckOrderingInfo(info);
         CHECK_HR(
             library->vtbl->LoadPublicationOrderingInfo(library, InFolder("publication.mtf"), NULL),
             E_POINTER);
     }
-    if (ANSWERS("IOibIdxLib.LoadPublication",
-                SLOT(IOibIdxLib, library, LoadPublication)(library, InFolder("publication.mtf"),
-                                                           &reader),
-                S_OK)) {
+    if (CHECK_HR(SLOT(IOibIdxLib, library, LoadPublication)(library, InFolder("publication.mtf"),
+                                                            &reader),
+                 S_OK)) {
         CheckPublication(reader);
     }
 }

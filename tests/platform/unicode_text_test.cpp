@@ -24,6 +24,15 @@ bool Verdict(std::u16string_view text) {
         }
         EXPECT_EQ(ReadsAsUnicode(bytes.data() + offset, text.size()), plain)
             << zorel::ToUtf8(text) << " at " << offset;
+        // A survey that passes the text is right; pieces together say what the whole says.
+        const TextSurvey whole = SurveyText(bytes.data() + offset, text.size());
+        EXPECT_TRUE(plain || !whole.Passes()) << zorel::ToUtf8(text);
+        if (text.size() > 11 && (text[11] & 0xF800) != 0xD800) {
+            TextSurvey pieces = SurveyText(bytes.data() + offset, 11);
+            pieces += SurveyText(bytes.data() + offset + 22, text.size() - 11);
+            EXPECT_EQ(pieces.sound, whole.sound) << zorel::ToUtf8(text);
+            EXPECT_TRUE(!whole.sound || pieces.eightBit == whole.eightBit) << zorel::ToUtf8(text);
+        }
     }
     return plain;
 }

@@ -55,6 +55,12 @@ void operator delete(void* memory) noexcept {
 void operator delete[](void* memory) noexcept {
     std::free(memory);
 }
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
 void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
@@ -113,4 +119,55 @@ TEST(MemoryFailure, EveryAllocationOfEveryCall) {
     EXPECT_EQ(::DllCanUnloadNow(), S_OK);
 }
 
-@ @
+// One file that is a meta-file, a backup session and a publication.
+TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
+    const support::CTempFolder folder;
+    std::ofstream(folder.Native(u"x.mtf"))
+        << "oib1.VmName=a name longer than what a string holds in place\r\n"
+           "oib1.OibUID=0e8d7c6b-5a49-4382-9170-6f5e4d3c2b1a\r\n"
+           "Publication.LocalTime=the time of the publication\r\n"
+           "cmd.0.Type=AddBSession\r\ncmd.0.grp.0.OIB.0.VmName=the name of a machine\r\n"
+           "cmd.0.grp.0.BackupFile.0.Path=the path of a backup file";
+    const auto path = Bstr(folder.Path(u"x.mtf"));
+    const auto name = Bstr(u"oib1.VmName");
+    CComPtr<IOibIdxLib> library;
+    ASSERT_EQ(::CreateOibIdxLib(nullptr, &IID_IOibIdxLib, library.PutVoid()), S_OK);
+    FailEveryAllocation("meta-file", [&] {
+        CComPtr<IMtfMetaFile> file;
+        CComPtr<IMtfAttrsTree> tree;
+        platform::CSafeArrayPtr names;
+        platform::CBstr value;
+        HRESULT hr = library->CreateMetaFile(path.Get(), EIdxMetaLoad, file.Put());
+        hr = hr == S_OK ? file->CreateAttrsTree(name.Get(), tree.Put()) : hr;
+        hr = hr == S_OK ? tree->SetAttr(name.Get(), name.Get()) : hr;
+        hr = hr == S_OK ? file->EnumAllAttrs(names.Put()) : hr;
+        return hr == S_OK ? file->FindAttr(name.Get(), value.Put()) : hr;
+    });
+    FailEveryAllocation("session", [&] {
+        CComPtr<IMtfBSessionMetaFile> session;
+        CComPtr<ICatOibRefsEnumerator> refs;
+        platform::CBstr texts[2];
+        GUID id{};
+        HRESULT hr = library->CreateBSessionMetaFile(path.Get(), EIdxMetaLoad, session.Put());
+        hr = hr == S_OK ? session->EnumOibsRefs(refs.Put()) : hr;
+        hr = hr == S_OK ? refs->GetOibRef(0, texts[0].Put(), texts[1].Put(), &id) : hr;
+        return hr == S_OK ? session->DeleteOibRef(id) : hr;
+    });
+    FailEveryAllocation("publication", [&] {
+        CComPtr<IMtfPublicationMetaFileReader> reader;
+        CComPtr<IMtfPublicationOrderingInfo> info;
+        CComPtr<IMtfAddBSessionCmdAccessor> accessor;
+        platform::CBstr texts[4];
+        GUID id{};
+        HRESULT hr = library->LoadPublication(path.Get(), reader.Put());
+        hr = hr == S_OK ? reader->get_OrderingInfo(info.Put()) : hr;
+        hr = hr == S_OK ? reader->get_AddBSessionCmdAccessor(accessor.Put()) : hr;
+        return hr == S_OK ? accessor->GetOibRef(0, 0, 0, texts[0].Put(), texts[1].Put(), &id,
+                                                texts[2].Put(), texts[3].Put())
+                          : hr;
+    });
+    library = nullptr;
+    EXPECT_EQ(::DllCanUnloadNow(), S_OK);
+}
+
+}  // namespace

@@ -89,8 +89,10 @@ void FromVariant(VARIANT& received, T* out) {
     if (out == nullptr || received.vt == VT_EMPTY) {
         return;
     }
-    if constexpr (std::is_same_v<T, GUID>) {
-        std::memcpy(out, received.pvRecord, sizeof(GUID));
+    if constexpr (std::is_class_v<T>) {
+        // A record; its strings pass to the caller.
+        std::memcpy(out, received.pvRecord, sizeof(T));
+        std::memset(received.pvRecord, 0, sizeof(T));
     } else {
         // The value passes to the caller.
         std::memcpy(out, &received.llVal, sizeof(T));

@@ -87,7 +87,7 @@ void CMetaFileModel::Parse(std::string_view bytes) {
     while (!text.empty()) {
         std::size_t end = text.find(u"\r\n");
         // A line end that ends the text belongs to the last line.
-        end = end == text.npos || end + 2 == text.size() ? text.size() : end;
+        end = end == std::u16string_view::npos || end + 2 == text.size() ? text.size() : end;
         m_lines.push_back({text.substr(0, end), EState::Unchanged});
         text.erase(0, end + 2);
     }
@@ -96,7 +96,7 @@ void CMetaFileModel::Parse(std::string_view bytes) {
 void CMetaFileModel::AddToTree(std::size_t line) {
     const std::u16string& text = *m_lines[line].text;
     const std::size_t sign = text.find(u'=');
-    if (sign == text.npos || text.front() == u'#') {
+    if (sign == std::u16string_view::npos || text.front() == u'#') {
         return;
     }
     Elements path = Split(Trim(text.substr(0, sign)));

@@ -1,0 +1,80 @@
+// The searches as a client calls them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/automation_check.h"
+#include "support/port_files.h"
+#include "support/search_model.h"
+#include "support/temp_folder.h"
+
+namespace support {
+
+inline std::string Narrow(std::u16string_view text) {
+    return frame::WideToAnsi(text);
+}
+
+// The whole string, NULs inside included.
+inline std::u16string WholeText(BSTR text) {
+    return text == nullptr
+               ? std::u16string()
+               : std::u16string(reinterpret_cast<const char16_t*>(text), ::SysStringLen(text));
+}
+
+// The results of a task, without lines. One whose time cannot be converted is empty.
+inline std::vector<FoundFile> ReadResults(EBinding binding, IOibTDFSearchTask* task) {
+    INT count = -1;
+    EXPECT_EQ(Call<&IOibTDFSearchTask::get_ResultsCount>(binding, task, &count).hr, S_OK);
+    std::vector<FoundFile> files;
+    for (INT i = 0; i < count; ++i) {
+        SearchResult result{};
+        const CallResult call = Call<&IOibTDFSearchTask::GetResult>(binding, task, i, &result);
+        const platform::CBstr name(result.FileFullName);
+        const platform::CBstr owner(result.Owner);
+        if (call.hr != S_OK) {
+            EXPECT_EQ(call.hr, E_FAIL);
+            EXPECT_EQ(call.error.description, u"Cannot convert file time to variant time.");
+            files.emplace_back();
+            continue;
+        }
+        files.push_back(
+            {u"", WholeText(name.Get()), result.ModifyTime, result.Size, WholeText(owner.Get())});
+    }
+    return files;
+}
+
+// What ReadResults gives for these files.
+inline std::vector<FoundFile> AsResults(std::vector<FoundFile> files) {
+    for (FoundFile& file : files) {
+        file.line.clear();
+        file = file.time ? file : FoundFile();
+    }
+    return files;
+}
+
+inline void ExpectFailure(const CallResult& call, const SearchOutcome& expected) {
+    ASSERT_EQ(call.hr, expected.hr) << Narrow(call.error.description);
+    for (const std::u16string& clue : expected.clues) {
+        EXPECT_NE(call.error.description.find(clue), std::u16string::npos)
+            << Narrow(call.error.description) << " without " << Narrow(clue);
+    }
+}
+
+// A library object and a folder to search in.
+class SearchTest : public ::testing::Test {
+protected:
+    SearchTest() { EXPECT_EQ(::CreateOibIdxLib(nullptr, &IID_IOibIdxLib, m_lib.PutVoid()), S_OK); }
+
+    std::u16string Write(std::u16string_view name, std::string_view bytes) {
+        EXPECT_TRUE(WriteWhole(m_folder.Path(name), bytes));
+        return m_folder.Path(name);
+    }
+
+    CTempFolder m_folder;
+    platform::CComPtr<IOibIdxLib> m_lib;
+};
+
+}  // namespace support

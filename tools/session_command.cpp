@@ -1,0 +1,159 @@
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "ZorelText.h"
+#include "client/library.h"
+#include "command_group.h"
+#include "guid_text.h"
+#include "text_format.h"
+
+namespace zorel::tools {
+
+namespace {
+
+struct OibRef {
+    std::u16string vmName;
+    std::u16string backupTime;
+    GUID id;
+};
+
+// A backup-session meta-file opened through the library; its errors name the file.
+class CSession {
+public:
+    CSession(std::string path, EIdxMetaOpenMode mode) : m_path(std::move(path)) {
+        const client::CLibrary library;
+        const client::CText file(ToUtf16(m_path));
+        Check(library->CreateBSessionMetaFile(file.Get(), mode, m_session.Out()));
+    }
+
+    std::vector<OibRef> References() const {
+        client::CPointer<ICatOibRefsEnumerator> list;
+        Check(m_session->EnumOibsRefs(list.Out()));
+        INT count = 0;
+        Check(list->get_RefsCount(&count));
+        std::vector<OibRef> references;
+        for (INT i = 0; i < count; ++i) {
+            client::CText vmName;
+            client::CText backupTime;
+            GUID id{};
+            Check(list->GetOibRef(i, vmName.Out(), backupTime.Out(), &id));
+            references.push_back(
+                {std::u16string(vmName.View()), std::u16string(backupTime.View()), id});
+        }
+        return references;
+    }
+    void Delete(const GUID& id) { Check(m_session->DeleteOibRef(id)); }
+    void Save() { Check(m_session->FlushChanges()); }
+
+private:
+    void Check(HRESULT result) const { client::Check(result, m_path); }
+
+    std::string m_path;
+    client::CPointer<IMtfBSessionMetaFile> m_session;
+};
+
+class CSessionListCommand : public CCommand {
+public:
+    void Declare(CLI::App& app) override {
+        app.add_option("FILE", m_file, "Backup-session meta-file")->required();
+        DeclareJson(app);
+        app.footer(
+            "Prints identifier, backup time and machine of each reference, the highest group\n"
+            "first. Exit code 1: there is none.");
+    }
+
+    EExitCode Run(COutput& output) override {
+        const std::vector<OibRef> references = CSession(m_file, EIdxMetaLoad).References();
+        std::size_t timeWidth = 0;
+        for (const OibRef& reference : references) {
+            timeWidth = std::max(timeWidth, DisplayWidth(Printable(reference.backupTime)));
+        }
+        for (const OibRef& reference : references) {
+            if (m_isJson) {
+                CJsonObject object;
+                object.Add("vmName", reference.vmName).Add("backupTimeUtc", reference.backupTime);
+                output.Write(object.Add("uniqueId", GuidText(reference.id)).Line());
+            } else {
+                output.Write(GuidText(reference.id) + "  " +
+                             PadRight(Printable(reference.backupTime), timeWidth) + "  " +
+                             Printable(reference.vmName) + "\n");
+            }
+        }
+        return references.empty() ? kExitNothingFound : kExitOk;
+    }
+
+private:
+    std::string m_file;
+};
+
+class CSessionDeleteCommand : public CCommand {
+public:
+    void Declare(CLI::App& app) override {
+        app.add_option("FILE", m_file, "Backup-session meta-file")->required();
+        app.add_option("ID", m_ids, "Identifiers of references, in braces or without")->required();
+        DeclareJson(app);
+        app.footer(
+            "Deletes the group of each identifier, all in one save; of several groups with one\n"
+            "identifier the first in the file. Exit code 1: no reference has any of them, and\n"
+            "the file stays as it is.");
+    }
+
+    EExitCode Run(COutput& output) override {
+        const std::vector<GUID> ids = Identifiers();
+        static_cast<void>(CSession(m_file, EIdxMetaLoad));  // a missing file is not made
+        CSession session(m_file, EIdxMetaOpenRW);
+        std::size_t deleted = 0;
+        std::vector<OibRef> references = session.References();
+        for (const GUID& id : ids) {
+            const auto found =
+                std::find_if(references.begin(), references.end(),
+                             [&](const OibRef& reference) { return reference.id == id; });
+            if (found == references.end()) {
+                Complain(m_file + ": There is no reference " + GuidText(id));
+                continue;
+            }
+            references.erase(found);
+            session.Delete(id);
+            ++deleted;
+        }
+        if (deleted != 0) {
+            session.Save();
+        }
+        if (m_isJson) {
+            CJsonObject object;
+            object.Add("file", std::string_view(m_file));
+            output.Write(object.AddNumber("deleted", static_cast<std::int64_t>(deleted)).Line());
+        }
+        return deleted != 0 ? kExitOk : kExitNothingFound;
+    }
+
+private:
+    std::vector<GUID> Identifiers() const {
+        std::vector<GUID> ids;
+        for (const std::string& text : m_ids) {
+            const std::optional<GUID> id = ParseGuid(text);
+            // All zeros stand for a reference without an identifier.
+            if (!id || *id == GUID_NULL) {
+                throw CToolError(text + ": This is no identifier.");
+            }
+            ids.push_back(*id);
+        }
+        return ids;
+    }
+
+    std::string m_file;
+    std::vector<std::string> m_ids;
+};
+
+}  // namespace
+
+std::unique_ptr<CCommand> MakeSessionCommand() {
+    return std::make_unique<CCommandGroup>(std::vector<CCommandGroup::Entry>{
+        {"list", "List the references to restore points", MakeCommand<CSessionListCommand>},
+        {"delete", "Delete references", MakeCommand<CSessionDeleteCommand>},
+    });
+}
+
+}  // namespace zorel::tools
