@@ -8,6 +8,7 @@ install(DIRECTORY clients/python/zorel_oibidx DESTINATION ${ZOREL_PYTHON_DIR}
 set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/zorel-oibidx)
 install(DIRECTORY doc/ DESTINATION ${doc_dir} FILES_MATCHING PATTERN *.md)
 install(PROGRAMS clients/python/example.py DESTINATION ${doc_dir}/examples)
+install(DIRECTORY clients/powershell DESTINATION ${doc_dir}/examples)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zorel-oibidx)

@@ -83,3 +83,13 @@ if(ZOREL_DPKG_DEB AND TARGET oibidx AND NOT ZOREL_SANITIZE)
             ${CMAKE_CPACK_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_VERSION} ${Python3_EXECUTABLE})
   set_tests_properties(package/debian PROPERTIES TIMEOUT 120 LABELS package)
 endif()
+
+# The interface document: its Python and C++ examples run. Programs that load a sanitized
+# module would have to be linked like it.
+if(NOT WIN32 AND TARGET oibidx AND NOT ZOREL_SANITIZE)
+  add_test(NAME clients/interface_document
+    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/clients/interface_doc_test.py
+            ${PROJECT_SOURCE_DIR} $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx>
+            ${CMAKE_CXX_COMPILER})
+  set_tests_properties(clients/interface_document PROPERTIES TIMEOUT 120 LABELS clients)
+endif()

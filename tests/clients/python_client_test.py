@@ -7,6 +7,7 @@ Usage: python_client_test.py MODULE OIBIDX [unittest arguments]
 import ctypes
 import gc
 import os
+import pathlib
 import random
 import subprocess
 import sys
@@ -27,8 +28,6 @@ from zorel_oibidx import EIdxMetaOpenMode, FileTime, OibError, SearchSpec, value
 MODULE_FUNCTIONS = ctypes.CDLL(MODULE)
 WEB, DB = uuid.UUID("9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d"), uuid.UUID(int=2**100 + 7)
 LIBRARY_SOURCE = "ZorelOibIdxLib.COibIdxLib.5"
-
-
 
 
 def slot(number):
@@ -104,16 +103,16 @@ class ClientTest(unittest.TestCase):
             file.write(("\ufeff" + "\r\n".join(lines)).encode("utf-16-le"))
         return self.path(name)
 
-    def check_failure(self, call, hresult, source, description):
-        """`description` is how the description begins; None when there is none."""
+    def check_failure(self, call, hresult, source, beginning):
+        """`beginning` is how the description begins; None when there is none."""
         with self.assertRaises(OibError) as caught:
             call()
         error = caught.exception
         self.assertEqual((error.hresult, error.source), (hresult, source), str(error))
-        if description is None:
+        if beginning is None:
             self.assertIsNone(error.description)
         else:
-            self.assertEqual((error.description or "")[:len(description)], description)
+            self.assertEqual((error.description or "")[:len(beginning)], beginning)
 
 
 TIME = datetime(2013, 1, 15, 9, 5, 7, tzinfo=timezone.utc)
@@ -147,7 +146,6 @@ class Browsing(ClientTest):
         self.assertTrue(photo.Owner)
 
     def test_a_path_object_names_a_file(self):
-        import pathlib
         for path in (pathlib.Path(self.data_file), os.fsencode(self.data_file)):
             with self.library.BrowseOibDF(path) as browser:
                 self.assertEqual(len(browser.GetFiles("")), 2)
@@ -325,8 +323,9 @@ class Times(unittest.TestCase):
             fields = SystemTime(time.year, time.month, 0, time.day, time.hour, time.minute,
                                 time.second, 0)
             date = ctypes.c_double()
-            self.assertEqual(
-                MODULE_FUNCTIONS.SystemTimeToVariantTime(ctypes.byref(fields), ctypes.byref(date)), 1)
+            known = MODULE_FUNCTIONS.SystemTimeToVariantTime(
+                ctypes.byref(fields), ctypes.byref(date))
+            self.assertEqual(known, 1)
             self.assertEqual(values.date_from_datetime(time), date.value, time)
             self.assertEqual(values.datetime_from_date(date.value), time)
 
@@ -379,7 +378,8 @@ class MetaFiles(ClientTest):
                 text = "".join(chr(generator.randrange(*generator.choice(planes)))
                                for _ in range(generator.randrange(40)))
                 # Two halves of a pair that come to stand together are one character.
-                text = text.encode("utf-16-le", "surrogatepass").decode("utf-16-le", "surrogatepass")
+                units = text.encode("utf-16-le", "surrogatepass")
+                text = units.decode("utf-16-le", "surrogatepass")
                 file.SetAttr(f"a{i}", text)
                 self.assertEqual(file.FindAttr(f"a{i}"), text)
 
@@ -455,36 +455,37 @@ class Searches(ClientTest):
         self.scan()
         self.generator = generator
 
-    def some_spec(self):
-        spec = SearchSpec(
+    def some_criteria(self):
+        criteria = SearchSpec(
             rootPath=self.generator.choice([None, "c:\\docs", "c:\\Docs\\old", "c:\\none"]),
             FileNamePattern=self.generator.choice([None, "*.txt", "file1"]))
         if self.generator.random() < 0.5:
-            spec.ModifyTimeFrom = TIME + timedelta(seconds=self.generator.randrange(-5, 6))
+            criteria.ModifyTimeFrom = TIME + timedelta(seconds=self.generator.randrange(-5, 6))
         if self.generator.random() < 0.5:
-            spec.ModifyTimeTill = TIME + timedelta(seconds=self.generator.randrange(-5, 6))
+            criteria.ModifyTimeTill = TIME + timedelta(seconds=self.generator.randrange(-5, 6))
         if self.generator.random() < 0.5:
-            spec.SizeFrom = self.generator.randrange(50)
+            criteria.SizeFrom = self.generator.randrange(50)
         if self.generator.random() < 0.5:
-            spec.SizeTill = self.generator.randrange(50)
-        return spec
+            criteria.SizeTill = self.generator.randrange(50)
+        return criteria
 
-    def expected(self, spec):
+    def expected(self, criteria):
         last = datetime.max.replace(tzinfo=timezone.utc)
-        start = spec.ModifyTimeFrom or datetime(100, 1, 1, tzinfo=timezone.utc)
-        end = spec.ModifyTimeTill or last
-        smallest = 0 if spec.SizeFrom is None else spec.SizeFrom
-        largest = 2**63 if spec.SizeTill is None else spec.SizeTill
+        start = criteria.ModifyTimeFrom or datetime(100, 1, 1, tzinfo=timezone.utc)
+        end = criteria.ModifyTimeTill or last
+        smallest = 0 if criteria.SizeFrom is None else criteria.SizeFrom
+        largest = 2**63 if criteria.SizeTill is None else criteria.SizeTill
 
         def fits(path):
             folder, name = path.lower().rsplit("\\", 1)
-            pattern = spec.FileNamePattern or ""
+            pattern = criteria.FileNamePattern or ""
             named = pattern[1:] in name if pattern[:1] == "*" else name.startswith(pattern)
-            root = (spec.rootPath or "").lower()
+            root = (criteria.rootPath or "").lower()
             return named and (root == "" or folder == root or folder.startswith(root + "\\"))
 
         return sorted((path, *facts) for path, facts in self.files.items()
-                      if fits(path) and start <= facts[0] <= end and smallest <= facts[1] <= largest)
+                      if fits(path) and start <= facts[0] <= end
+                      and smallest <= facts[1] <= largest)
 
     def found(self, task):
         return sorted((file.FileFullName, file.ModifyTime, file.Size) for file in task)
@@ -492,10 +493,10 @@ class Searches(ClientTest):
     def test_binary_search(self):
         found = 0
         for _ in range(40):
-            spec = self.some_spec()
-            with self.subTest(spec), self.library.FindInOibBDF(self.path("catalogue")) as task:
-                task.Find(spec)
-                self.assertEqual(self.found(task), self.expected(spec))
+            criteria = self.some_criteria()
+            with self.subTest(criteria), self.library.FindInOibBDF(self.path("catalogue")) as task:
+                task.Find(criteria)
+                self.assertEqual(self.found(task), self.expected(criteria))
                 found += len(task)
         self.assertGreater(found, 20)
 
@@ -523,13 +524,13 @@ class Searches(ClientTest):
         self.assertEqual(self.library.FindInOibTDF(text_file, "", "nothing"), [])
         found = 0
         for _ in range(40):
-            spec = self.some_spec()
+            criteria = self.some_criteria()
             # Below a folder means below a path that begins so.
-            spec.rootPath = spec.rootPath and spec.rootPath + "\\"
-            expected = self.expected(SearchSpec(**vars(spec) | {
-                "rootPath": spec.rootPath and spec.rootPath[:-1]}))
-            with self.subTest(spec):
-                task = self.library.FindInOibTDF2(text_file, spec)
+            criteria.rootPath = criteria.rootPath and criteria.rootPath + "\\"
+            expected = self.expected(SearchSpec(**vars(criteria) | {
+                "rootPath": criteria.rootPath and criteria.rootPath[:-1]}))
+            with self.subTest(criteria):
+                task = self.library.FindInOibTDF2(text_file, criteria)
                 self.assertEqual(self.found(task), expected)
                 self.assertTrue(all(file.Owner is None for file in task))
                 found += len(task)

@@ -300,7 +300,7 @@ class _Arguments:
         elif isinstance(value, datetime):
             variant.vt, variant.r8 = _VT_DATE, date_from_datetime(value)
         elif isinstance(value, SearchSpec):
-            self._fill_record(variant, _SEARCH_SPEC, self._search_spec(value))
+            self._fill_record(variant, _SEARCH_SPEC, self._record_of(value))
         elif isinstance(value, FileTime):
             self._fill_record(variant, _FILE_TIME, c_uint64(value.ticks))
         else:
@@ -323,10 +323,10 @@ class _Arguments:
         variant.vt = _VT_RECORD
         variant.record.data, variant.record.info = ctypes.addressof(record), info.pointer
 
-    def _search_spec(self, spec):
+    def _record_of(self, criteria):
         record = _SearchSpec()
         kinds = dict(_SearchSpec._fields_)
-        for name, value in spec.fields():
+        for name, value in criteria.fields():
             if kinds[name] is c_void_p:
                 value = self._module.string(value if value is None else os.fsdecode(value))
                 self._strings.append(value)
