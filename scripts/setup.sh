@@ -13,7 +13,7 @@ declare -A packages=(
     [build]="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev"
     [test]="libgtest-dev libgmock-dev binutils clang-format pkg-config python3"
     [bench]="libbenchmark-dev libglib2.0-dev pkg-config"
-    [lint]="clang-format clang-tidy"
+    [lint]="clang clang-format clang-tidy"
 )
 
 fail() {
