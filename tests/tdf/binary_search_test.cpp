@@ -283,9 +283,10 @@ Criteria RandomCriteria(std::mt19937& random, const Volume& volume) {
     const auto sometimes = [&] { return random() % 3 == 0; };
     Criteria criteria;
     if (random() % 4 != 0) {
-        criteria.pattern = oneOf(u"", u"*", u"report", u"*.TXT", u"r?port", u"*a*b", u"??", u"?",
-                                 u"LOG", u"\u00E9", u"*\u0436*x1", u"index*.tar", u"data", u"*_*a",
-                                 u"\u4E2D?", u"*o?t*.", u"b");
+        criteria.pattern =
+            oneOf(u"", u"*", u"report", u"*.TXT", u"r?port", u"*a*b", u"??", u"?", u"LOG",
+                  u"\u00E9", u"*\u0436*x1", u"index*.tar", u"data", u"*_*a", u"\u4E2D?", u"*o?t*.",
+                  u"b", u"g?", u"?report", u"x*t?");
     }
     if (sometimes()) {
         const auto& dir = volume.dirs[random() % volume.dirs.size()];
@@ -351,7 +352,7 @@ TEST_F(BinarySearch, AgreesWithThePlainModelOnDamagedFiles) {
         SetVolumes({sound.substr(0, length), sound});
         Check({{.pattern = u"report"}, {.pattern = u""}});
     }
-    for (int i = 0; i < 1500; ++i) {
+    for (int i = 0; i < 800; ++i) {
         SCOPED_TRACE(i);
         std::string bytes = sound;
         for (std::size_t flips = random() % 3 + 1; flips > 0; --flips) {
@@ -362,17 +363,41 @@ TEST_F(BinarySearch, AgreesWithThePlainModelOnDamagedFiles) {
     }
 }
 
+// Folder indexes at and beyond the ends of the table, met by name and by walking all files.
+TEST_F(BinarySearch, TellsWhichFolderIsMissing) {
+    for (const std::int64_t dir :
+         {kLeast, std::int64_t{-1}, std::int64_t{5}, std::int64_t{6}, kMost}) {
+        SCOPED_TRACE(dir);
+        Volume volume = SampleVolume();
+        volume.files.resize(2);
+        volume.files[1].dir = dir;
+        SetVolumes({volume.Bytes()});
+        Check({{.pattern = u"report"}, {.pattern = u""}, {.pattern = u"annual"}});
+        CComPtr<IOibBDFSearchTask> task;
+        ASSERT_EQ(Load(task).hr, S_OK);
+        const auto call = Find(task.Get(), {.pattern = u"report"});
+        EXPECT_EQ(call.hr, E_INVALIDARG);
+        EXPECT_EQ(call.error.description,
+                  u"The file record 1 of the volume Volume.C lies in the folder " +
+                      frame::Int64ToString(dir) + u", which the volume does not have.");
+    }
+    Volume rootless;
+    rootless.files = {{u"a", 0, 0, 0, 0}};
+    SetVolumes({rootless.Bytes()});
+    Check({{.pattern = u"a"}, {.root = u"c:"}});
+}
+
 // A chain of folders as deep as the table is long, and one that runs in a circle.
 TEST_F(BinarySearch, EndsInDeepAndCircularFolders) {
     Volume volume;
-    volume.dirs.assign(3000, {u"d", 0});
+    volume.dirs.assign(700, {u"d", 0});
     for (std::size_t i = 1; i < volume.dirs.size(); ++i) {
         volume.dirs[i].parent = static_cast<std::int64_t>(i) - 1;
         volume.files.push_back({u"f", static_cast<std::int64_t>(i), 0, 0, 0});
     }
     SetVolumes({volume.Bytes()});
     Check({{}});
-    volume.dirs[1].parent = 2999;
+    volume.dirs[1].parent = 699;
     SetVolumes({volume.Bytes()});
     CComPtr<IOibBDFSearchTask> task;
     ASSERT_EQ(Load(task).hr, S_OK);
