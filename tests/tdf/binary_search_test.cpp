@@ -283,10 +283,9 @@ Criteria RandomCriteria(std::mt19937& random, const Volume& volume) {
     const auto sometimes = [&] { return random() % 3 == 0; };
     Criteria criteria;
     if (random() % 4 != 0) {
-        criteria.pattern =
-            oneOf(u"", u"*", u"report", u"*.TXT", u"r?port", u"*a*b", u"??", u"?", u"LOG",
-                  u"\u00E9", u"*\u0436*x1", u"index*.tar", u"data", u"*_*a", u"\u4E2D?", u"*o?t*.",
-                  u"b", u"g?", u"?report", u"x*t?");
+        criteria.pattern = oneOf(u"", u"*", u"report", u"*.TXT", u"r?port", u"*a*b", u"??", u"?",
+                                 u"LOG", u"\u00E9", u"*\u0436*x1", u"index*.tar", u"data", u"*_*a",
+                                 u"\u4E2D?", u"*o?t*.", u"b", u"g?", u"?report", u"x*t?");
     }
     if (sometimes()) {
         const auto& dir = volume.dirs[random() % volume.dirs.size()];
