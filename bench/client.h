@@ -28,6 +28,10 @@ class CRef {
 public:
     CRef() = default;
     CRef(CRef&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
+    CRef& operator=(CRef&& other) noexcept {
+        std::swap(m_object, other.m_object);
+        return *this;
+    }
     CRef(const CRef&) = delete;
     CRef& operator=(const CRef&) = delete;
     ~CRef() {
