@@ -17,6 +17,9 @@ constexpr std::string_view kByteOrderMark = "\xFF\xFE"sv;
 constexpr std::string_view kWideLineEnd = "\r\0\n\0"sv;
 constexpr std::string_view kNarrowLineEnd = "\r\n"sv;
 
+// Room is made for as many lines as a file of its size usually has.
+constexpr std::size_t kUsualLineBytes = 64;
+
 static_assert(std::endian::native == std::endian::little, "lines are used as they lie in the file");
 
 void AppendWide(idxdata::CMtfOutBuffer& out, std::u16string_view text) {
@@ -225,6 +228,7 @@ void CMtfLines::Load(std::shared_ptr<const idxdata::CMtfStorage> content) {
 void CMtfLines::LoadWide(idxdata::CMtfInBuffer& in) {
     std::string_view token;
     const bool cut = HasNul(UnitsOf(in.Rest()));
+    m_lines.reserve(static_cast<std::size_t>(in.Remaining()) / kUsualLineBytes);
     while (in.NextToken(kWideLineEnd, token)) {
         if (token.size() % sizeof(char16_t) != 0) {
             throw frame::CExc(u"Unicode meta-file \"%1\" contains non-unicode lines.", {m_path},

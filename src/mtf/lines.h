@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <span>
 #include <string>
@@ -93,7 +92,7 @@ private:
                      idxdata::CMtfOutBuffer& out) const;
 
     std::u16string m_path;
-    std::deque<CMtfLine> m_lines;
+    std::vector<CMtfLine> m_lines;
     std::shared_ptr<const void> m_content;   // what loaded lines point into
     std::uint64_t m_firstChanged = kNoLine;  // no change stands before it
     std::uint64_t m_emptySlots = 0;

@@ -149,11 +149,11 @@ std::uint32_t CMtfMetaTable::AddAttr(std::uint32_t id, std::uint32_t hash, CMtfT
         m_attrIndex.ReserveMore(1);
     }
     if (m_freeAttr == kNone) {
-        if (m_attrs.size() == kNone) {
+        if (m_attrs.Size() == kNone) {
             throw std::bad_alloc();
         }
-        m_attrs.emplace_back();
-        m_freeAttr = Short(m_attrs.size() - 1);
+        m_attrs.Append();
+        m_freeAttr = Short(m_attrs.Size() - 1);
     }
     const std::uint32_t index = m_freeAttr;
     CMtfAttrEntry& attr = m_attrs[index];

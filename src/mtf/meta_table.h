@@ -3,7 +3,7 @@
 
 #include <array>
 #include <cstdint>
-#include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,6 +44,32 @@ struct CMtfAttrEntry {
     std::uint32_t node = 0;
     std::uint32_t prev = CMtfTreeNode::kNone;
     std::uint32_t next = CMtfTreeNode::kNone;  // of the node, or of the free entries
+};
+
+// Attribute entries in large blocks: an entry never moves, and a million of them take few
+// pieces of memory.
+class CMtfAttrStore {
+public:
+    std::size_t Size() const noexcept { return m_size; }
+    CMtfAttrEntry& operator[](std::size_t index) noexcept {
+        return m_blocks[index / kBlock][index % kBlock];
+    }
+    const CMtfAttrEntry& operator[](std::size_t index) const noexcept {
+        return m_blocks[index / kBlock][index % kBlock];
+    }
+    // Adds an empty entry at the end.
+    void Append() {
+        if (m_size == m_blocks.size() * kBlock) {
+            m_blocks.push_back(std::make_unique<CMtfAttrEntry[]>(kBlock));
+        }
+        ++m_size;
+    }
+
+private:
+    static constexpr std::size_t kBlock = 256;  // entries
+
+    std::vector<std::unique_ptr<CMtfAttrEntry[]>> m_blocks;
+    std::size_t m_size = 0;
 };
 
 // Owns nodes and attributes. Children are found by name without regard to (ASCII) case,
@@ -102,7 +128,7 @@ private:
     void RemoveAttr(std::uint32_t index) noexcept;
 
     std::vector<CMtfTreeNode> m_nodes;
-    std::deque<CMtfAttrEntry> m_attrs;
+    CMtfAttrStore m_attrs;
     std::uint32_t m_freeAttr = CMtfTreeNode::kNone;  // first of the entries to be used again
     CMtfNameIndex m_childIndex;
     CMtfNameIndex m_attrIndex;  // of the nodes with attrsIndexed
