@@ -5,18 +5,18 @@
 namespace coClasses {
 
 // Owner and UseSearchServerRule are for the search of binary data only.
-CCoOibTDFSearchTask::CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& spec) {
-    if (spec.UseTimeLimits != VARIANT_FALSE) {
-        m_searcher.SetTimeLimits(spec.ModifyTimeFrom, spec.ModifyTimeTill);
+CCoOibTDFSearchTask::CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& wanted) {
+    if (wanted.UseTimeLimits != VARIANT_FALSE) {
+        m_searcher.SetTimeLimits(wanted.ModifyTimeFrom, wanted.ModifyTimeTill);
     }
-    if (spec.UseSizeLimits != VARIANT_FALSE) {
-        m_searcher.SetSizeLimits(spec.SizeFrom, spec.SizeTill);
+    if (wanted.UseSizeLimits != VARIANT_FALSE) {
+        m_searcher.SetSizeLimits(wanted.SizeFrom, wanted.SizeTill);
     }
-    if (spec.UnrestrictedExtentions != nullptr) {
-        m_searcher.SetUnrestrictedExtensions(platform::TextOf(spec.UnrestrictedExtentions));
+    if (wanted.UnrestrictedExtentions != nullptr) {
+        m_searcher.SetUnrestrictedExtensions(platform::TextOf(wanted.UnrestrictedExtentions));
     }
-    m_searcher.Search(dataFile, platform::TextOf(spec.rootPath),
-                      platform::TextOf(spec.FileNamePattern));
+    m_searcher.Search(dataFile, platform::TextOf(wanted.rootPath),
+                      platform::TextOf(wanted.FileNamePattern));
 }
 
 // What the record held before is overwritten, not freed.
