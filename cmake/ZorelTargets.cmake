@@ -9,6 +9,12 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # GCC 12 reports overlaps in string concatenation that are not there.
   target_compile_options(zorel_options INTERFACE -Wno-restrict)
 endif()
+if(WIN32)
+  target_compile_definitions(zorel_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN)
+  # Nothing but the system's own libraries is needed at run time.
+  target_link_options(zorel_options INTERFACE -static)
+  target_link_libraries(zorel_options INTERFACE ole32 oleaut32 uuid advapi32 version)
+endif()
 if(ZOREL_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # Sanitized code makes GCC 12 see uses before initialisation inside std::function.
   target_compile_options(zorel_options INTERFACE -Wno-maybe-uninitialized)

@@ -4,6 +4,7 @@
 # Usage: scripts/setup.sh PURPOSE...
 #   build    the module and the command-line client
 #   test     what the tests need on top of it
+#   windows  what the cross-build for Windows and its tests need
 #   bench    what the benchmarks need on top of it
 #   lint     the formatter and the static analyser
 # Does nothing, and needs no rights, when everything is installed.
@@ -12,6 +13,8 @@ set -euo pipefail
 declare -A packages=(
     [build]="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev"
     [test]="libgtest-dev libgmock-dev binutils clang-format pkg-config python3"
+    [windows]="cmake ninja-build mingw-w64 g++-mingw-w64-x86-64-posix mingw-w64-tools wine
+        wine64 wine64-tools libwine-dev googletest"
     [bench]="libbenchmark-dev libglib2.0-dev pkg-config"
     [lint]="clang clang-format clang-tidy"
 )
@@ -38,7 +41,7 @@ command -v dpkg-query >/dev/null ||
 wanted=()
 for purpose in "$@"; do
     [[ -n ${packages[$purpose]-} ]] || fail "unknown purpose '$purpose'; one of: ${!packages[*]}"
-    read -ra names <<<"${packages[$purpose]}"
+    read -r -d '' -a names <<<"${packages[$purpose]}" || true
     wanted+=("${names[@]}")
 done
 mapfile -t missing < <(missing_of "${wanted[@]}")

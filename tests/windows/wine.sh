@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Starts or stops Wine's server for the prefix $WINEPREFIX.
+#
+# Usage: wine.sh start|stop
+set -euo pipefail
+: "${WINEPREFIX:?}"
+
+case ${1-} in
+    start)
+        # The server and what it starts keep the streams that they are given: with a pipe
+        # among them, who reads that pipe would wait for the server's end.
+        mkdir -p "$WINEPREFIX"
+        wineserver -p </dev/null >/dev/null 2>&1
+        wineboot -i </dev/null >/dev/null 2>&1
+        [[ -d $WINEPREFIX/drive_c/windows ]] || { echo "wine.sh: no prefix in $WINEPREFIX" >&2; exit 1; }
+        ;;
+    stop)
+        wineserver -k || true # fails when none runs
+        ;;
+    *)
+        echo "wine.sh: say start or stop" >&2
+        exit 2
+        ;;
+esac
