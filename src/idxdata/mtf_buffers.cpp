@@ -5,6 +5,7 @@
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
+#include "platform/memory.h"
 
 namespace idxdata {
 
@@ -18,6 +19,7 @@ bool CMtfStorage::Reserve(std::uint64_t capacity) noexcept {
     }
     static_cast<void>(m_data.release());
     m_data.reset(static_cast<std::byte*>(data));
+    platform::PreferLargePages(data, static_cast<std::size_t>(capacity));
     m_capacity = capacity;
     return true;
 }

@@ -54,7 +54,7 @@ std::shared_ptr<CMtfAttrsTreeData> CMtfAttrsTreeData::Build(std::shared_ptr<CMtf
         const CMtfAttrPath path = SplitAttrPath(attr.name);
         const bool borrow = lines->IsLoadedText(attr.line);
         if (path.subtree != lastSubtree) {
-            lastNode = tree->Obtain(kRoot, path.subtree);
+            lastNode = tree->Obtain(kRoot, path.subtree, borrow);
             lastSubtree = path.subtree;
         }
         tree->m_table.SetAttrEntry(lastNode, path.name, attr.value, attr.line, borrow);
@@ -71,11 +71,11 @@ std::uint64_t CMtfAttrsTreeData::Resolve(std::uint64_t node, std::u16string_view
     return node;
 }
 
-std::uint64_t CMtfAttrsTreeData::Obtain(std::uint64_t node, std::u16string_view path) {
+std::uint64_t CMtfAttrsTreeData::Obtain(std::uint64_t node, std::u16string_view path, bool borrow) {
     m_table.Get(node);
     std::u16string_view element;
     while (NextPathElement(path, element)) {
-        node = m_table.ObtainChild(node, element);
+        node = m_table.ObtainChild(node, element, borrow);
     }
     return node;
 }
@@ -87,7 +87,7 @@ std::uint64_t CMtfAttrsTreeData::FindSubtree(std::uint64_t node, std::u16string_
 
 std::uint64_t CMtfAttrsTreeData::CreateSubtree(std::uint64_t node, std::u16string_view path) {
     return InContext(u"Failed to create subtree  \"%1\" of the tree \"%2\". Meta-file: \"%3\".",
-                     *this, node, path, [&] { return Obtain(node, path); });
+                     *this, node, path, [&] { return Obtain(node, path, false); });
 }
 
 std::uint64_t CMtfAttrsTreeData::GetExistingSubtree(std::uint64_t node,
@@ -156,7 +156,7 @@ void CMtfAttrsTreeData::SetAttr(std::uint64_t node, std::u16string_view path,
     InContext(u"Failed to create attribute \"%1\" in the tree \"%2\". Meta-file:\"%3\".", *this,
               node, path, [&] {
                   const CMtfAttrPath split = SplitAttrPath(path);
-                  const std::uint64_t target = Obtain(node, split.subtree);
+                  const std::uint64_t target = Obtain(node, split.subtree, false);
                   const std::u16string fullName = JoinNames(NodePath(target), split.name);
                   if (const CMtfAttrEntry* entry = m_table.FindAttr(target, split.name)) {
                       CMtfText kept = CMtfText::Copy(value);

@@ -61,7 +61,7 @@ private:
     CMtfAttrsTreeData(std::shared_ptr<CMtfLines> lines, std::u16string_view name);
 
     std::uint64_t Resolve(std::uint64_t node, std::u16string_view path) const;
-    std::uint64_t Obtain(std::uint64_t node, std::u16string_view path);
+    std::uint64_t Obtain(std::uint64_t node, std::u16string_view path, bool borrow);
     void AddAttr(std::uint64_t node, std::u16string_view name, std::u16string_view fullName,
                  std::u16string_view value);
     void DeleteWithChildren(std::uint64_t node);

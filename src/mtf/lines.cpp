@@ -6,6 +6,7 @@
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "mtf/path_elements.h"
+#include "platform/text_scan.h"
 
 namespace mtf {
 
@@ -17,28 +18,16 @@ constexpr std::string_view kByteOrderMark = "\xFF\xFE"sv;
 constexpr std::string_view kWideLineEnd = "\r\0\n\0"sv;
 constexpr std::string_view kNarrowLineEnd = "\r\n"sv;
 
-// Room is made for as many lines as a file of its size usually has.
-constexpr std::size_t kUsualLineBytes = 64;
-
 static_assert(std::endian::native == std::endian::little, "lines are used as they lie in the file");
 
 void AppendWide(idxdata::CMtfOutBuffer& out, std::u16string_view text) {
     out.Append(text.data(), text.size() * sizeof(char16_t));
 }
 
-// Whether a NUL occurs; no early way out, so that the compiler can look at many units at once.
 bool HasNul(std::u16string_view text) noexcept {
-    constexpr std::size_t kBlock = 4096;
-    for (; !text.empty(); text.remove_prefix(std::min(kBlock, text.size()))) {
-        bool found = false;
-        for (const char16_t unit : text.substr(0, kBlock)) {
-            found |= unit == 0;
-        }
-        if (found) {
-            return true;
-        }
-    }
-    return false;
+    constexpr platform::CUnitTest kIsNul{0, 0};
+    const auto* units = reinterpret_cast<const std::byte*>(text.data());
+    return platform::FindUnitPair(units, text.size(), kIsNul, kIsNul, 0) != text.size();
 }
 
 // The units of bytes that lie at an even address; an odd last byte does not count.
@@ -49,7 +38,7 @@ std::u16string_view UnitsOf(std::string_view bytes) noexcept {
 }  // namespace
 
 const CMtfLines::CMtfLine* CMtfLines::Find(std::uint64_t id) const noexcept {
-    if (id >= m_lines.size()) {
+    if (id >= Count()) {
         return nullptr;
     }
     const CMtfLine& line = m_lines[static_cast<std::size_t>(id)];
@@ -86,8 +75,8 @@ bool CMtfLines::IsLoadedText(std::uint64_t id) const noexcept {
 }
 
 std::uint64_t CMtfLines::Add(CMtfText text, EMtfLineState state) {
-    const std::uint64_t id = m_lines.size();
-    m_lines.push_back({std::move(text), state, false});
+    const std::uint64_t id = Count();
+    m_lines.Append(CMtfLine{std::move(text), state, false});
     if (state != EMtfLineState::LineUnchanged) {
         m_firstChanged = std::min(m_firstChanged, id);
     }
@@ -104,7 +93,7 @@ std::uint64_t CMtfLines::AppendAttrLine(std::u16string_view name, std::u16string
 
 void CMtfLines::ReplaceAttrLine(std::uint64_t id, std::u16string_view name,
                                 std::u16string_view value) {
-    if (id >= m_lines.size()) {
+    if (id >= Count()) {
         throw frame::CExc(u"There is no line %1 in meta-file %2",
                           {frame::UInt64ToString(id), m_path}, frame::kFail);
     }
@@ -165,8 +154,8 @@ EMtfSaveKind CMtfLines::GetSaveKind() const noexcept {
 
 std::uint64_t CMtfLines::ComposedSize() const noexcept {
     std::uint64_t size = kByteOrderMark.size();
-    for (const CMtfLine& line : m_lines) {
-        size += line.text.View().size() * sizeof(char16_t) + kWideLineEnd.size();
+    for (std::size_t id = 0; id < m_lines.Size(); ++id) {
+        size += m_lines[id].text.View().size() * sizeof(char16_t) + kWideLineEnd.size();
     }
     return size;
 }
@@ -190,16 +179,16 @@ void CMtfLines::ComposeTail(idxdata::CMtfOutBuffer& out) const {
 
 void CMtfLines::ComposeFrom(std::uint64_t id, std::uint64_t linesBefore,
                             idxdata::CMtfOutBuffer& out) const {
-    const auto first = m_lines.begin() + static_cast<std::ptrdiff_t>(id);
-    std::for_each(first, m_lines.end(), [&](const CMtfLine& line) {
+    for (; id < Count(); ++id) {
+        const CMtfLine& line = m_lines[static_cast<std::size_t>(id)];
         if (line.empty || line.state == EMtfLineState::LineDeleted) {
-            return;
+            continue;
         }
         if (linesBefore++ > 0) {
             out.Append(kWideLineEnd.data(), kWideLineEnd.size());
         }
         AppendWide(out, line.text.View());
-    });
+    }
 }
 
 void CMtfLines::CommitSaved() noexcept {
@@ -228,7 +217,6 @@ void CMtfLines::Load(std::shared_ptr<const idxdata::CMtfStorage> content) {
 void CMtfLines::LoadWide(idxdata::CMtfInBuffer& in) {
     std::string_view token;
     const bool cut = HasNul(UnitsOf(in.Rest()));
-    m_lines.reserve(static_cast<std::size_t>(in.Remaining()) / kUsualLineBytes);
     while (in.NextToken(kWideLineEnd, token)) {
         if (token.size() % sizeof(char16_t) != 0) {
             throw frame::CExc(u"Unicode meta-file \"%1\" contains non-unicode lines.", {m_path},

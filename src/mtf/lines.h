@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "idxdata/mtf_buffers.h"
+#include "mtf/stable_array.h"
 #include "mtf/text.h"
 
 namespace mtf {
@@ -40,7 +41,7 @@ public:
     explicit CMtfLines(std::u16string_view path) : m_path(path) {}
 
     // Slots, those of lines deleted and saved included.
-    std::uint64_t Count() const noexcept { return m_lines.size(); }
+    std::uint64_t Count() const noexcept { return m_lines.Size(); }
     const std::u16string& GetPath() const noexcept { return m_path; }
 
     // False for an unknown, empty or deleted line.
@@ -80,8 +81,8 @@ public:
 private:
     struct CMtfLine {
         CMtfText text;
-        EMtfLineState state;
-        bool empty;  // deleted and saved
+        EMtfLineState state = EMtfLineState::LineUnchanged;
+        bool empty = false;  // deleted and saved
     };
 
     const CMtfLine* Find(std::uint64_t id) const noexcept;
@@ -92,7 +93,7 @@ private:
                      idxdata::CMtfOutBuffer& out) const;
 
     std::u16string m_path;
-    std::vector<CMtfLine> m_lines;
+    CStableArray<CMtfLine> m_lines;
     std::shared_ptr<const void> m_content;   // what loaded lines point into
     std::uint64_t m_firstChanged = kNoLine;  // no change stands before it
     std::uint64_t m_emptySlots = 0;

@@ -27,7 +27,9 @@ CMtfText Keep(std::u16string_view text, bool borrow) {
 
 }  // namespace
 
-CMtfMetaTable::CMtfMetaTable() : m_nodes(1) {}
+CMtfMetaTable::CMtfMetaTable() {
+    m_nodes.Append();
+}
 
 bool CMtfMetaTable::IsLive(std::uint64_t id) const noexcept {
     return id < Size() && !At(id).deleted;
@@ -59,24 +61,24 @@ std::uint64_t CMtfMetaTable::FindChild(std::uint64_t id, std::u16string_view nam
     return child == kNone ? kNoNode : child;
 }
 
-std::uint64_t CMtfMetaTable::ObtainChild(std::uint64_t id, std::u16string_view name) {
+std::uint64_t CMtfMetaTable::ObtainChild(std::uint64_t id, std::u16string_view name, bool borrow) {
     const std::uint32_t parent = Short(id);
     const std::uint32_t hash = HashNameNoCase(parent, name);
     const std::uint32_t found = FindChildAt(hash, parent, name);
     if (found != kNone) {
         return found;
     }
-    if (m_nodes.size() == kNone) {
+    if (m_nodes.Size() == kNone) {
         throw std::bad_alloc();
     }
-    const std::uint32_t added = Short(m_nodes.size());
-    CMtfTreeNode& node = m_nodes.emplace_back();
-    // Its own text: names are compared all the time, and a loaded one is far from the others.
-    node.name = CMtfText::Copy(name);
+    CMtfText kept = Keep(name, borrow);
+    m_childIndex.ReserveMore(1);
+    const std::uint32_t added = Short(m_nodes.Size());
+    CMtfTreeNode& node = m_nodes.Append();
+    node.name = std::move(kept);
     node.parent = parent;
     node.hash = hash;
     node.prevSibling = At(id).lastChild;
-    m_childIndex.ReserveMore(1);
     m_childIndex.Insert(hash, added);
     CMtfTreeNode& owner = At(id);
     (owner.lastChild == kNone ? owner.firstChild : m_nodes[owner.lastChild].nextSibling) = added;

@@ -3,12 +3,12 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "mtf/name_index.h"
+#include "mtf/stable_array.h"
 #include "mtf/text.h"
 
 namespace mtf {
@@ -46,32 +46,6 @@ struct CMtfAttrEntry {
     std::uint32_t next = CMtfTreeNode::kNone;  // of the node, or of the free entries
 };
 
-// Attribute entries in large blocks: an entry never moves, and a million of them take few
-// pieces of memory.
-class CMtfAttrStore {
-public:
-    std::size_t Size() const noexcept { return m_size; }
-    CMtfAttrEntry& operator[](std::size_t index) noexcept {
-        return m_blocks[index / kBlock][index % kBlock];
-    }
-    const CMtfAttrEntry& operator[](std::size_t index) const noexcept {
-        return m_blocks[index / kBlock][index % kBlock];
-    }
-    // Adds an empty entry at the end.
-    void Append() {
-        if (m_size == m_blocks.size() * kBlock) {
-            m_blocks.push_back(std::make_unique<CMtfAttrEntry[]>(kBlock));
-        }
-        ++m_size;
-    }
-
-private:
-    static constexpr std::size_t kBlock = 256;  // entries
-
-    std::vector<std::unique_ptr<CMtfAttrEntry[]>> m_blocks;
-    std::size_t m_size = 0;
-};
-
 // Owns nodes and attributes. Children are found by name without regard to (ASCII) case,
 // attributes by their exact name, both in constant time. Node IDs are never used again.
 // Borrowed texts are not copied: the owner of the table keeps what they point into.
@@ -82,7 +56,7 @@ public:
     // The root, node 0, is there from the start.
     CMtfMetaTable();
 
-    std::uint64_t Size() const noexcept { return m_nodes.size(); }
+    std::uint64_t Size() const noexcept { return m_nodes.Size(); }
     bool IsLive(std::uint64_t id) const noexcept;
     // Throws CExc (E_FAIL) for an ID beyond the table or of a deleted node.
     const CMtfTreeNode& Get(std::uint64_t id) const;
@@ -92,7 +66,7 @@ public:
     // kNoNode when the node has no such child.
     std::uint64_t FindChild(std::uint64_t id, std::u16string_view name) const noexcept;
     // Finds the child or adds it.
-    std::uint64_t ObtainChild(std::uint64_t id, std::u16string_view name);
+    std::uint64_t ObtainChild(std::uint64_t id, std::u16string_view name, bool borrow);
     // Takes a node without children out of its parent, its attributes with it.
     void Delete(std::uint64_t id) noexcept;
 
@@ -127,8 +101,8 @@ private:
     void IndexAttrs(std::uint32_t id);
     void RemoveAttr(std::uint32_t index) noexcept;
 
-    std::vector<CMtfTreeNode> m_nodes;
-    CMtfAttrStore m_attrs;
+    CStableArray<CMtfTreeNode> m_nodes;
+    CStableArray<CMtfAttrEntry> m_attrs;
     std::uint32_t m_freeAttr = CMtfTreeNode::kNone;  // first of the entries to be used again
     CMtfNameIndex m_childIndex;
     CMtfNameIndex m_attrIndex;  // of the nodes with attrsIndexed
