@@ -46,7 +46,7 @@ target_link_libraries(threads_tests PRIVATE
 zorel_gtest(threads_tests threads tsan)
 add_dependencies(tsan_tests threads_tests)
 
-# The command-line client, compared with what the file system says.
+# The command-line client, compared with what the file system and plain models say.
 if(NOT WIN32 AND TARGET oibidx)
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
   add_test(NAME tools/oibidx
@@ -55,7 +55,10 @@ if(NOT WIN32 AND TARGET oibidx)
   add_test(NAME tools/meta
     COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/tools/meta_test.py
             $<TARGET_FILE:oibidx>)
-  set_tests_properties(tools/oibidx tools/meta PROPERTIES TIMEOUT 300 LABELS tools)
+  add_test(NAME tools/search
+    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/tools/search_test.py
+            $<TARGET_FILE:oibidx>)
+  set_tests_properties(tools/oibidx tools/meta tools/search PROPERTIES TIMEOUT 300 LABELS tools)
 endif()
 
 # The Python client. The interpreter cannot load a sanitized module: its run-time library

@@ -1,7 +1,10 @@
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <memory>
 #include <sstream>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "command.h"
@@ -66,11 +69,33 @@ EExitCode ReportParse(const CLI::App& app, const CLI::ParseError& error, COutput
     return kExitFailure;
 }
 
+// The arguments in the order that CLI11 takes them in, the last one first. An option that is
+// given nothing ("--name=") would take the next argument for its value; it gets an empty one.
+std::vector<std::string> ReversedArguments(int argc, char** argv) {
+    std::vector<std::string> arguments;
+    bool areOptions = true;
+    for (int i = 1; i < argc; ++i) {
+        std::string argument = argv[i];
+        areOptions = areOptions && argument != "--";
+        const bool isEmpty = areOptions && argument.starts_with("--") &&
+                             argument.find('=') == argument.size() - 1;
+        if (isEmpty) {
+            argument.pop_back();
+        }
+        arguments.push_back(std::move(argument));
+        if (isEmpty) {
+            arguments.emplace_back();
+        }
+    }
+    std::reverse(arguments.begin(), arguments.end());
+    return arguments;
+}
+
 EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
     CLI::App app("Catalogues of files: scan a folder tree, browse what was recorded.", "oibidx");
     const std::vector<DeclaredCommand> commands = DeclareCommands(app);
     try {
-        app.parse(argc, argv);
+        app.parse(ReversedArguments(argc, argv));
     } catch (const CLI::ParseError& error) {
         return ReportParse(app, error, output);
     }

@@ -77,8 +77,11 @@ std::optional<DATE> ParseMoment(const std::string& text) {
             return std::nullopt;
         }
     }
+    // A day behind the end of its month would be taken for one of the next month.
     DATE moment = 0;
-    const bool valid = time.wDay != 0 && SystemTimeToVariantTime(&time, &moment) != 0;
+    SYSTEMTIME same{};
+    const bool valid = SystemTimeToVariantTime(&time, &moment) != 0 &&
+                       VariantTimeToSystemTime(moment, &same) != 0 && same.wDay == time.wDay;
     return valid ? std::optional(moment) : std::nullopt;
 }
 

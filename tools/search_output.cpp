@@ -19,24 +19,20 @@ void CSearchOutput::KeepEndings(const std::optional<std::string>& endings) {
         return;
     }
     m_endings.emplace();
-    std::u16string ending;
-    const auto close = [&] {
-        while (ending.ends_with(u' ')) {
-            ending.pop_back();
-        }
-        if (!ending.empty()) {
-            m_endings->push_back(std::exchange(ending, {}));
-        }
-    };
-    for (const char16_t unit : ToUtf16(*endings)) {
-        if (unit == u';' || unit == u',') {
-            close();
-        } else if (unit != u' ' || !ending.empty()) {
-            const bool isCapital = unit >= u'A' && unit <= u'Z';
-            ending.push_back(static_cast<char16_t>(isCapital ? unit + 0x20 : unit));
+    const std::u16string list = Folded(ToUtf16(*endings)) + u";";
+    std::size_t start = 0;
+    std::size_t count = 0;  // of the ending's units, its blanks left out
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        if (list[i] == u';' || list[i] == u',') {
+            if (count > 0) {
+                m_endings->push_back(list.substr(start, count));
+            }
+            count = 0;
+        } else if (list[i] != u' ') {
+            start = count == 0 ? i : start;
+            ++count;
         }
     }
-    close();
 }
 
 bool CSearchOutput::IsKept(std::u16string_view path) const {

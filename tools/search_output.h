@@ -19,7 +19,8 @@ public:
         : m_output(output), m_isJson(isJson), m_isCount(isCount) {}
 
     // Keeps only names with one of these endings (';' and ',' separate them), by the rule
-    // of the catalogue search: the list in lower case, the name as it stands.
+    // of the catalogue search: the list in lower case, the name as it stands, and an ending
+    // that holds blanks loses as many units at its end.
     void KeepEndings(const std::optional<std::string>& endings);
     // `subject` names what was searched, for errors.
     void Add(IOibTDFSearchTask& task, const std::string& subject);

@@ -4,170 +4,18 @@
 Usage: oibidx_test.py OIBIDX [unittest arguments]
 """
 import ctypes
-import datetime
 import json
 import os
 import pty
-import pwd
-import random
 import resource
 import signal
 import socket
-import struct
 import subprocess
-import sys
-import tempfile
 import time
 import unittest
 
-OIBIDX = os.path.abspath(sys.argv.pop(1))
-EPOCH = datetime.datetime(1970, 1, 1)
-NASTY_NAMES = ["ü ß", "日本", "two  blanks ", "line\nbreak", "quo'te\"", "-dash", "x" * 255,
-               os.fsdecode(b"bad\xff\xfebytes"), "\U0001F600", "tab\t", "dot."]
-
-
-def run(*arguments, **options):
-    options.setdefault("stdout", subprocess.PIPE)
-    return subprocess.run([OIBIDX, *arguments], stderr=subprocess.PIPE, timeout=120, **options)
-
-
-def answer(*arguments, code=0):
-    """The standard output of a run that has to end with `code`."""
-    done = run(*arguments)
-    if done.returncode != code:
-        raise AssertionError(f"{arguments}: exit {done.returncode}, {done.stderr.decode()}")
-    return done.stdout
-
-
-def objects(*arguments, code=0):
-    return [json.loads(line) for line in answer(*arguments, code=code).splitlines()]
-
-
-def limited(*limits):
-    """For preexec_fn: resource limits; a size limit gives an error, not a signal."""
-    def apply():
-        for kind, value in limits:
-            resource.setrlimit(kind, (value, value))
-    return apply
-
-
-def read_catalogue(path):
-    """The tables of a data file by identifier, parsed apart from the client."""
-    with open(path, "rb") as file:
-        data = file.read()
-    tables, start = {}, 0
-    while True:
-        prefix, major, minor, following, form, table, fields = struct.unpack_from(
-            "<4sHHqIII", data, start)
-        assert (prefix, major, minor, form) == (b"VIFD", 1, 1, 0), (prefix, major, minor, form)
-        types = struct.unpack_from(f"<{fields}H", data, start + 28)
-        at = start + 28 + 2 * fields
-        count, at = struct.unpack_from("<q", data, at)[0], at + 8
-        records = []
-        for _ in range(count):
-            record = []
-            for kind in types:
-                if kind == 2:
-                    end = at + 4 + 2 * struct.unpack_from("<I", data, at)[0]
-                    record.append(data[at + 4:end].decode("utf-16-le", "surrogatepass"))
-                    at = end
-                else:
-                    form = {1: "<q", 3: "<I"}[kind]
-                    record.append(struct.unpack_from(form, data, at)[0])
-                    at += struct.calcsize(form)
-            records.append(record)
-        assert at == (following or len(data)), "a table does not end where the next begins"
-        tables[table] = (types, records)
-        if not following:
-            return tables
-        start = following
-
-
-def utf16_key(name):
-    """What listings are ordered by: code units with A-Z folded."""
-    folded = "".join(c.lower() if "A" <= c <= "Z" else c for c in name)
-    data = folded.encode("utf-16-le", "surrogatepass")
-    return struct.unpack(f"<{len(data) // 2}H", data)
-
-
-def owner_of(status):
-    try:
-        return pwd.getpwuid(status.st_uid).pw_name
-    except KeyError:
-        return ""
-
-
-def model(tree):
-    """The folders and files below `tree` with relative names, as os.walk sees them."""
-    folders, files = [], {}
-    for place, names, file_names in os.walk(tree):
-        relative = os.path.relpath(place, tree)
-        prefix = "" if relative == "." else relative.replace("/", "\\") + "\\"
-        folders += [prefix + n for n in names if not os.path.islink(os.path.join(place, n))]
-        for name in file_names:
-            path = os.path.join(place, name)
-            if os.path.islink(path) or not os.path.isfile(path):
-                continue
-            status = os.stat(path)
-            modified = EPOCH + datetime.timedelta(seconds=status.st_mtime_ns // 10**9)
-            files[prefix + name] = {"type": "file", "name": prefix + name, "size": status.st_size,
-                                    "modified": modified.isoformat() + "Z", "owner": owner_of(status)}
-    return sorted(folders), files
-
-
-def make_tree(root, seed):
-    """Folders and files with awkward names, sizes, times and owners."""
-    chance = random.Random(seed)
-    folders = [root]
-    for i in range(60):
-        name = chance.choice(NASTY_NAMES)[:200] + str(i) if i % 3 else f"Folder{i}"
-        folders.append(os.path.join(chance.choice(folders), name))
-        os.mkdir(folders[-1])
-    for i in range(300):
-        name = chance.choice(NASTY_NAMES)[:80] + f"{i}" + chance.choice(["", ".txt", ".TXT", "log"])
-        path = os.path.join(chance.choice(folders), name)
-        with open(path, "wb") as file:
-            file.truncate(chance.choice([0, 1, 77, 4096, 5 * 2**30]))
-        nanoseconds = chance.randrange(-(2**31), 2**33) * 10**9 + chance.randrange(10**9)
-        os.utime(path, ns=(0, nanoseconds))
-        if os.getuid() == 0:
-            os.chown(path, chance.choice([0, 1, 4000001]), 0)
-    os.symlink(root, os.path.join(folders[5], "loop"))
-    os.symlink("nowhere", os.path.join(root, "broken"))
-    os.mkfifo(os.path.join(folders[7], "fifo"))
-
-
-class ClientTest(unittest.TestCase):
-    maxDiff = None
-
-    def setUp(self):
-        holder = tempfile.TemporaryDirectory()
-        self.addCleanup(subprocess.run, ["rm", "-rf", holder.name])
-        holder._finalizer.detach()
-        self.base = holder.name
-        self.tree = os.path.join(self.base, "tree")
-        self.catalogue = os.path.join(self.base, "catalogue")
-        self.data_file = os.path.join(self.catalogue, "C.dat")
-        os.mkdir(self.tree)
-
-    def make(self, name, content=b"", modified=None):
-        path = os.path.join(self.tree, name)
-        os.makedirs(os.path.dirname(path), exist_ok=True)
-        with open(path, "wb") as file:
-            file.write(content)
-        if modified is not None:
-            os.utime(path, ns=(0, modified))
-
-    def scan(self, *arguments):
-        return objects("scan", self.tree, "-o", self.catalogue, "--json", *arguments)[0]
-
-    def content(self):
-        """Every file of the catalogue with its bytes."""
-        found = {}
-        for name in os.listdir(self.catalogue) if os.path.isdir(self.catalogue) else []:
-            with open(os.path.join(self.catalogue, name), "rb") as file:
-                found[name] = file.read()
-        return found
+from tool_support import (OIBIDX, ClientTest, answer, limited, make_tree, model, objects, owner_of,
+                          read_catalogue, run, utf16_key)
 
 
 class ScanAndBrowse(ClientTest):
