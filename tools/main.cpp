@@ -77,8 +77,8 @@ std::vector<std::string> ReversedArguments(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         std::string argument = argv[i];
         areOptions = areOptions && argument != "--";
-        const bool isEmpty = areOptions && argument.starts_with("--") &&
-                             argument.find('=') == argument.size() - 1;
+        const bool isEmpty =
+            areOptions && argument.starts_with("--") && argument.find('=') == argument.size() - 1;
         if (isEmpty) {
             argument.pop_back();
         }
