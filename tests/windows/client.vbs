@@ -1,0 +1,111 @@
+' Everything that a script engine can do with the library, step by step. Arguments: a folder
+' for the files made here, ending with a backslash, and the example catalogue.
+Option Explicit
+Dim folder, example, library, browser, files, tree, meta, strings, list, session, refs
+Dim order, reader, number, source, description
+folder = WScript.Arguments(0)
+example = WScript.Arguments(1)
+
+Sub Expect(what, actual, expected)
+    If CStr(actual) <> CStr(expected) Then
+        WScript.Echo what & ": '" & actual & "' instead of '" & expected & "'"
+        WScript.Quit 1
+    End If
+End Sub
+
+Set library = CreateObject("ZorelOibIdxLib.COibIdxLib.5")
+Set strings = CreateObject("ZorelOibIdxTest.Strings")
+library.InitLogging folder & "client.log", True
+
+' Matching and fingerprints.
+Expect "a match", library.IsWildcardMatch("C:\docs\Readme.txt", "read*.TXT"), True
+Expect "no match", library.IsWildcardMatch("C:\docs\Readme.txt", "*.docx"), False
+Expect "fingerprints", library.ConvetrPathToCrcStr("C:\docs\a", 1) = _
+    library.ConvetrPathToCrcStr("c:\DOCS\A", 1), True
+Expect "length of a fingerprint", Len(library.ConvetrPathToCrcStr("C:\docs\a", 0)) > 0, True
+
+' Browsing.
+Set browser = library.BrowseOibDF(example)
+list = browser.GetFolders("C:")
+Expect "type of a list", VarType(list), 8200
+Expect "folders", strings.Joined(list, ";"), "docs"
+Expect "files of the root", browser.GetFiles("C:").FilesCount, 0
+Set files = browser.GetFilesEx("C:", True, ".txt")
+Expect "files", files.FilesCount, 1
+Expect "bytes", files.TotalSize, 1234
+Expect "files with another ending", browser.GetFilesEx("C:", True, ".doc").FilesCount, 0
+browser.Close
+
+' A meta-file: created, edited, flushed, opened again.
+Set meta = library.CreateMetaFile(folder & "client.mtf", 2)
+meta.SetAttr "Job.Name", "Nightly"
+meta.SetAttr "Job.Number", 7
+Set tree = meta.CreateAttrsTree("Job.Hosts")
+tree.SetAttr "First", "srv01"
+tree.CreateSubtree("Spare").SetAttr "Second", "srv02"
+meta.PushComment "edited by a script"
+meta.FlushChanges
+meta.Close
+Expect "existence", library.IsMetaFileExists(folder & "client.mtf"), True
+Set meta = library.CreateMetaFile(folder & "client.mtf", 1)
+Expect "a number", meta.GetExistingAttr("Job.Number"), "7"
+Expect "a missing attribute", meta.FindAttr("Job.None"), ""
+Expect "a missing subtree", meta.FindAttrsTree("None") Is Nothing, True
+Expect "attributes", strings.Joined(meta.EnumAllAttrs, ";"), _
+    "Job.Name;Job.Number;Job.Hosts.First;Job.Hosts.Spare.Second"
+Set tree = meta.GetExistingAttrsTree("Job")
+Expect "subtrees", strings.Joined(tree.EnumChildTrees, ";"), "Hosts"
+meta.DelAttr "Job.Name"
+tree.DelSubtree "Hosts"
+meta.FlushChanges
+meta.Close
+Set meta = library.CreateMetaFile(folder & "client.mtf", 0)
+Expect "what is left", strings.Joined(meta.EnumAllAttrs, ";"), "Job.Number"
+
+' A backup session.
+Set meta = library.CreateMetaFile(folder & "session.mtf", 2)
+meta.SetAttr "oib0.VmName", "machine"
+meta.SetAttr "oib0.BackupTimeUtc", "01/15/2013 09:05:07"
+meta.FlushChanges
+meta.Close
+Set session = library.CreateBSessionMetaFile(folder & "session.mtf", 0)
+Set refs = session.EnumOibsRefs()
+Expect "references", refs.RefsCount, 1
+refs.MoveToElem 0
+Expect "a machine", refs.VmName, "machine"
+session.Close
+
+' A publication.
+Set meta = library.CreateMetaFile(folder & "publication.mtf", 2)
+meta.SetAttr "Publication.LocalTime", "x"
+meta.SetAttr "cmd.7.Type", "AddBSession"
+meta.SetAttr "cmd.7.JobName", "Nightly"
+meta.SetAttr "cmd.3.Type", "Other"
+meta.FlushChanges
+meta.Close
+Set order = library.LoadPublicationOrderingInfo(folder & "publication.mtf")
+Expect "an order", TypeName(order.PubUtcTime), "String"
+Set reader = Nothing
+library.LoadPublication folder & "publication.mtf", reader
+Expect "commands", reader.CmdCount, 2
+Expect "a command", reader.GetCmdType(0), "AddBSession"
+Expect "groups of a command", reader.AddBSessionCmdAccessor.GetRetargetedOibGroupsNum(7), 0
+Expect "the publication's text", reader.MetaFile.GetExistingAttr("cmd.7.JobName"), "Nightly"
+
+' A failure, with its number, source and description.
+On Error Resume Next
+Set browser = library.BrowseOibDF(folder & "missing.dat")
+number = Err.Number
+source = Err.Source
+description = Err.Description
+On Error Goto 0
+Expect "number of the failure", Hex(number), "80070002"
+Expect "source of the failure", source, "ZorelOibIdxLib.COibIdxLib.5"
+Expect "its text names the file", InStr(description, "missing.dat") > 0, True
+On Error Resume Next
+library.ParseOibTDFName "x", Empty, Empty
+number = Err.Number
+On Error Goto 0
+Expect "the failing method fails", number <> 0, True
+
+WScript.Echo "client.vbs: all steps passed"
