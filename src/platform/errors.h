@@ -16,6 +16,7 @@ inline constexpr std::uint32_t kTooManyOpenFiles = 4;
 inline constexpr std::uint32_t kAccessDenied = 5;
 inline constexpr std::uint32_t kInvalidHandle = 6;
 inline constexpr std::uint32_t kNotEnoughMemory = 8;
+inline constexpr std::uint32_t kInvalidData = 13;
 inline constexpr std::uint32_t kNotSameDevice = 17;
 inline constexpr std::uint32_t kNoMoreFiles = 18;
 inline constexpr std::uint32_t kWriteProtect = 19;

@@ -23,11 +23,11 @@ ZOREL_EXPORT HRESULT DllCanUnloadNow() {
 }
 
 ZOREL_EXPORT HRESULT DllRegisterServer() {
-    return server::RegisterServer();
+    return server::RegisterServer(platform::ModuleSetup());
 }
 
 ZOREL_EXPORT HRESULT DllUnregisterServer() {
-    return server::UnregisterServer();
+    return server::UnregisterServer(platform::ModuleSetup());
 }
 
 ZOREL_EXPORT HRESULT CreateOibIdxLib(IUnknown* outer, const IID* iid, void** ppv) {

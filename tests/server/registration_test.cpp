@@ -1,0 +1,175 @@
+// Registration over the real scripts, with everything around them under the test's control.
+#include "server/registration.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "ZorelText.h"
+#include "support/automation_check.h"
+#include "support/test_registry.h"
+
+namespace {
+
+using platform::ERegistryRoot;
+using platform::RegistryKey;
+
+constexpr HRESULT kRefusal = static_cast<HRESULT>(0x80070005U);
+constexpr LCID kThreadLocale = 0x407;
+
+// A module with quotes, blanks and percent signs in its path.
+class CTestSetup final : public platform::IModuleSetup {
+public:
+    // The step with this number, from 0, and all steps after it fail; registry calls are
+    // counted by the registry.
+    void RefuseFrom(int step) { m_stepsLeft = step; }
+
+    support::CTestRegistry& Registry() override { return registry; }
+    HRESULT LoadScript(std::uint16_t number, std::u16string& script) override {
+        const char* const name = number == platform::kAppIdScript ? "app_id.rgs" : "class.rgs";
+        std::ifstream file(std::string(ZOREL_SOURCE_DIR "/src/server/") + name);
+        script = zorel::ToUtf16(std::string{std::istreambuf_iterator<char>(file), {}});
+        return Step(name);
+    }
+    HRESULT GetModulePath(std::u16string& path) override {
+        path = u"C:\\it's ''here''\\100%APPID%\\{ } x.dll";
+        return Refuses() ? kRefusal : S_OK;
+    }
+    HRESULT RegisterTypeLibrary(const std::u16string&) override { return Step("library"); }
+    HRESULT UnregisterTypeLibrary(const std::u16string&) override { return Step("no library"); }
+    LCID EnterSystemLocale() noexcept override { return std::exchange(locale, 0x800); }
+    void RestoreLocale(LCID former) noexcept override { locale = former; }
+
+    std::string Entries() {
+        return registry.Dump(ERegistryRoot::ClassesRoot,
+                             {u"", u"AppID", u"ThreadingModel", u"stale"});
+    }
+
+    support::CTestRegistry registry;
+    LCID locale = kThreadLocale;
+    std::string steps;
+
+private:
+    bool Refuses() { return m_stepsLeft == 0 || (m_stepsLeft > 0 && m_stepsLeft-- == 0); }
+    HRESULT Step(const char* name) {
+        EXPECT_EQ(locale, 0x800U) << name;
+        if (Refuses()) {
+            return kRefusal;
+        }
+        steps += std::string(name) + ";";
+        return S_OK;
+    }
+
+    int m_stepsLeft = -1;  // -1: none fails
+};
+
+const char kRegistered[] = R"(AppID
+AppID\ZorelOibIdxLib.DLL
+AppID\ZorelOibIdxLib.DLL : AppID = {472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
+AppID\ZorelOibIdxLib.DLL\LocalServer32
+AppID\ZorelOibIdxLib.DLL\LocalServer32 :  = C:\it's ''here''\100%APPID%\{ } x.dll
+AppID\ZorelOibIdxLib.DLL\LocalServer32 : ThreadingModel = Both
+AppID\{472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
+AppID\{472b2912-7d3a-44d0-9ca8-d3d5475aec0a} :  = ZorelOibIdxLib
+CLSID
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24} :  = COibIdxLib Class
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24} : AppID = {472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\InprocServer32
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\InprocServer32 :  = C:\it's ''here''\100%APPID%\{ } x.dll
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\InprocServer32 : ThreadingModel = Apartment
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\ProgID
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\ProgID :  = ZorelOibIdxLib.COibIdxLib.5
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\Programmable
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\TypeLib
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\TypeLib :  = {b61b642b-ea60-4c62-918f-26f54f0f815d}
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\VersionIndependentProgID
+CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\VersionIndependentProgID :  = ZorelOibIdxLib.COibIdxLib
+ZorelOibIdxLib.COibIdxLib
+ZorelOibIdxLib.COibIdxLib :  = COibIdxLib Class
+ZorelOibIdxLib.COibIdxLib\CLSID
+ZorelOibIdxLib.COibIdxLib\CLSID :  = {f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
+ZorelOibIdxLib.COibIdxLib\CurVer
+ZorelOibIdxLib.COibIdxLib\CurVer :  = ZorelOibIdxLib.COibIdxLib.5
+ZorelOibIdxLib.COibIdxLib.5
+ZorelOibIdxLib.COibIdxLib.5 :  = COibIdxLib Class
+ZorelOibIdxLib.COibIdxLib.5\CLSID
+ZorelOibIdxLib.COibIdxLib.5\CLSID :  = {f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
+)";
+
+const char kUnregistered[] = "AppID\nCLSID\n";
+
+TEST(Registration, WritesThePublishedEntriesAndTakesThemBack) {
+    CTestSetup setup;
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(server::RegisterServer(setup), S_OK);
+        EXPECT_EQ(setup.Entries(), kRegistered);
+        EXPECT_EQ(setup.steps, "app_id.rgs;class.rgs;library;");
+        setup.steps.clear();
+        // What an older version left under the class key must go.
+        const RegistryKey old{ERegistryRoot::ClassesRoot,
+                              u"CLSID\\{F527D4A6-8452-43F4-95F5-DCC32FB0DC24}\\Old\\Older"};
+        EXPECT_EQ(setup.registry.CreateKey(old), 0U);
+        EXPECT_EQ(setup.registry.SetValue(old, u"stale", std::u16string(u"x")), 0U);
+    }
+    EXPECT_NE(setup.Entries(), kRegistered);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(server::UnregisterServer(setup), S_OK);
+        EXPECT_EQ(setup.Entries(), kUnregistered);
+        EXPECT_EQ(setup.steps, "class.rgs;no library;app_id.rgs;");
+        setup.steps.clear();
+    }
+    EXPECT_EQ(setup.locale, kThreadLocale);
+}
+
+// Others' keys and values beside ours belong to them.
+TEST(Registration, LeavesTheNeighboursAlone) {
+    CTestSetup setup;
+    for (const char16_t* path :
+         {u"AppID\\Other", u"CLSID\\{0}\\X", u"ZorelOibIdxLib.COibIdxLib.51"}) {
+        EXPECT_EQ(setup.registry.CreateKey({ERegistryRoot::ClassesRoot, path}), 0U);
+    }
+    const std::u16string theirs = u"kept";
+    EXPECT_EQ(setup.registry.SetValue({ERegistryRoot::ClassesRoot, u"CLSID"}, u"", theirs), 0U);
+    const std::string before = setup.Entries();
+    EXPECT_EQ(server::RegisterServer(setup), S_OK);
+    EXPECT_EQ(server::UnregisterServer(setup), S_OK);
+    EXPECT_EQ(setup.Entries(), before);
+}
+
+// Whatever fails, its code comes back, nothing runs after it, and the next try succeeds.
+template <class Refuse>
+int RefuseEveryStep(HRESULT (*action)(platform::IModuleSetup&) noexcept, const char* after,
+                    Refuse refuse) {
+    for (int step = 0;; ++step) {
+        CTestSetup setup;
+        EXPECT_EQ(server::RegisterServer(setup), S_OK);
+        refuse(setup, step);
+        const HRESULT hr = action(setup);
+        refuse(setup, -1);
+        EXPECT_EQ(setup.locale, kThreadLocale);
+        if (hr == S_OK || step == 200) {
+            return step;
+        }
+        EXPECT_EQ(hr, kRefusal) << step;
+        EXPECT_NE(support::TakeError().description, u"");
+        EXPECT_EQ(action(setup), S_OK) << step;
+        EXPECT_EQ(setup.Entries(), after) << step;
+    }
+}
+
+TEST(Registration, ReturnsTheFirstFailure) {
+    const auto inRegistry = [](CTestSetup& setup, int step) { setup.registry.RefuseFrom(step); };
+    const auto around = [](CTestSetup& setup, int step) { setup.RefuseFrom(step); };
+    // The calls that each of them makes: every key and value counts, and so does the
+    // deletion of each ForceRemove key.
+    EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, kRegistered, inRegistry), 34);
+    EXPECT_EQ(RefuseEveryStep(&server::UnregisterServer, kUnregistered, inRegistry), 14);
+    EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, kRegistered, around), 6);
+    EXPECT_EQ(RefuseEveryStep(&server::UnregisterServer, kUnregistered, around), 6);
+}
+
+}  // namespace
