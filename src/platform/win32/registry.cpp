@@ -1,15 +1,16 @@
 #include "platform/registry.h"
 
-#include <windows.h>
-
 #include <cstring>
 
 #include "platform/errors.h"
 #include "platform/owner.h"
+#include "platform/win32/wide.h"
 
 namespace platform {
 
 namespace {
+
+using win32::Wide;
 
 struct KeyTraits {
     using Value = HKEY;
@@ -31,16 +32,12 @@ HKEY RootOf(const RegistryKey& key) noexcept {
     }
 }
 
-const wchar_t* Text(const std::u16string& text) noexcept {
-    return reinterpret_cast<const wchar_t*>(text.c_str());
-}
-
 std::uint32_t Open(const RegistryKey& key, REGSAM access, CKey& opened) noexcept {
     if (!IsRegistryPath(key.path)) {
         return win32err::kInvalidParameter;
     }
     return static_cast<std::uint32_t>(
-        ::RegOpenKeyExW(RootOf(key), Text(key.path), 0, access, opened.Put()));
+        ::RegOpenKeyExW(RootOf(key), Wide(key.path.c_str()), 0, access, opened.Put()));
 }
 
 // The bytes of a value, read again while they grow.
@@ -65,16 +62,16 @@ public:
             return win32err::kInvalidParameter;
         }
         CKey created;
-        return static_cast<std::uint32_t>(::RegCreateKeyExW(RootOf(key), Text(key.path), 0, nullptr,
-                                                            0, KEY_WRITE, nullptr, created.Put(),
-                                                            nullptr));
+        return static_cast<std::uint32_t>(::RegCreateKeyExW(RootOf(key), Wide(key.path.c_str()), 0,
+                                                            nullptr, 0, KEY_WRITE, nullptr,
+                                                            created.Put(), nullptr));
     }
 
     std::uint32_t DeleteTree(const RegistryKey& key) override {
         if (!IsRegistryPath(key.path)) {
             return win32err::kInvalidParameter;
         }
-        return static_cast<std::uint32_t>(::RegDeleteTreeW(RootOf(key), Text(key.path)));
+        return static_cast<std::uint32_t>(::RegDeleteTreeW(RootOf(key), Wide(key.path.c_str())));
     }
 
     std::uint32_t ListSubkeys(const RegistryKey& key, std::vector<std::u16string>& names) override {
@@ -103,9 +100,9 @@ public:
         }
         const std::u16string valueName(name);
         const auto set = [&](DWORD type, const void* data, std::size_t size) {
-            return static_cast<std::uint32_t>(::RegSetValueExW(opened.Get(), Text(valueName), 0,
-                                                               type, static_cast<const BYTE*>(data),
-                                                               static_cast<DWORD>(size)));
+            return static_cast<std::uint32_t>(
+                ::RegSetValueExW(opened.Get(), Wide(valueName.c_str()), 0, type,
+                                 static_cast<const BYTE*>(data), static_cast<DWORD>(size)));
         };
         if (const auto* text = std::get_if<std::u16string>(&value)) {
             return set(REG_SZ, text->c_str(), (text->size() + 1) * sizeof(char16_t));
@@ -122,7 +119,7 @@ public:
         }
         DWORD type = REG_NONE;
         std::u16string bytes;
-        code = ReadBytes(opened.Get(), Text(std::u16string(name)), type, bytes);
+        code = ReadBytes(opened.Get(), Wide(std::u16string(name).c_str()), type, bytes);
         if (code != win32err::kSuccess) {
             return code;
         }
@@ -143,7 +140,7 @@ public:
         const auto code = Open(key, KEY_WRITE, opened);
         return code != win32err::kSuccess ? code
                                           : static_cast<std::uint32_t>(::RegDeleteValueW(
-                                                opened.Get(), Text(std::u16string(name))));
+                                                opened.Get(), Wide(std::u16string(name).c_str())));
     }
 };
 

@@ -1,0 +1,103 @@
+#include "platform/module_setup.h"
+
+#include "platform/system.h"
+#include "platform/win32/type_library.h"
+#include "platform/win32/wide.h"
+
+namespace platform {
+
+namespace {
+
+HRESULT LastFailure() noexcept {
+    return HRESULT_FROM_WIN32(::GetLastError());
+}
+
+// The identity under which a type library is registered.
+class CLibraryAttributes {
+public:
+    explicit CLibraryAttributes(ITypeLib& library) noexcept : m_library(library) {
+        m_result = library.GetLibAttr(&m_attributes);
+    }
+    CLibraryAttributes(const CLibraryAttributes&) = delete;
+    CLibraryAttributes& operator=(const CLibraryAttributes&) = delete;
+    ~CLibraryAttributes() {
+        if (SUCCEEDED(m_result)) {
+            m_library.ReleaseTLibAttr(m_attributes);
+        }
+    }
+    HRESULT Result() const noexcept { return m_result; }
+    TLIBATTR* operator->() const noexcept { return m_attributes; }
+
+private:
+    ITypeLib& m_library;
+    TLIBATTR* m_attributes = nullptr;
+    HRESULT m_result;
+};
+
+bool IsRegistered(const CLibraryAttributes& library) noexcept {
+    BSTR path = nullptr;
+    const HRESULT hr = ::QueryPathOfRegTypeLib(library->guid, library->wMajorVerNum,
+                                               library->wMinorVerNum, library->lcid, &path);
+    ::SysFreeString(path);
+    return SUCCEEDED(hr);
+}
+
+class CModuleSetup final : public IModuleSetup {
+public:
+    IRegistry& Registry() override { return SystemRegistry(); }
+
+    HRESULT LoadScript(std::uint16_t number, std::u16string& script) override {
+        const auto module = static_cast<HMODULE>(OwnModule());
+        const HRSRC found = ::FindResourceW(module, MAKEINTRESOURCEW(number), L"REGISTRY");
+        const HGLOBAL loaded = found == nullptr ? nullptr : ::LoadResource(module, found);
+        if (loaded == nullptr) {
+            return LastFailure();
+        }
+        // Scripts are plain ASCII.
+        const auto* text = static_cast<const char*>(::LockResource(loaded));
+        script.assign(text, text + ::SizeofResource(module, found));
+        return S_OK;
+    }
+
+    HRESULT GetModulePath(std::u16string& path) override { return win32::OwnModulePath(path); }
+
+    HRESULT RegisterTypeLibrary(const std::u16string& modulePath) override {
+        CComPtr<ITypeLib> library;
+        const HRESULT hr = win32::LoadTypeLibraryOf(modulePath, library);
+        return FAILED(hr) ? hr
+                          : ::RegisterTypeLib(library.Get(),
+                                              const_cast<OLECHAR*>(win32::Wide(modulePath.c_str())),
+                                              nullptr);
+    }
+
+    // A library that is not registered is no failure.
+    HRESULT UnregisterTypeLibrary(const std::u16string& modulePath) override {
+        CComPtr<ITypeLib> library;
+        const HRESULT hr = win32::LoadTypeLibraryOf(modulePath, library);
+        if (FAILED(hr)) {
+            return hr;
+        }
+        const CLibraryAttributes attributes(*library);
+        if (FAILED(attributes.Result()) || !IsRegistered(attributes)) {
+            return attributes.Result();
+        }
+        return ::UnRegisterTypeLib(attributes->guid, attributes->wMajorVerNum,
+                                   attributes->wMinorVerNum, attributes->lcid, attributes->syskind);
+    }
+
+    LCID EnterSystemLocale() noexcept override {
+        const LCID former = ::GetThreadLocale();
+        ::SetThreadLocale(LOCALE_SYSTEM_DEFAULT);
+        return former;
+    }
+    void RestoreLocale(LCID locale) noexcept override { ::SetThreadLocale(locale); }
+};
+
+}  // namespace
+
+IModuleSetup& ModuleSetup() noexcept {
+    static CModuleSetup setup;
+    return setup;
+}
+
+}  // namespace platform

@@ -1,0 +1,18 @@
+// The type library that this module carries.
+#pragma once
+
+#include <string>
+
+#include "platform/automation.h"
+#include "platform/com_ptr.h"
+
+namespace platform::win32 {
+
+// Throw std::bad_alloc and nothing else.
+HRESULT OwnModulePath(std::u16string& path);
+
+// Loads the library out of the module, or else out of the file beside it that differs from
+// it in its extension .tlb. Registers nothing.
+HRESULT LoadTypeLibraryOf(const std::u16string& modulePath, CComPtr<ITypeLib>& library);
+
+}  // namespace platform::win32

@@ -1,0 +1,133 @@
+#!/usr/bin/env python3
+"""Finishes a type library that widl wrote: gives the fields of records their help texts,
+which widl does not take, and removes the time of the build, so that the same sources give
+the same bytes.
+
+The help texts are those that the description names as FIELD_HELP("text") in front of a
+field. Usage: finish_type_library.py DESCRIPTION COMPILED FINISHED
+"""
+
+import re
+import struct
+import sys
+
+HEADER_SIZE = 0x54
+TYPE_COUNT = 0x20  # in the header
+SEGMENTS = 15
+TYPES, NAMES, STRINGS = 0, 7, 8  # positions of segments in the directory
+# In the entry of a type, which has 0x64 bytes.
+ENTRY_SIZE, KIND, MEMBERS, COUNTS, NAME = 0x64, 0x00, 0x04, 0x18, 0x34
+RECORD_KIND = 1
+# A variable's record: what every one has, then help context and help text.
+PLAIN_VARIABLE = 0x14
+BUILD_TIME = re.compile(rb"Created by WIDL version [^\0\n]*\n\0?")
+
+
+class TypeLibrary:
+    def __init__(self, data):
+        self.data = bytearray(data)
+        if self.data[:4] != b"MSFT":
+            raise SystemExit("not a type library")
+        self.directory = HEADER_SIZE + 4 * self.read(TYPE_COUNT)
+
+    def read(self, position):
+        return struct.unpack_from("<I", self.data, position)[0]
+
+    def write(self, position, value):
+        struct.pack_into("<I", self.data, position, value)
+
+    def segment(self, number):
+        """The position of a segment's place and length in the directory."""
+        return self.directory + 16 * number
+
+    def entries(self):
+        start = self.read(self.segment(TYPES))
+        return [start + ENTRY_SIZE * i for i in range(self.read(TYPE_COUNT))]
+
+    def name_at(self, offset):
+        start = self.read(self.segment(NAMES)) + offset
+        length = self.data[start + 8]
+        return self.data[start + 12 : start + 12 + length].decode("ascii")
+
+    def insert(self, position, new):
+        """Puts bytes in front of what stands at a position, and moves every reference."""
+        self.data[position:position] = new
+        references = [self.segment(i) for i in range(SEGMENTS)]
+        moved = [r for r in references if position <= self.read(r) < 0xFFFFFFFF]
+        for reference in moved:
+            self.write(reference, self.read(reference) + len(new))
+        for entry in self.entries():
+            if self.read(entry + MEMBERS) >= position:
+                self.write(entry + MEMBERS, self.read(entry + MEMBERS) + len(new))
+
+    def add_string(self, text):
+        """Adds a text to the table of strings; returns its offset there."""
+        encoded = struct.pack("<H", len(text)) + text.encode("ascii")
+        encoded += b"W" * max(-len(encoded) % 4, 8 - len(encoded))
+        place = self.segment(STRINGS)
+        offset = self.read(place + 4)
+        self.write(place + 4, offset + len(encoded))
+        self.insert(self.read(place) + offset, encoded)
+        return offset
+
+    def set_field_help(self, record, helps):
+        """Gives the fields of one record their texts, by the fields' names."""
+        entry = next(
+            e
+            for e in self.entries()
+            if self.read(e + KIND) & 0xF == RECORD_KIND
+            and self.name_at(self.read(e + NAME)) == record
+        )
+        offsets = {field: self.add_string(text) for field, text in helps.items()}
+        count = self.read(entry + COUNTS) >> 16
+        grown = 0
+        for i in range(count):
+            members = self.read(entry + MEMBERS)
+            tables = members + 4 + self.read(members)
+            field = self.name_at(self.read(tables + 4 * (count + i)))
+            variable = self.read(tables + 4 * (2 * count + i)) + grown
+            self.write(tables + 4 * (2 * count + i), variable)
+            if field in offsets:
+                start = members + 4 + variable
+                info = self.read(start)
+                if info & 0xFFFF != PLAIN_VARIABLE:
+                    raise SystemExit(f"{record}.{field} has attributes already")
+                help_fields = struct.pack("<II", 0, offsets.pop(field))
+                self.write(start, info + len(help_fields))
+                self.write(members, self.read(members) + len(help_fields))
+                self.insert(start + PLAIN_VARIABLE, help_fields)
+                grown += len(help_fields)
+        if offsets:
+            raise SystemExit(f"{record} has no field {', '.join(offsets)}")
+
+    def remove_build_time(self):
+        found = BUILD_TIME.search(self.data)
+        if found:
+            # The text keeps its length: it is counted.
+            text = b"Created by WIDL".ljust(len(found.group()), b" ")
+            self.data[found.start() : found.end()] = text
+
+
+def helps_of(description):
+    """The help texts by record and field."""
+    helps = {}
+    for body, record in re.findall(r"struct \w+\s*\{([^}]*)\}\s*(\w+);", description):
+        fields = re.findall(r'FIELD_HELP\("([^"]*)"\)\s*\w+\s+(\w+);', body)
+        if fields:
+            helps[record] = {field: text for text, field in fields}
+    return helps
+
+
+def main(description, compiled, finished):
+    with open(compiled, "rb") as file:
+        library = TypeLibrary(file.read())
+    with open(description, encoding="ascii") as file:
+        for record, helps in helps_of(file.read()).items():
+            library.set_field_help(record, helps)
+    library.remove_build_time()
+    with open(finished, "wb") as file:
+        file.write(library.data)
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])
