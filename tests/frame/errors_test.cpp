@@ -84,14 +84,14 @@ TEST(Exceptions, FullMessages) {
 TEST(Exceptions, ComMessageTakesTheErrorInformation) {
     ::SetErrorInfo(0, nullptr);
     EXPECT_EQ(CComExc(E_FAIL).GetFullMessage(), u"COM error:  Code: 0x80004005");
-    frame::ReportError({&IID_IOibIdxLib, nullptr}, u"it broke");
+    frame::ReportError({&IID_IOibIdxLib, nullptr}, support::Ole(u"it broke"));
     const CComExc exc(u"Instance of %1", {u"x"}, E_OUTOFMEMORY);
     EXPECT_EQ(exc.GetFullMessage(), u"Instance of x\r\nCOM error: it broke Code: 0x8007000e");
     EXPECT_EQ(CComExc(E_FAIL).GetFullMessage(), u"COM error:  Code: 0x80004005");
 }
 
 TEST(Boundary, TurnsExceptionsIntoResults) {
-    const frame::CErrorSource source{&IID_IMtfMetaFile, u"A.Source"};
+    const frame::CErrorSource source{&IID_IMtfMetaFile, support::Ole(u"A.Source")};
     const struct {
         const char* label;
         HRESULT (*body)();
@@ -115,7 +115,7 @@ TEST(Boundary, TurnsExceptionsIntoResults) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.label);
-        frame::ReportError(source, u"stale");
+        frame::ReportError(source, support::Ole(u"stale"));
         std::mutex lock;
         EXPECT_EQ(frame::RunAtBoundary(source, &lock, row.body), row.hr);
         EXPECT_TRUE(lock.try_lock());

@@ -139,8 +139,7 @@ protected:
             EXPECT_EQ(array.GetFileInfo(i, &info), S_OK);
             const CBstr name(info.FileName);
             const CBstr owner(info.Owner);
-            files.push_back({std::u16string(name.Get(), ::SysStringLen(name.Get())),
-                             info.ModifyTime, info.Size,
+            files.push_back({support::WholeText(name.Get()), info.ModifyTime, info.Size,
                              std::u16string(platform::TextOf(owner.Get()))});
         }
         return files;

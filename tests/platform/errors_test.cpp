@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 #include "support/target.h"
@@ -14,6 +15,7 @@ TEST(Errors, SystemTexts) {
     const struct {
         std::uint32_t code;
         const char16_t* text;  // null: none
+        bool otherwiseOnWine = false;
     } rows[] = {
         {kSuccess, u"The operation completed successfully.\r\n"},
         {kFileNotFound, u"The system cannot find the file specified.\r\n"},
@@ -28,18 +30,21 @@ TEST(Errors, SystemTexts) {
         {35, nullptr},
         {0x00070005U, nullptr},
         {0x80020006U, nullptr},
-        {0xA0070005U, nullptr},
+        {0xA0070005U, nullptr, true},  // Wine takes any HRESULT of the facility
     };
     for (const auto& row : rows) {
+        if (row.otherwiseOnWine && support::OnWine()) {
+            continue;
+        }
         platform::SetLastError(77);
         const std::u16string text = platform::SystemMessage(row.code);
+        EXPECT_EQ(platform::GetLastError(), 77U) << row.code;
         // The words are the system's own elsewhere; that there are some is not.
         if (support::kOnLinux || row.text == nullptr) {
             EXPECT_EQ(text, row.text == nullptr ? u"" : row.text) << row.code;
         } else {
             EXPECT_TRUE(text.ends_with(u"\r\n")) << row.code;
         }
-        EXPECT_EQ(platform::GetLastError(), 77U) << row.code;
     }
 }
 
@@ -54,19 +59,37 @@ TEST(Errors, EveryNamedCodeHasAText) {
                                      kAlreadyExists,      kEnvVarNotFound,     kFilenameTooLong,
                                      kFileTooLarge,       kDirectory,          kIoDevice,
                                      kCantResolveFilename}) {
-        EXPECT_NE(platform::SystemMessage(code), u"") << code;
+        const bool knownToWine = code != kFileTooLarge;
+        if (knownToWine || !support::OnWine()) {
+            EXPECT_NE(platform::SystemMessage(code), u"") << code;
+        }
     }
 }
 
 TEST(Errors, EachThreadHasItsOwnLastError) {
-    platform::SetLastError(5);
+    // Nothing but spinning stands between the calls: starting and joining a thread are calls
+    // of the system, which may have errors of their own.
+    std::atomic<int> turn = 0;
     std::uint32_t seen = 77;
-    std::thread([&] {
+    std::thread other([&] {
+        while (turn != 1) {
+        }
         platform::SetLastError(32);
+        turn = 2;
+        while (turn != 3) {
+        }
         seen = platform::GetLastError();
-    }).join();
+    });
+    platform::SetLastError(5);
+    turn = 1;
+    while (turn != 2) {
+    }
+    const std::uint32_t own = platform::GetLastError();
+    platform::SetLastError(6);
+    turn = 3;
+    other.join();
+    EXPECT_EQ(own, 5U);
     EXPECT_EQ(seen, 32U);
-    EXPECT_EQ(platform::GetLastError(), 5U);
 }
 
 }  // namespace

@@ -32,19 +32,20 @@ TEST(Files, DispositionsAndTheirCodes) {
         std::uint32_t failure;    // 0: opens
         std::uint32_t lastError;  // after a success
         const char* content;      // of "file" afterwards
+        bool superuserMay = false;
     } rows[] = {
         {"new", u"new", kGenericWrite, kCreateNew, 0, 0, kUntouched, "old"},
         {"new on existing", u"file", kGenericWrite, kCreateNew, 0, 80, 0, "old"},
         {"new on folder", u"folder", kGenericWrite, kCreateNew, 0, 80, 0, "old"},
         {"always, missing", u"new", kGenericWrite, kCreateAlways, 0, 0, 0, "old"},
         {"always, existing", u"file", kGenericWrite, kCreateAlways, 0, 0, 183, ""},
-        {"always, read-only", u"locked", kGenericWrite, kCreateAlways, 0, 5, 0, "old"},
+        {"always, read-only", u"locked", kGenericWrite, kCreateAlways, 0, 5, 0, "old", true},
         {"always, folder", u"folder", kGenericWrite, kCreateAlways, 0, 5, 0, "old"},
         {"open always, missing", u"new", kGenericWrite, kOpenAlways, 0, 0, 0, "old"},
         {"open always, existing", u"file", kGenericWrite, kOpenAlways, 0, 0, 183, "old"},
         {"open", u"file", kGenericRead, kOpenExisting, 0, 0, kUntouched, "old"},
         {"open read-only to read", u"locked", kGenericRead, kOpenExisting, 0, 0, kUntouched, "old"},
-        {"open read-only to write", u"locked", kGenericWrite, kOpenExisting, 0, 5, 0, "old"},
+        {"open read-only to write", u"locked", kGenericWrite, kOpenExisting, 0, 5, 0, "old", true},
         {"open missing", u"new", kGenericRead, kOpenExisting, 0, 2, 0, "old"},
         {"missing folder", u"no/new", kGenericRead, kOpenExisting, 0, 3, 0, "old"},
         {"create in missing folder", u"no/new", kGenericWrite, kCreateAlways, 0, 3, 0, "old"},
@@ -59,6 +60,9 @@ TEST(Files, DispositionsAndTheirCodes) {
         {"no such disposition", u"file", kGenericRead, 9, 0, 87, 0, "old"},
     };
     for (const auto& row : rows) {
+        if (row.superuserMay && support::OnWineAsSuperuser()) {
+            continue;
+        }
         const CTempFolder folder;
         ASSERT_TRUE(support::WriteWhole(folder.Path(u"file"), "old"));
         ASSERT_TRUE(support::WriteWhole(folder.Path(u"locked"), "") &&
@@ -114,6 +118,38 @@ TEST(Files, PathsOfLinux) {
     const std::u16string stray = folder.Path() + u"/\xDCFF\xD800";
     ASSERT_TRUE(support::WriteWhole(stray, "x"));
     EXPECT_TRUE(std::filesystem::exists(folder.Native() / "\xFF\xED\xA0\x80"));
+}
+
+TEST(Files, PathsOfWindows) {
+    if (!support::kOnWindows) {
+        GTEST_SKIP() << "about paths of Windows";
+    }
+    const CTempFolder folder;
+    const std::u16string base = folder.Path();
+    const std::u16string name(200, u'n');
+    ASSERT_TRUE(support::WriteWhole(base + u"\\\x0436\xD83D\xDE00", "x"));
+    ASSERT_TRUE(CreateDirectoryW(u"\\\\?\\" + base + u"\\" + name));
+    ASSERT_TRUE(support::WriteWhole(u"\\\\?\\" + base + u"\\" + name + u"\\" + name, "x"));
+    const struct {
+        const char* label;
+        std::u16string path;
+        std::uint32_t code;
+    } rows[] = {
+        {"slash", base + u"/\x0436\xD83D\xDE00", 0},
+        {"other letter case", base + u"\\\x0416\xD83D\xDE00", 0},
+        {"other name", base + u"\\\x0437", 2},
+        {"long form", u"\\\\?\\" + base + u"\\\x0436\xD83D\xDE00", 0},
+        {"long", u"\\\\?\\" + base + u"\\" + name + u"\\" + name, 0},
+        {"no such drive", u"Q:\\a\\b", 3},
+        {"empty", u"", 3},
+        {"NUL", base + std::u16string(u"\0a", 2), 123},
+        {"wildcard", base + u"\\*", 123},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(CodeOf(support::OpenToRead(row.path)), row.code) << row.label;
+        EXPECT_EQ(CodeOf(GetFileAttributesW(row.path) != kInvalidAttributes), row.code)
+            << row.label;
+    }
 }
 
 // Random work on a file against a string that does the same.
@@ -181,9 +217,11 @@ TEST(Files, CallsRefuseWhatTheHandleDoesNotAllow) {
     std::int64_t position = kUntouched;
     const std::int64_t time = kTicksPerSecond * 86400 * 365 * 400;
     EXPECT_EQ(CodeOf(WriteFile(reader.Get(), "x", 1, count)), 5U);
-    EXPECT_EQ(CodeOf(SetEndOfFile(reader.Get())), 5U);
+    EXPECT_EQ(CodeOf(SetEndOfFile(reader.Get())), support::OnWine() ? 87U : 5U);
     EXPECT_EQ(CodeOf(FlushFileBuffers(reader.Get())), 5U);
-    EXPECT_EQ(CodeOf(SetFileTime(reader.Get(), nullptr, nullptr, &time)), 5U);
+    if (!support::OnWine()) {  // whose readers set times
+        EXPECT_EQ(CodeOf(SetFileTime(reader.Get(), nullptr, nullptr, &time)), 5U);
+    }
     EXPECT_EQ(CodeOf(SetFilePointerEx(reader.Get(), -1, &position, EMoveMethod::Begin)), 131U);
     EXPECT_EQ(CodeOf(SetFilePointerEx(reader.Get(), -5, &position, EMoveMethod::End)), 131U);
     EXPECT_EQ(position, kUntouched);
@@ -216,8 +254,10 @@ TEST(Files, TimesSetOnAnOpenFileStay) {
     const CFileHandle look(CreateFileW(path, kReadAttributes, 7, kOpenExisting, 0));
     std::int64_t creation = 0;
     ASSERT_TRUE(GetFileTime(look.Get(), &creation, &access, &write));
-    EXPECT_EQ(write, set);
-    EXPECT_LE(creation, set);
+    if (!support::OnWine()) {  // which lets writes move what was set, and keeps no creation
+        EXPECT_EQ(write, set);
+        EXPECT_LE(creation, set);
+    }
     // A time that was not set follows the writes.
     const CFileHandle file = support::OpenToWrite(path, kOpenExisting);
     ASSERT_TRUE(SetFileTime(file.Get(), nullptr, &set, nullptr) && support::Write(file, "new"));

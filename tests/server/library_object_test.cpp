@@ -10,13 +10,9 @@ namespace {
 
 using platform::CComPtr;
 using support::Bstr;
+using support::CreateLibrary;
 using support::EBinding;
-
-CComPtr<IOibIdxLib> NewLibrary() {
-    CComPtr<IOibIdxLib> library;
-    EXPECT_EQ(::CreateOibIdxLib(nullptr, &IID_IOibIdxLib, library.PutVoid()), S_OK);
-    return library;
-}
+using support::NewLibrary;
 
 // A null argument that a method checks ends it at once: nothing is reported or written.
 TEST(LibraryObject, NullArguments) {
@@ -145,9 +141,9 @@ public:
 TEST(ClassObject, Aggregation) {
     COuter outer;
     void* object = &object;
-    EXPECT_EQ(::CreateOibIdxLib(&outer, &IID_IOibIdxLib, &object), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(CreateLibrary(&outer, IID_IOibIdxLib, &object), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(object, nullptr);
-    ASSERT_EQ(::CreateOibIdxLib(&outer, &IID_IUnknown, outer.inner.PutVoid()), S_OK);
+    ASSERT_EQ(CreateLibrary(&outer, IID_IUnknown, outer.inner.PutVoid()), S_OK);
     EXPECT_EQ(outer.references, 1U);
     {
         CComPtr<IOibIdxLib> library;

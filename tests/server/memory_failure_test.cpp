@@ -102,8 +102,9 @@ TEST(MemoryFailure, EveryAllocationOfEveryCall) {
     const auto root = Bstr(u"C:");
     const auto endings = Bstr(u".txt");
     CComPtr<IOibIdxLib> library;
-    FailEveryAllocation(
-        "create", [&] { return ::CreateOibIdxLib(nullptr, &IID_IOibIdxLib, library.PutVoid()); });
+    FailEveryAllocation("create", [&] {
+        return support::CreateLibrary(nullptr, IID_IOibIdxLib, library.PutVoid());
+    });
     CComPtr<IOibDFBrowser> browser;
     FailEveryAllocation("browse", [&] { return library->BrowseOibDF(path.Get(), browser.Put()); });
     FailEveryAllocation("folders", [&] {
@@ -131,7 +132,7 @@ TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
     const auto path = Bstr(folder.Path(u"x.mtf"));
     const auto name = Bstr(u"oib1.VmName");
     CComPtr<IOibIdxLib> library;
-    ASSERT_EQ(::CreateOibIdxLib(nullptr, &IID_IOibIdxLib, library.PutVoid()), S_OK);
+    ASSERT_EQ(support::CreateLibrary(nullptr, IID_IOibIdxLib, library.PutVoid()), S_OK);
     FailEveryAllocation("meta-file", [&] {
         CComPtr<IMtfMetaFile> file;
         CComPtr<IMtfAttrsTree> tree;

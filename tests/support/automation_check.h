@@ -1,6 +1,8 @@
 // What tests ask of automation objects again and again.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstring>
 #include <string>
@@ -39,9 +41,33 @@ inline ErrorReport TakeError() {
     return report;
 }
 
+// A text as calls of the system take it.
+inline LPCOLESTR Ole(const char16_t* text) {
+    return reinterpret_cast<LPCOLESTR>(text);
+}
+
+// A library object, made by the module's class object.
+inline HRESULT CreateLibrary(IUnknown* outer, REFIID iid, void** object) {
+    platform::CComPtr<IClassFactory> factory;
+    const HRESULT hr = ::DllGetClassObject(CLSID_COibIdxLib, IID_IClassFactory, factory.PutVoid());
+    return FAILED(hr) ? hr : factory->CreateInstance(outer, iid, object);
+}
+inline platform::CComPtr<IOibIdxLib> NewLibrary() {
+    platform::CComPtr<IOibIdxLib> library;
+    EXPECT_EQ(CreateLibrary(nullptr, IID_IOibIdxLib, library.PutVoid()), S_OK);
+    return library;
+}
+
 // A string argument; an empty text is not the null string.
 inline platform::CBstr Bstr(std::u16string_view text) {
     return platform::CBstr(platform::NewBstr(text));
+}
+
+// The whole string, NULs inside included.
+inline std::u16string WholeText(BSTR text) {
+    return text == nullptr
+               ? std::u16string()
+               : std::u16string(reinterpret_cast<const char16_t*>(text), ::SysStringLen(text));
 }
 
 // ----- Early- and late-bound calls ------------------------------------------------

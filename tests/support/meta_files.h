@@ -32,7 +32,7 @@ inline std::u16string ReplaceAll(std::u16string_view text, std::u16string_view f
 class CMetaFileTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_EQ(::CreateOibIdxLib(nullptr, &IID_IOibIdxLib, m_library.PutVoid()), S_OK);
+        ASSERT_EQ(CreateLibrary(nullptr, IID_IOibIdxLib, m_library.PutVoid()), S_OK);
     }
     void TearDown() override {
         m_library = nullptr;

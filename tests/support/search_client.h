@@ -17,13 +17,6 @@ inline std::string Narrow(std::u16string_view text) {
     return frame::WideToAnsi(text);
 }
 
-// The whole string, NULs inside included.
-inline std::u16string WholeText(BSTR text) {
-    return text == nullptr
-               ? std::u16string()
-               : std::u16string(reinterpret_cast<const char16_t*>(text), ::SysStringLen(text));
-}
-
 // The results of a task, without lines. One whose time cannot be converted is empty.
 inline std::vector<FoundFile> ReadResults(EBinding binding, IOibTDFSearchTask* task) {
     INT count = -1;
@@ -66,15 +59,13 @@ inline void ExpectFailure(const CallResult& call, const SearchOutcome& expected)
 // A library object and a folder to search in.
 class SearchTest : public ::testing::Test {
 protected:
-    SearchTest() { EXPECT_EQ(::CreateOibIdxLib(nullptr, &IID_IOibIdxLib, m_lib.PutVoid()), S_OK); }
-
     std::u16string Write(std::u16string_view name, std::string_view bytes) {
         EXPECT_TRUE(WriteWhole(m_folder.Path(name), bytes));
         return m_folder.Path(name);
     }
 
     CTempFolder m_folder;
-    platform::CComPtr<IOibIdxLib> m_lib;
+    platform::CComPtr<IOibIdxLib> m_lib = NewLibrary();
 };
 
 }  // namespace support

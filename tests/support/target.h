@@ -12,4 +12,10 @@ inline constexpr bool kOnWindows = false;
 #endif
 inline constexpr bool kOnLinux = !kOnWindows;
 
+// Wine stands in for Windows where the tests are cross-built. What it is known to do
+// otherwise asks these, and says what.
+bool OnWine();
+// Wine lets the superuser change what is read-only; Windows lets nobody.
+bool OnWineAsSuperuser();
+
 }  // namespace support

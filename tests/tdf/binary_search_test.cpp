@@ -410,13 +410,13 @@ TEST(TickLimits, AgreeWithTheDates) {
     std::mt19937_64 random(1);
     for (int i = 0; i < 20'000; ++i) {
         const auto ticks = static_cast<std::int64_t>(random() % 2'650'467'744'000'000'000);
-        double near = 0;
+        double date = 0;
         ASSERT_TRUE(platform::FileTimeToDate(
-            ticks + static_cast<std::int64_t>(random() % 30'000'000) - 15'000'000, near));
+            ticks + static_cast<std::int64_t>(random() % 30'000'000) - 15'000'000, date));
         const tdf::TimeLimits limits =
-            i % 2 == 0 ? tdf::TimeLimits{near, 1e9} : tdf::TimeLimits{-1e9, near};
+            i % 2 == 0 ? tdf::TimeLimits{date, 1e9} : tdf::TimeLimits{-1e9, date};
         ASSERT_EQ(tdf::CTickLimits(limits).Rejects(ticks), limits.Rejects(tdf::DateOfTicks(ticks)))
-            << ticks << " " << near;
+            << ticks << " " << date;
     }
 }
 

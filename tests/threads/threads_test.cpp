@@ -14,12 +14,7 @@ namespace {
 
 using platform::CComPtr;
 using support::Bstr;
-
-CComPtr<IOibIdxLib> NewLibrary() {
-    CComPtr<IOibIdxLib> library;
-    EXPECT_EQ(::CreateOibIdxLib(nullptr, &IID_IOibIdxLib, library.PutVoid()), S_OK);
-    return library;
-}
+using support::NewLibrary;
 
 // Opens, lists and fails; the failure's text must be this thread's own.
 void BrowseAndFail(IOibIdxLib& library, const std::u16string& path, const std::u16string& missing) {
