@@ -164,6 +164,15 @@ private:
 
 }  // namespace
 
+SyntheticVolume WriteVolume(std::uint64_t files, const std::string& folder) {
+    try {
+        return CVolumeMaker(files).Make(folder);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bench: cannot write a volume: %s\n", error.what());
+        std::exit(2);
+    }
+}
+
 const SyntheticVolume& VolumeOf(std::uint64_t files) {
     static CBenchFolder folder;
     static std::map<std::uint64_t, SyntheticVolume> volumes;
@@ -171,12 +180,7 @@ const SyntheticVolume& VolumeOf(std::uint64_t files) {
     if (found != volumes.end()) {
         return found->second;
     }
-    try {
-        return volumes[files] = CVolumeMaker(files).Make(folder.Path() / std::to_string(files));
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "bench: cannot write a volume: %s\n", error.what());
-        std::exit(2);
-    }
+    return volumes[files] = WriteVolume(files, folder.Path() / std::to_string(files));
 }
 
 }  // namespace bench

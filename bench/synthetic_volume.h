@@ -24,8 +24,12 @@ struct SyntheticVolume {
     std::uint64_t sampleFiles = 0;
 };
 
-// Writes the volume on first use, below the system's folder for temporary files; it is
-// removed when the program ends. Exits the program when it cannot be written.
+// Writes the volume as a catalogue into a folder, which is made when missing. Exits the
+// program when it cannot be written.
+SyntheticVolume WriteVolume(std::uint64_t files, const std::string& folder);
+
+// The same on first use, below the system's folder for temporary files; it is
+// removed when the program ends.
 const SyntheticVolume& VolumeOf(std::uint64_t files);
 
 }  // namespace bench

@@ -6,6 +6,7 @@
 #   test     what the tests need on top of it
 #   windows  what the cross-build for Windows and its tests need
 #   bench    what the benchmarks need on top of it
+#   compare  the programs that bench/compare runs beside the client
 #   lint     the formatter and the static analyser
 # Does nothing, and needs no rights, when everything is installed.
 set -euo pipefail
@@ -16,6 +17,7 @@ declare -A packages=(
     [windows]="cmake ninja-build mingw-w64 g++-mingw-w64-x86-64-posix mingw-w64-tools wine
         wine64 wine64-tools libwine-dev googletest python3"
     [bench]="libbenchmark-dev libglib2.0-dev pkg-config"
+    [compare]="plocate sqlite3 ripgrep python3"
     [lint]="clang clang-format clang-tidy"
 )
 
