@@ -42,6 +42,18 @@ bool IsRegistered(const CLibraryAttributes& library) noexcept {
     return SUCCEEDED(hr);
 }
 
+HRESULT Unregister(const CLibraryAttributes& library) noexcept {
+    return ::UnRegisterTypeLib(library->guid, library->wMajorVerNum, library->wMinorVerNum,
+                               library->lcid, library->syskind);
+}
+
+// Names the module's folder as that of the help files: left out, the folder of an earlier
+// registration would stay.
+HRESULT Register(ITypeLib& library, std::u16string modulePath) {
+    std::u16string folder = modulePath.substr(0, modulePath.find_last_of(u'\\'));
+    return ::RegisterTypeLib(&library, win32::Wide(modulePath.data()), win32::Wide(folder.data()));
+}
+
 class CModuleSetup final : public IModuleSetup {
 public:
     IRegistry& Registry() override { return SystemRegistry(); }
@@ -64,16 +76,13 @@ public:
     HRESULT RegisterTypeLibrary(const std::u16string& modulePath) override {
         CComPtr<ITypeLib> library;
         const HRESULT hr = win32::LoadTypeLibraryOf(modulePath, library);
-        return FAILED(hr) ? hr
-                          : ::RegisterTypeLib(library.Get(),
-                                              const_cast<OLECHAR*>(win32::Wide(modulePath.c_str())),
-                                              nullptr);
+        return FAILED(hr) ? hr : Register(*library, modulePath);
     }
 
     // A library that is not registered is no failure.
     HRESULT UnregisterTypeLibrary(const std::u16string& modulePath) override {
         CComPtr<ITypeLib> library;
-        const HRESULT hr = win32::LoadTypeLibraryOf(modulePath, library);
+        HRESULT hr = win32::LoadTypeLibraryOf(modulePath, library);
         if (FAILED(hr)) {
             return hr;
         }
@@ -81,8 +90,14 @@ public:
         if (FAILED(attributes.Result()) || !IsRegistered(attributes)) {
             return attributes.Result();
         }
-        return ::UnRegisterTypeLib(attributes->guid, attributes->wMajorVerNum,
-                                   attributes->wMinorVerNum, attributes->lcid, attributes->syskind);
+        hr = Unregister(attributes);
+        if (FAILED(hr)) {
+            // The system reads the library that it takes away. Where the registered one has
+            // moved, this one takes its place first.
+            hr = Register(*library, modulePath);
+            hr = FAILED(hr) ? hr : Unregister(attributes);
+        }
+        return hr;
     }
 
     LCID EnterSystemLocale() noexcept override {

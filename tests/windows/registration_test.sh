@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# Registers and unregisters the module as an installer does, each twice, and compares what
+# that changes in the registry with what it should.
+#
+# Usage: registration_test.sh MODULE ENTRIES    (ENTRIES: what a registration adds)
+set -euo pipefail
+export LC_ALL=C
+
+module=$1 entries=$2
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+[[ -s $module && -s $entries ]]
+
+# Everything that classes have in the registry: a line for each key and each value, without
+# the copy that Wine keeps for 32-bit programs.
+snapshot() {
+    local file=$folder/exported.reg
+    timeout 60 wine reg export HKCR "$(winepath -w "$file")" /y >/dev/null
+    iconv -f UTF-16 -t UTF-8 "$file" | tr -d '\r' | awk '
+        /^\[/ { key = $0; print key; next }
+        key != "" && NF { print key " " $0 }' | sed '/Wow6432Node/d' | sort
+}
+
+# expect STEP FILE PATH: what has changed since the start must be what the file says, with
+# the module's path (as the system sees it) and its folder written as signs.
+expect() {
+    local path=${3//\\/\\\\}
+    snapshot >"$folder/now"
+    { diff "$folder/start" "$folder/now" || true; } | sed -n '/^[<>]/p' |
+        path=$path folder=${path%\\\\*} awk '
+            function replace(line, text, sign,    at) {
+                while ((at = index(line, text)) > 0) {
+                    line = substr(line, 1, at - 1) sign substr(line, at + length(text))
+                }
+                return line
+            }
+            { print replace(replace($0, ENVIRON["path"], "MODULE"), ENVIRON["folder"], "FOLDER") }' \
+            >"$folder/found"
+    diff --label "expected" --label "found $1" -u "$2" "$folder/found" || exit 1
+}
+
+register() { timeout 120 wine regsvr32 /s "$@" || { echo "regsvr32 $*: $?"; exit 1; }; }
+
+odd="$folder/it's a module.dll"
+cp "$module" "$odd"
+odd=$(winepath -w "$odd")
+real=$(winepath -w "$module")
+: >"$folder/nothing"
+
+register "$real"
+register /u "$real"
+snapshot >"$folder/start"
+(($(grep -cF '[HKEY_CLASSES_ROOT\CLSID' "$folder/start") > 100)) || { echo "no snapshot"; exit 1; }
+
+register "$odd"
+expect "with a quote and blanks in the path" "$entries" "$odd"
+rm "$folder/it's a module.dll"
+register "$real"
+expect "after another path" "$entries" "$real"
+register "$real"
+expect "after registering twice" "$entries" "$real"
+register /u "$real"
+expect "after unregistering" "$folder/nothing" "$real"
+register /u "$real"
+expect "after unregistering twice" "$folder/nothing" "$real"
+
+# A module that has moved takes its registration under the old path back.
+cp "$module" "$folder/it's a module.dll"
+register "$odd"
+rm "$folder/it's a module.dll"
+register /u "$real"
+expect "after unregistering under another path" "$folder/nothing" "$real"
+
+# What is not there cannot be registered.
+if timeout 60 wine regsvr32 /s "$folder/none.dll"; then
+    echo "regsvr32 takes a missing module"
+    exit 1
+fi
