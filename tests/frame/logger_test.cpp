@@ -10,6 +10,7 @@
 #include "frame/log_writers.h"
 #include "platform/times.h"
 #include "support/port_files.h"
+#include "support/target.h"
 #include "support/temp_folder.h"
 
 namespace frame {
@@ -64,7 +65,7 @@ TEST_F(LoggerTest, WritesLevelsAndLines) {
          {std::string("Warning  ") + kBlanks + "w", std::string("Warning  ") + kBlanks,
           std::string("Warning  ") + kBlanks + "x"}},
         {4, u"cr\r alone\r", {std::string("Error  ") + kBlanks + "cr\r alone\r"}},
-        {5, u"\u0416", {info + "\xD0\x96"}},
+        {5, u"\u0416", {info + (support::kOnLinux ? "\xD0\x96" : WideToAnsi(u"\u0416"))}},
         {6, u"no word", {std::string("  ") + kBlanks + "no word"}},
         {1, u"", {}},
     };

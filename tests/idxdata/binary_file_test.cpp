@@ -9,6 +9,7 @@
 #include "frame/errors.h"
 #include "support/meta_file_model.h"
 #include "support/port_files.h"
+#include "support/target.h"
 #include "support/temp_folder.h"
 
 namespace idxdata {
@@ -71,7 +72,7 @@ TEST_F(BinaryFileTest, FailuresInTheirWords) {
         {[&] { reader->Write("yz", 2); }, u"Failed to write [2] bytes to the file [%1].", m_path,
          5},
         {[&] { reader->SetSize(7); }, u"Cannot set the new physical size 7 of the file [%1].",
-         m_path, 5},
+         m_path, support::OnWine() ? 6U : 5U},
         {[&] { reader->Seek(before); },
          u"Unable to seek to the position 18446744073709551615 of the file [%1]", m_path, 131},
         {[&] { reader->Flush(); }, u"Cannot bring the file [%1] to the disk.", m_path, 5},
@@ -131,7 +132,9 @@ TEST_F(BinaryFileTest, TimesAndAttributes) {
     file->SetTimes(nullptr, nullptr, &kWanted);
     file->Write("x", 1);
     file->GetTimes(nullptr, nullptr, &time);
-    EXPECT_EQ(time, kWanted);
+    if (support::KeepsSetTimes()) {
+        EXPECT_EQ(time, kWanted);
+    }
     CBinaryFile::SetTimesOf(m_folder.Path(), nullptr, nullptr, &kWanted);
     CBinaryFile::GetTimesOf(m_folder.Path(), nullptr, nullptr, &time);
     EXPECT_EQ(time, kWanted) << "of a folder";

@@ -15,6 +15,7 @@
 #include "frame/errors.h"
 #include "mtf/attrs_tree.h"
 #include "mtf/meta_file.h"
+#include "support/target.h"
 
 namespace support {
 
@@ -44,7 +45,8 @@ std::u16string MessageOf(Action&& action) {
 // A folder for many small files whose way to a disk need not be waited for.
 inline std::filesystem::path QuickFolder() {
     const std::filesystem::path memory = "/dev/shm";
-    return std::filesystem::exists(memory) ? memory : std::filesystem::temp_directory_path();
+    return kOnLinux && std::filesystem::exists(memory) ? memory
+                                                       : std::filesystem::temp_directory_path();
 }
 
 // What a tree holds, in its own order: subtrees as "[name", "]", attributes as "name=value".

@@ -17,5 +17,9 @@ inline constexpr bool kOnLinux = !kOnWindows;
 bool OnWine();
 // Wine lets the superuser change what is read-only; Windows lets nobody.
 bool OnWineAsSuperuser();
+// Wine lets later writes move the times that were set on an open file.
+inline bool KeepsSetTimes() {
+    return !OnWine();
+}
 
 }  // namespace support
