@@ -121,6 +121,9 @@ TEST_F(BinarySearch, FindsWhatTheCriteriaName) {
         {"star", {.pattern = u"*.t?t", .serverRule = true}, {u"Report.txt", u"a.TXT", u"b.txt"}},
         {"stars only", {.pattern = u"**"}, all},
         {"any two", {.pattern = u"??????????????"}, {u"annual_report.doc"}},
+        {"from its start, then anywhere", {.pattern = u"annual*doc"}, {u"annual_report.doc"}},
+        {"not from its middle, whatever follows", {.pattern = u"report*doc"}, {}},
+        {"nor when what follows is rarer", {.pattern = u"l*doc"}, {}},
         {"two tokens", {.pattern = u"*a*t"}, {u"annual_report.doc", u"a.TXT", u"late"}},
         {"domain\\name", {.owner = u"corp\\jsmith"}, {u"annual_report.doc"}},
         {"name@domain", {.owner = u"JSMITH@Corp"}, {u"annual_report.doc"}},
@@ -129,6 +132,7 @@ TEST_F(BinarySearch, FindsWhatTheCriteriaName) {
         {"empty domain", {.owner = u"\\jsmith"}, {u"late"}},
         {"dotted name", {.owner = u"a.b"}, {}},
         {"dotted name with its domain", {.owner = u"x\\a.b"}, {u""}},
+        {"neither domain nor name", {.owner = u"\\"}, {}},
         {"unknown owner", {.owner = u"unkn0"}, {}},
         {"id", {.owner = u"s-2"}, {}},
         {"volume", {.root = u"c:"}, all},
@@ -222,6 +226,35 @@ TEST_F(BinarySearch, LoadsWhatTheSummaryNames) {
     WriteSummary(u"\uFEFF");
     ASSERT_EQ(Load(task).hr, S_OK);
     EXPECT_EQ(Find(task.Get(), {}).hr, S_OK);
+}
+
+// Many units beyond ASCII are told apart only where the names lie; surrogates without their
+// other halves are among them.
+TEST_F(BinarySearch, TellsEveryUnitFromTheOthers) {
+    Volume volume;
+    volume.dirs = {{u"", 0}};
+    for (char32_t unit = 0x80; unit <= 0xFFFF; ++unit) {
+        volume.files.push_back({u"a" + std::u16string(1, static_cast<char16_t>(unit)), 0, 0, 0,
+                                static_cast<std::int64_t>(unit)});
+    }
+    SetVolumes({volume.Bytes()});
+    for (const char16_t unit : {u'\x80', u'\u00C9', u'\u0416', u'\xD800', u'\xDFFF', u'\xFFFF'}) {
+        for (const Criteria& criteria :
+             {Criteria{.pattern = std::u16string(1, unit)},
+              Criteria{.pattern = u"a*" + std::u16string(1, unit)},
+              Criteria{.pattern = u"?" + std::u16string(1, unit), .size = {{0, kMost}}}}) {
+            SCOPED_TRACE(support::Narrow(*criteria.pattern));
+            CComPtr<IOibBDFSearchTask> task;
+            ASSERT_EQ(Load(task).hr, S_OK);
+            ASSERT_EQ(Find(task.Get(), criteria).hr, S_OK);
+            ASSERT_EQ(Find(task.Get(), {}).hr, S_OK);
+            const auto found = support::ReadResults(EBinding::Early, task.Get());
+            ASSERT_EQ(found.size(), 2U);
+            for (const FoundFile& file : found) {
+                EXPECT_TRUE(file.name == std::u16string(u"C:\\a") + unit && file.size == unit);
+            }
+        }
+    }
 }
 
 TEST_F(BinarySearch, OneTaskGathersCriteriaAndResults) {

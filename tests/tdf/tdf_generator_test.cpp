@@ -348,6 +348,8 @@ TEST_F(TdfGeneratorTest, NamesCannotLeaveTheFolder) {
         {u"C", u"D", u"a:stream", true},
         {u"C", u"D", u"a\nb", true},
         {u"C", u"D", u"what?", true},
+        {u"C", u"D", std::u16string(u"a\0b", 3), true},
+        {u"C", u"", u"/etc/x", true},
         {u"C", u"..", u"..", false},
         {u"C", u"", u"only", false},
         {u"../V", u"D", u"x", true},

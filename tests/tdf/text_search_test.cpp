@@ -100,6 +100,8 @@ TEST_F(TextSearch, FindsWhatTheCriteriaName) {
         {"name", {.pattern = u"*.txt"}, {0, 1, 2, 4}},
         {"name from its start", {.pattern = u"readme"}, {0, 1}},
         {"not from its middle", {.pattern = u"eadme"}, {}},
+        {"from its start, then anywhere", {.pattern = u"r*txt"}, {0, 1}},
+        {"not from its middle, whatever follows", {.pattern = u"e*txt"}, {}},
         {"letters beyond ASCII are exact", {.pattern = u"\u00E9"}, {}},
         {"folder", {.root = u"c:\\USERS\\"}, {0, 2, 3}},
         {"folder without an end", {.root = u"C:\\Users"}, {0, 1, 2, 3}},
@@ -129,6 +131,39 @@ TEST_F(TextSearch, FindsWhatTheCriteriaName) {
             EXPECT_TRUE(support::ReadResults(binding, task.Get()) == support::AsResults(expected));
         }
         Check(file, row.criteria);
+    }
+}
+
+TEST_F(TextSearch, TakesNumbersAndNamesAtTheirEnds) {
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+    constexpr double kFirstDay = -657434;
+    constexpr double kLastSecond = 2958465 + 86399. / 86400;
+    const struct {
+        std::u16string moment, sizeText, path;
+        double time;
+        std::int64_t size;
+    } rows[] = {
+        {u"01/01/0100 00:00:00", u"-9223372036854775808", u"C:\\a", kFirstDay, kLeast},
+        {u"12/31/9999 23:59:59", u"9223372036854775807", u"C:\\a", kLastSecond, kMost},
+        {u"01/01/0100 00:00:00", u"-9223372036854775809", u"C:\\a", kFirstDay, kLeast},
+        {u"12/31/9999 23:59:59", u"99999999999999999999", u"C:\\a", kLastSecond, kMost},
+        {u"01/15/2013 09:05:07", u"", u"C:\\a", kFirstTime, 0},
+        {u"01/15/2013 09:05:07", u" +7x", u"C:\\\xD800\\\xDC00_a", kFirstTime, 7},
+    };
+    for (const auto& row : rows) {
+        const std::u16string line = row.moment + u", " + row.sizeText + u", " + row.path;
+        SCOPED_TRACE(support::Narrow(line));
+        const std::u16string file = Write(u"t.txt", TextFile({line}));
+        const FoundFile expected{u"", row.path, row.time, row.size, u""};
+        CComPtr<IOibTDFSearchTask> task;
+        for (const std::u16string pattern : {u"", u"*a", u"\xDC00"}) {
+            Check(file, {.pattern = pattern,
+                         .time = {{row.time, row.time}},
+                         .size = {{row.size, row.size}}});
+        }
+        ASSERT_EQ(Task(file, {}, task).hr, S_OK);
+        EXPECT_TRUE(support::ReadResults(EBinding::Early, task.Get()) == std::vector{expected});
     }
 }
 
@@ -177,6 +212,8 @@ TEST_F(TextSearch, ReportsLinesThatDoNotParse) {
          u"Cannot convert system time to variant time while parsing string: [%1]."},
         {"hour 24", u"01/15/2013 24:05:07, 1, C:\\a",
          u"Cannot convert system time to variant time while parsing string: [%1]."},
+        {"year 99", u"01/15/0099 09:05:07, 1, C:\\a",
+         u"Cannot convert system time to variant time while parsing string: [%1]."},
         {"negative year", u"01/15/-013 09:05:07, 1, C:\\a",
          u"Cannot convert system time to variant time while parsing string: [%1]."},
         {"no comma", u"01/15/2013 09:05:07, 1 C:\\a",
@@ -192,9 +229,10 @@ TEST_F(TextSearch, ReportsLinesThatDoNotParse) {
         const auto call = Task(file, {.pattern = u"*.nothing"}, task);
         EXPECT_EQ(call.hr, E_FAIL);
         const std::u16string message = frame::FormatText(row.message, {row.line});
-        EXPECT_TRUE(call.error.description.starts_with(
-            u"Instance of the CCoOibTDFSearchTask() cannot be initialized.\r\n" + message))
-            << support::Narrow(call.error.description);
+        EXPECT_EQ(
+            support::Narrow(call.error.description),
+            support::Narrow(u"Instance of the CCoOibTDFSearchTask() cannot be initialized.\r\n" +
+                            message));
         // A root that the line is not below lets it pass.
         EXPECT_EQ(Task(file, {.root = u"c:\\users"}, task).hr, S_OK);
         Check(file, {});
@@ -204,6 +242,7 @@ TEST_F(TextSearch, ReportsLinesThatDoNotParse) {
         const auto expected = support::ModelTextSearch(file, {.root = u"q:\\"});
         EXPECT_EQ(expected.clues.back(), u" line 2 ");
         Check(file, {.root = u"q:\\"});
+        Check(file, {.pattern = u"*.nothing"});
     }
     Check(m_folder.Path(u"missing.txt"), {});
 }

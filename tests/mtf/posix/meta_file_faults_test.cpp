@@ -7,10 +7,10 @@
 #include <functional>
 #include <random>
 
-#include "disk_faults.h"
 #include "frame/conversions.h"
 #include "mtf/opened_meta_file.h"
 #include "support/child_process.h"
+#include "support/disk_faults.h"
 #include "support/meta_file_model.h"
 #include "support/port_files.h"
 #include "support/temp_folder.h"

@@ -1,5 +1,6 @@
 // Faults in the file-system calls of the program that includes this: it takes the place of
-// the C library's calls. For one source file of a program, and for its one thread.
+// the C library's calls. For one source file of a program, and for its one thread; for
+// Linux.
 #pragma once
 
 #include <fcntl.h>
@@ -33,6 +34,7 @@ struct DiskFaults {
     int calls = 0;
     EFault fault = EFault::FailOnce;
     bool failNextWrite = false;
+    bool isDelayed = false;  // closing and setting times count as well
     std::map<std::pair<dev_t, ino_t>, std::pair<int, off_t>> unsynced;  // descriptor, from where
     std::vector<std::pair<std::string, std::string>> unsyncedMoves;     // source, target
 
@@ -45,6 +47,7 @@ struct DiskFaults {
     int Disarm() {
         step = 0;
         failNextWrite = false;
+        isDelayed = false;
         return calls;
     }
 
@@ -186,6 +189,27 @@ int fsync(int descriptor) {
     }
     support::g_diskFaults.Synced(descriptor);
     return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
+
+// What fails when a file is closed is the writing that was put off.
+int close(int descriptor) {
+    if (support::g_diskFaults.isDelayed && support::g_diskFaults.Fails(ENOSPC)) {
+        struct stat info {};
+        if (::fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode)) {
+            ::syscall(SYS_ftruncate, descriptor, info.st_size / 4 * 2);  // not if it only reads
+        }
+        ::syscall(SYS_close, descriptor);
+        errno = ENOSPC;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_close, descriptor));
+}
+
+int futimens(int descriptor, const timespec* times) noexcept {
+    if (support::g_diskFaults.isDelayed && support::g_diskFaults.Fails(EIO)) {
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_utimensat, descriptor, nullptr, times, 0));
 }
 
 int rename(const char* source, const char* target) noexcept {
