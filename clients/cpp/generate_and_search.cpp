@@ -43,8 +43,9 @@ void Print(IOibTDFSearchTask* found) {
     for (INT i = 0; i < count; ++i) {
         SearchResult file = {};
         Check(found->GetResult(i, &file));
+        // A text data file names no owners; its results have a null string there.
         std::printf("%12lld  %ls  (%ls)\n", static_cast<long long>(file.Size), file.FileFullName,
-                    file.Owner);
+                    file.Owner == nullptr ? L"" : file.Owner);
         ::SysFreeString(file.FileFullName);
         ::SysFreeString(file.Owner);
     }

@@ -85,6 +85,29 @@ struct InterfaceTable {
     std::span<const MethodDesc> methods;  // in slot order
 };
 
+// ----- Reading a table ----------------------------------------------------------
+
+// How a variant holds a value of the type.
+VARTYPE VariantTypeOf(EValueType type) noexcept;
+
+// The first of the interface's own and inherited methods for which `matches` holds; null
+// when there is none.
+template <class Predicate>
+const MethodDesc* FindMethodIf(const InterfaceTable& table, Predicate matches) {
+    for (const InterfaceTable* part = &table; part != nullptr; part = part->base) {
+        for (const MethodDesc& method : part->methods) {
+            if (matches(method)) {
+                return &method;
+            }
+        }
+    }
+    return nullptr;
+}
+const MethodDesc* FindMethod(const InterfaceTable& table, DISPID id) noexcept;
+
+// Whether the arguments of a call can be looked at.
+bool IsWellFormed(const DISPPARAMS* params) noexcept;
+
 // ----- Writing a table ----------------------------------------------------------
 
 struct ParamName {

@@ -86,9 +86,9 @@ void WriteResults(IOibTDFSearchTask& task, const fs::path& path) {
 }
 
 void Search(IOibIdxLib& library, const fs::path& folder) {
-    const CText name(u"*a");
+    const CText pattern(u"*a");
     SearchSpec criteria = {};
-    criteria.FileNamePattern = name;
+    criteria.FileNamePattern = pattern;
     IOibBDFSearchTask* task = nullptr;
     Check(library.FindInOibBDF(PathText(folder / "catalogue"), &task), "loading the catalogue");
     Check(task->Find(&criteria), "a search of the catalogue");
@@ -96,10 +96,11 @@ void Search(IOibIdxLib& library, const fs::path& folder) {
     task->Release();
     for (const auto& entry : fs::directory_iterator(folder / "text")) {
         IOibTDFSearchTask* lines = nullptr;
-        if (entry.path().filename().string().starts_with("vl.")) {
+        const std::u16string name = entry.path().filename().u16string();
+        if (name.starts_with(u"vl.")) {
             Check(library.FindInOibTDF2(PathText(entry.path()), &criteria, &lines),
                   "a text search");
-            WriteResults(*lines, folder / ("found." + entry.path().filename().string()));
+            WriteResults(*lines, folder / (u"found." + name));
             lines->Release();
         }
     }

@@ -77,14 +77,14 @@ session.Close
 
 ' A publication.
 Set meta = library.CreateMetaFile(folder & "publication.mtf", 2)
-meta.SetAttr "Publication.LocalTime", "x"
+meta.SetAttr "Publication.UTCTime", "01/15/2013 09:05:07"
 meta.SetAttr "cmd.7.Type", "AddBSession"
 meta.SetAttr "cmd.7.JobName", "Nightly"
 meta.SetAttr "cmd.3.Type", "Other"
 meta.FlushChanges
 meta.Close
 Set order = library.LoadPublicationOrderingInfo(folder & "publication.mtf")
-Expect "an order", TypeName(order.PubUtcTime), "String"
+Expect "the time of a publication", order.PubUtcTime, "01/15/2013 09:05:07"
 Set reader = Nothing
 library.LoadPublication folder & "publication.mtf", reader
 Expect "commands", reader.CmdCount, 2
@@ -101,7 +101,7 @@ description = Err.Description
 On Error Goto 0
 Expect "number of the failure", Hex(number), "80070002"
 Expect "source of the failure", source, "ZorelOibIdxLib.COibIdxLib.5"
-Expect "its text names the file", InStr(description, "missing.dat") > 0, True
+Expect "its outermost context", InStr(description, "Instance of the CCoOibDFBrowser() "), 1
 On Error Resume Next
 library.ParseOibTDFName "x", Empty, Empty
 number = Err.Number

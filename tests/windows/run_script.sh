@@ -2,21 +2,25 @@
 # Runs a script under the script host and looks for the line that it ends with: the host
 # tells of failures neither by text nor by its exit code.
 #
-# Usage: run_script.sh SENTINEL SCRIPT [ARGUMENT...]     (paths of this system)
+# Usage: run_script.sh SENTINEL SCRIPT [ARGUMENT...]
+# Arguments are paths of this system; FOLDER stands for an empty folder made for the run.
 set -euo pipefail
 sentinel=$1
 script=$2
 shift 2
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
 arguments=()
 for argument in "$@"; do
-    case $argument in
-        /*) arguments+=("$(winepath -w "$argument")") ;;
-        *) arguments+=("$argument") ;;
-    esac
+    if [[ $argument == FOLDER ]]; then
+        arguments+=("$(winepath -w "$folder")\\")
+    else
+        arguments+=("$(winepath -w "$argument")")
+    fi
 done
 # The host takes a path that begins with a slash for a switch.
 cd "$(dirname "$script")"
-output=$(timeout 120 wine cscript.exe //nologo "$(basename "$script")" "${arguments[@]}" |
-    tr -d '\r')
+output=$(timeout 120 wine cscript.exe //nologo "$(basename "$script")" "${arguments[@]}" \
+    </dev/null 2>/dev/null | tr -d '\r')
 printf '%s\n' "$output"
 grep -qxF -- "$sentinel" <<<"$output"

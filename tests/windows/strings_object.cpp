@@ -2,6 +2,9 @@
 // so this one tells what stands in it. A module of its own: regsvr32 registers the class
 // "ZorelOibIdxTest.Strings", whose method Joined(list, separator) gives one string.
 #include <windows.h>
+// Order matters: the automation headers build on windows.h.
+#include <objbase.h>
+#include <oleauto.h>
 
 #include <atomic>
 #include <cwchar>

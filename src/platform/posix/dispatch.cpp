@@ -8,19 +8,6 @@ namespace platform {
 
 namespace {
 
-// Looks through an interface's own methods and those that it inherits.
-template <class Predicate>
-const MethodDesc* FindMethod(const InterfaceTable& table, Predicate matches) {
-    for (const InterfaceTable* part = &table; part != nullptr; part = part->base) {
-        for (const MethodDesc& method : part->methods) {
-            if (matches(method)) {
-                return &method;
-            }
-        }
-    }
-    return nullptr;
-}
-
 DISPID FindParam(const MethodDesc& method, LPCOLESTR name) {
     for (std::size_t i = 0; i < method.paramCount; ++i) {
         if (detail::EqualNames(method.params[i].name, name)) {
@@ -28,12 +15,6 @@ DISPID FindParam(const MethodDesc& method, LPCOLESTR name) {
         }
     }
     return DISPID_UNKNOWN;
-}
-
-bool IsWellFormed(const DISPPARAMS* params) {
-    return params != nullptr && params->cNamedArgs <= params->cArgs &&
-           (params->cArgs == 0 || params->rgvarg != nullptr) &&
-           (params->cNamedArgs == 0 || params->rgdispidNamedArgs != nullptr);
 }
 
 // Moves the thread's error information into `exception`; without one it stays where it is.
@@ -85,7 +66,7 @@ HRESULT DispatchGetIDsOfNames(const InterfaceTable& table, REFIID reserved, LPOL
     for (UINT i = 0; i < count; ++i) {
         ids[i] = DISPID_UNKNOWN;
         if (names[i] != nullptr && i == 0) {
-            method = FindMethod(table, [&](const MethodDesc& candidate) {
+            method = FindMethodIf(table, [&](const MethodDesc& candidate) {
                 return detail::EqualNames(candidate.name, names[0]);
             });
             ids[0] = method == nullptr ? DISPID_UNKNOWN : method->id;
@@ -107,8 +88,7 @@ HRESULT DispatchInvoke(const InterfaceTable& table, IDispatch* self, DISPID id, 
         return E_INVALIDARG;
     }
     VariantInit(result);
-    const MethodDesc* method =
-        FindMethod(table, [&](const MethodDesc& candidate) { return candidate.id == id; });
+    const MethodDesc* method = FindMethod(table, id);
     if (method == nullptr || (flags & method->invokeKind) == 0) {
         return DISP_E_MEMBERNOTFOUND;
     }

@@ -6,9 +6,6 @@
 
 namespace platform::detail {
 
-// The VARIANT type that carries a value of `type`.
-VARTYPE VariantTypeOf(EValueType type) noexcept;
-
 // A view of `given` without VT_BYREF; it owns nothing and lives as long as `given`'s
 // content. DISP_E_TYPEMISMATCH where a reference leads nowhere.
 HRESULT Dereference(const VARIANT& given, VARIANT& view) noexcept;

@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "platform/com_ptr.h"
+#include "platform/win32/out_variables.h"
 #include "platform/win32/type_library.h"
 
 namespace platform {
@@ -45,12 +46,6 @@ HRESULT FindTypeInfo(const InterfaceTable& table, CComPtr<ITypeInfo>& info) {
     }
     info = kept;
     return hr;
-}
-
-bool IsWellFormed(const DISPPARAMS* params) noexcept {
-    return params != nullptr && params->cNamedArgs <= params->cArgs &&
-           (params->cArgs == 0 || params->rgvarg != nullptr) &&
-           (params->cNamedArgs == 0 || params->rgdispidNamedArgs != nullptr);
 }
 
 }  // namespace
@@ -106,8 +101,10 @@ HRESULT DispatchInvoke(const InterfaceTable& table, IDispatch* self, DISPID id, 
     }
     UINT ignored = 0;
     ::SetErrorInfo(0, nullptr);
-    return ::DispInvoke(self, info.Get(), id, flags, params, result, exception,
-                        badArgument == nullptr ? &ignored : badArgument);
+    win32::COutVariables variables(FindMethod(table, id), *params);
+    const HRESULT called = ::DispInvoke(self, info.Get(), id, flags, variables.Params(), result,
+                                        exception, badArgument == nullptr ? &ignored : badArgument);
+    return FAILED(called) ? called : variables.Deliver();
 }
 
 }  // namespace platform

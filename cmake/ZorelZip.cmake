@@ -1,0 +1,22 @@
+# The archive for Windows users, made by `cpack` in the build folder: the module, its type
+# library, the headers, samples and a text that explains them. It is unpacked anywhere.
+
+set(zip_files
+  $<TARGET_FILE:ZorelOibIdxComLib>
+  ${PROJECT_BINARY_DIR}/generated/ZorelOibIdxLib.tlb)
+install(FILES ${zip_files} DESTINATION . COMPONENT zip)
+install(FILES include/ZorelAutomation.h include/ZorelOibIdxLib.h include/ZorelText.h
+  DESTINATION include COMPONENT zip)
+install(FILES doc/windows.md DESTINATION . RENAME README.md COMPONENT zip)
+install(FILES doc/interface.md DESTINATION . COMPONENT zip)
+install(DIRECTORY clients/vbscript clients/jscript clients/powershell clients/cpp clients/python
+  DESTINATION samples COMPONENT zip PATTERN __pycache__ EXCLUDE)
+
+set(CPACK_GENERATOR ZIP)
+set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL zip)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_ARCHIVE_ZIP_FILE_NAME ZorelOibIdxLib-${PROJECT_VERSION}-win64)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)

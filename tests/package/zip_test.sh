@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# Builds the archive for Windows users, looks into it, unpacks it into a folder with a blank,
+# registers the module from there, runs a sample, and unregisters it again.
+#
+# Usage: zip_test.sh CPACK BUILD-FOLDER VERSION EXAMPLE-CATALOGUE
+set -euo pipefail
+
+cpack=$1 build=$2 version=$3 example=$4
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+fail() {
+    echo "$*"
+    exit 1
+}
+
+echo "-- build"
+(cd "$build" && "$cpack" -B "$folder/package") >"$folder/log" 2>&1 || fail "$(cat "$folder/log")"
+archive=$folder/package/ZorelOibIdxLib-$version-win64.zip
+[[ -f $archive ]] || fail "no such archive: $archive; $(ls "$folder/package")"
+
+echo "-- contents"
+mkdir "$folder/un packed"
+cd "$folder/un packed"
+cmake -E tar xf "$archive"
+# All may lie in one folder named like the archive.
+[[ ! -d ZorelOibIdxLib-$version-win64 ]] || cd "ZorelOibIdxLib-$version-win64"
+for file in ZorelOibIdxComLib.dll ZorelOibIdxLib.tlb README.md interface.md \
+    include/ZorelOibIdxLib.h include/ZorelAutomation.h include/ZorelText.h \
+    samples/vbscript/catalogue.vbs samples/jscript/catalogue.js samples/powershell/browse.ps1 \
+    samples/cpp/generate_and_search.cpp samples/python/example.py; do
+    [[ -s $file ]] || fail "not in the archive: $file"
+done
+if find . | grep -E '__pycache__|gtest|gmock|_test|\.a$|\.exe$'; then
+    fail "these files do not belong into the archive"
+fi
+
+echo "-- use"
+wine regsvr32 /s "$(winepath -w "$PWD/ZorelOibIdxComLib.dll")" </dev/null >/dev/null 2>&1 ||
+    fail "the module does not register"
+cp "$example" "$folder/C.dat"
+for sample in samples/vbscript/catalogue.vbs samples/jscript/catalogue.js; do
+    rm -f "$folder/notes.mtf"
+    cd "$(dirname "$sample")"
+    timeout 120 wine cscript.exe //nologo "$(basename "$sample")" \
+        "$(winepath -w "$folder/C.dat")" 'C:\docs' "$(winepath -w "$folder/notes.mtf")" \
+        >"$folder/raw" 2>/dev/null </dev/null || fail "$sample fails: $? $(cat "$folder/raw")"
+    tr -d '\r' <"$folder/raw" >"$folder/output"
+    diff "$folder/output" - <<'OUTPUT' || fail "$sample tells something else"
+1 files, 1234 bytes
+Documents.Count = 1
+OUTPUT
+    [[ -s $folder/notes.mtf ]] || fail "$sample leaves no meta-file"
+    cd - >/dev/null
+done
+
+echo "-- removal"
+wine regsvr32 /s /u "$(winepath -w "$PWD/ZorelOibIdxComLib.dll")" </dev/null >/dev/null 2>&1 ||
+    fail "the module does not unregister"
+if wine reg query 'HKCR\ZorelOibIdxLib.COibIdxLib' </dev/null >/dev/null 2>&1; then
+    fail "the class is still registered"
+fi

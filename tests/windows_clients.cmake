@@ -1,0 +1,41 @@
+# Clients of the registered Windows module, run under Wine. Every test registers what it
+# needs itself; the lock keeps the tests that change the registry apart.
+
+add_library(strings_object SHARED windows/strings_object.cpp)
+set_target_properties(strings_object PROPERTIES PREFIX "")
+target_link_libraries(strings_object PRIVATE zorel_options)
+
+add_executable(generate_and_search ${PROJECT_SOURCE_DIR}/clients/cpp/generate_and_search.cpp)
+target_include_directories(generate_and_search PRIVATE ${PROJECT_SOURCE_DIR}/include)
+target_link_libraries(generate_and_search PRIVATE zorel_options)
+target_link_options(generate_and_search PRIVATE -municode)
+
+# zorel_client_test(NAME COMMAND...)
+function(zorel_client_test name)
+  add_test(NAME clients/${name} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/windows/registered.sh
+    $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:strings_object> ${ARGN})
+  set_tests_properties(clients/${name} PROPERTIES
+    TIMEOUT 300 LABELS clients RESOURCE_LOCK wine_registry)
+  zorel_under_wine(clients/${name})
+endfunction()
+
+set(run_script ${CMAKE_CURRENT_SOURCE_DIR}/windows/run_script.sh)
+set(example ${CMAKE_CURRENT_SOURCE_DIR}/data/example.dat)
+zorel_client_test(vbscript ${run_script} "client.vbs: all steps passed"
+  ${CMAKE_CURRENT_SOURCE_DIR}/windows/client.vbs FOLDER ${example})
+zorel_client_test(jscript ${run_script} "client.js: all steps passed"
+  ${CMAKE_CURRENT_SOURCE_DIR}/windows/client.js FOLDER ${example})
+zorel_client_test(cpp ${CMAKE_CURRENT_SOURCE_DIR}/windows/cpp_client_test.sh
+  $<TARGET_FILE:generate_and_search> ${example})
+
+# The same files on both systems: the build of this one comes from the preset "release".
+set(ZOREL_WRITE_FILES ${PROJECT_SOURCE_DIR}/build/release/tests/write_files CACHE FILEPATH
+    "The program write_files of this system")
+zorel_client_test(same_files ${CMAKE_CURRENT_SOURCE_DIR}/same_files/same_files_test.sh
+  ${ZOREL_WRITE_FILES} $<TARGET_FILE:write_files>)
+
+add_test(NAME package/zip COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/package/zip_test.sh
+  ${CMAKE_CPACK_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_VERSION} ${example})
+set_tests_properties(package/zip PROPERTIES
+  TIMEOUT 300 LABELS package RESOURCE_LOCK wine_registry)
+zorel_under_wine(package/zip)
