@@ -1,8 +1,13 @@
 #include <sys/stat.h>
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
 
 #include "ZorelText.h"
 #include "client/library.h"
@@ -17,24 +22,41 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Written {
-    std::uint64_t files = 0;
+struct TextFile {
+    std::pair<std::int64_t, std::int64_t> changed;  // last change of any kind
     std::uint64_t bytes = 0;
 };
+using TextFiles = std::map<std::string, TextFile>;
 
-// The text data files in `folder` that carry the time given to this run's.
-Written CountWritten(const fs::path& folder, std::uint64_t ticks) {
-    constexpr std::uint64_t kUnixEpochTicks = 116'444'736'000'000'000;
-    const auto seconds =
-        static_cast<std::int64_t>(ticks - kUnixEpochTicks) / std::int64_t{10'000'000};
-    Written written;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+// The text data files in a folder; none when it cannot be read.
+TextFiles TextFilesIn(const fs::path& folder) {
+    TextFiles files;
+    std::error_code ignored;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored)) {
         struct stat status {};
         const std::string name = entry.path().filename().string();
-        if (name.starts_with("vl.") && stat(entry.path().c_str(), &status) == 0 &&
-            status.st_mtime == seconds) {
+        if (name.starts_with("vl.") && stat(entry.path().c_str(), &status) == 0) {
+            files[name] = {{status.st_ctim.tv_sec, status.st_ctim.tv_nsec},
+                           static_cast<std::uint64_t>(status.st_size)};
+        }
+    }
+    return files;
+}
+
+struct Written {
+    std::int64_t files = 0;
+    std::int64_t bytes = 0;
+};
+
+// The times that files carry are given to them, so only the system's own mark tells which
+// ones are of this run.
+Written CountWritten(const TextFiles& before, const TextFiles& after) {
+    Written written;
+    for (const auto& [name, file] : after) {
+        const auto earlier = before.find(name);
+        if (earlier == before.end() || earlier->second.changed != file.changed) {
             ++written.files;
-            written.bytes += static_cast<std::uint64_t>(status.st_size);
+            written.bytes += static_cast<std::int64_t>(file.bytes);
         }
     }
     return written;
@@ -69,11 +91,12 @@ public:
     EExitCode Run(COutput& output) override {
         const std::uint64_t ticks = TicksOf(ParseTime(m_time.value_or("0s"), "--time"));
         const fs::path folder = fs::absolute(m_output);
+        const TextFiles before = TextFilesIn(folder);
         const auto start = std::chrono::steady_clock::now();
         Generate(folder.string(), ticks);
         const double seconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        Report(output, CountWritten(folder, ticks), seconds);
+        Report(output, CountWritten(before, TextFilesIn(folder)), seconds);
         return kExitOk;
     }
 
@@ -92,12 +115,11 @@ private:
     }
 
     void Report(COutput& output, const Written& written, double seconds) const {
-        const auto bytes = static_cast<std::int64_t>(written.bytes);
         if (m_isJson) {
             CJsonObject object;
             object.Add("output", std::string_view(m_output));
-            object.AddNumber("files", static_cast<std::int64_t>(written.files));
-            object.AddNumber("bytes", bytes);
+            object.AddNumber("files", written.files);
+            object.AddNumber("bytes", written.bytes);
             object.AddNumber("milliseconds", static_cast<std::int64_t>(seconds * 1e3));
             output.Write(object.Line());
             return;
@@ -105,8 +127,8 @@ private:
         char time[32];
         static_cast<void>(std::snprintf(time, sizeof time, "%.2f", seconds));
         output.Write("Output     " + m_output + "\nTexts      " + std::to_string(written.files) +
-                     "\nSize       " + std::to_string(bytes) + " bytes (" + HumanSize(bytes) +
-                     ")\nTime       " + time + " s\n");
+                     "\nSize       " + std::to_string(written.bytes) + " bytes (" +
+                     HumanSize(written.bytes) + ")\nTime       " + time + " s\n");
     }
 
     std::string m_summary;

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <limits>
+#include <optional>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
@@ -332,6 +333,39 @@ TEST_F(TdfGeneratorTest, RefusesEveryShortenedFile) {
     m_settings.outpFolder = m_folder.Path(u"new/out/more");
     EXPECT_EQ(Generate().text, "The specified size is out of the buffer boundary.");
     EXPECT_TRUE(std::filesystem::is_empty(m_folder.Native(u"new/out/more")));
+}
+
+TEST_F(TdfGeneratorTest, RefusesADamagedListAndKeepsWhatWasWritten) {
+    const Volume volume = support::SmallVolume();
+    WriteVolume(volume.Bytes());
+    const std::string list = frame::WideToAnsi(m_settings.binIndexFile);
+    const std::string loading =
+        "Cannot create or load meta-file \"" + list + "\". Open mode: EMtfLoad\r\n";
+    const struct {
+        std::optional<std::string> bytes;
+        std::string expected;
+        TdfFiles written;
+    } rows[] = {
+        {std::nullopt, loading + "File \"" + list + "\" does not exist.", {}},
+        {"\xFF\xFEV",
+         loading + "Parsing of the meta-file \"" + list +
+             "\" has been failed.\r\nUnicode meta-file \"" + list +
+             "\" contains non-unicode lines.",
+         {}},
+        {"=x", "The specified attribute's path () is invalid.", {}},
+        {"Volume.C=c.dat\r\nVolume.D=d.dat",
+         "Cannot open file CFileReader::Open\r\nWin32 error:The system cannot find the file "
+         "specified.\r\n Code: 2",
+         Expected(volume)},
+    };
+    for (const auto& row : rows) {
+        std::filesystem::remove(m_folder.Native(u"list.mtf"));
+        if (row.bytes) {
+            ASSERT_TRUE(support::WriteWhole(m_settings.binIndexFile, *row.bytes));
+        }
+        EXPECT_EQ(Generate().text, row.expected);
+        ExpectSame(ReadOutput(), row.written);
+    }
 }
 
 TEST_F(TdfGeneratorTest, NamesCannotLeaveTheFolder) {

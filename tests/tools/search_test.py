@@ -165,6 +165,16 @@ class Generation(SearchTest):
                                r"Size       62 bytes \(62\)" "\nTime       [0-9.]+ s\n$")
         self.assertTrue(before - 1 <= os.stat(self.text_names()[0]).st_mtime <= after + 1)
 
+    def test_only_the_files_of_this_run_are_counted(self):
+        self.make("a")
+        self.make("b")
+        self.scan()
+        for arguments, files in (["--records=1"], 2), ([], 1), (["--records=1"], 2):
+            told = self.generate("--time=2013-01-15", *arguments)
+            self.assertEqual(told["files"], files)
+            self.assertEqual(told["bytes"], 120 + 2 * files)
+        self.assertEqual(len(self.text_names()), 2)
+
     def test_fingerprints_meet_those_of_key_lines(self):
         for path, elements, wanted in [
                 ("C:\\Users\\john", 3, "0hac906abf43d5"), ("C:\\Users\\john", 2, "0hac906abf"),
