@@ -19,3 +19,15 @@ add_test(NAME windows/registration
           $<TARGET_FILE:ZorelOibIdxComLib> ${CMAKE_CURRENT_SOURCE_DIR}/windows/registered.txt)
 set_tests_properties(windows/registration PROPERTIES TIMEOUT 120 RESOURCE_LOCK wine_registry)
 zorel_under_wine(windows/registration)
+
+# Clients in C++ of the module that the system finds.
+add_executable(module_tests windows/module_test.cpp support/target.cpp)
+target_include_directories(module_tests PRIVATE ${PROJECT_SOURCE_DIR}/src
+                                                ${PROJECT_SOURCE_DIR}/include)
+target_compile_definitions(module_tests PRIVATE
+  ZOREL_MODULE="$<TARGET_FILE:ZorelOibIdxComLib>" ZOREL_VERSION="${PROJECT_VERSION}"
+  ZOREL_EXAMPLE="${CMAKE_CURRENT_SOURCE_DIR}/data/example.dat")
+target_link_libraries(module_tests PRIVATE zorel_test_support GTest::gtest_main)
+add_dependencies(module_tests ZorelOibIdxComLib)
+zorel_gtest(module_tests windows/module windows)
+set_tests_properties(windows/module PROPERTIES RESOURCE_LOCK wine_registry)

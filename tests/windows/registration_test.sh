@@ -47,6 +47,9 @@ odd=$(winepath -w "$odd")
 real=$(winepath -w "$module")
 : >"$folder/nothing"
 
+# Nothing of earlier runs counts.
+timeout 60 wine reg delete 'HKCR\TypeLib\{b61b642b-ea60-4c62-918f-26f54f0f815d}' /f \
+    >/dev/null 2>&1 || true
 register "$real"
 register /u "$real"
 snapshot >"$folder/start"
