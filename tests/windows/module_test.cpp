@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "ZorelOibIdxLib.h"
 #include "platform/com_ptr.h"
@@ -99,27 +101,42 @@ bool IsLoadedStill() {
     return ::GetModuleHandleW(kModule) != nullptr;
 }
 
-// Calls IsWildcardMatch by name.
-HRESULT MatchByName(IDispatch* library, const wchar_t* line, const wchar_t* pattern,
-                    VARIANT& result, EXCEPINFO* exception) {
-    wchar_t method[] = L"iswildcardMATCH";
-    LPOLESTR name = method;
+// A variant of the test's own.
+struct CValue : VARIANT {
+    CValue() : VARIANT{} {}
+    explicit CValue(const wchar_t* text) : CValue() {
+        vt = VT_BSTR;
+        bstrVal = ::SysAllocString(text);
+    }
+    explicit CValue(bool value) : CValue() {
+        vt = VT_BOOL;
+        boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
+    }
+    explicit CValue(LONG value) : CValue() {
+        vt = VT_I4;
+        lVal = value;
+    }
+    CValue(const CValue&) = delete;
+    CValue& operator=(const CValue&) = delete;
+    ~CValue() { ::VariantClear(this); }
+};
+
+// Calls a method or reads a property by its name.
+template <class... Arguments>
+HRESULT CallByName(IDispatch* object, std::wstring name, VARIANT& result, EXCEPINFO* exception,
+                   const Arguments&... arguments) {
+    LPOLESTR names = name.data();
     DISPID id = DISPID_UNKNOWN;
-    const HRESULT hr = library->GetIDsOfNames(IID_NULL, &name, 1, 0, &id);
+    const HRESULT hr = object->GetIDsOfNames(IID_NULL, &names, 1, 0, &id);
     if (FAILED(hr)) {
         return hr;
     }
-    VARIANT arguments[2] = {};
-    arguments[0].vt = VT_BSTR;
-    arguments[0].bstrVal = ::SysAllocString(pattern);
-    arguments[1].vt = VT_BSTR;
-    arguments[1].bstrVal = ::SysAllocString(line);
-    DISPPARAMS params = {arguments, nullptr, 2, 0};
-    const HRESULT called =
-        library->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, &params, &result, exception, nullptr);
-    ::VariantClear(&arguments[0]);
-    ::VariantClear(&arguments[1]);
-    return called;
+    // The last argument first.
+    std::vector<VARIANT> list = {static_cast<const VARIANT&>(arguments)...};
+    std::reverse(list.begin(), list.end());
+    DISPPARAMS params = {list.data(), nullptr, static_cast<UINT>(list.size()), 0};
+    return object->Invoke(id, IID_NULL, 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, &params, &result,
+                          exception, nullptr);
 }
 
 class WindowsModule : public ::testing::Test {
@@ -282,12 +299,16 @@ TEST_F(WindowsModule, ServesTheMultithreadedApartment) {
 // ask for a version of the type library that is not registered.
 TEST_F(WindowsModule, IsCalledByName) {
     const auto library = NewLibrary();
-    VARIANT result = {};
-    EXPECT_EQ(MatchByName(library.Get(), L"C:\\a.txt", L"*.TXT", result, nullptr), S_OK);
+    CValue result;
+    EXPECT_EQ(CallByName(library.Get(), L"iswildcardMATCH", result, nullptr, CValue(L"C:\\a.txt"),
+                         CValue(L"*.TXT")),
+              S_OK);
     EXPECT_EQ(result.vt, VT_BOOL);
     EXPECT_EQ(result.boolVal, VARIANT_TRUE);
     EXCEPINFO exception = {};
-    EXPECT_EQ(MatchByName(library.Get(), L"a.txt", L"*", result, &exception), DISP_E_EXCEPTION);
+    EXPECT_EQ(CallByName(library.Get(), L"IsWildcardMatch", result, &exception, CValue(L"a.txt"),
+                         CValue(L"*")),
+              DISP_E_EXCEPTION);
     EXPECT_EQ(exception.scode, E_FAIL);
     EXPECT_STREQ(exception.bstrSource, L"ZorelOibIdxLib.COibIdxLib.5");
     EXPECT_NE(::SysStringLen(exception.bstrDescription), 0U);
@@ -306,6 +327,57 @@ TEST_F(WindowsModule, IsCalledByName) {
     EXPECT_EQ(id, 0x60020007);
 }
 
+TEST_F(WindowsModule, GivesObjectsArraysAndNumbersByName) {
+    const auto library = NewLibrary();
+    CValue browser;
+    ASSERT_EQ(CallByName(library.Get(), L"BrowseOibDF", browser, nullptr,
+                         CValue(Wide(ZOREL_EXAMPLE).c_str())),
+              S_OK);
+    ASSERT_EQ(browser.vt, VT_DISPATCH);
+    CValue folders;
+    ASSERT_EQ(CallByName(browser.pdispVal, L"GetFolders", folders, nullptr, CValue(L"C:")), S_OK);
+    ASSERT_EQ(folders.vt, VT_ARRAY | VT_BSTR);
+    LONG position = 0;
+    BSTR folder = nullptr;
+    EXPECT_EQ(::SafeArrayGetElement(folders.parray, &position, &folder), S_OK);
+    EXPECT_STREQ(folder, L"docs");
+    ::SysFreeString(folder);
+    CValue files;
+    ASSERT_EQ(CallByName(browser.pdispVal, L"GetFilesEx", files, nullptr, CValue(L"C:"),
+                         CValue(true), CValue(L".txt")),
+              S_OK);
+    ASSERT_EQ(files.vt, VT_DISPATCH);
+    CValue count;
+    EXPECT_EQ(CallByName(files.pdispVal, L"FilesCount", count, nullptr), S_OK);
+    EXPECT_EQ(count.vt, VT_UI4);
+    EXPECT_EQ(count.ulVal, 1U);
+    CValue size;
+    EXPECT_EQ(CallByName(files.pdispVal, L"TotalSize", size, nullptr), S_OK);
+    EXPECT_EQ(size.vt, VT_UI8);
+    EXPECT_EQ(size.ullVal, 1234U);
+    CValue file;
+    const HRESULT hr = CallByName(files.pdispVal, L"GetFileInfo", file, nullptr, CValue(LONG{0}));
+    if (support::OnWine()) {
+        EXPECT_EQ(hr, E_NOTIMPL) << "Wine gives no records to callers by name";
+    } else {
+        ASSERT_EQ(hr, S_OK);
+        ASSERT_EQ(file.vt, VT_RECORD);
+        EXPECT_EQ(static_cast<OibFileInfo*>(file.pvRecord)->Size, 1234);
+    }
+    // A number and a text are taken for each other; what does not fit is refused.
+    CValue text;
+    EXPECT_EQ(CallByName(library.Get(), L"ConvetrPathToCrcStr", text, nullptr, CValue(L"C:\\a"),
+                         CValue(L"1")),
+              S_OK);
+    EXPECT_EQ(text.vt, VT_BSTR);
+    EXPECT_EQ(CallByName(library.Get(), L"ConvetrPathToCrcStr", text, nullptr, CValue(L"C:\\a"),
+                         CValue(L"one")),
+              DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(CallByName(library.Get(), L"ConvetrPathToCrcStr", text, nullptr, CValue(L"C:\\a")),
+              DISP_E_BADPARAMCOUNT);
+    EXPECT_EQ(CallByName(library.Get(), L"ConvertPathToCrcStr", text, nullptr), DISP_E_UNKNOWNNAME);
+}
+
 // Late binding needs no registration.
 TEST_F(WindowsModule, IsCalledByNameWithoutRegistration) {
     EXPECT_EQ(CLoadedModule().CallExport("DllUnregisterServer"), S_OK);
@@ -322,8 +394,10 @@ TEST_F(WindowsModule, IsCalledByNameWithoutRegistration) {
     ASSERT_EQ(getClassObject(CLSID_COibIdxLib, IID_IClassFactory, factory.PutVoid()), S_OK);
     CComPtr<IDispatch> library;
     ASSERT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, library.PutVoid()), S_OK);
-    VARIANT result = {};
-    EXPECT_EQ(MatchByName(library.Get(), L"C:\\a.txt", L"*.TXT", result, nullptr), S_OK);
+    CValue result;
+    EXPECT_EQ(CallByName(library.Get(), L"iswildcardMATCH", result, nullptr, CValue(L"C:\\a.txt"),
+                         CValue(L"*.TXT")),
+              S_OK);
     EXPECT_EQ(result.boolVal, VARIANT_TRUE);
 }
 
