@@ -37,6 +37,7 @@ public:
             client::Check(task->Find(&criteria), m_catalogue);
         }
         CSearchOutput results(output, m_isJson, m_isCount);
+        results.KeepVolume(m_filters.Volume());
         results.Add(*task.operator->(), m_catalogue);
         return results.Finish();
     }

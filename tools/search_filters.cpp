@@ -143,6 +143,11 @@ void CSearchFilters::Declare(CLI::App& app) {
                  "A pattern without stars must fit at the start of the name");
 }
 
+std::optional<char16_t> CSearchFilters::Volume() const {
+    const std::u16string root = Root(u"");
+    return m_under && IsVolume(root) ? std::optional(root[0]) : std::nullopt;
+}
+
 std::u16string CSearchFilters::Root(std::u16string_view volume) const {
     if (!m_under) {
         return {};

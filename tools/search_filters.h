@@ -30,6 +30,8 @@ public:
 
     bool HasOwner() const { return m_owner.has_value(); }
     const std::optional<std::string>& Endings() const { return m_endings; }
+    // The volume that the folder is written with.
+    std::optional<char16_t> Volume() const;
 
     // The record for a search of a catalogue. It points into this object.
     SearchSpec& ForCatalogue();

@@ -36,6 +36,9 @@ void CSearchOutput::KeepEndings(const std::optional<std::string>& endings) {
 }
 
 bool CSearchOutput::IsKept(std::u16string_view path) const {
+    if (m_volume && Folded(std::u16string(path.substr(0, 1))) != Folded({*m_volume})) {
+        return false;
+    }
     const std::u16string_view name = path.substr(path.rfind(u'\\') + 1);
     return !m_endings || std::any_of(m_endings->begin(), m_endings->end(), [&](const auto& ending) {
         return name.size() > ending.size() && name.ends_with(ending);
@@ -45,7 +48,7 @@ bool CSearchOutput::IsKept(std::u16string_view path) const {
 void CSearchOutput::Add(IOibTDFSearchTask& task, const std::string& subject) {
     INT count = 0;
     client::Check(task.get_ResultsCount(&count), subject);
-    if (m_isCount && !m_endings) {
+    if (m_isCount && !m_endings && !m_volume) {
         m_found += static_cast<std::uint64_t>(count);
         return;
     }

@@ -22,6 +22,9 @@ public:
     // of the catalogue search: the list in lower case, the name as it stands, and an ending
     // that holds blanks loses as many units at its end.
     void KeepEndings(const std::optional<std::string>& endings);
+    // Keeps only files of this volume. The catalogue search takes a folder with any volume
+    // for one of all volumes.
+    void KeepVolume(std::optional<char16_t> volume) { m_volume = volume; }
     // `subject` names what was searched, for errors.
     void Add(IOibTDFSearchTask& task, const std::string& subject);
     // kExitNothingFound when there was no result.
@@ -35,6 +38,7 @@ private:
     bool m_isJson;
     bool m_isCount;
     std::optional<std::vector<std::u16string>> m_endings;
+    std::optional<char16_t> m_volume;
     std::uint64_t m_found = 0;
 };
 

@@ -313,11 +313,18 @@ class Searches(SearchTest):
             pass
         objects("scan", other, "-o", self.catalogue, "--volume", "D", "--json")
         self.generate()
+        paths = ["C:\\Folder0\\ten", "D:\\Folder0\\ten.d"]
         for command, places in (("find", [self.catalogue]), ("find-text", self.text_names())):
-            for filters in (["--under=/folder0"], ["--under", "Folder0/"], []):
-                found = objects(command, *places, "--name=ten*", *filters, "--json")
-                self.assertEqual([f["path"] for f in found],
-                                 ["C:\\Folder0\\ten", "D:\\Folder0\\ten.d"], command)
+            for filters, wanted in [
+                    (["--under=/folder0"], paths), (["--under", "Folder0/"], paths), ([], paths),
+                    (["--under=c:/folder0"], paths[:1]), (["--under=D:\\Folder0"], paths[1:]),
+                    (["--under=d:"], paths[1:]), (["--under=E:"], [])]:
+                with self.subTest(command=command, filters=filters):
+                    arguments = [command, *places, "--name=ten*", *filters]
+                    found = objects(*arguments, "--json", code=0 if wanted else 1)
+                    self.assertEqual([f["path"] for f in found], wanted)
+                    self.assertEqual(answer(*arguments, "--count", code=0 if wanted else 1),
+                                     b"%d\n" % len(wanted))
 
 
 class Failures(SearchTest):
