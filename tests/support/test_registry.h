@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,11 +58,11 @@ public:
     }
 
 private:
-    void DeleteAll() { m_system.DeleteTree({platform::ERegistryRoot::CurrentUser, kPlace}); }
+    void DeleteAll() { m_system.DeleteTree({platform::ERegistryRoot::CurrentUser, Place()}); }
     bool Refuses() { return m_callsLeft == 0 || (m_callsLeft > 0 && m_callsLeft-- == 0); }
 
     static platform::RegistryKey Moved(const platform::RegistryKey& key) {
-        std::u16string path = std::u16string(kPlace) + u"\\root";
+        std::u16string path = Place() + u"\\root";
         path += static_cast<char16_t>(u'0' + static_cast<int>(key.root));
         path += key.path.empty() ? u"" : u"\\" + key.path;
         return {platform::ERegistryRoot::CurrentUser, path};
@@ -95,7 +96,14 @@ private:
         }
     }
 
-    static constexpr const char16_t* kPlace = u"Software\\ZorelOibIdxLibTests";
+    // A key of this process's own: test programs run side by side.
+    static const std::u16string& Place() {
+        static const std::u16string place = [] {
+            const std::string number = std::to_string(std::random_device()());
+            return u"Software\\ZorelOibIdxLibTests" + std::u16string(number.begin(), number.end());
+        }();
+        return place;
+    }
 
     platform::IRegistry& m_system = platform::SystemRegistry();
     int m_callsLeft = -1;  // -1: never refuses
