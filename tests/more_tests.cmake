@@ -85,7 +85,7 @@ endif()
 if(NOT WIN32 AND TARGET oibidx AND NOT ZOREL_SANITIZE)
   add_test(NAME clients/interface_document
     COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/clients/interface_doc_test.py
-            ${PROJECT_SOURCE_DIR} $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx>
+            $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx>
             ${CMAKE_CXX_COMPILER})
   set_tests_properties(clients/interface_document PROPERTIES TIMEOUT 120 LABELS clients)
 endif()
@@ -106,3 +106,7 @@ if(NOT ZOREL_SANITIZE)
     target_link_libraries(write_files PRIVATE ZorelOibIdxComLib)
   endif()
 endif()
+
+# The README shows the script that is run as a sample.
+add_test(NAME clients/readme_sample COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/clients/readme_test.sh
+  ${PROJECT_SOURCE_DIR})

@@ -28,11 +28,14 @@ zorel_client_test(jscript ${run_script} "client.js: all steps passed"
 zorel_client_test(cpp ${CMAKE_CURRENT_SOURCE_DIR}/windows/cpp_client_test.sh
   $<TARGET_FILE:generate_and_search> ${example})
 
-# The same files on both systems: the build of this one comes from the preset "release".
-set(ZOREL_WRITE_FILES ${PROJECT_SOURCE_DIR}/build/release/tests/write_files CACHE FILEPATH
-    "The program write_files of this system")
+# What needs this system's build as well; it comes from the preset "release".
+set(ZOREL_NATIVE_BUILD ${PROJECT_SOURCE_DIR}/build/release CACHE PATH
+    "The build for this system, with write_files and oibidx")
 zorel_client_test(same_files ${CMAKE_CURRENT_SOURCE_DIR}/same_files/same_files_test.sh
-  ${ZOREL_WRITE_FILES} $<TARGET_FILE:write_files>)
+  ${ZOREL_NATIVE_BUILD}/tests/write_files $<TARGET_FILE:write_files>)
+find_package(Python3 3.11 REQUIRED COMPONENTS Interpreter)
+zorel_client_test(interface_document ${Python3_EXECUTABLE}
+  ${CMAKE_CURRENT_SOURCE_DIR}/clients/interface_vbscript_test.py ${ZOREL_NATIVE_BUILD}/tools/oibidx)
 
 add_test(NAME package/zip COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/package/zip_test.sh
   ${CMAKE_CPACK_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_VERSION} ${example})
