@@ -123,7 +123,7 @@ TEST(MemoryFailure, EveryAllocationOfEveryCall) {
 // One file that is a meta-file, a backup session and a publication.
 TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
     const support::CTempFolder folder;
-    std::ofstream(folder.Native(u"x.mtf"))
+    std::ofstream(folder.Native(u"x.mtf"), std::ios::binary)
         << "oib1.VmName=a name longer than what a string holds in place\r\n"
            "oib1.OibUID=0e8d7c6b-5a49-4382-9170-6f5e4d3c2b1a\r\n"
            "Publication.LocalTime=the time of the publication\r\n"

@@ -232,20 +232,26 @@ TEST_F(MetaFileObjects, NothingFound) {
         const HRESULT answer = b == EBinding::Early ? S_FALSE : S_OK;
         BSTR value = path.Get();
         IMtfAttrsTree* found = tree.Get();
-        const auto expectNull = [&](const CallResult& result, const void* out) {
+        const auto expectNull = [&](const CallResult& result, bool isNull) {
             EXPECT_EQ(result.hr, answer);
-            EXPECT_EQ(out, nullptr);
+            EXPECT_TRUE(isNull);
             value = path.Get();
             found = tree.Get();
         };
+        // A returned null string arrives as an empty one on Wine.
+        const auto isNull = [&](BSTR text) {
+            const bool emptied = support::OnWine() && b == EBinding::Late;
+            const CBstr owned(text == path.Get() ? nullptr : text);
+            return text == nullptr || (emptied && ::SysStringLen(text) == 0);
+        };
         auto result = Call<&IMtfMetaFile::FindAttr>(b, file.Get(), path.Get(), &value);
-        expectNull(result, value);
+        expectNull(result, isNull(value));
         result = Call<&IMtfAttrsTree::FindAttr>(b, tree.Get(), path.Get(), &value);
-        expectNull(result, value);
+        expectNull(result, isNull(value));
         result = Call<&IMtfMetaFile::FindAttrsTree>(b, file.Get(), path.Get(), &found);
-        expectNull(result, found);
+        expectNull(result, found == nullptr);
         result = Call<&IMtfAttrsTree::FindSubtree>(b, tree.Get(), path.Get(), &found);
-        expectNull(result, found);
+        expectNull(result, found == nullptr);
         EXPECT_EQ(Call<&IMtfMetaFile::DelAttr>(b, file.Get(), path.Get()).hr, S_OK);
         EXPECT_EQ(Call<&IMtfMetaFile::DelAttrsTree>(b, file.Get(), path.Get()).hr, S_OK);
         EXPECT_EQ(Call<&IMtfAttrsTree::DelAttr>(b, tree.Get(), path.Get()).hr, S_OK);

@@ -15,6 +15,7 @@
 #include "platform/bstr.h"
 #include "platform/com_ptr.h"
 #include "platform/variant.h"
+#include "support/target.h"
 
 namespace support {
 
@@ -103,11 +104,34 @@ inline void ToVariant(const GUID& value, VARIANT& out) {
     out.bstrVal = platform::NewBstr(frame::GuidToString(value, true));
 }
 
-// An output is received in a variant of its own; a null pointer is passed on as one.
+template <class T>
+constexpr VARTYPE OutputType() {
+    if constexpr (std::is_same_v<T, BSTR>) {
+        return VT_BSTR;
+    } else if constexpr (std::is_same_v<T, SAFEARRAY*>) {
+        return VT_ARRAY | VT_BSTR;
+    } else if constexpr (std::is_pointer_v<T>) {
+        return VT_DISPATCH;
+    } else if constexpr (std::is_same_v<T, VARIANT_BOOL>) {
+        return VT_BOOL;
+    } else if constexpr (sizeof(T) == 8) {
+        return VT_UI8;
+    } else {
+        return std::is_signed_v<T> ? VT_I4 : VT_UI4;
+    }
+}
+
+// A null pointer is passed on as one. On Linux an output is received in a variant of its
+// own; Windows stores only into what has the parameter's type.
 template <class T>
 void ToVariant(T* out, VARIANT& argument, VARIANT& received) {
-    argument.vt = VT_BYREF | VT_VARIANT;
-    argument.pvarVal = out == nullptr ? nullptr : &received;
+    if constexpr (kOnWindows) {
+        argument.vt = static_cast<VARTYPE>(VT_BYREF | OutputType<T>());
+        argument.byref = out;
+    } else {
+        argument.vt = VT_BYREF | VT_VARIANT;
+        argument.pvarVal = out == nullptr ? nullptr : &received;
+    }
 }
 
 template <class T>
@@ -125,6 +149,10 @@ void FromVariant(VARIANT& received, T* out) {
         received.vt = VT_EMPTY;
     }
 }
+
+// A record or a GUID, or a pointer to one. Wine does not take them through IDispatch.
+template <class T>
+constexpr bool kIsRecord = std::is_class_v<std::remove_pointer_t<T>>;
 
 template <class T>
 constexpr bool kIsOutput = std::is_pointer_v<T> && !std::is_same_v<T, BSTR>;
@@ -218,16 +246,30 @@ CallResult CallLate(Interface* object, std::index_sequence<kIndex...>, Params...
     UINT badArgument = 0;
     const HRESULT hr = object->Invoke(id, IID_NULL, 0, method->invokeKind, &params, result,
                                       &exception, &badArgument);
-    (late.Fetch(kIndex, args), ...);
+    if (kOnLinux || SUCCEEDED(hr)) {  // a failed call of Windows has no return value
+        (late.Fetch(kIndex, args), ...);
+    }
     return ResultOf(hr, exception);
+}
+
+template <class T>
+bool IsNullOutput([[maybe_unused]] T value) {
+    if constexpr (kIsOutput<T>) {
+        return value == nullptr;
+    }
+    return false;
 }
 
 template <auto kMethod, class Interface, class... Params>
 CallResult CallTyped(EBinding binding, Interface* object,
                      HRESULT (STDMETHODCALLTYPE Interface::*)(Params...),
                      std::type_identity_t<Params>... args) {
-    if (binding == EBinding::Late) {
-        return CallLate<kMethod>(object, std::index_sequence_for<Params...>(), args...);
+    // The return value of a late-bound call has its place on Windows.
+    const bool passesNull = (IsNullOutput(args) || ...);
+    if constexpr (kOnLinux || !(kIsRecord<Params> || ...)) {
+        if (binding == EBinding::Late && (kOnLinux || !passesNull)) {
+            return CallLate<kMethod>(object, std::index_sequence_for<Params...>(), args...);
+        }
     }
     const HRESULT hr = (object->*kMethod)(args...);
     return {hr, TakeError()};
@@ -235,7 +277,8 @@ CallResult CallTyped(EBinding binding, Interface* object,
 
 }  // namespace detail
 
-// Calls a method of the library, as in
+// Calls a method of the library, on Windows early bound when it has records or GUIDs or when
+// an output is null, as in
 //   Call<&IMtfMetaFile::FindAttr>(EBinding::Late, file.Get(), path.Get(), value.Put())
 template <auto kMethod, class Interface, class... Args>
 CallResult Call(EBinding binding, Interface* object, Args... args) {
