@@ -1,7 +1,7 @@
 # Tests of the Windows module as the system sees it.
 
-target_compile_definitions(server_tests PRIVATE
-  ZOREL_TYPE_LIBRARY="${PROJECT_BINARY_DIR}/generated/ZorelOibIdxLib.tlb")
+set(type_library ${PROJECT_BINARY_DIR}/generated/ZorelOibIdxLib.tlb)
+target_compile_definitions(server_tests PRIVATE ZOREL_TYPE_LIBRARY="${type_library}")
 
 # What the module shows and needs.
 set(objdump x86_64-w64-mingw32-objdump)
@@ -16,7 +16,8 @@ add_test(NAME windows/exports_self_check
 # What registering it writes. The lock keeps the tests that change the registry apart.
 add_test(NAME windows/registration
   COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/windows/registration_test.sh
-          $<TARGET_FILE:ZorelOibIdxComLib> ${CMAKE_CURRENT_SOURCE_DIR}/windows/registered.txt)
+          $<TARGET_FILE:ZorelOibIdxComLib> ${type_library}
+          ${CMAKE_CURRENT_SOURCE_DIR}/windows/registered.txt)
 set_tests_properties(windows/registration PROPERTIES TIMEOUT 120 RESOURCE_LOCK wine_registry)
 zorel_under_wine(windows/registration)
 
@@ -26,6 +27,7 @@ target_include_directories(module_tests PRIVATE ${PROJECT_SOURCE_DIR}/src
                                                 ${PROJECT_SOURCE_DIR}/include)
 target_compile_definitions(module_tests PRIVATE
   ZOREL_MODULE="$<TARGET_FILE:ZorelOibIdxComLib>" ZOREL_VERSION="${PROJECT_VERSION}"
+  ZOREL_TYPE_LIBRARY="${type_library}"
   ZOREL_EXAMPLE="${CMAKE_CURRENT_SOURCE_DIR}/data/example.dat")
 target_link_libraries(module_tests PRIVATE zorel_test_support GTest::gtest_main)
 add_dependencies(module_tests ZorelOibIdxComLib)

@@ -4,7 +4,9 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -12,6 +14,7 @@
 #include "ZorelOibIdxLib.h"
 #include "platform/com_ptr.h"
 #include "support/target.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -295,8 +298,7 @@ TEST_F(WindowsModule, ServesTheMultithreadedApartment) {
     });
 }
 
-// By name, with the failure's number, source and description. The interfaces of meta-files
-// ask for a version of the type library that is not registered.
+// By name, with the failure's number, source and description.
 TEST_F(WindowsModule, IsCalledByName) {
     const auto library = NewLibrary();
     CValue result;
@@ -376,6 +378,53 @@ TEST_F(WindowsModule, GivesObjectsArraysAndNumbersByName) {
     EXPECT_EQ(CallByName(library.Get(), L"ConvetrPathToCrcStr", text, nullptr, CValue(L"C:\\a")),
               DISP_E_BADPARAMCOUNT);
     EXPECT_EQ(CallByName(library.Get(), L"ConvertPathToCrcStr", text, nullptr), DISP_E_UNKNOWNNAME);
+}
+
+// The version of the type library that describes an interface.
+WORD LibraryVersionOf(IDispatch* object) {
+    CComPtr<ITypeInfo> type;
+    CComPtr<ITypeLib> library;
+    UINT index = 0;
+    TLIBATTR* attributes = nullptr;
+    if (FAILED(object->GetTypeInfo(0, 0, type.Put())) ||
+        FAILED(type->GetContainingTypeLib(library.Put(), &index)) ||
+        FAILED(library->GetLibAttr(&attributes))) {
+        return 0;
+    }
+    const WORD version = attributes->wMajorVerNum;
+    library->ReleaseTLibAttr(attributes);
+    return version;
+}
+
+// The interfaces of meta-files ask for version 5 of the type library, the others for 1.
+TEST_F(WindowsModule, AsksForTheVersionOfEachInterface) {
+    std::ifstream file(ZOREL_TYPE_LIBRARY, std::ios::binary);
+    std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    ASSERT_GT(bytes.size(), 0x18U);
+    bytes[0x18] = 5;  // the place of the major version
+    const support::CTempFolder folder;
+    std::ofstream(folder.Native(u"five.tlb"), std::ios::binary) << bytes;
+    std::wstring path = folder.Native(u"five.tlb").wstring();
+    CComPtr<ITypeLib> five;
+    ASSERT_EQ(::LoadTypeLibEx(path.c_str(), REGKIND_NONE, five.Put()), S_OK);
+    for (const int expected : {5, 1}) {
+        if (expected == 5) {
+            ASSERT_EQ(::RegisterTypeLib(five.Get(), path.data(), nullptr), S_OK);
+        } else {
+            ASSERT_EQ(::UnRegisterTypeLib(LIBID_ZorelOibIdxLib, 5, 0, 0x409, SYS_WIN64), S_OK);
+        }
+        {
+            const auto library = NewLibrary();
+            EXPECT_EQ(LibraryVersionOf(library.Get()), 1);
+            CComPtr<IMtfMetaFile> metaFile;
+            ASSERT_EQ(library->CreateMetaFile(CText(L"unused.mtf"), EIdxMetaCreateNewDetached,
+                                              metaFile.Put()),
+                      S_OK);
+            EXPECT_EQ(LibraryVersionOf(metaFile.Get()), expected);
+        }
+        // What was found is kept as long as the module.
+        EXPECT_FALSE(IsLoadedStill());
+    }
 }
 
 // Late binding needs no registration.

@@ -2,14 +2,15 @@
 # Registers and unregisters the module as an installer does, each twice, and compares what
 # that changes in the registry with what it should.
 #
-# Usage: registration_test.sh MODULE ENTRIES    (ENTRIES: what a registration adds)
+# Usage: registration_test.sh MODULE TYPE-LIBRARY ENTRIES
+# ENTRIES is what a registration adds.
 set -euo pipefail
 export LC_ALL=C
 
-module=$1 entries=$2
+module=$1 library=$2 entries=$3
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-[[ -s $module && -s $entries ]]
+[[ -s $module && -s $library && -s $entries ]]
 
 # Everything that classes have in the registry: a line for each key and each value, without
 # the copy that Wine keeps for 32-bit programs.
@@ -73,6 +74,19 @@ register "$odd"
 rm "$folder/it's a module.dll"
 register /u "$real"
 expect "after unregistering under another path" "$folder/nothing" "$real"
+
+# A module without its type library takes the file beside it, and says when there is none.
+bare="$folder/bare.dll"
+sed 's/T\x00Y\x00P\x00E\x00L\x00I\x00B\x00/N\x00O\x00N\x00E\x00L\x00I\x00B\x00/' "$module" >"$bare"
+if cmp -s "$module" "$bare" || timeout 60 wine regsvr32 /s "$(winepath -w "$bare")"; then
+    echo "a module without a type library is registered"
+    exit 1
+fi
+cp "$library" "$folder/bare.tlb"
+register "$(winepath -w "$bare")"
+expect "with the type library beside the module" "$entries" "$(winepath -w "$bare")"
+register /u "$(winepath -w "$bare")"
+expect "after unregistering it" "$folder/nothing" "$real"
 
 # What is not there cannot be registered.
 if timeout 60 wine regsvr32 /s "$folder/none.dll"; then

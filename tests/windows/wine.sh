@@ -10,7 +10,7 @@ case ${1-} in
         # The server and what it starts keep the streams that they are given: with a pipe
         # among them, who reads that pipe would wait for the server's end.
         mkdir -p "$WINEPREFIX"
-        wineserver -p </dev/null >/dev/null 2>&1
+        wineserver -p </dev/null >/dev/null 2>&1 || true # fails when one runs already
         wineboot -i </dev/null >/dev/null 2>&1
         [[ -d $WINEPREFIX/drive_c/windows ]] || { echo "wine.sh: no prefix in $WINEPREFIX" >&2; exit 1; }
         ;;

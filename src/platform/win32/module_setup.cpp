@@ -82,7 +82,8 @@ public:
     // A library that is not registered is no failure.
     HRESULT UnregisterTypeLibrary(const std::u16string& modulePath) override {
         CComPtr<ITypeLib> library;
-        HRESULT hr = win32::LoadTypeLibraryOf(modulePath, library);
+        std::u16string place;
+        HRESULT hr = win32::LoadTypeLibraryOf(modulePath, library, &place);
         if (FAILED(hr)) {
             return hr;
         }
@@ -92,9 +93,9 @@ public:
         }
         hr = Unregister(attributes);
         if (FAILED(hr)) {
-            // The system reads the library that it takes away. Where the registered one has
-            // moved, this one takes its place first.
-            hr = Register(*library, modulePath);
+            // The system reads the library that it takes away. Where that cannot be read at
+            // the registered place, this one is registered first.
+            hr = Register(*library, place);
             hr = FAILED(hr) ? hr : Unregister(attributes);
         }
         return hr;

@@ -1,5 +1,7 @@
 #include "platform/win32/type_library.h"
 
+#include <utility>
+
 #include "platform/errors.h"
 #include "platform/system.h"
 #include "platform/win32/wide.h"
@@ -23,16 +25,22 @@ HRESULT OwnModulePath(std::u16string& path) {
     return HRESULT_FROM_WIN32(win32err::kFilenameTooLong);
 }
 
-HRESULT LoadTypeLibraryOf(const std::u16string& modulePath, CComPtr<ITypeLib>& library) {
-    const HRESULT hr = ::LoadTypeLibEx(Wide(modulePath.c_str()), REGKIND_NONE, library.Put());
-    if (SUCCEEDED(hr)) {
-        return hr;
+HRESULT LoadTypeLibraryOf(const std::u16string& modulePath, CComPtr<ITypeLib>& library,
+                          std::u16string* place) {
+    std::u16string path = modulePath;
+    HRESULT hr = ::LoadTypeLibEx(Wide(path.c_str()), REGKIND_NONE, library.Put());
+    if (FAILED(hr)) {
+        const std::size_t dot = path.find_last_of(u".\\");
+        if (dot != std::u16string::npos && path[dot] == u'.') {
+            path.resize(dot);
+        }
+        path += u".tlb";
+        hr = ::LoadTypeLibEx(Wide(path.c_str()), REGKIND_NONE, library.Put());
     }
-    const std::size_t dot = modulePath.find_last_of(u".\\");
-    const bool hasExtension = dot != std::u16string::npos && modulePath[dot] == u'.';
-    const std::u16string path =
-        modulePath.substr(0, hasExtension ? dot : modulePath.size()) + u".tlb";
-    return ::LoadTypeLibEx(Wide(path.c_str()), REGKIND_NONE, library.Put());
+    if (place != nullptr) {
+        *place = std::move(path);
+    }
+    return hr;
 }
 
 }  // namespace platform::win32

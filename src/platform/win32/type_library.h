@@ -12,7 +12,8 @@ namespace platform::win32 {
 HRESULT OwnModulePath(std::u16string& path);
 
 // Loads the library out of the module, or else out of the file beside it that differs from
-// it in its extension .tlb. Registers nothing.
-HRESULT LoadTypeLibraryOf(const std::u16string& modulePath, CComPtr<ITypeLib>& library);
+// it in its extension .tlb; `place`, if given, tells which. Registers nothing.
+HRESULT LoadTypeLibraryOf(const std::u16string& modulePath, CComPtr<ITypeLib>& library,
+                          std::u16string* place = nullptr);
 
 }  // namespace platform::win32
