@@ -15,9 +15,8 @@ trap 'rm -rf "$folder"' EXIT
 # Everything that classes have in the registry: a line for each key and each value, without
 # the copy that Wine keeps for 32-bit programs.
 snapshot() {
-    local file=$folder/exported.reg
-    timeout 60 wine reg export HKCR "$(winepath -w "$file")" /y >/dev/null
-    iconv -f UTF-16 -t UTF-8 "$file" | tr -d '\r' | awk '
+    timeout 60 wine reg export HKCR "$seen\\exported.reg" /y >/dev/null
+    iconv -f UTF-16 -t UTF-8 "$folder/exported.reg" | tr -d '\r' | awk '
         /^\[/ { key = $0; print key; next }
         key != "" && NF { print key " " $0 }' | sed '/Wow6432Node/d' | sort
 }
@@ -42,9 +41,9 @@ expect() {
 
 register() { timeout 120 wine regsvr32 /s "$@" || { echo "regsvr32 $*: $?"; exit 1; }; }
 
-odd="$folder/it's a module.dll"
-cp "$module" "$odd"
-odd=$(winepath -w "$odd")
+cp "$module" "$folder/it's a module.dll"
+seen=$(winepath -w "$folder") # as the system sees it
+odd="$seen\\it's a module.dll"
 real=$(winepath -w "$module")
 : >"$folder/nothing"
 
@@ -76,16 +75,16 @@ register /u "$real"
 expect "after unregistering under another path" "$folder/nothing" "$real"
 
 # A module without its type library takes the file beside it, and says when there is none.
-bare="$folder/bare.dll"
-sed 's/T\x00Y\x00P\x00E\x00L\x00I\x00B\x00/N\x00O\x00N\x00E\x00L\x00I\x00B\x00/' "$module" >"$bare"
-if cmp -s "$module" "$bare" || timeout 60 wine regsvr32 /s "$(winepath -w "$bare")"; then
+bare="$seen\\bare.dll"
+sed 's/T\x00Y\x00P\x00E\x00L\x00I\x00B\x00/N\x00O\x00N\x00E\x00L\x00I\x00B\x00/' "$module" >"$folder/bare.dll"
+if cmp -s "$module" "$folder/bare.dll" || timeout 60 wine regsvr32 /s "$bare"; then
     echo "a module without a type library is registered"
     exit 1
 fi
 cp "$library" "$folder/bare.tlb"
-register "$(winepath -w "$bare")"
-expect "with the type library beside the module" "$entries" "$(winepath -w "$bare")"
-register /u "$(winepath -w "$bare")"
+register "$bare"
+expect "with the type library beside the module" "$entries" "$bare"
+register /u "$bare"
 expect "after unregistering it" "$folder/nothing" "$real"
 
 # What is not there cannot be registered.
