@@ -168,7 +168,7 @@ SyntheticVolume WriteVolume(std::uint64_t files, const std::string& folder) {
     try {
         return CVolumeMaker(files).Make(folder);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "bench: cannot write a volume: %s\n", error.what());
+        static_cast<void>(std::fprintf(stderr, "bench: cannot write a volume: %s\n", error.what()));
         std::exit(2);
     }
 }

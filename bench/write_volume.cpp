@@ -13,7 +13,8 @@ int main(int argc, char** argv) {
     std::uint64_t files = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), files);
     if (error != std::errc() || end != text.data() + text.size() || files < 100) {
-        std::fputs("Usage: zorel_volume FILES FOLDER (at least 100 files)\n", stderr);
+        static_cast<void>(
+            std::fputs("Usage: zorel_volume FILES FOLDER (at least 100 files)\n", stderr));
         return 2;
     }
     bench::WriteVolume(files, argv[2]);

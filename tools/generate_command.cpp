@@ -71,7 +71,7 @@ public:
         app.add_option("--records", m_records, "Files told in one text data file")
             ->check(CLI::PositiveNumber)
             ->capture_default_str();
-        const auto crc = app.add_flag("--crc", m_isCrc, "Key lines for a search server");
+        auto* const crc = app.add_flag("--crc", m_isCrc, "Key lines for a search server");
         app.add_option("--subfolders", m_subfolders, "Folders in a fingerprint, -1 for all")
             ->needs(crc)
             ->capture_default_str();

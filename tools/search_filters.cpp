@@ -3,7 +3,6 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 
 #include "ZorelText.h"
@@ -57,25 +56,35 @@ std::optional<DATE> ParseAge(std::string_view text) {
     return Now() - static_cast<double>(*number) * *seconds / kSecondsPerDay;
 }
 
-std::optional<DATE> ParseMoment(const std::string& text) {
+// A number of `most` digits at most at the start of `text`, which becomes the rest.
+bool CutField(std::string_view& text, std::size_t most, WORD& field) {
+    const std::string_view digits = text.substr(0, most);
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), field);
+    text.remove_prefix(static_cast<std::size_t>(end - digits.data()));
+    return error == std::errc();
+}
+
+// The same for one of these characters.
+bool CutMark(std::string_view& text, std::string_view marks) {
+    const bool found = !text.empty() && marks.find(text.front()) != std::string_view::npos;
+    text.remove_prefix(found ? 1 : 0);
+    return found;
+}
+
+std::optional<DATE> ParseMoment(std::string_view text) {
     SYSTEMTIME time{};
-    int end = 0;
-    const int date =
-        std::sscanf(text.c_str(), "%4hu-%2hu-%2hu%n", &time.wYear, &time.wMonth, &time.wDay, &end);
-    if (date != 3) {
+    if (!CutField(text, 4, time.wYear) || !CutMark(text, "-") || !CutField(text, 2, time.wMonth) ||
+        !CutMark(text, "-") || !CutField(text, 2, time.wDay)) {
         return std::nullopt;
     }
-    std::string rest = text.substr(static_cast<std::size_t>(end));
-    if (!rest.empty() && rest.back() == 'Z') {
-        rest.pop_back();
+    text.remove_suffix(text.ends_with('Z') ? 1 : 0);
+    if (!text.empty() && (!CutMark(text, "T ") || !CutField(text, 2, time.wHour) ||
+                          !CutMark(text, ":") || !CutField(text, 2, time.wMinute))) {
+        return std::nullopt;
     }
-    if (!rest.empty()) {
-        end = 0;
-        const int clock = std::sscanf(rest.c_str(), "%*1[T ]%2hu:%2hu%n:%2hu%n", &time.wHour,
-                                      &time.wMinute, &end, &time.wSecond, &end);
-        if (clock < 2 || static_cast<std::size_t>(end) != rest.size()) {
-            return std::nullopt;
-        }
+    if (!text.empty() &&
+        (!CutMark(text, ":") || !CutField(text, 2, time.wSecond) || !text.empty())) {
+        return std::nullopt;
     }
     // A day behind the end of its month would be taken for one of the next month.
     DATE moment = 0;
@@ -99,7 +108,7 @@ std::int64_t ParseSize(const std::string& text, const std::string& option) {
     bool valid = number && *number >= 0;
     if (valid && !rest.empty()) {
         const std::size_t unit = kUnits.find(static_cast<char>(rest.front() & ~0x20));
-        valid = unit != kUnits.npos && (rest.size() == 1 || rest.substr(1) == "B");
+        valid = unit != std::string_view::npos && (rest.size() == 1 || rest.substr(1) == "B");
         shift = 10 * (static_cast<int>(unit) + 1);
     }
     if (!valid || *number > std::numeric_limits<std::int64_t>::max() >> shift) {

@@ -30,8 +30,9 @@ Lines CellsOf(const std::string& line) {
     std::istringstream text(line.substr(1));
     for (std::string cell; std::getline(text, cell, '|');) {
         const auto start = cell.find_first_not_of(' ');
-        cells.push_back(
-            start == cell.npos ? "" : cell.substr(start, cell.find_last_not_of(' ') + 1 - start));
+        cells.push_back(start == std::string::npos
+                            ? ""
+                            : cell.substr(start, cell.find_last_not_of(' ') + 1 - start));
     }
     return cells;
 }
@@ -69,7 +70,8 @@ std::string Between(const std::string& text, const std::string& left, const std:
 }
 
 std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-    for (std::size_t at = text.find(from); at != text.npos; at = text.find(from, at + to.size())) {
+    for (std::size_t at = text.find(from); at != std::string::npos;
+         at = text.find(from, at + to.size())) {
         text.replace(at, from.size(), to);
     }
     return text;

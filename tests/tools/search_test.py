@@ -405,7 +405,8 @@ class Failures(SearchTest):
                      "8388608T"):
             self.check([*find, "--max-size=" + size], f"--max-size: '{size}' is no size")
         for when in ("", "d", "-3d", "3y", "30 d", "2024-02-30", "2024-13-01", "2024-01-01T24:00",
-                     "2024-01-01T1", "2024-01-01x", "12:30", "tomorrow"):
+                     "2024-01-01T1", "2024-01-01x", "12:30", "tomorrow", " 2024-01-01",
+                     "2024--1-01", "+024-01-01", "2024-01-01T12:30:", "2024-01-01 12:30:15.5"):
             self.check([*find, "--newer-than=" + when], f"--newer-than: '{when}' is no time")
             self.check([*generate, "--time=" + when], f"--time: '{when}' is no time")
         self.check([*text, "--owner=a"], "--owner: a text data file does not hold owners")
