@@ -20,7 +20,8 @@ ENTRY_SIZE, KIND, MEMBERS, COUNTS, NAME = 0x64, 0x00, 0x04, 0x18, 0x34
 RECORD_KIND = 1
 # A variable's record: what every one has, then help context and help text.
 PLAIN_VARIABLE = 0x14
-BUILD_TIME = re.compile(rb"Created by WIDL version [^\0\n]*\n\0?")
+# Custom data: a text that names the time of the build, then the time as a number.
+BUILD_TIME = re.compile(rb"(Created by WIDL version [^\0\n]*\n)(W*\x13\0)(.{4})", re.DOTALL)
 
 
 class TypeLibrary:
@@ -102,10 +103,12 @@ class TypeLibrary:
 
     def remove_build_time(self):
         found = BUILD_TIME.search(self.data)
-        if found:
-            # The text keeps its length: it is counted.
-            text = b"Created by WIDL".ljust(len(found.group()), b" ")
-            self.data[found.start() : found.end()] = text
+        if not found:
+            raise SystemExit("the time of the build does not stand where it is expected")
+        text, between, number = found.groups()
+        # Everything keeps its length: it is counted.
+        same = b"Created by WIDL".ljust(len(text)) + between + bytes(len(number))
+        self.data[found.start() : found.end()] = same
 
 
 def helps_of(description):

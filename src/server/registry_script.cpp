@@ -312,8 +312,8 @@ std::uint32_t CRegistryScript::Register(platform::IRegistry& registry) const {
 }
 
 std::uint32_t CRegistryScript::Unregister(platform::IRegistry& registry) const {
-    for (auto key = m_keys.rbegin(); key != m_keys.rend(); ++key) {
-        const std::uint32_t code = UnregisterKey(*key, registry);
+    for (std::size_t i = m_keys.size(); i-- > 0;) {
+        const std::uint32_t code = UnregisterKey(m_keys[i], registry);
         if (code != kSuccess) {
             return code;
         }
