@@ -341,6 +341,8 @@ TEST_F(TdfGeneratorTest, RefusesADamagedListAndKeepsWhatWasWritten) {
     const std::string list = frame::WideToAnsi(m_settings.binIndexFile);
     const std::string loading =
         "Cannot create or load meta-file \"" + list + "\". Open mode: EMtfLoad\r\n";
+    const std::string missing =
+        frame::WideToAnsi(platform::SystemMessage(platform::win32err::kFileNotFound));
     const struct {
         std::optional<std::string> bytes;
         std::string expected;
@@ -354,8 +356,7 @@ TEST_F(TdfGeneratorTest, RefusesADamagedListAndKeepsWhatWasWritten) {
          {}},
         {"=x", "The specified attribute's path () is invalid.", {}},
         {"Volume.C=c.dat\r\nVolume.D=d.dat",
-         "Cannot open file CFileReader::Open\r\nWin32 error:The system cannot find the file "
-         "specified.\r\n Code: 2",
+         "Cannot open file CFileReader::Open\r\nWin32 error:" + missing + " Code: 2",
          Expected(volume)},
     };
     for (const auto& row : rows) {
