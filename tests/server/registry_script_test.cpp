@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "frame/errors.h"
@@ -108,6 +110,23 @@ TEST(RegistryScript, RefusesMalformedScripts) {
             << zorel::ToUtf8(row.script) << " -> " << zorel::ToUtf8(refusal(row.script));
     }
     EXPECT_NE(refusal(deep).find(u"missing at the end"), std::u16string::npos);
+}
+
+// A script that lost its end is refused, wherever it was cut.
+TEST(RegistryScript, RefusesEveryBeginningOfAScript) {
+    for (const char* const name : {"app_id.rgs", "class.rgs"}) {
+        std::ifstream file(std::string(ZOREL_SOURCE_DIR "/src/server/") + name);
+        const std::u16string whole =
+            zorel::ToUtf16(std::string{std::istreambuf_iterator<char>(file), {}});
+        const server::ScriptVariables variables = {{u"Module", u"C:\\x.dll"}, {u"APPID", u"{0}"}};
+        const std::size_t last = whole.rfind(u'}');
+        ASSERT_NE(last, std::u16string::npos) << name;
+        EXPECT_NO_THROW(server::CRegistryScript(whole, variables)) << name;
+        for (std::size_t length = 1; length <= last; ++length) {
+            EXPECT_THROW(server::CRegistryScript(whole.substr(0, length), variables), frame::CExc)
+                << name << " " << length;
+        }
+    }
 }
 
 }  // namespace

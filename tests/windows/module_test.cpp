@@ -298,6 +298,53 @@ TEST_F(WindowsModule, ServesTheMultithreadedApartment) {
     });
 }
 
+// Identifiers travel by value and back, records by reference.
+TEST_F(WindowsModule, CarriesIdentifiersAndRecordsBetweenApartments) {
+    const CNeutralTypeLibrary neutral;
+    const support::CTempFolder folder;
+    std::filesystem::copy_file(ZOREL_EXAMPLE, folder.Native(u"C.dat"));
+    std::ofstream(folder.Native(u"summary.txt"), std::ios::binary) << "Volume.C=C.dat\r\n#";
+    std::ofstream(folder.Native(u"session.mtf"), std::ios::binary)
+        << "oib1.VmName=web01\r\noib1.BackupTimeUtc=monday\r\n"
+           "oib1.OibUID={9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d}\r\n#";
+    OnOtherThread(COINIT_MULTITHREADED, [&] {
+        const auto library = NewLibrary();
+        ASSERT_TRUE(library);
+        CComPtr<IMtfBSessionMetaFile> session;
+        ASSERT_EQ(library->CreateBSessionMetaFile(CText(folder.Native(u"session.mtf").wstring()),
+                                                  EIdxMetaLoad, session.Put()),
+                  S_OK);
+        CComPtr<ICatOibRefsEnumerator> references;
+        ASSERT_EQ(session->EnumOibsRefs(references.Put()), S_OK);
+        GUID id = {};
+        EXPECT_EQ(references->get_UniqueId(&id), S_OK);
+        EXPECT_EQ(
+            id,
+            (GUID{0x9b3c5a2e, 0x4f61, 0x4c2d, {0x8e, 0x0a, 0x1d, 0x2f, 0x3a, 0x4b, 0x5c, 0x6d}}));
+        EXPECT_EQ(session->DeleteOibRef(id), S_OK);
+        references = nullptr;
+        ASSERT_EQ(session->EnumOibsRefs(references.Put()), S_OK);
+        INT count = -1;
+        EXPECT_EQ(references->get_RefsCount(&count), S_OK);
+        EXPECT_EQ(count, 0);
+
+        CComPtr<IOibBDFSearchTask> task;
+        ASSERT_EQ(library->FindInOibBDF(CText(folder.Native().wstring()), task.Put()), S_OK);
+        const CText pattern(L"a.t");
+        SearchSpec criteria = {};
+        criteria.FileNamePattern = pattern;
+        EXPECT_EQ(task->Find(&criteria), S_OK);
+        EXPECT_EQ(task->get_ResultsCount(&count), S_OK);
+        ASSERT_EQ(count, 1);
+        SearchResult found = {};
+        EXPECT_EQ(task->GetResult(0, &found), S_OK);
+        EXPECT_STREQ(found.FileFullName, L"C:\\docs\\a.txt");
+        EXPECT_EQ(found.Size, 1234);
+        ::SysFreeString(found.FileFullName);
+        ::SysFreeString(found.Owner);
+    });
+}
+
 // By name, with the failure's number, source and description.
 TEST_F(WindowsModule, IsCalledByName) {
     const auto library = NewLibrary();
