@@ -5,10 +5,12 @@ add_library(strings_object SHARED windows/strings_object.cpp)
 set_target_properties(strings_object PROPERTIES PREFIX "")
 target_link_libraries(strings_object PRIVATE zorel_options)
 
-add_executable(generate_and_search ${PROJECT_SOURCE_DIR}/clients/cpp/generate_and_search.cpp)
-target_include_directories(generate_and_search PRIVATE ${PROJECT_SOURCE_DIR}/include)
-target_link_libraries(generate_and_search PRIVATE zorel_options)
-target_link_options(generate_and_search PRIVATE -municode)
+foreach(sample generate_and_search browse_by_name)
+  add_executable(${sample} ${PROJECT_SOURCE_DIR}/clients/cpp/${sample}.cpp)
+  target_include_directories(${sample} PRIVATE ${PROJECT_SOURCE_DIR}/include)
+  target_link_libraries(${sample} PRIVATE zorel_options)
+  target_link_options(${sample} PRIVATE -municode)
+endforeach()
 
 # zorel_client_test(NAME COMMAND...)
 function(zorel_client_test name)
@@ -27,6 +29,8 @@ zorel_client_test(jscript ${run_script} "client.js: all steps passed"
   ${CMAKE_CURRENT_SOURCE_DIR}/windows/client.js FOLDER ${example})
 zorel_client_test(cpp ${CMAKE_CURRENT_SOURCE_DIR}/windows/cpp_client_test.sh
   $<TARGET_FILE:generate_and_search> ${example})
+zorel_client_test(cpp_by_name ${CMAKE_CURRENT_SOURCE_DIR}/windows/by_name_client_test.sh
+  $<TARGET_FILE:browse_by_name> ${example})
 
 # What needs this system's build as well; it comes from the preset "release".
 set(ZOREL_NATIVE_BUILD ${PROJECT_SOURCE_DIR}/build/release CACHE PATH

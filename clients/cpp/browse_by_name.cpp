@@ -1,0 +1,101 @@
+// Lists a folder of a catalogue, late bound: no header of the library, every method by its
+// name, as a script engine does it.
+//
+//     x86_64-w64-mingw32-g++ -std=c++20 -static -municode browse_by_name.cpp
+//         -lole32 -loleaut32 -luuid
+//     browse_by_name.exe C:\catalogue\C.dat C:\docs
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+namespace {
+
+struct CValue : VARIANT {  // the caller's own
+    CValue() : VARIANT{} {}
+    CValue(CValue&& other) noexcept : VARIANT(other) { other.vt = VT_EMPTY; }
+    explicit CValue(const wchar_t* text) : CValue() {
+        vt = VT_BSTR;
+        bstrVal = ::SysAllocString(text);
+    }
+    ~CValue() { ::VariantClear(this); }
+};
+
+[[noreturn]] void Fail(HRESULT result, BSTR text) {
+    std::printf("0x%08lx: %ls\n", static_cast<unsigned long>(result), text);
+    std::exit(1);
+}
+
+// Calls a method, or reads a property. A failure ends the program with the library's own
+// message.
+template <class... Arguments>
+CValue Call(IDispatch* object, const wchar_t* name, const Arguments&... arguments) {
+    LPOLESTR names = const_cast<LPOLESTR>(name);
+    DISPID id = DISPID_UNKNOWN;
+    HRESULT result = object->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &id);
+    if (FAILED(result)) {
+        Fail(result, names);
+    }
+    std::vector<VARIANT> list = {arguments...};
+    std::reverse(list.begin(), list.end());  // the last argument comes first
+    DISPPARAMS params = {list.data(), nullptr, static_cast<UINT>(list.size()), 0};
+    CValue value;
+    EXCEPINFO error = {};
+    result =
+        object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD | DISPATCH_PROPERTYGET,
+                       &params, &value, &error, nullptr);
+    if (FAILED(result)) {
+        Fail(result == DISP_E_EXCEPTION ? error.scode : result, error.bstrDescription);
+    }
+    return value;
+}
+
+void PrintList(const CValue& list) {
+    BSTR* texts = nullptr;
+    LONG last = -1;
+    ::SafeArrayGetUBound(list.parray, 1, &last);
+    ::SafeArrayAccessData(list.parray, reinterpret_cast<void**>(&texts));
+    for (LONG i = 0; i <= last; ++i) {
+        std::printf("%ls\\\n", texts[i]);
+    }
+    ::SafeArrayUnaccessData(list.parray);
+}
+
+void Browse(const wchar_t* catalogue, const wchar_t* folder) {
+    CLSID clsid = {};
+    CValue library;
+    library.vt = VT_DISPATCH;
+    HRESULT result = ::CLSIDFromProgID(L"ZorelOibIdxLib.COibIdxLib", &clsid);
+    if (SUCCEEDED(result)) {
+        result = ::CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
+                                    reinterpret_cast<void**>(&library.pdispVal));
+    }
+    if (FAILED(result)) {
+        library.vt = VT_EMPTY;
+        Fail(result, const_cast<BSTR>(L"the library is not registered"));
+    }
+    const CValue browser = Call(library.pdispVal, L"BrowseOibDF", CValue(catalogue));
+    PrintList(Call(browser.pdispVal, L"GetFolders", CValue(folder)));
+    const CValue files = Call(browser.pdispVal, L"GetFiles", CValue(folder));
+    std::printf("%lu files, %llu bytes\n", Call(files.pdispVal, L"FilesCount").ulVal,
+                Call(files.pdispVal, L"TotalSize").ullVal);
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+    if (argc != 3) {
+        std::printf("usage: browse_by_name CATALOGUE-FILE FOLDER\n");
+        return 2;
+    }
+    if (FAILED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
+        return 1;
+    }
+    Browse(argv[1], argv[2]);
+    ::CoUninitialize();
+    return 0;
+}
