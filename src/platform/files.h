@@ -133,7 +133,8 @@ inline const FindHandle kInvalidFindHandle = reinterpret_cast<void*>(std::intptr
 // wildcards gives that one entry. Letter case counts as it does for the file system. 2: nothing
 // matches, or the pattern ends with a separator; 3: the folder is missing. On Linux a link
 // to a folder is told as an entry that is no folder, so that walks of a tree do not leave it;
-// letter case counts for wildcards.
+// letter case counts for wildcards. On Windows a drive's root has neither "." nor "..", a
+// pattern may match a file's short name too, and ? stands for no unit at a name's end.
 FindHandle FindFirstFileW(std::u16string_view pattern, FindData& data);
 // False with last error 18 after the last entry.
 bool FindNextFileW(FindHandle handle, FindData& data);
