@@ -7,7 +7,7 @@
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "support/child_process.h"
+#include "support/engine_failure.h"
 #include "support/port_files.h"
 #include "support/target.h"
 #include "support/temp_folder.h"
@@ -15,29 +15,11 @@
 namespace idxdata {
 namespace {
 
+using support::Failure;
+using support::FailureOf;
+using support::Refused;
+
 constexpr std::int64_t kTicks = 130027323072500000;  // 2013-01-15 09:05:07.25
-
-struct Failure {
-    std::string message;  // the first one; empty when nothing was thrown
-    frame::HResult result = 0;
-    std::uint32_t code = 0;  // of a failure of the system
-    bool operator==(const Failure&) const = default;
-};
-
-Failure FailureOf(const std::function<void()>& call) {
-    try {
-        call();
-        return {};
-    } catch (const frame::CWin32Exc& exc) {
-        return {frame::WideToAnsi(exc.GetMessages().front()), exc.GetHResult(), exc.GetCode()};
-    } catch (const frame::CExc& exc) {
-        return {frame::WideToAnsi(exc.GetMessages().front()), exc.GetHResult()};
-    }
-}
-
-Failure Refused(std::string message, std::uint32_t code) {
-    return {std::move(message), frame::HResultFromWin32(code), code};
-}
 
 void ExpectTimes(std::u16string_view path, std::int64_t expected) {
     const platform::CFileHandle file = support::OpenToRead(path);
@@ -217,61 +199,6 @@ TEST(FileWriter, RefusesWhatItCannotDo) {
     open.Create(folder.Path(u"w"));
     EXPECT_EQ(FailureOf([&] { open.SetCurFilePos(-1); }),
               Refused("Error in CFileWriter::SetCurFilePos", 131));
-}
-
-// Writes `lines` lines to a file that may not grow past `limit`; every failure is met
-// twice: by the writing itself and by a second try, which must not write anything twice.
-int WriteAgainstLimit(const std::u16string& path, std::uint64_t limit, std::size_t bufferSize) {
-    support::LimitFileSize(limit);
-    CFileWriter writer(bufferSize);
-    writer.Create(path);
-    const Failure expected = Refused("Cannot write file in CFileWriter::WriteTextString", 223);
-    const auto write = [&] {
-        for (int i = 0; i < 20; ++i) {
-            writer.WriteTextString(u"abcdefgh");
-        }
-        writer.Flush();
-    };
-    if (FailureOf(write) != expected) {
-        return 1;
-    }
-    if (FailureOf([&] { writer.Close(); }) != expected || writer.IsOpen()) {
-        return 2;
-    }
-    return 0;
-}
-
-TEST(FileWriter, AFullFileIsNeverASuccess) {
-    if (!support::kCanFork) {
-        GTEST_SKIP() << "needs a child process with a limit";
-    }
-    support::CTempFolder folder;
-    const std::u16string path = folder.Path(u"w");
-    const std::string line = BytesOf(u"abcdefgh\r\n");
-    std::string all;
-    for (int i = 0; i < 20; ++i) {
-        all += line;
-    }
-    for (const std::uint64_t limit : {0U, 1U, 19U, 200U, 399U}) {
-        for (const std::size_t bufferSize : {16U, 48U, 4096U}) {
-            SCOPED_TRACE(std::to_string(limit) + " " + std::to_string(bufferSize));
-            EXPECT_EQ(
-                support::RunInChild([&] { return WriteAgainstLimit(path, limit, bufferSize); }), 0);
-            EXPECT_EQ(support::ReadWhole(path), all.substr(0, limit));
-        }
-    }
-}
-
-TEST(FileWriter, ReportsAFullDeviceWhenItCloses) {
-    if (support::kOnWindows) {
-        GTEST_SKIP() << "has no device that is always full";
-    }
-    CFileWriter writer;
-    writer.Create(u"/dev/full");
-    writer.WriteDWord(1);
-    writer.WriteWord(1);
-    EXPECT_EQ(FailureOf([&] { writer.Close(); }),
-              Refused("Cannot write file in CFileWriter::WriteWord", 112));
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 
 #include "platform/system.h"
 #include "platform/times.h"
-#include "support/child_process.h"
 #include "support/port_files.h"
 #include "support/target.h"
 #include "support/temp_folder.h"
@@ -76,79 +75,6 @@ TEST(Files, DispositionsAndTheirCodes) {
             EXPECT_EQ(GetLastError(), row.lastError) << row.label;
         }
         EXPECT_EQ(support::ReadWhole(folder.Path(u"file")), row.content) << row.label;
-    }
-}
-
-TEST(Files, PathsOfLinux) {
-    if (!support::kOnLinux) {
-        GTEST_SKIP() << "about paths of Linux";
-    }
-    const CTempFolder folder;
-    const std::u16string base = folder.Path();
-    ASSERT_TRUE(CreateDirectoryW(folder.Path(u"a")) &&
-                support::WriteWhole(folder.Path(u"a/\x0436\xD83D\xDE00"), "x"));
-    const struct {
-        const char* label;
-        std::u16string path;
-        std::uint32_t code;
-    } rows[] = {
-        {"backslashes", base + u"\\a\\\x0436\xD83D\xDE00", 0},
-        {"long form", u"\\\\?\\" + base + u"\\a/\x0436\xD83D\xDE00", 0},
-        {"share", u"\\" + base + u"\\a\\\x0436\xD83D\xDE00", 0},
-        {"share, long form", u"\\\\?\\UNC" + base + u"\\a\\\x0436\xD83D\xDE00", 0},
-        {"other name", base + u"\\a\\\x0437", 2},
-        {"drive", u"C:\\a", 3},
-        {"drive, long form", u"\\\\?\\c:/a", 3},
-        {"drive alone", u"z:", 3},
-        {"colon elsewhere", u"zorel_none:\\a", 3},
-        {"drive letter in a name", u"C:zorel_none", 2},
-        {"empty", u"", 3},
-        {"NUL", base + std::u16string(u"\0a", 2), 123},
-        {"name too long", base + u"/" + std::u16string(300, u'n'), 206},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(CodeOf(support::OpenToRead(row.path)), row.code) << row.label;
-        EXPECT_EQ(CodeOf(GetFileAttributesW(row.path) != kInvalidAttributes), row.code)
-            << row.label;
-    }
-    EXPECT_FALSE(CreateDirectoryW(u"C:"));
-    EXPECT_FALSE(std::filesystem::exists("C:"));
-    EXPECT_EQ(CodeOf(support::OpenToWrite(u"C:\\new")), win32err::kPathNotFound);
-    // A name that is no text.
-    const std::u16string stray = folder.Path() + u"/\xDCFF\xD800";
-    ASSERT_TRUE(support::WriteWhole(stray, "x"));
-    EXPECT_TRUE(std::filesystem::exists(folder.Native() / "\xFF\xED\xA0\x80"));
-}
-
-TEST(Files, PathsOfWindows) {
-    if (!support::kOnWindows) {
-        GTEST_SKIP() << "about paths of Windows";
-    }
-    const CTempFolder folder;
-    const std::u16string base = folder.Path();
-    const std::u16string name(200, u'n');
-    ASSERT_TRUE(support::WriteWhole(base + u"\\\x0436\xD83D\xDE00", "x"));
-    ASSERT_TRUE(CreateDirectoryW(u"\\\\?\\" + base + u"\\" + name));
-    ASSERT_TRUE(support::WriteWhole(u"\\\\?\\" + base + u"\\" + name + u"\\" + name, "x"));
-    const struct {
-        const char* label;
-        std::u16string path;
-        std::uint32_t code;
-    } rows[] = {
-        {"slash", base + u"/\x0436\xD83D\xDE00", 0},
-        {"other letter case", base + u"\\\x0416\xD83D\xDE00", 0},
-        {"other name", base + u"\\\x0437", 2},
-        {"long form", u"\\\\?\\" + base + u"\\\x0436\xD83D\xDE00", 0},
-        {"long", u"\\\\?\\" + base + u"\\" + name + u"\\" + name, 0},
-        {"no such drive", u"Q:\\a\\b", 3},
-        {"empty", u"", 3},
-        {"NUL", base + std::u16string(u"\0a", 2), 123},
-        {"wildcard", base + u"\\*", 123},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(CodeOf(support::OpenToRead(row.path)), row.code) << row.label;
-        EXPECT_EQ(CodeOf(GetFileAttributesW(row.path) != kInvalidAttributes), row.code)
-            << row.label;
     }
 }
 
@@ -273,38 +199,6 @@ TEST(Files, TimesSetOnAnOpenFileStay) {
         ASSERT_TRUE(GetFileTime(times.Get(), nullptr, nullptr, &write));
         EXPECT_EQ(write, set);
     }
-}
-
-TEST(Files, AFullDiskIsReportedWithWhatReachedTheFile) {
-    if (!support::kOnLinux) {
-        GTEST_SKIP() << "uses a device of Linux";
-    }
-    std::size_t count = kUntouched;
-    const CFileHandle full = support::OpenToWrite(u"/dev/full");
-    EXPECT_EQ(CodeOf(WriteFile(full.Get(), "x", 1, count)), win32err::kDiskFull);
-    EXPECT_EQ(count, 0U);
-
-    const CTempFolder folder;
-    const std::string data(10'000, 'x');
-    ASSERT_TRUE(support::WriteWhole(folder.Path(u"source"), data));
-    ASSERT_TRUE(support::WriteWhole(folder.Path(u"existing"), "old"));
-    const int failedStep = support::RunInChild([&] {
-        support::LimitFileSize(4096);
-        const CFileHandle file = support::OpenToWrite(folder.Path(u"f"));
-        std::size_t written = 0;
-        if (WriteFile(file.Get(), data.data(), data.size(), written) || written != 4096 ||
-            GetLastError() != win32err::kFileTooLarge) {
-            return 1;
-        }
-        const bool copied = CopyFileW(folder.Path(u"source"), folder.Path(u"target"), false);
-        const std::uint32_t code = GetLastError();
-        const bool again = CopyFileW(folder.Path(u"source"), folder.Path(u"existing"), false);
-        return copied || again || code != win32err::kFileTooLarge ? 2 : 0;
-    });
-    EXPECT_EQ(failedStep, 0);
-    EXPECT_EQ(GetFileAttributesW(folder.Path(u"target")), kInvalidAttributes);
-    EXPECT_NE(GetFileAttributesW(folder.Path(u"existing")), kInvalidAttributes);
-    EXPECT_EQ(CodeOf(CopyFileW(folder.Path(u"source"), u"/dev/full", false)), win32err::kDiskFull);
 }
 
 }  // namespace

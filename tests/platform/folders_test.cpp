@@ -111,28 +111,6 @@ TEST(Folders, WhatIsFoundAndHowItFails) {
     EXPECT_EQ(data.attributes, kAttributeDirectory);
 }
 
-TEST(Folders, WalksOfATreeDoNotLeaveItThroughALink) {
-    if (!support::kOnLinux) {
-        GTEST_SKIP() << "about links of Linux";
-    }
-    const CTempFolder folder;
-    ASSERT_TRUE(CreateDirectoryW(folder.Path(u"kept")) &&
-                support::WriteWhole(folder.Path(u"kept/file"), "12345"));
-    std::filesystem::create_symlink("kept", folder.Native(u"to_folder"));
-    std::filesystem::create_symlink("kept/file", folder.Native(u"to_file"));
-    std::filesystem::create_symlink("nowhere", folder.Native(u"to_nothing"));
-    FindData data;
-    CFindHandle find(FindFirstFileW(folder.Path(u"to_folder"), data));
-    EXPECT_EQ(data.attributes, kAttributeArchive);
-    find.Reset(FindFirstFileW(folder.Path(u"to_file"), data));
-    EXPECT_EQ(data.size, 5);
-    EXPECT_EQ(CodeOf(support::OpenToRead(folder.Path(u"to_nothing"))), 2U);
-    for (const char16_t* link : {u"to_folder", u"to_file", u"to_nothing"}) {
-        EXPECT_TRUE(DeleteFileW(folder.Path(link)));
-    }
-    EXPECT_EQ(support::ReadWhole(folder.Path(u"kept/file")), "12345");
-}
-
 TEST(Folders, ChangesAndTheirCodes) {
     constexpr std::uint32_t kReplace = kMoveReplaceExisting;
     const struct {
@@ -220,27 +198,6 @@ TEST(Folders, ChangesAndTheirCodes) {
         EXPECT_EQ(support::ReadWhole(folder.Path(u"old")), row.left) << row.label;
         EXPECT_EQ(support::ReadWhole(folder.Path(u"locked")), "old") << row.label;
     }
-}
-
-TEST(Folders, MovesToAnotherVolumeCopyWhenAllowed) {
-    const std::filesystem::path elsewhere = "/dev/shm";
-    if (!support::kOnLinux || !std::filesystem::is_directory(elsewhere)) {
-        GTEST_SKIP() << "needs a second volume";
-    }
-    const CTempFolder here;
-    const CTempFolder there(elsewhere);
-    const std::u16string source = here.Path(u"f");
-    const std::u16string target = there.Path(u"f");
-    ASSERT_TRUE(support::WriteWhole(source, "content") && support::WriteWhole(target, "old"));
-    const auto move = [&](std::uint32_t flags) {
-        return CodeOf(MoveFileExW(source, target, flags));
-    };
-    EXPECT_EQ(move(kMoveReplaceExisting), 17U);
-    EXPECT_EQ(move(kMoveCopyAllowed), 183U);
-    EXPECT_EQ(support::ReadWhole(target), "old");
-    EXPECT_EQ(move(kMoveCopyAllowed | kMoveReplaceExisting | kMoveWriteThrough), 0U);
-    EXPECT_EQ(support::ReadWhole(target), "content");
-    EXPECT_EQ(support::ReadWhole(source), "<none>");
 }
 
 TEST(Folders, ReadOnlyIsSetAndClearedAndGivesWay) {

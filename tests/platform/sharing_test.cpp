@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "platform/files.h"
-#include "support/child_process.h"
 #include "support/port_files.h"
 #include "support/target.h"
 #include "support/temp_folder.h"
@@ -88,27 +87,6 @@ TEST(Sharing, AReaderThatSharesNothingIsAlone) {
     EXPECT_EQ(CodeOf(Open(path, alone)), win32err::kSharingViolation);
     held.Reset();
     EXPECT_EQ(CodeOf(Open(path, alone)), 0U);
-}
-
-TEST(Sharing, HoldsAcrossProcesses) {
-    if (!support::kCanFork) {
-        GTEST_SKIP() << "needs a second process";
-    }
-    const support::CTempFolder folder;
-    const std::u16string path = folder.Path(u"shared");
-    CFileHandle held = support::OpenToWrite(path);
-    ASSERT_TRUE(held && support::Write(held, "content"));
-    const auto openInChild = [&](const Way& way) {
-        return support::RunInChild([&] { return static_cast<int>(CodeOf(Open(path, way))); });
-    };
-    EXPECT_EQ(openInChild(kWays[0]), 32);
-    EXPECT_EQ(openInChild(kWays[4]), 32);
-    EXPECT_EQ(openInChild(kWays[6]), 0);
-    EXPECT_EQ(support::ReadWhole(path), "content");
-    held.Reset();
-    EXPECT_EQ(openInChild(kWays[0]), 0);
-    EXPECT_EQ(openInChild(kWays[4]), 0);
-    EXPECT_EQ(support::ReadWhole(path), "");
 }
 
 // The name changes its file all the time: never do two hold the file that the name means.

@@ -1,31 +1,19 @@
 // Work in a second process.
 #pragma once
 
-#include <cstdint>
-#include <functional>
-
-#if !defined(_WIN32)
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
-#endif
+#include <cstdint>
+#include <functional>
 
 namespace support {
 
-#if defined(_WIN32)
-inline constexpr bool kCanFork = false;
-#else
-inline constexpr bool kCanFork = true;
-#endif
-
 // Runs `work` in a copy of this process and returns its result (0 to 255); -1 when there
 // is no such copy or it died. The copy runs no destructors and reports no failed checks.
-inline int RunInChild([[maybe_unused]] const std::function<int()>& work) {
-#if defined(_WIN32)
-    return -1;
-#else
+inline int RunInChild(const std::function<int()>& work) {
     const pid_t child = ::fork();
     if (child == 0) {
         ::_exit(work());
@@ -34,30 +22,25 @@ inline int RunInChild([[maybe_unused]] const std::function<int()>& work) {
     return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status)
                ? WEXITSTATUS(status)
                : -1;
-#endif
 }
 
 // From now on no file of this process grows past `bytes`; for a child, as it stays.
-inline void LimitFileSize([[maybe_unused]] std::uint64_t bytes) {
-#if !defined(_WIN32)
+inline void LimitFileSize(std::uint64_t bytes) {
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{bytes, bytes};
     ::setrlimit(RLIMIT_FSIZE, &limit);
-#endif
 }
 
 // From now on this process holds at most `count` file handles at a time.
-inline void LimitOpenFiles([[maybe_unused]] std::uint64_t count) {
-#if !defined(_WIN32)
+inline void LimitOpenFiles(std::uint64_t count) {
     const rlimit limit{count, count};
     ::setrlimit(RLIMIT_NOFILE, &limit);
-#endif
 }
 
 // The most memory that this process ever had at a time, in bytes; 0 where sanitizers hold
 // memory of their own.
 inline std::uint64_t PeakMemory() {
-#if defined(_WIN32) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     return 0;
 #else
     rusage usage{};

@@ -10,9 +10,9 @@
 #include "frame/errors.h"
 #include "frame/logger.h"
 #include "platform/errors.h"
-#include "support/child_process.h"
 #include "support/port_files.h"
 #include "support/target.h"
+#include "support/tdf_generation.h"
 #include "support/tdf_model.h"
 #include "support/temp_folder.h"
 #include "tdf/volume_generator.h"
@@ -20,93 +20,14 @@
 namespace tdf {
 namespace {
 
+using support::ExpectSame;
+using support::kFileTimes;
+using support::kMorning;
+using support::kNoSplit;
 using support::TdfFiles;
 using support::Volume;
 
-constexpr std::int64_t kFileTimes = 130027323072500000;  // 2013-01-15 09:05:07.25
-constexpr std::int32_t kNoSplit = 1000000;
-
-class TdfGeneratorTest : public testing::Test {
-protected:
-    TdfGeneratorTest() {
-        m_settings.binIndexFile = m_folder.Path(u"list.mtf");
-        m_settings.outpFolder = m_folder.Path(u"new/out");
-        m_settings.txtDateTime = kFileTimes;
-        m_settings.recsNumPerTxt = kNoSplit;
-        m_settings.subfoldersMax = 3;
-        m_settings.additionalParts = 2;
-        m_settings.separators = u"._- ";
-    }
-
-    // Lines with CR LF between them, none behind the last.
-    void WriteList(std::u16string_view lines) const {
-        ASSERT_TRUE(
-            support::WriteWhole(m_settings.binIndexFile, "\xFF\xFE" + support::Utf16Bytes(lines)));
-    }
-    void WriteVolume(const std::string& bytes) const {
-        WriteList(u"Volume.C=c.dat");
-        ASSERT_TRUE(support::WriteWhole(m_folder.Path(u"c.dat"), bytes));
-    }
-    std::u16string OutPath(std::u16string_view name) const {
-        return m_settings.outpFolder + u"/" + std::u16string(name);
-    }
-    TdfFiles ReadOutput() const {
-        TdfFiles files;
-        for (const auto& entry :
-             std::filesystem::recursive_directory_iterator(m_folder.Native(u"new/out"))) {
-            files[entry.path().filename().u16string()] =
-                support::ReadWhole(entry.path().u16string());
-        }
-        return files;
-    }
-    // What the model says for the settings of this test.
-    TdfFiles Expected(const Volume& volume, std::u16string volumeName = u"C") const {
-        return ModelTdfFiles(
-            volume, {std::move(volumeName), m_settings.recsNumPerTxt, m_settings.bCrcMode,
-                     m_settings.subfoldersMax, m_settings.additionalParts, m_settings.separators});
-    }
-    // The messages of the failure that generation ends with, and its result.
-    struct Failure {
-        std::string text;
-        frame::HResult result = 0;
-    };
-    Failure Generate() const {
-        try {
-            GenerateTextDataFiles(m_settings);
-            return {};
-        } catch (const frame::CExc& exc) {
-            return {frame::WideToAnsi(exc.GetFullMessage()), exc.GetHResult()};
-        }
-    }
-    void ExpectTimes(std::u16string_view name) const {
-        const platform::CFileHandle file = support::OpenToRead(OutPath(name));
-        std::int64_t access = 0;
-        std::int64_t write = 0;
-        ASSERT_TRUE(platform::GetFileTime(file.Get(), nullptr, &access, &write));
-        EXPECT_EQ(access, kFileTimes) << frame::WideToAnsi(name);
-        if (support::KeepsSetTimes()) {
-            EXPECT_EQ(write, kFileTimes) << frame::WideToAnsi(name);
-        }
-    }
-
-    support::CTempFolder m_folder;
-    TdfSettings m_settings;
-};
-
-// The names of both, then what differs, so that a failure is readable.
-void ExpectSame(const TdfFiles& actual, const TdfFiles& expected) {
-    std::vector<std::string> names[2];
-    for (const auto& [name, content] : actual) {
-        names[0].push_back(frame::WideToAnsi(name));
-    }
-    for (const auto& [name, content] : expected) {
-        names[1].push_back(frame::WideToAnsi(name));
-    }
-    ASSERT_EQ(names[0], names[1]);
-    for (const auto& [name, content] : expected) {
-        EXPECT_TRUE(actual.at(name) == content) << frame::WideToAnsi(name);
-    }
-}
+using TdfGeneratorTest = support::CTdfGenerationTest;
 
 // The lines of one output file.
 std::string LinesOf(const TdfFiles& files, std::u16string_view name) {
@@ -118,8 +39,6 @@ std::string LinesOf(const TdfFiles& files, std::u16string_view name) {
     std::memcpy(text.data(), file->second.data(), file->second.size());
     return frame::WideToAnsi(text.substr(1));
 }
-
-constexpr std::int64_t kMorning = 130027143072500000;  // 2013-01-15 09:05:07.25
 
 TEST_F(TdfGeneratorTest, WritesRecordLinesAndTheMap) {
     Volume volume = support::SmallVolume();
@@ -465,73 +384,6 @@ TEST_F(TdfGeneratorTest, LogsItsOutcome) {
     const std::string text = "1 Generating text files from binaries.";
     EXPECT_EQ(log->m_lines,
               (std::vector<std::string>{text, text + ". Ok.", text, text + ". Failed."}));
-}
-
-// Owners in mixed order, each with a line of its own length.
-Volume ManyOwners(std::uint32_t owners, std::uint32_t files) {
-    Volume volume;
-    volume.dirs = {{u"", 0}, {u"folder", 0}};
-    for (std::uint32_t i = 0; i < owners; ++i) {
-        volume.owners.push_back(
-            {u"S-" + frame::UInt64ToString(i), u"u" + frame::UInt64ToString(i), u"CORP"});
-    }
-    for (std::uint32_t i = 0; i < files; ++i) {
-        volume.files.push_back(
-            {u"file" + frame::UInt64ToString(i), i % 2, i * 7919 % owners, kMorning, i});
-    }
-    return volume;
-}
-
-TEST_F(TdfGeneratorTest, ServesMoreOwnersThanThereAreHandles) {
-    if (!support::kCanFork) {
-        GTEST_SKIP() << "needs a child process with a limit";
-    }
-    const Volume volume = ManyOwners(20'000, 100'000);
-    WriteVolume(volume.Bytes());
-    constexpr std::uint64_t kMostMemory = 300'000'000;
-    for (const std::uint64_t handles : {256U, 24U}) {
-        EXPECT_EQ(support::RunInChild([&] {
-                      support::LimitOpenFiles(handles);
-                      if (Generate().result != 0) {
-                          return 1;
-                      }
-                      return support::PeakMemory() < kMostMemory ? 0 : 2;
-                  }),
-                  0)
-            << handles;
-        for (const std::uint32_t owner : {0U, 9'999U, 19'999U}) {
-            ExpectTimes(u"vl.C.CORP.u" + frame::UInt64ToString(owner) + u".0.txt");
-        }
-        ExpectSame(ReadOutput(), Expected(volume));
-    }
-}
-
-TEST_F(TdfGeneratorTest, AFullDiskIsNeverASuccess) {
-    if (!support::kCanFork) {
-        GTEST_SKIP() << "needs a child process with a limit";
-    }
-    const Volume volume = ManyOwners(3, 3000);
-    WriteVolume(volume.Bytes());
-    std::uint64_t largest = 0;
-    for (const auto& [name, content] : Expected(volume)) {
-        largest = std::max<std::uint64_t>(largest, content.size());
-    }
-    for (const std::uint64_t limit : {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{65535},
-                                      std::uint64_t{65536}, largest - 1, largest}) {
-        const auto generate = [&] {
-            support::LimitFileSize(limit);
-            const Failure failure = Generate();
-            if (failure.result == 0) {
-                return 0;
-            }
-            const bool told = failure.text.starts_with("Cannot write file in CFileWriter::Write");
-            const bool coded =
-                failure.result == frame::HResultFromWin32(platform::win32err::kFileTooLarge);
-            return told && coded ? 1 : 2;
-        };
-        EXPECT_EQ(support::RunInChild(generate), limit < largest ? 1 : 0) << limit;
-    }
-    ExpectSame(ReadOutput(), Expected(volume));
 }
 
 }  // namespace
