@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
+#include "platform/system.h"
 #include "support/target.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -63,6 +66,67 @@ TEST(Errors, EveryNamedCodeHasAText) {
         if (knownToWine || !support::OnWine()) {
             EXPECT_NE(platform::SystemMessage(code), u"") << code;
         }
+    }
+}
+
+// But for the two ways of opening that tell by it whether the file was there.
+TEST(Errors, ASuccessLeavesTheLastErrorAlone) {
+    using namespace platform;
+    const support::CTempFolder folder;
+    const std::u16string path = folder.Path(u"f");
+    const std::u16string other = folder.Path(u"g");
+    CFileHandle file(CreateFileW(path, kGenericRead | kGenericWrite, kShareRead, kCreateNew, 0));
+    CFileHandle copy;
+    FindData data;
+    CFindHandle find;
+    char byte = 0;
+    std::size_t count = 0;
+    std::int64_t number = 0;
+    std::u16string text;
+    char16_t buffer[4096];
+    const struct {
+        const char* label;
+        std::function<bool()> act;
+    } rows[] = {
+        {"write", [&] { return WriteFile(file.Get(), "x", 1, count); }},
+        {"flush", [&] { return FlushFileBuffers(file.Get()); }},
+        {"read at the end", [&] { return ReadFile(file.Get(), &byte, 1, count); }},
+        {"move", [&] { return SetFilePointerEx(file.Get(), 0, &number, EMoveMethod::Begin); }},
+        {"read", [&] { return ReadFile(file.Get(), &byte, 1, count); }},
+        {"size", [&] { return GetFileSizeEx(file.Get(), number); }},
+        {"cut", [&] { return SetEndOfFile(file.Get()); }},
+        {"times", [&] { return GetFileTime(file.Get(), &number, nullptr, nullptr); }},
+        {"set times", [&] { return SetFileTime(file.Get(), nullptr, nullptr, &number); }},
+        {"duplicate",
+         [&] {
+             copy.Reset(DuplicateHandle(file.Get()));
+             return static_cast<bool>(copy);
+         }},
+        {"close", [&] { return CloseHandle(copy.Detach()) && CloseHandle(file.Detach()); }},
+        {"attributes", [&] { return GetFileAttributesW(path) != kInvalidAttributes; }},
+        {"set attributes", [&] { return SetFileAttributesW(path, kAttributeNormal); }},
+        {"copy file", [&] { return CopyFileW(path, other, true); }},
+        {"move file", [&] { return MoveFileExW(other, path, kMoveReplaceExisting); }},
+        {"find",
+         [&] {
+             find.Reset(FindFirstFileW(folder.Path(u"*"), data));
+             return static_cast<bool>(find);
+         }},
+        {"find next", [&] { return FindNextFileW(find.Get(), data); }},
+        {"end of find", [&] { return FindClose(find.Detach()); }},
+        {"delete", [&] { return DeleteFileW(path); }},
+        {"make folder", [&] { return CreateDirectoryW(path); }},
+        {"remove folder", [&] { return RemoveDirectoryW(path); }},
+        {"module", [&] { return GetModuleFileNameW(OwnModule(), buffer, 4096) != 0; }},
+        {"temporary folder", [&] { return GetTempPathW(text); }},
+        {"environment", [&] { return GetEnvironmentVariableW(u"PATH", text); }},
+    };
+    for (const auto& row : rows) {
+        SetLastError(77);
+        const bool done = row.act();
+        const std::uint32_t code = GetLastError();
+        EXPECT_TRUE(done) << row.label << " " << code;
+        EXPECT_EQ(code, 77U) << row.label;
     }
 }
 
