@@ -55,7 +55,7 @@ void CFileWriter::Close() {
     m_open = false;
     try {
         Flush();
-    } catch (const frame::CExc&) {
+    } catch (...) {
         m_used = 0;
         m_file.Reset();
         throw;

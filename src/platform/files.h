@@ -115,6 +115,10 @@ std::uint32_t GetFileAttributesW(std::u16string_view path);
 // everybody, clearing it gives it to the owner.
 bool SetFileAttributesW(std::u16string_view path, std::uint32_t attributes);
 
+// The same text for all names that the file system takes for one: letters in one case where
+// their case does not count (Windows), the name itself elsewhere.
+std::u16string FoldFileName(std::u16string_view name);
+
 struct FindData {
     std::uint32_t attributes = 0;
     std::int64_t creationTime = 0;  // ticks

@@ -122,7 +122,7 @@ void COwnerFiles::CloseAll() {
         }
         try {
             Close(owner);
-        } catch (const frame::CExc&) {
+        } catch (const std::exception&) {
             first = first ? first : std::current_exception();
         }
         m_handles.Remove(owner);

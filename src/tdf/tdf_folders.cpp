@@ -12,6 +12,9 @@ namespace {
 
 constexpr std::size_t kMostKept = 16 * 1024 * 1024;  // code units
 constexpr std::size_t kLongestKept = 64 * 1024;      // code units of one text
+// No system has paths near this long; 64 long names of a damaged table would take memory
+// without end.
+constexpr std::size_t kLongestPath = 16 * 1024 * 1024;  // code units
 
 const std::byte* BytesOf(std::u16string_view text) noexcept {
     return std::as_bytes(std::span(text.data(), text.size())).data();
@@ -90,11 +93,23 @@ void CFolderTexts::Compose(std::int64_t folder, std::int64_t record) {
     if (m_groupLimit) {
         ComposeGroups(chain);
     } else {
-        ComposePath(chain);
+        ComposePath(chain, folder, record);
     }
 }
 
-void CFolderTexts::ComposePath(const CTdfFolders::Chain& chain) {
+void CFolderTexts::ComposePath(const CTdfFolders::Chain& chain, std::int64_t folder,
+                               std::int64_t record) {
+    std::size_t units = 0;
+    for (std::size_t i = 0; i < chain.count; ++i) {
+        units += m_folders.NameOf(chain.folders[i]).size();
+    }
+    if (units > kLongestPath) {
+        throw frame::CExc(
+            u"The path of a folder is too long. Volume: [%1]. File record: [%2]. Folder index: "
+            u"[%3].",
+            {m_volumeName, frame::Int64ToString(record), frame::Int64ToString(folder)},
+            frame::kFail);
+    }
     m_text += m_volumeName;
     m_text += u":\\";
     for (std::size_t i = chain.count; i-- > 0;) {

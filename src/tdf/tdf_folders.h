@@ -39,7 +39,8 @@ private:
 
 // What stands for a folder in the lines of its files: its path, or the groups of its
 // fingerprint. Texts are kept, up to a limit in memory, and made once while they are.
-// Throws CExc (E_INVALIDARG) for an index that the table does not have, met on the way.
+// Throws CExc for an index that the table does not have, met on the way (E_INVALIDARG), and
+// for names that together are longer than any path (E_FAIL).
 class CFolderTexts {
 public:
     // `groupLimit`: of fingerprints; none for paths. `folders` must outlive the texts.
@@ -63,7 +64,7 @@ private:
 
     Text Keep(Slot& slot);
     void Compose(std::int64_t folder, std::int64_t record);
-    void ComposePath(const CTdfFolders::Chain& chain);
+    void ComposePath(const CTdfFolders::Chain& chain, std::int64_t folder, std::int64_t record);
     void ComposeGroups(const CTdfFolders::Chain& chain);
 
     const CTdfFolders& m_folders;

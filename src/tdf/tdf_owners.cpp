@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "frame/conversions.h"
+#include "platform/files.h"
 
 namespace tdf {
 
@@ -32,10 +33,10 @@ void CTdfOwners::Add(const rec::COwnerRecord& record) {
 
 void CTdfOwners::FindTwins() {
     m_twins.assign(Count(), kNoTwin);
-    std::unordered_map<std::u16string_view, std::uint32_t> firsts;
+    std::unordered_map<std::u16string, std::uint32_t> firsts;
     firsts.reserve(Count());
     for (std::uint32_t owner = 0; owner < Count(); ++owner) {
-        const auto [first, isNew] = firsts.emplace(m_labels[owner], owner);
+        const auto [first, isNew] = firsts.emplace(platform::FoldFileName(m_labels[owner]), owner);
         if (!isNew) {
             m_twins[first->second] = m_twins[owner] = first->second;
         }

@@ -27,7 +27,7 @@ public:
     std::u16string_view LabelOf(std::size_t owner) const noexcept { return m_labels[owner]; }
     // "CORP\jsmith    ID-1001" or "unkn0    ID-18".
     std::u16string MapLineOf(std::size_t owner) const;
-    // The first owner with the same label when there are several, else kNoTwin.
+    // The first owner whose files have the same names when there are several, else kNoTwin.
     std::uint32_t TwinOf(std::size_t owner) const noexcept { return m_twins[owner]; }
 
 private:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
 
 #include "frame/errors.h"
 #include "frame/file_system.h"
@@ -83,11 +84,11 @@ void CVolumeGenerator::Run(std::u16string_view dataFile) {
     try {
         ReadFiles(files);
         WriteOwnersMap(files);
-    } catch (const frame::CExc&) {
+    } catch (...) {
         // What was written before the failure is brought to its files all the same.
         try {
             files.CloseAll();
-        } catch (const frame::CExc&) {
+        } catch (const std::exception&) {
         }
         throw;
     }

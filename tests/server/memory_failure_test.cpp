@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <new>
@@ -9,6 +10,7 @@
 #include "platform/com_ptr.h"
 #include "support/automation_check.h"
 #include "support/index_file_builder.h"
+#include "support/port_files.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -169,6 +171,32 @@ TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
     });
     library = nullptr;
     EXPECT_EQ(::DllCanUnloadNow(), S_OK);
+}
+
+// The last allocations are those of the owners map: by then every line stands in its file.
+TEST(MemoryFailure, GenerationKeepsTheLinesBeforeTheFailure) {
+    const support::CTempFolder folder;
+    std::ofstream(folder.Native(u"C.dat"), std::ios::binary) << support::SmallVolume().Bytes();
+    std::ofstream(folder.Native(u"list"), std::ios::binary) << "Volume.C=C.dat\r\n#";
+    const auto list = Bstr(folder.Path(u"list"));
+    const auto output = Bstr(folder.Path(u"out"));
+    const auto separators = Bstr(u".");
+    const std::u16string text = folder.Path(u"out/vl.C.CORP.jsmith.0.txt");
+    CComPtr<IOibIdxLib> library;
+    ASSERT_EQ(support::CreateLibrary(nullptr, IID_IOibIdxLib, library.PutVoid()), S_OK);
+    std::string afterLastFailure;
+    FailEveryAllocation("generate", [&] {
+        const HRESULT hr = library->GenerateOibTDFs(list.Get(), output.Get(), {}, 100,
+                                                    VARIANT_FALSE, 0, 0, separators.Get());
+        g_allocationsLeft = -1;
+        if (hr != S_OK) {
+            afterLastFailure = support::ReadWhole(text);
+            std::filesystem::remove_all(folder.Native(u"out"));
+        }
+        return hr;
+    });
+    EXPECT_EQ(afterLastFailure, support::ReadWhole(text));
+    EXPECT_GT(afterLastFailure.size(), 100U);
 }
 
 }  // namespace

@@ -288,6 +288,25 @@ TEST_F(TdfGeneratorTest, RefusesADamagedListAndKeepsWhatWasWritten) {
     }
 }
 
+// A folder that is its own parent would stand in the path 64 times.
+TEST_F(TdfGeneratorTest, RefusesPathsWithoutEnd) {
+    constexpr std::size_t kAllowed = 16 * 1024 * 1024 / 64;
+    Volume volume;
+    volume.owners = {{u"S-1", u"u", u"D"}};
+    volume.files = {{u"f", 1, 0, kMorning, 5}};
+    volume.dirs = {{u"", 0}, {std::u16string(kAllowed, u'n'), 1}};
+    WriteVolume(volume.Bytes());
+    EXPECT_EQ(Generate().text, "");
+    ExpectSame(ReadOutput(), Expected(volume));
+    volume.dirs[1].name += u'n';
+    WriteVolume(volume.Bytes());
+    const Failure failure = Generate();
+    EXPECT_EQ(failure.result, frame::kFail);
+    EXPECT_TRUE(failure.text.ends_with(
+        "The path of a folder is too long. Volume: [C]. File record: [0]. Folder index: [1]."))
+        << failure.text;
+}
+
 TEST_F(TdfGeneratorTest, NamesCannotLeaveTheFolder) {
     struct Row {
         std::u16string volume, domain, name;
@@ -352,10 +371,16 @@ TEST_F(TdfGeneratorTest, ReportsWhatCannotBeCreated) {
     failure = Generate();
     EXPECT_TRUE(failure.text.starts_with("Cannot create file in CFileWriter::Create\r\n"));
     EXPECT_EQ(failure.result, frame::HResultFromWin32(platform::win32err::kSharingViolation));
+    // Or of two labels that the file system takes for one. Here the map fails otherwise.
+    Volume others = volume;
+    others.owners[1] = {u"other", u"JSMITH", u"corp"};
+    WriteVolume(others.Bytes());
+    EXPECT_EQ(Generate().result, frame::HResultFromWin32(support::kOnWindows ? 32 : 5));
 
     // One file each: the later record replaces the earlier one.
     std::filesystem::remove(m_folder.Native(u"new/out/owners.C.map"));
     m_settings.recsNumPerTxt = 1;
+    WriteVolume(twins.Bytes());
     EXPECT_EQ(Generate().text, "");
     EXPECT_EQ(LinesOf(ReadOutput(), u"vl.C.CORP.jsmith.0.txt"),
               "01/15/2013 09:05:08, 2, C:\\Users\\john\\docs\\A.txt\r\n");

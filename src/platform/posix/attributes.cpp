@@ -141,6 +141,10 @@ bool SetFileTime(FileHandle handle, const std::int64_t* creation, const std::int
     return true;
 }
 
+std::u16string FoldFileName(std::u16string_view name) {
+    return std::u16string(name);
+}
+
 std::uint32_t GetFileAttributesW(std::u16string_view path) {
     const auto native = posix::NativePath(path);
     if (!native) {

@@ -27,6 +27,12 @@ bool OnPaths(std::u16string_view source, std::u16string_view target, Call call) 
 
 }  // namespace
 
+std::u16string FoldFileName(std::u16string_view name) {
+    std::u16string folded(name);
+    ::CharUpperBuffW(Wide(folded.data()), static_cast<DWORD>(folded.size()));
+    return folded;
+}
+
 std::uint32_t GetFileAttributesW(std::u16string_view path) {
     DWORD attributes = kInvalidAttributes;
     OnPath(path, [&](const wchar_t* native) {
