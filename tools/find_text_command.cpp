@@ -7,18 +7,12 @@
 #include "command.h"
 #include "search_filters.h"
 #include "search_output.h"
+#include "text_file_name.h"
 #include "waiting_line.h"
 
 namespace zorel::tools {
 
 namespace {
-
-// The volume in the name of a text data file, "vl.VOLUME.OWNER.NUMBER.txt"; C for others.
-std::u16string VolumeOf(const std::filesystem::path& file) {
-    const std::string name = file.filename().string();
-    const std::size_t end = name.starts_with("vl.") ? name.find('.', 3) : std::string::npos;
-    return end == std::string::npos ? u"C" : ToUtf16(name.substr(3, end - 3));
-}
 
 class CFindTextCommand : public CCommand {
 public:
@@ -28,36 +22,54 @@ public:
         app.add_flag("--count", m_isCount, "Print only how many files were found");
         DeclareJson(app);
         app.footer(
-            "The filters mean what they mean to 'oibidx find'; a text data file does not tell\n"
-            "who owns a file, its own name does, so --owner is refused. Exit code 1: nothing\n"
-            "found.");
+            "The filters mean what they mean to 'oibidx find'. A line does not tell who owns a\n"
+            "file; --owner takes the text data files that have the owner in their names, as\n"
+            "in vl.C.CORP.ann.0.txt, and passes over the others. Exit code 1: nothing found.");
     }
 
     EExitCode Run(COutput& output) override {
-        if (m_filters.HasOwner()) {
-            throw CToolError(
-                "--owner: a text data file does not hold owners; choose the files of "
-                "the owner instead");
-        }
+        const std::vector<Text> texts = WantedTexts();
         const client::CLibrary library;
         CSearchOutput results(output, m_isJson, m_isCount);
         results.KeepEndings(m_filters.Endings());
-        for (const std::string& file : m_files) {
+        for (const Text& text : texts) {
             client::CPointer<IOibTDFSearchTask> task;
             {
-                const CWaitingLine waiting("Searching " + file);
-                const std::string path = std::filesystem::absolute(file).string();
-                client::Check(
-                    library->FindInOibTDF2(client::CText(ToUtf16(path)).Get(),
-                                           &m_filters.ForText(VolumeOf(file)), task.Out()),
-                    file);
+                const CWaitingLine waiting("Searching " + text.file);
+                const std::string path = std::filesystem::absolute(text.file).string();
+                client::Check(library->FindInOibTDF2(client::CText(ToUtf16(path)).Get(),
+                                                     &m_filters.ForText(text.volume), task.Out()),
+                              text.file);
             }
-            results.Add(*task.operator->(), file);
+            results.Add(*task.operator->(), text.file);
         }
         return results.Finish();
     }
 
 private:
+    struct Text {
+        std::string file;
+        std::u16string volume;
+    };
+
+    // Those of the owner, when one is asked for; an empty one is none.
+    std::vector<Text> WantedTexts() const {
+        const std::string owner = m_filters.Owner().value_or("");
+        std::vector<Text> texts;
+        for (const std::string& file : m_files) {
+            TextFileName name = ParseTextFileName(file);
+            if (!owner.empty() && !name.owner) {
+                throw CToolError(file +
+                                 ": --owner: The name does not tell an owner, as in "
+                                 "vl.VOLUME.DOMAIN.NAME.NUMBER.txt.");
+            }
+            if (owner.empty() || IsOwnedBy(*name.owner, ToUtf16(owner))) {
+                texts.push_back({file, std::move(name.volume)});
+            }
+        }
+        return texts;
+    }
+
     std::vector<std::string> m_files;
     CSearchFilters m_filters;
     bool m_isCount = false;

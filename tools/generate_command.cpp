@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -62,6 +63,12 @@ Written CountWritten(const TextFiles& before, const TextFiles& after) {
     return written;
 }
 
+// As the library takes a path: both separators part folders.
+std::string WithSlashes(std::string path) {
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path;
+}
+
 class CGenerateCommand : public CCommand {
 public:
     void Declare(CLI::App& app) override {
@@ -90,7 +97,7 @@ public:
 
     EExitCode Run(COutput& output) override {
         const std::uint64_t ticks = TicksOf(ParseTime(m_time.value_or("0s"), "--time"));
-        const fs::path folder = fs::absolute(m_output);
+        const fs::path folder = fs::absolute(WithSlashes(m_output));
         const TextFiles before = TextFilesIn(folder);
         const auto start = std::chrono::steady_clock::now();
         Generate(folder.string(), ticks);

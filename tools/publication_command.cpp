@@ -123,7 +123,8 @@ public:
         DeclareJson(app);
         app.footer(
             "Prints the times of the publication and its commands with their numbers in the\n"
-            "file; groups are counted from 0. Exit code 1: there is neither.");
+            "file; groups are counted from 0. Commands in several trees, such as cmd.1 and\n"
+            "cmdX.2, are refused: their order is not told. Exit code 1: there is neither.");
     }
 
     EExitCode Run(COutput& output) override {

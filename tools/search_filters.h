@@ -28,7 +28,7 @@ class CSearchFilters {
 public:
     void Declare(CLI::App& app);
 
-    bool HasOwner() const { return m_owner.has_value(); }
+    const std::optional<std::string>& Owner() const { return m_owner; }
     const std::optional<std::string>& Endings() const { return m_endings; }
     // The volume that the folder is written with.
     std::optional<char16_t> Volume() const;

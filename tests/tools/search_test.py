@@ -174,6 +174,10 @@ class Generation(SearchTest):
             self.assertEqual(told["files"], files)
             self.assertEqual(told["bytes"], 120 + 2 * files)
         self.assertEqual(len(self.text_names()), 2)
+        self.texts = self.base + "/other\\texts"
+        told = self.generate()
+        self.assertEqual((told["files"], told["bytes"]), (1, 122))
+        self.assertEqual(len(os.listdir(self.base + "/other/texts")), 2)
 
     def test_fingerprints_meet_those_of_key_lines(self):
         for path, elements, wanted in [
@@ -207,21 +211,13 @@ class Searches(SearchTest):
         """Both searches with these arguments against the files of the model."""
         found = [file for file in self.files if all(keep(file) for keep in keeps)]
         in_text = [{**f, "owner": ""} for f in found if reads_as_text(f["path"])]
-        texts = self.text_names()
-        without = [a for a in arguments if not a.startswith("--owner")]
-        if without != arguments:
-            labels = {f["owner"].replace("\\", ".") for f in found}
-            start, end = len(self.texts) + len("/vl.C."), -len(".0.txt")
-            texts = [text for text in texts if text[start:end] in labels]
-        for command, places, given, wanted in (("find", [self.catalogue], arguments, found),
-                                               ("find-text", texts, without, in_text)):
-            if not places:
-                continue
+        for command, places, wanted in (("find", [self.catalogue], found),
+                                        ("find-text", self.text_names(), in_text)):
             code = 0 if wanted else 1
-            listed = objects(command, *places, *given, "--json", code=code)
+            listed = objects(command, *places, *arguments, "--json", code=code)
             self.assertEqual(sorted(listed, key=lambda f: f["path"]),
                              sorted(wanted, key=lambda f: f["path"]), command)
-            self.assertEqual(answer(command, *places, *given, "--count", code=code),
+            self.assertEqual(answer(command, *places, *arguments, "--count", code=code),
                              b"%d\n" % len(wanted))
         return len(found)
 
@@ -305,6 +301,27 @@ class Searches(SearchTest):
             for name, count in (("ten", 1), ("nobody", 0)):
                 self.assertEqual(objects(command, *places, f"--name={name}", "--count", "--json",
                                          code=1 - count), [{"count": count}])
+
+    def test_owners_in_the_names_of_texts(self):
+        names = ["vl.C.CORP.ann.0.txt", "vl.C.LAB.ann.12.txt", "vl.D..bob.0.txt",
+                 "vl.C.a.b.ann.0.txt", "vl.C.unkn0.0.txt"]
+        for name in names:
+            with open(os.path.join(self.base, name), "wb") as file:
+                file.write("\ufeff01/15/2013 09:05:07, 1, C:\\x\r\n".encode("utf-16-le"))
+        for owner, found in [("CORP\\ann", [0]), ("corp.ANN", [0]), ("ann@lab", [1]),
+                             ("ann", [0, 1, 3]), ("nn", []), ("\\bob", [2]), ("bob", [2]),
+                             ("a.b\\ann", [3]), ("unkn0", []), ("CORP", []), ("", range(5))]:
+            for i, name in enumerate(names):
+                with self.subTest(owner=owner, name=name):
+                    count = int(i in found)
+                    text = self.base + "\\" + name
+                    self.assertEqual(answer("find-text", text, f"--owner={owner}", "--count",
+                                            code=1 - count), b"%d\n" % count)
+        for name in ("ann.txt", "vl.C.ann.0.txt", "vl.C.CORP.ann.x.txt", "vl.C.CORP.ann.0.map",
+                     "vl.C.unkn.0.txt", "vl.C.0.txt"):
+            done = run("find-text", self.base + "/" + names[0], name, "--owner=ann")
+            self.assertEqual((done.returncode, done.stdout), (2, b""))
+            self.assertIn(name + ": --owner: The name does not tell an owner", done.stderr.decode())
 
     def test_all_volumes_are_searched(self):
         other = os.path.join(self.base, "other")
@@ -409,7 +426,7 @@ class Failures(SearchTest):
                      "2024--1-01", "+024-01-01", "2024-01-01T12:30:", "2024-01-01 12:30:15.5"):
             self.check([*find, "--newer-than=" + when], f"--newer-than: '{when}' is no time")
             self.check([*generate, "--time=" + when], f"--time: '{when}' is no time")
-        self.check([*text, "--owner=a"], "--owner: a text data file does not hold owners")
+        self.check([*text, "--owner=a"], self.summary + ": --owner: The name does not tell an owner")
         self.check([*generate, "--records=0"], "--records")
         self.check([*generate, "--records=x"], "--records")
         self.check([*generate, "--subfolders=1"], "--subfolders", "--crc")

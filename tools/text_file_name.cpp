@@ -1,0 +1,58 @@
+#include "text_file_name.h"
+
+#include "ZorelText.h"
+#include "text_format.h"
+
+namespace zorel::tools {
+
+namespace {
+
+bool IsNumber(std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+}
+
+// OWNER in "OWNER.NUMBER.txt".
+std::optional<std::u16string> OwnerIn(std::string_view text) {
+    constexpr std::string_view kEnding = ".txt";
+    if (!text.ends_with(kEnding)) {
+        return std::nullopt;
+    }
+    text.remove_suffix(kEnding.size());
+    const std::size_t end = text.rfind('.');
+    if (end == text.npos || !IsNumber(text.substr(end + 1))) {
+        return std::nullopt;
+    }
+    const std::string_view owner = text.substr(0, end);
+    const bool isUnknown = owner.starts_with("unkn") && IsNumber(owner.substr(4));
+    return isUnknown || owner.find('.') != owner.npos ? std::optional(ToUtf16(owner))
+                                                      : std::nullopt;
+}
+
+}  // namespace
+
+TextFileName ParseTextFileName(std::string_view path) {
+    constexpr std::string_view kStart = "vl.";
+    path.remove_prefix(path.find_last_of("/\\") + 1);
+    const std::size_t end = path.starts_with(kStart) ? path.find('.', kStart.size()) : path.npos;
+    if (end == path.npos) {
+        return {u"C", std::nullopt};
+    }
+    return {ToUtf16(path.substr(kStart.size(), end - kStart.size())),
+            OwnerIn(path.substr(end + 1))};
+}
+
+bool IsOwnedBy(std::u16string_view owner, std::u16string_view account) {
+    const std::u16string label = Folded(std::u16string(owner));
+    std::u16string asked = Folded(std::u16string(account));
+    for (const char16_t separator : {u'\\', u'@', u'.'}) {
+        const std::size_t at = asked.find(separator);
+        if (at != asked.npos) {
+            const std::u16string first = asked.substr(0, at);
+            const std::u16string second = asked.substr(at + 1);
+            return label == (separator == u'@' ? second + u"." + first : first + u"." + second);
+        }
+    }
+    return label.ends_with(u"." + asked);
+}
+
+}  // namespace zorel::tools
