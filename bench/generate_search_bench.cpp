@@ -22,11 +22,33 @@ using bench::CRef;
 using bench::CString;
 using bench::SyntheticVolume;
 
-constexpr char16_t kRareName[] = u"*_777777.";
-
 const SyntheticVolume& VolumeFor(const benchmark::State& state) {
     return bench::VolumeOf(static_cast<std::uint64_t>(state.range(0)));
 }
+
+// Fits the one file of this number; with some luck others share it.
+std::u16string RareName(const SyntheticVolume& volume) {
+    return u"*_" + std::u16string(std::to_string(volume.files).size() - 1, u'7') + u".";
+}
+
+// A pattern, a folder near the root, and limits of time and size.
+struct ManyCriteria {
+    explicit ManyCriteria(const SyntheticVolume& volume)
+        : root(volume.samplePath.substr(0, volume.samplePath.find(u'\\', 3) + 1)) {
+        record.FileNamePattern = name;
+        record.rootPath = root;
+        record.UseTimeLimits = VARIANT_TRUE;
+        record.ModifyTimeFrom = 41000;
+        record.ModifyTimeTill = 45000;
+        record.UseSizeLimits = VARIANT_TRUE;
+        record.SizeFrom = 1000;
+        record.SizeTill = 9'000'000;
+    }
+
+    const CString name{u"*report*.txt"};
+    const CString root;
+    SearchSpec record{};
+};
 
 // ----- Limits -------------------------------------------------------------------------
 
@@ -193,7 +215,8 @@ void FindInCatalogue(benchmark::State& state, SearchSpec criteria, double leastS
     }();
     Check(task->Find(&criteria) == S_OK, "Find succeeds");
     const double share = FoundBy(*task) / static_cast<double>(volume.files);
-    Check(share >= leastShare && share <= mostShare, "Find finds as many files as expected");
+    Check(share > 0 && share >= leastShare && share <= mostShare,
+          "Find finds as many files as expected");
     state.counters["found"] = FoundBy(*task);
     state.counters["first_ratio"] = first / limit;
     SearchSpec again{};
@@ -210,28 +233,17 @@ void FindInCatalogue(benchmark::State& state, SearchSpec criteria, double leastS
 }
 
 void FindRareName(benchmark::State& state) {
-    const CString name(kRareName);
+    const CString name(RareName(VolumeFor(state)));
     SearchSpec criteria{};
     criteria.FileNamePattern = name;
     FindInCatalogue(state, criteria, 0, 1e-4);
 }
 
 void FindByEverything(benchmark::State& state) {
-    const SyntheticVolume& volume = VolumeFor(state);
-    const CString name(u"*report*.txt");
+    ManyCriteria criteria(VolumeFor(state));
     const CString owner(u"CORP\\user10");
-    const CString root(volume.samplePath.substr(0, volume.samplePath.find(u'\\', 3)));
-    SearchSpec criteria{};
-    criteria.FileNamePattern = name;
-    criteria.Owner = owner;
-    criteria.rootPath = root;
-    criteria.UseTimeLimits = VARIANT_TRUE;
-    criteria.ModifyTimeFrom = 41000;
-    criteria.ModifyTimeTill = 45000;
-    criteria.UseSizeLimits = VARIANT_TRUE;
-    criteria.SizeFrom = 1000;
-    criteria.SizeTill = 9'000'000;
-    FindInCatalogue(state, criteria, 0, 0.01);
+    criteria.record.Owner = owner;
+    FindInCatalogue(state, criteria.record, 0, 0.01);
 }
 
 void FindHalf(benchmark::State& state) {
@@ -259,8 +271,17 @@ const std::string& TextOf(const SyntheticVolume& volume) {
     return path;
 }
 
+// The catalogue holds as many files that fit. The pattern has to mean the same to both
+// searches: it begins with a star.
+void CheckFound(const SyntheticVolume& volume, SearchSpec criteria, INT found) {
+    const auto task = Load(volume);
+    Check(task->Find(&criteria) == S_OK, "Find succeeds");
+    Check(found > 0 && found == FoundBy(*task), "the text holds what the catalogue holds");
+}
+
 void FindInText(benchmark::State& state, SearchSpec criteria) {
-    const std::string& path = TextOf(VolumeFor(state));
+    const SyntheticVolume& volume = VolumeFor(state);
+    const std::string& path = TextOf(volume);
     const auto library = bench::Library();
     const CString file(path);
     const auto search = [&] {
@@ -268,46 +289,43 @@ void FindInText(benchmark::State& state, SearchSpec criteria) {
         Check(library->FindInOibTDF2(file, &criteria, task.Put()) == S_OK, "the search succeeds");
         return FoundBy(*task);
     };
+    CheckFound(volume, criteria, search());
     state.counters["found"] = search();
     state.counters["text_MiB"] = static_cast<double>(fs::file_size(path)) / (1 << 20);
     bench::RunAgainst(state, LineCountSeconds(path), search);
 }
 
 void FindRareNameInText(benchmark::State& state) {
-    const CString name(kRareName);
+    const CString name(RareName(VolumeFor(state)));
     SearchSpec criteria{};
     criteria.FileNamePattern = name;
     FindInText(state, criteria);
 }
 
 void FindInTextByEverything(benchmark::State& state) {
-    const SyntheticVolume& volume = VolumeFor(state);
-    const CString name(u"*report*.txt");
-    const CString root(volume.samplePath.substr(0, volume.samplePath.find(u'\\', 3)));
-    SearchSpec criteria{};
-    criteria.FileNamePattern = name;
-    criteria.rootPath = root;
-    criteria.UseTimeLimits = VARIANT_TRUE;
-    criteria.ModifyTimeFrom = 41000;
-    criteria.ModifyTimeTill = 45000;
-    criteria.UseSizeLimits = VARIANT_TRUE;
-    criteria.SizeFrom = 1000;
-    criteria.SizeTill = 9'000'000;
-    FindInText(state, criteria);
+    FindInText(state, ManyCriteria(VolumeFor(state)).record);
 }
 
 // The same search as a list of lines.
 void FindLinesInText(benchmark::State& state) {
-    const std::string& path = TextOf(VolumeFor(state));
+    const SyntheticVolume& volume = VolumeFor(state);
+    const std::string& path = TextOf(volume);
     const auto library = bench::Library();
     const CString file(path);
     const CString root(u"");
-    const CString name(kRareName);
-    bench::RunAgainst(state, LineCountSeconds(path), [&] {
+    const CString name(RareName(volume));
+    const auto search = [&] {
         SAFEARRAY* lines = nullptr;
         Check(library->FindInOibTDF(file, root, name, &lines) == S_OK, "the search succeeds");
+        const auto found = static_cast<INT>(lines->rgsabound[0].cElements);
         ::SafeArrayDestroy(lines);
-    });
+        return found;
+    };
+    SearchSpec criteria{};
+    criteria.FileNamePattern = name;
+    CheckFound(volume, criteria, search());
+    state.counters["found"] = search();
+    bench::RunAgainst(state, LineCountSeconds(path), search);
 }
 
 void Sizes(benchmark::internal::Benchmark* bench) {
