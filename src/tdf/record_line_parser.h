@@ -1,4 +1,4 @@
-// The parts of a record line of a text data file (doc/text-data-file.md).
+// The parts of a record line of a text data file (doc/text-data-files.md).
 #pragma once
 
 #include <cstddef>

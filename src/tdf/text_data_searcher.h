@@ -1,4 +1,4 @@
-// Searches a text data file of record lines (doc/text-data-file.md).
+// Searches a text data file of record lines (doc/text-data-files.md).
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,6 @@
 #include "tdf/wildcard.h"
 
 namespace tdf {
-
-class CFoldedText;
 
 // Filled by Search, read afterwards; one thread at a time. Criteria are set before Search.
 class CTextDataSearcher {

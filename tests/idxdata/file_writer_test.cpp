@@ -19,7 +19,7 @@ using support::Failure;
 using support::FailureOf;
 using support::Refused;
 
-constexpr std::int64_t kTicks = 130027323072500000;  // 2013-01-15 09:05:07.25
+constexpr std::int64_t kTicks = 130027323072500000;  // 2013-01-15 14:05:07.25
 
 void ExpectTimes(std::u16string_view path, std::int64_t expected) {
     const platform::CFileHandle file = support::OpenToRead(path);

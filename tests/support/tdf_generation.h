@@ -19,7 +19,7 @@
 
 namespace support {
 
-inline constexpr std::int64_t kFileTimes = 130027323072500000;  // 2013-01-15 09:05:07.25
+inline constexpr std::int64_t kFileTimes = 130027323072500000;  // 2013-01-15 14:05:07.25
 inline constexpr std::int32_t kNoSplit = 1000000;
 inline constexpr std::int64_t kMorning = 130027143072500000;  // 2013-01-15 09:05:07.25
 

@@ -7,6 +7,7 @@
 #include "platform/errors.h"
 #include "support/disk_faults.h"
 #include "support/port_files.h"
+#include "support/tdf_generation.h"
 #include "support/tdf_model.h"
 #include "support/temp_folder.h"
 #include "tdf/tdf_generator.h"
@@ -17,8 +18,7 @@ namespace {
 
 using support::EFault;
 using support::g_diskFaults;
-
-constexpr std::int64_t kFileTimes = 130027323072500000;
+using support::kFileTimes;
 
 class GenerationFaults : public testing::TestWithParam<std::tuple<bool, EFault>> {};
 
