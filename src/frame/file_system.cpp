@@ -17,6 +17,7 @@ namespace win32err = platform::win32err;
 constexpr std::u16string_view kSeparators = u"\\/";
 constexpr std::u16string_view kLongPrefix = u"\\\\?\\";
 constexpr std::u16string_view kLongNetworkPrefix = u"\\\\?\\UNC\\";
+constexpr std::u16string_view kDeleteFailed = u"Cannot delete file [%1].";
 constexpr std::u16string_view kCopyFailed =
     u"Cannot copy file. Source file: [%1]. Target file: [%2].";
 
@@ -67,6 +68,22 @@ bool FlushFile(std::u16string_view longPath) {
         platform::CreateFileW(longPath, platform::kGenericWrite, platform::kShareRead,
                               platform::kOpenExisting, platform::kAttributeNormal));
     return file && platform::FlushFileBuffers(file.Get());
+}
+
+// Deletes the file; a missing one is no failure. Without a context of its own.
+void Remove(std::u16string_view path) {
+    const std::u16string longPath = ToLongPath(path);
+    if (!FileExists(longPath) || platform::DeleteFileW(longPath)) {
+        return;
+    }
+    const std::uint32_t code = platform::GetLastError();
+    if (code != win32err::kAccessDenied) {
+        throw CWin32Exc(code);
+    }
+    ResetReadOnly(path);
+    if (!platform::DeleteFileW(longPath)) {
+        throw CWin32Exc(u"Cannot delete file.", CWin32Exc::kLastError);
+    }
 }
 
 void Sleep(int seconds) {
@@ -158,21 +175,7 @@ void CreateFolder(std::u16string_view path) {
 }
 
 void DeleteFile(std::u16string_view path) {
-    const auto remove = [&] {
-        const std::u16string longPath = ToLongPath(path);
-        if (!FileExists(longPath) || platform::DeleteFileW(longPath)) {
-            return;
-        }
-        const std::uint32_t code = platform::GetLastError();
-        if (code != win32err::kAccessDenied) {
-            throw CWin32Exc(code);
-        }
-        ResetReadOnly(path);
-        if (!platform::DeleteFileW(longPath)) {
-            throw CWin32Exc(u"Cannot delete file.", CWin32Exc::kLastError);
-        }
-    };
-    WithContext(u"Cannot delete file [%1].", {path}, remove);
+    WithContext(kDeleteFailed, {path}, [&] { Remove(path); });
 }
 
 void DeleteFileDurably(std::u16string_view path) {
@@ -181,7 +184,7 @@ void DeleteFileDurably(std::u16string_view path) {
     const bool moved =
         platform::MoveFileExW(ToLongPath(path), ToLongPath(staged),
                               platform::kMoveReplaceExisting | platform::kMoveWriteThrough);
-    DeleteFile(moved ? std::u16string_view(staged) : path);
+    WithContext(kDeleteFailed, {path}, [&] { Remove(moved ? staged : path); });
 }
 
 void CopyFile(std::u16string_view source, std::u16string_view target, bool createTargetFolder) {
@@ -234,8 +237,8 @@ void CopyFolder(std::u16string_view source, std::u16string_view target) {
             CopyFolder(CombinePath(source, name), CombinePath(target, name));
         }
     };
-    WithContext(u"Cannot copy folder. Source folder: [%1]. Target folder: [%2].", {source, target},
-                copy);
+    WithContext(u"Cannot copy folder. Source folder: [%1]. Target folder: [%2].",
+                {ToLongPath(source), ToLongPath(target)}, copy);
 }
 
 FolderList ListFolder(std::u16string_view pattern) {

@@ -53,7 +53,7 @@ void CopyFileDurably(std::u16string_view source, std::u16string_view target);
 std::u16string StagedPath(std::u16string_view path);
 // Messages show the long paths.
 void MoveFile(std::u16string_view source, std::u16string_view target, bool replace);
-// Copies files, then sub-folders.
+// Copies files, then sub-folders. Its own message shows the long paths.
 void CopyFolder(std::u16string_view source, std::u16string_view target);
 
 struct FolderList {

@@ -150,9 +150,13 @@ TEST_F(FileSystemTest, DeletesAndCopies) {
     EXPECT_FALSE(FileExists(file));
     DeleteFileDurably(Path(u"h"));
     DeleteFileDurably(Path(u"h"));
-    EXPECT_EQ(MessageOf([&] { DeleteFile(Path(u"new")); }),
-              FormatText(u"Cannot delete file [%1].\r\n", {Path(u"new")}) +
-                  Failure(u"Cannot delete file.", {}, 5));
+    CreateFolder(Path(u"other"));
+    for (const auto& [name, remove] :
+         {std::pair{u"new", &DeleteFile}, std::pair{u"other", &DeleteFileDurably}}) {
+        EXPECT_EQ(MessageOf([&] { remove(Path(name)); }),
+                  FormatText(u"Cannot delete file [%1].\r\n", {Path(name)}) +
+                      Failure(u"Cannot delete file.", {}, 5));
+    }
     MoveFile(Path(u"new/g"), Path(u"f"), false);
     EXPECT_EQ(MessageOf([&] { MoveFile(Path(u"f"), Path(u"new"), false); }),
               Failure(u"Cannot move file. Source path: [%1]. Target path: [%2].",
@@ -167,6 +171,12 @@ TEST_F(FileSystemTest, CopiesAndRemovesFolders) {
     ASSERT_TRUE(WriteWhole(Path(u"a/b/f"), "1") && WriteWhole(Path(u"a/b/c/g"), "2"));
     CopyFolder(Path(u"a"), Path(u"copy/a"));
     EXPECT_EQ(ReadWhole(Path(u"copy/a/b/f")) + ReadWhole(Path(u"copy/a/b/c/g")), "12");
+    const std::u16string belowFile = Path(u"a/b/f/x");
+    EXPECT_EQ(MessageOf([&] { CopyFolder(Path(u"a"), belowFile); }),
+              FormatText(u"Cannot copy folder. Source folder: [%1]. Target folder: [%2].\r\n"
+                         u"Cannot create folder [%3].\r\n",
+                         {ToLongPath(Path(u"a")), ToLongPath(belowFile), belowFile}) +
+                  Failure(u"CreateDirectoryW(%1) failed.", {ToLongPath(belowFile)}, 3));
     const FolderList list = ListFolder(Path(u"a/b/*"));
     EXPECT_EQ(list.folders, std::vector<std::u16string>{u"c"});
     EXPECT_EQ(list.files, std::vector<std::u16string>{u"f"});
