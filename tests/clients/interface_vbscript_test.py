@@ -23,12 +23,16 @@ match
 0hac906abf43d5
 searched
 2 files, 18 bytes
+1 file, 3 bytes
 srv01
 no client
 srv01
 db02 2013-01-15 09:05:07
 web01 2013-01-14 09:05:07
 2013-01-15 09:05:07
+AddBSession: Daily on srv01
+D:\\Backup\\daily.bak
+1 group, 0 restore points
 """ + SENTINEL
 
 
