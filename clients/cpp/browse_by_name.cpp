@@ -1,9 +1,9 @@
-// Lists a folder of a catalogue, late bound: no header of the library, every method by its
-// name, as a script engine does it.
+// Lists a folder of a catalogue and searches a text data file, late bound: no header of the
+// library, every method by its name, as a script engine does it.
 //
 //     x86_64-w64-mingw32-g++ -std=c++20 -static -municode browse_by_name.cpp
 //         -lole32 -loleaut32 -luuid
-//     browse_by_name.exe C:\catalogue\C.dat C:\docs
+//     browse_by_name.exe C:\catalogue\C.dat C:\docs C:\text\vl.C.CORP.ann.0.txt *.txt
 #include <windows.h>
 
 #include <ole2.h>
@@ -54,18 +54,19 @@ CValue Call(IDispatch* object, const wchar_t* name, const Arguments&... argument
     return value;
 }
 
-void PrintList(const CValue& list) {
+// Prints an array of strings.
+void PrintList(const CValue& list, const wchar_t* ending) {
     BSTR* texts = nullptr;
     LONG last = -1;
     ::SafeArrayGetUBound(list.parray, 1, &last);
     ::SafeArrayAccessData(list.parray, reinterpret_cast<void**>(&texts));
     for (LONG i = 0; i <= last; ++i) {
-        std::printf("%ls\\\n", texts[i]);
+        std::printf("%ls%ls\n", texts[i], ending);
     }
     ::SafeArrayUnaccessData(list.parray);
 }
 
-void Browse(const wchar_t* catalogue, const wchar_t* folder) {
+CValue CreateLibrary() {
     CLSID clsid = {};
     CValue library;
     library.vt = VT_DISPATCH;
@@ -78,24 +79,40 @@ void Browse(const wchar_t* catalogue, const wchar_t* folder) {
         library.vt = VT_EMPTY;
         Fail(result, const_cast<BSTR>(L"the library is not registered"));
     }
+    return library;
+}
+
+void Browse(const CValue& library, const wchar_t* catalogue, const wchar_t* folder) {
     const CValue browser = Call(library.pdispVal, L"BrowseOibDF", CValue(catalogue));
-    PrintList(Call(browser.pdispVal, L"GetFolders", CValue(folder)));
+    PrintList(Call(browser.pdispVal, L"GetFolders", CValue(folder)), L"\\");
     const CValue files = Call(browser.pdispVal, L"GetFiles", CValue(folder));
     std::printf("%lu files, %llu bytes\n", Call(files.pdispVal, L"FilesCount").ulVal,
                 Call(files.pdispVal, L"TotalSize").ullVal);
 }
 
+// The lines of the files below the folder whose names fit the pattern.
+void Search(const CValue& library, const wchar_t* text, const wchar_t* folder,
+            const wchar_t* pattern) {
+    PrintList(
+        Call(library.pdispVal, L"FindInOibTDF", CValue(text), CValue(folder), CValue(pattern)),
+        L"");
+}
+
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-    if (argc != 3) {
-        std::printf("usage: browse_by_name CATALOGUE-FILE FOLDER\n");
+    if (argc != 5) {
+        std::printf("usage: browse_by_name CATALOGUE-FILE FOLDER TEXT-FILE PATTERN\n");
         return 2;
     }
     if (FAILED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
         return 1;
     }
-    Browse(argv[1], argv[2]);
+    {
+        const CValue library = CreateLibrary();
+        Browse(library, argv[1], argv[2]);
+        Search(library, argv[3], argv[2], argv[4]);
+    }
     ::CoUninitialize();
     return 0;
 }

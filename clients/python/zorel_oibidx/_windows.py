@@ -20,7 +20,7 @@ from .values import (
 )
 
 _PROG_ID = "ZorelOibIdxLib.COibIdxLib.5"
-_LIBRARY = ("{b61b642b-ea60-4c62-918f-26f54f0f815d}", 1, 0, 0)
+_LIBRARY = ("{b61b642b-ea60-4c62-918f-26f54f0f815d}", 1, 0, 0x409)
 _SEARCH_SPEC = "{0c1f0ba5-09d6-4f5f-9ab1-0961fc36b976}"
 _FILE_TIME = "{49caf78e-0807-43d0-9090-9a06a76af5a0}"
 
