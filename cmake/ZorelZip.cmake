@@ -8,7 +8,8 @@ install(FILES ${zip_files} DESTINATION . COMPONENT zip)
 install(FILES include/ZorelAutomation.h include/ZorelOibIdxLib.h include/ZorelText.h
   DESTINATION include COMPONENT zip)
 install(FILES doc/windows.md DESTINATION . RENAME README.md COMPONENT zip)
-install(FILES doc/interface.md DESTINATION . COMPONENT zip)
+install(FILES doc/interface.md doc/index-data-file.md doc/meta-file.md doc/text-data-files.md
+  DESTINATION . COMPONENT zip)
 install(DIRECTORY clients/vbscript clients/jscript clients/powershell clients/cpp clients/python
   DESTINATION samples COMPONENT zip PATTERN __pycache__ EXCLUDE)
 

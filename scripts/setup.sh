@@ -13,7 +13,7 @@ set -euo pipefail
 
 declare -A packages=(
     [build]="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev"
-    [test]="libgtest-dev libgmock-dev binutils clang-format pkg-config python3"
+    [test]="libgtest-dev libgmock-dev binutils dpkg-dev file clang-format pkg-config python3"
     [windows]="cmake ninja-build mingw-w64 g++-mingw-w64-x86-64-posix mingw-w64-tools wine
         wine64 wine64-tools libwine-dev googletest python3"
     [bench]="libbenchmark-dev libglib2.0-dev pkg-config"

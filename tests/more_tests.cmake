@@ -72,8 +72,12 @@ if(NOT WIN32 AND TARGET oibidx AND NOT ZOREL_SANITIZE)
 endif()
 
 # The Debian package.
-find_program(ZOREL_DPKG_DEB dpkg-deb)
-if(ZOREL_DPKG_DEB AND TARGET oibidx AND NOT ZOREL_SANITIZE)
+if(NOT WIN32 AND TARGET oibidx AND NOT ZOREL_SANITIZE)
+  find_program(ZOREL_DPKG_DEB dpkg-deb)
+  if(NOT ZOREL_DPKG_DEB)
+    message(FATAL_ERROR "The test of the Debian package needs dpkg-deb; without it, build with "
+                        "ZOREL_BUILD_TESTS=OFF.")
+  endif()
   add_test(NAME package/debian
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/package/package_test.sh
             ${CMAKE_CPACK_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_VERSION} ${Python3_EXECUTABLE})

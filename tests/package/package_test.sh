@@ -28,8 +28,9 @@ field() {
 [[ $(field Package) == zorel-oibidx && $(field Version) == "$version" ]] ||
     fail "the package has another name or version"
 [[ $(field Architecture) == "$architecture" ]] || fail "it is for $(field Architecture)"
-for library in libc6 libstdc++6; do
-    [[ $(field Depends) == *"$library"* ]] || fail "the package does not depend on $library"
+for library in 'libc6 (>=' 'libstdc++6 (>='; do
+    [[ $(field Depends) == *"$library"* ]] ||
+        fail "the package depends on $(field Depends), and not on $library"
 done
 [[ $(field Maintainer) == *@* && -n $(field Description) ]] || fail "a field is missing"
 
@@ -81,6 +82,8 @@ echo "12345" >"$folder/tree/Docs/report.txt"
 "$root/usr/bin/oibidx" scan "$folder/tree" -o "$folder/catalogue" >/dev/null
 "$root/usr/bin/oibidx" browse "$folder/catalogue/C.dat" Docs >"$folder/listing"
 grep -q 'report\.txt$' "$folder/listing" || fail "$(cat "$folder/listing")"
+found=$("$root/usr/bin/oibidx" find "$folder/catalogue" --name 'rep*.txt' --max-size 6)
+[[ $found == *' C:\Docs\report.txt' ]] || fail "the search finds: $found"
 module=$(find "$root/usr/lib" -name libZorelOibIdxComLib.so)
 LD_LIBRARY_PATH=$(dirname "$module") PYTHONPATH=$root/usr/lib/python3/dist-packages \
     PYTHONDONTWRITEBYTECODE=1 "$python" "$root/usr/share/doc/zorel-oibidx/examples/example.py" \

@@ -31,6 +31,12 @@ for file in ZorelOibIdxComLib.dll ZorelOibIdxLib.tlb README.md interface.md \
     samples/cpp/generate_and_search.cpp samples/cpp/browse_by_name.cpp samples/python/example.py; do
     [[ -s $file ]] || fail "not in the archive: $file"
 done
+links=0
+while IFS=: read -r text link; do
+    ((++links))
+    [[ -e $(dirname "$text")/$link ]] || fail "$text leads to $link, which is not there"
+done < <(grep -roP --include='*.md' '\]\(\K(?!https?:|#)[^)#]+' .)
+((links > 0)) || fail "the texts lead nowhere"
 if find . | grep -E '__pycache__|gtest|gmock|_test|\.a$|\.exe$'; then
     fail "these files do not belong into the archive"
 fi
