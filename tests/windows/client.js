@@ -16,8 +16,8 @@ library.InitLogging(folder + "client.log", true);
 // Matching and fingerprints; the letter is a Cyrillic one.
 expect("a match", library.IsWildcardMatch("C:\\\u0416\u0437\\\u0416.txt", "\u0416*.TXT"), true);
 expect("no match", library.IsWildcardMatch("C:\\\u0416.txt", "\u0417*.TXT"), false);
-expect("fingerprints", library.ConvetrPathToCrcStr("C:\\docs\\a", 1) ==
-       library.ConvetrPathToCrcStr("c:\\DOCS\\A", 1), true);
+expect("a fingerprint", library.ConvetrPathToCrcStr("C:\\Users\\john", 3), "0hac906abf43d5");
+expect("in other case", library.ConvetrPathToCrcStr("c:\\USERS\\John", 3), "0hac906abf43d5");
 
 // Browsing.
 var browser = library.BrowseOibDF(example);

@@ -20,7 +20,12 @@ for argument in "$@"; do
 done
 # The host takes a path that begins with a slash for a switch.
 cd "$(dirname "$script")"
+status=0
 output=$(timeout 120 wine cscript.exe //nologo "$(basename "$script")" "${arguments[@]}" \
-    </dev/null 2>/dev/null | tr -d '\r')
+    </dev/null 2>/dev/null | tr -d '\r') || status=$?
 printf '%s\n' "$output"
+((status == 0)) || {
+    echo "the script ends with $status"
+    exit 1
+}
 grep -qxF -- "$sentinel" <<<"$output"
