@@ -1,4 +1,5 @@
-// The statistical test for Unicode text that names and lines have to pass.
+// The statistical test for Unicode text that names and lines have to pass. Windows has a test
+// of its own, which is not asked: both systems write the same files from one catalogue.
 //
 // Text passes when it is not empty and
 //   - is well-formed UTF-16 without noncharacters (the byte-order mark turned round is one)
