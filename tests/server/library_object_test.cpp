@@ -1,10 +1,16 @@
 // The library object as a client meets it: arguments, class objects, aggregation, matching.
 #include <gtest/gtest.h>
 
+#include <regex>
+
+#include "frame/logger.h"
 #include "frame/module.h"
 #include "platform/com_ptr.h"
 #include "server/class_factory.h"
 #include "support/automation_check.h"
+#include "support/index_file_builder.h"
+#include "support/search_client.h"
+#include "support/tdf_model.h"
 
 namespace {
 
@@ -87,6 +93,36 @@ TEST(LibraryObject, WildcardMatches) {
         EXPECT_NE(result.error.description, u"");
         EXPECT_EQ(result.error.source, u"ZorelOibIdxLib.COibIdxLib.5");
     }
+}
+
+class LibraryLog : public support::SearchTest {
+protected:
+    ~LibraryLog() override { frame::ProcessLogger().SetWriter(nullptr); }
+
+    HRESULT Generate(const char16_t* list) {
+        return m_lib->GenerateOibTDFs(Bstr(m_folder.Path(list)).Get(),
+                                      Bstr(m_folder.Path(u"out")).Get(), {}, 10, VARIANT_FALSE, 0,
+                                      0, Bstr(u"").Get());
+    }
+    // A log of a success and a failure, without the times at the beginnings of its lines.
+    std::string LogOf(VARIANT_BOOL skipSecure) {
+        const std::u16string path = m_folder.Path(skipSecure == VARIANT_FALSE ? u"all" : u"skip");
+        EXPECT_EQ(m_lib->InitLogging(Bstr(path).Get(), skipSecure), S_OK);
+        EXPECT_EQ(Generate(u"list"), S_OK);
+        EXPECT_TRUE(FAILED(Generate(u"none")));
+        support::TakeError();
+        return std::regex_replace(support::ReadWhole(path), std::regex(R"(\[[\d. :]{19}\])"), "");
+    }
+};
+
+TEST_F(LibraryLog, IsTheSameWhetherSecureTextIsSkippedOrNot) {
+    Write(u"C.dat", support::SmallVolume().Bytes());
+    Write(u"list", support::Utf16Bytes(u"\uFEFFVolume.C=C.dat"));
+    const std::string log = LogOf(VARIANT_FALSE);
+    EXPECT_TRUE(log.starts_with("      Info ")) << log;
+    EXPECT_NE(log.find(". Ok.\r\n"), std::string::npos);
+    EXPECT_NE(log.find(". Failed.\r\n"), std::string::npos);
+    EXPECT_EQ(LogOf(VARIANT_TRUE), log);
 }
 
 TEST(ClassObject, CreationAndUnloading) {
