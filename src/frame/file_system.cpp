@@ -188,27 +188,29 @@ void DeleteFileDurably(std::u16string_view path) {
 }
 
 void CopyFile(std::u16string_view source, std::u16string_view target, bool createTargetFolder) {
-    WithContext(kCopyFailed, {source, target}, [&] {
-        if (createTargetFolder) {
-            CreateFolder(SplitPath(target).head);
-        }
-        if (!platform::CopyFileW(ToLongPath(source), ToLongPath(target), false)) {
-            throw CWin32Exc(u"CopyFile() failed.", CWin32Exc::kLastError);
-        }
-    });
+    if (createTargetFolder) {
+        WithContext(kCopyFailed, {source, target}, [&] { CreateFolder(SplitPath(target).head); });
+    }
+    if (!platform::CopyFileW(ToLongPath(source), ToLongPath(target), false)) {
+        ThrowNotCopied(source, target, platform::GetLastError());
+    }
+}
+
+void ThrowNotCopied(std::u16string_view source, std::u16string_view target, std::uint32_t code) {
+    CWin32Exc exc(u"CopyFile() failed.", code);
+    exc.AddMessage(kCopyFailed, {source, target});
+    throw exc;
 }
 
 void CopyFileDurably(std::u16string_view source, std::u16string_view target) {
-    WithContext(kCopyFailed, {source, target}, [&] {
-        const std::u16string staged = ToLongPath(StagedPath(target));
-        if (platform::CopyFileW(ToLongPath(source), staged, false) && FlushFile(staged) &&
-            platform::MoveFileExW(staged, ToLongPath(target), platform::kMoveWriteThrough)) {
-            return;
-        }
-        const std::uint32_t code = platform::GetLastError();
-        platform::DeleteFileW(staged);
-        throw CWin32Exc(u"CopyFile() failed.", code);
-    });
+    const std::u16string staged = ToLongPath(StagedPath(target));
+    if (platform::CopyFileW(ToLongPath(source), staged, false) && FlushFile(staged) &&
+        platform::MoveFileExW(staged, ToLongPath(target), platform::kMoveWriteThrough)) {
+        return;
+    }
+    const std::uint32_t code = platform::GetLastError();
+    platform::DeleteFileW(staged);
+    ThrowNotCopied(source, target, code);
 }
 
 std::u16string StagedPath(std::u16string_view path) {

@@ -46,6 +46,9 @@ void DeleteFile(std::u16string_view path);
 void DeleteFileDurably(std::u16string_view path);
 // Overwrites the target.
 void CopyFile(std::u16string_view source, std::u16string_view target, bool createTargetFolder);
+// Throws what CopyFile throws, for a copy that is made in another way.
+[[noreturn]] void ThrowNotCopied(std::u16string_view source, std::u16string_view target,
+                                 std::uint32_t code);
 // Copies to a name that must be free. The target appears under it only when it is whole
 // and on the disk; until then it is written beside it, under the name of StagedPath.
 void CopyFileDurably(std::u16string_view source, std::u16string_view target);

@@ -12,11 +12,7 @@ namespace mtf {
 
 namespace {
 
-using std::literals::operator""sv;
-
-constexpr std::string_view kByteOrderMark = "\xFF\xFE"sv;
-constexpr std::string_view kWideLineEnd = "\r\0\n\0"sv;
-constexpr std::string_view kNarrowLineEnd = "\r\n"sv;
+constexpr std::string_view kByteOrderMark = "\xFF\xFE";
 
 static_assert(std::endian::native == std::endian::little, "lines are used as they lie in the file");
 

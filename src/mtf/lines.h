@@ -23,6 +23,10 @@ enum class EMtfLineState : std::uint8_t {
 
 enum class EMtfSaveKind { SaveNothing = 0, SaveAppend = 1, SaveRewrite = 2 };
 
+// What stands between lines, in UTF-16 and in 8-bit text.
+inline constexpr std::string_view kWideLineEnd{"\r\0\n\0", 4};
+inline constexpr std::string_view kNarrowLineEnd = "\r\n";
+
 // An attribute line cut into its trimmed name and value.
 struct CMtfAttrLine {
     std::uint64_t line = 0;

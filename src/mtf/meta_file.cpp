@@ -1,5 +1,8 @@
 #include "mtf/meta_file.h"
 
+#include <algorithm>
+#include <cstddef>
+
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "frame/file_system.h"
@@ -9,11 +12,13 @@ namespace mtf {
 namespace {
 
 using frame::CExc;
+using frame::CWin32Exc;
 using frame::kFail;
 using idxdata::CBinaryFile;
 using idxdata::EFileAccess;
 
-constexpr std::uint64_t kGrowStep = 2048;  // bytes
+constexpr std::uint64_t kGrowStep = 2048;       // bytes
+constexpr std::size_t kCopyBlock = 256 * 1024;  // bytes
 
 std::u16string ModeName(EMtfOpenMode mode) {
     switch (mode) {
@@ -27,16 +32,21 @@ std::u16string ModeName(EMtfOpenMode mode) {
     return frame::IntToString(static_cast<std::int32_t>(mode));
 }
 
-// The same units with a NUL in place of the first one and of every CR that ends a line. The
-// text of a line ends at its first NUL: behind the last line of a file they read as nothing.
-std::u16string Hidden(std::u16string_view tail) {
-    std::u16string hidden(tail);
-    hidden.front() = u'\0';
-    for (std::size_t pos = tail.find(u"\r\n"); pos != std::u16string_view::npos;
-         pos = tail.find(u"\r\n", pos + 2)) {
-        hidden[pos] = u'\0';
-    }
-    return hidden;
+// Whether added bytes hold the end of a line, in either encoding. The first unit does not
+// count: AppendLine writes it last.
+bool AddsSeveralLines(std::string_view tail) {
+    return tail.find(kWideLineEnd, 1) != std::string_view::npos ||
+           tail.find(kNarrowLineEnd, 1) != std::string_view::npos;
+}
+
+// A line end at the end of a file is text of its last line until something stands behind it.
+bool EndsWithLineEnd(CBinaryFile& file) {
+    char bytes[kWideLineEnd.size()];
+    const std::uint64_t size = file.GetSize();
+    const std::size_t length = std::min<std::uint64_t>(size, sizeof bytes);
+    file.ReadAt(size - length, bytes, length);
+    const std::string_view end(bytes, length);
+    return end.ends_with(kWideLineEnd) || end.ends_with(kNarrowLineEnd);
 }
 
 std::u16string OldPath(std::u16string_view path) {
@@ -70,8 +80,12 @@ void CMtfMetaFile::OpenByMode(EMtfOpenMode mode) {
         case EMtfOpenMode::EMtfCreateNewDetached:
             // In this order: while the file is there, it may be a broken one that its copy
             // stands for.
+            if (frame::FileExists(m_oldPath)) {
+                // While the file is there, it may be a broken one that its copy stands for.
+                frame::DeleteFileDurably(m_path);
+                frame::DeleteFile(m_oldPath);
+            }
             frame::DeleteFile(m_path);
-            frame::DeleteFile(m_oldPath);
             return;
     }
     throw CExc(u"The specified open mode \"%1\" is not supported.", {ModeName(mode)}, kFail);
@@ -94,21 +108,48 @@ void CMtfMetaFile::LoadFromDisk() {
 
 void CMtfMetaFile::OpenForWriting() {
     const bool broken = frame::FileExists(m_oldPath);
-    if (broken) {
-        frame::CopyFile(m_oldPath, m_path, false);
+    HoldFile(broken);
+    // Asked again: whoever held the file meanwhile may have finished it, or may have left a
+    // copy behind.
+    if (frame::FileExists(m_oldPath)) {
+        Recover();
+    } else if (broken && m_file->GetSize() == 0) {
+        // Made to recover into; the copy is gone, and the file is a new one.
+        ComposeAndWrite(*m_file);
     }
-    m_file = CBinaryFile::OpenIfExists(m_path, EFileAccess::ReadWrite);
+    LoadContent(*m_file);
+}
+
+void CMtfMetaFile::HoldFile(bool broken) {
+    try {
+        m_file = broken ? CBinaryFile::OpenOrCreate(m_path)
+                        : CBinaryFile::OpenIfExists(m_path, EFileAccess::ReadWrite);
+    } catch (const CWin32Exc& exc) {
+        if (broken) {
+            frame::ThrowNotCopied(m_oldPath, m_path, exc.GetCode());
+        }
+        throw;
+    }
     if (!m_file) {
         WriteNewFile();
         m_file = CBinaryFile::Open(m_path, EFileAccess::ReadWrite);
-        return;
     }
-    if (broken) {
-        // The copy goes once it is needed no more, and under the lock of the held file.
+}
+
+// Through the held file, so that nobody comes between the copy and what follows.
+void CMtfMetaFile::Recover() {
+    try {
+        const CBinaryFile::Holder copy = CBinaryFile::Open(m_oldPath, EFileAccess::Read);
+        const auto block = std::make_unique<std::byte[]>(kCopyBlock);
+        m_file->SetSize(0);
+        while (const std::size_t length = copy->Read(block.get(), kCopyBlock)) {
+            m_file->Write(block.get(), length);
+        }
         m_file->Flush();
-        frame::DeleteFileDurably(m_oldPath);
+    } catch (const CWin32Exc& exc) {
+        frame::ThrowNotCopied(m_oldPath, m_path, exc.GetCode());
     }
-    LoadContent(*m_file);
+    frame::DeleteFileDurably(m_oldPath);
 }
 
 void CMtfMetaFile::LoadContent(CBinaryFile& file) {
@@ -146,7 +187,8 @@ void CMtfMetaFile::CloseFile() {
         try {
             CutBack();
         } catch (const CExc&) {
-            // The lines that a failed append has left behind stay in the file.
+            // What a failed append has left behind stays in the file: its one line, or lines
+            // that the safety copy beside it does not have.
             m_soundSize.reset();
         }
         m_file.reset();
@@ -154,26 +196,38 @@ void CMtfMetaFile::CloseFile() {
 }
 
 void CMtfMetaFile::Rewrite() {
-    if (frame::FileExists(m_path)) {
-        // Opened before the copy is made: the copy of a file that somebody else holds would
-        // outlive what the holder writes.
-        const CBinaryFile::Holder file =
-            m_file ? m_file : CBinaryFile::Open(m_path, EFileAccess::ReadWrite);
-        // A copy that is there already is the last complete version.
-        if (!frame::FileExists(m_oldPath)) {
-            frame::CopyFileDurably(m_path, m_oldPath);
-        }
-        ComposeAndWrite(*file);
-    } else {
+    const bool missing = !frame::FileExists(m_path);
+    const bool hasCopy = missing && frame::FileExists(m_oldPath);
+    if (hasCopy) {
+        frame::CopyFileDurably(m_oldPath, m_path);
+    } else if (missing) {
         WriteNewFile();
-        if (m_file) {
-            m_file.reset();
-            m_file = CBinaryFile::Open(m_path, EFileAccess::ReadWrite);
-        }
     }
-    frame::DeleteFileDurably(m_oldPath);
-    // Not before the copy is gone: a later save must not take its content for the file's.
+    if (missing && m_file) {
+        m_file.reset();
+        m_file = CBinaryFile::Open(m_path, EFileAccess::ReadWrite);
+    }
+    if (!missing || hasCopy) {
+        RewriteInPlace();
+    }
     m_lines->CommitSaved();
+}
+
+void CMtfMetaFile::RewriteInPlace() {
+    // Held until the copy is gone: the copy of a file that somebody else holds would outlive
+    // what the holder writes, and whoever comes before the end would recover from it.
+    const CBinaryFile::Holder file =
+        m_file ? m_file : CBinaryFile::Open(m_path, EFileAccess::ReadWrite);
+    MakeSafetyCopy();
+    ComposeAndWrite(*file);
+    frame::DeleteFileDurably(m_oldPath);
+}
+
+// A copy that is there already is the last complete version.
+void CMtfMetaFile::MakeSafetyCopy() {
+    if (!frame::FileExists(m_oldPath)) {
+        frame::CopyFileDurably(m_path, m_oldPath);
+    }
 }
 
 void CMtfMetaFile::WriteNewFile() {
@@ -197,25 +251,33 @@ void CMtfMetaFile::Append() {
     frame::WithContext(u"Meta-file [%1] cannot be updated incrementally.", {m_path}, [&] {
         idxdata::CMtfOutBuffer out(kGrowStep);
         m_lines->ComposeTail(out);
-        if (out.Used() != 0) {
-            WriteTail(*out.TakeStorage());
-            m_lines->CommitSaved();
+        if (out.Used() == 0) {
+            return;
         }
+        const auto storage = out.TakeStorage();
+        const std::string_view tail(reinterpret_cast<const char*>(storage->Data()),
+                                    static_cast<std::size_t>(storage->Size()));
+        if (AddsSeveralLines(tail) || EndsWithLineEnd(*m_file) || frame::FileExists(m_oldPath)) {
+            AppendLines(tail);
+        } else {
+            AppendLine(tail);
+        }
+        m_soundSize.reset();
+        m_lines->CommitSaved();
     });
 }
 
-void CMtfMetaFile::WriteTail(const idxdata::CMtfStorage& tail) {
-    const std::u16string_view units(reinterpret_cast<const char16_t*>(tail.Data()),
-                                    static_cast<std::size_t>(tail.Size()) / sizeof(char16_t));
-    const std::u16string hidden = Hidden(units);
+// Costs the line, not the file: it is written behind a NUL, where nobody sees it, and comes
+// into sight when the NUL becomes its first unit.
+void CMtfMetaFile::AppendLine(std::string_view tail) {
+    constexpr std::size_t kUnit = sizeof(char16_t);
+    std::string hidden(tail);
+    hidden.replace(0, kUnit, kUnit, '\0');
     m_soundSize = m_file->GetSize();
     try {
-        // A process that is killed may have written a part. First it writes lines that nobody
-        // sees, then it uncovers one whole line after the other.
         m_file->SeekToEnd();
-        m_file->Write(hidden.data(), hidden.size() * sizeof(char16_t));
-        m_file->Seek(*m_soundSize);
-        m_file->Write(tail.Data(), static_cast<std::size_t>(tail.Size()));
+        m_file->Write(hidden.data(), hidden.size());
+        m_file->WriteAt(*m_soundSize, tail.data(), kUnit);
         m_file->Flush();
     } catch (const CExc&) {
         try {
@@ -225,7 +287,27 @@ void CMtfMetaFile::WriteTail(const idxdata::CMtfStorage& tail) {
         }
         throw;
     }
-    m_soundSize.reset();
+}
+
+// Several lines cannot come into sight at once: until all are on the disk, the copy counts.
+void CMtfMetaFile::AppendLines(std::string_view tail) {
+    MakeSafetyCopy();
+    m_soundSize = m_file->GetSize();
+    try {
+        m_file->SeekToEnd();
+        m_file->Write(tail.data(), tail.size());
+        m_file->Flush();
+        frame::DeleteFileDurably(m_oldPath);
+    } catch (const CExc&) {
+        try {
+            CutBack();
+            m_file->Flush();
+            frame::DeleteFileDurably(m_oldPath);
+        } catch (const CExc&) {
+            // The copy stays, for the next save or the next open.
+        }
+        throw;
+    }
 }
 
 void CMtfMetaFile::CutBack() {

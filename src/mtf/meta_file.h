@@ -45,12 +45,17 @@ private:
     void OpenByMode(EMtfOpenMode mode);
     void LoadFromDisk();
     void OpenForWriting();
+    void HoldFile(bool broken);
+    void Recover();
     void LoadContent(idxdata::CBinaryFile& file);
     void Rewrite();
+    void RewriteInPlace();
     void WriteNewFile();
+    void MakeSafetyCopy();
     void ComposeAndWrite(idxdata::CBinaryFile& file);
     void Append();
-    void WriteTail(const idxdata::CMtfStorage& tail);
+    void AppendLine(std::string_view tail);
+    void AppendLines(std::string_view tail);
     void CutBack();
 
     std::u16string m_path;

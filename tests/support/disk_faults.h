@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
+#include <ctime>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -24,6 +26,7 @@ enum class EFault {
     Kill,          // the process ends there, in the middle of a write
     PowerCut,      // the same, and of what was not brought to the disk half is lost
     PowerCutAll,   // the same, and all of it is lost
+    Visit,         // the call succeeds, but something else happens before it: `visit`
 };
 
 // The calls of this process, counted from Arm on.
@@ -35,8 +38,11 @@ struct DiskFaults {
     EFault fault = EFault::FailOnce;
     bool failNextWrite = false;
     bool isDelayed = false;  // closing and setting times count as well
+    std::function<void()> visit;
+    std::function<void()> sleep;                                        // takes the place of pauses
     std::map<std::pair<dev_t, ino_t>, std::pair<int, off_t>> unsynced;  // descriptor, from where
     std::vector<std::pair<std::string, std::string>> unsyncedMoves;     // source, target
+    std::vector<std::string> unsyncedDeletions;
 
     void Arm(int atStep, EFault what) {
         step = atStep;
@@ -56,6 +62,14 @@ struct DiskFaults {
             return false;
         }
         ++calls;
+        if (fault == EFault::Visit) {
+            if (calls == step) {
+                step = 0;  // the visitor's own calls do not count
+                visit();
+                step = calls;
+            }
+            return false;
+        }
         return calls == step || (fault == EFault::FailFromThen && calls > step);
     }
     // True when the call that asks has to fail, with errno.
@@ -95,6 +109,10 @@ struct DiskFaults {
         struct stat info {};
         if (::fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode)) {
             unsyncedMoves.clear();
+            for (const std::string& path : unsyncedDeletions) {
+                ::syscall(SYS_unlinkat, AT_FDCWD, Lost(path).c_str(), 0);
+            }
+            unsyncedDeletions.clear();
         }
         const auto it = unsynced.find({info.st_dev, info.st_ino});
         if (it != unsynced.end()) {
@@ -102,7 +120,14 @@ struct DiskFaults {
             unsynced.erase(it);
         }
     }
+    // Where a file lies that is deleted, but may come back.
+    static std::string Lost(const std::string& path) { return path + ".lost~"; }
     void CutPower() {
+        // Half of what is not on the disk: the first deletion comes back, the later ones stay.
+        if (fault == EFault::PowerCut && !unsyncedDeletions.empty()) {
+            const std::string& path = unsyncedDeletions.front();
+            ::syscall(SYS_renameat2, AT_FDCWD, Lost(path).c_str(), AT_FDCWD, path.c_str(), 1);
+        }
         for (; !unsyncedMoves.empty(); unsyncedMoves.pop_back()) {
             const auto& [source, target] = unsyncedMoves.back();
             ::syscall(SYS_renameat2, AT_FDCWD, target.c_str(), AT_FDCWD, source.c_str(), 1);
@@ -224,7 +249,22 @@ int unlink(const char* path) noexcept {
     if (support::g_diskFaults.Fails(EIO)) {
         return -1;
     }
+    support::DiskFaults& faults = support::g_diskFaults;
+    if (faults.step != 0 && faults.fault == support::EFault::PowerCut) {
+        faults.unsyncedDeletions.emplace_back(path);
+        const std::string lost = faults.Lost(path);
+        return static_cast<int>(
+            ::syscall(SYS_renameat2, AT_FDCWD, path, AT_FDCWD, lost.c_str(), 0));
+    }
     return static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
+}
+
+int nanosleep(const timespec* pause, timespec* rest) {
+    if (support::g_diskFaults.sleep) {
+        support::g_diskFaults.sleep();
+        return 0;
+    }
+    return static_cast<int>(::syscall(SYS_nanosleep, pause, rest));
 }
 
 }  // extern "C"

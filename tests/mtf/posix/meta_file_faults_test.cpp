@@ -39,12 +39,20 @@ struct Scenario {
 };
 
 constexpr const char16_t* kBase = u"a.b=1\r\nc=2";
+constexpr const char16_t* kBaseAndTwo = u"a.b=1\r\nc=2\r\nd=3\r\ne=4";
 constexpr auto kLoad = EMtfOpenMode::EMtfLoad;
 constexpr auto kOpenRW = EMtfOpenMode::EMtfOpenRW;
 constexpr auto kDetached = EMtfOpenMode::EMtfCreateNewDetached;
 
 void Add(CMtfOpenedMetaFile& file) {
     file.Tree().SetAttr(0, u"d", u"3");
+}
+void AddTwo(CMtfOpenedMetaFile& file) {
+    Add(file);
+    file.Tree().SetAttr(0, u"e", u"4");
+}
+void AddValueOfTwoLines(CMtfOpenedMetaFile& file) {
+    file.Tree().SetAttr(0, u"d", u"3\r\ne=4");
 }
 void Modify(CMtfOpenedMetaFile& file) {
     file.Tree().SetAttr(0, u"a.b", u"3");
@@ -56,12 +64,17 @@ void SaveAndModify(CMtfOpenedMetaFile& file) {
     Modify(file);
 }
 void LoseName(CMtfOpenedMetaFile& file) {
-    platform::DeleteFileW(file.File().GetPath());
+    ::unlink(frame::WideToAnsi(file.File().GetPath()).c_str());
     Add(file);
 }
 
 const Scenario kScenarios[] = {
     {"append", kBase, nullptr, kOpenRW, false, true, Add, kBase, u"a.b=1\r\nc=2\r\nd=3"},
+    {"append of two lines", kBase, nullptr, kOpenRW, false, false, AddTwo, kBase, kBaseAndTwo},
+    {"append of a value of two lines", kBase, nullptr, kOpenRW, false, false, AddValueOfTwoLines,
+     kBase, kBaseAndTwo},
+    {"append behind a line end", u"c=2\r\n", nullptr, kOpenRW, false, false, Add, u"c=2<end>",
+     u"c=2\r\n\r\nd=3"},
     {"rewrite", kBase, nullptr, kOpenRW, false, false, Modify, kBase, u"a.b=3\r\nc=2"},
     {"rewrite of a loaded file", kBase, nullptr, kLoad, false, false, Modify, kBase,
      u"a.b=3\r\nc=2"},
@@ -85,7 +98,8 @@ std::u16string Text(const char16_t* content) {
     return content == nullptr ? u"<none>" : content;
 }
 
-// The lines that an open finds, "<none>" when there is nothing to open.
+// The lines that an open finds, "<none>" when there is nothing to open. A line end that is
+// text of the last line shows as "<end>".
 std::u16string LoadedText(const std::u16string& path) {
     if (!CMtfMetaFile::Exists(path)) {
         return u"<none>";
@@ -95,6 +109,9 @@ std::u16string LoadedText(const std::u16string& path) {
     std::u16string_view line;
     for (std::uint64_t id = 0; file->GetLines()->GetLine(id, line); ++id) {
         text += id == 0 ? line : u"\r\n" + std::u16string(line);
+    }
+    if (line.ends_with(u"\r\n")) {
+        text.replace(text.size() - 2, 2, u"<end>");
     }
     return text;
 }
@@ -122,17 +139,30 @@ protected:
     }
     // What the next open finds has to be the old content or the new. A creation may be broken
     // off before the first line, and an append that a power cut tears may leave its own last
-    // line short.
+    // line short, or only the line end in front of it.
     void CheckDisk(bool powerCut = false) {
         const std::u16string found = LoadedText(m_path);
         const std::u16string before = Text(GetParam().before);
         const std::u16string after = Text(GetParam().after);
         const bool creates = GetParam().before == nullptr;
         const bool created = found.empty() && GetParam().appends && creates;
-        const bool torn = powerCut && GetParam().appends && after.starts_with(found) &&
+        const std::u16string_view whole =
+            std::u16string_view(found).substr(0, found.find(u"<end>"));
+        const bool torn = powerCut && GetParam().appends && after.starts_with(whole) &&
                           (creates || found.starts_with(before));
         EXPECT_TRUE(found == before || found == after || created || torn)
             << frame::WideToAnsi(found);
+    }
+    // 0 when the file could be had, 1 when it was in use, ten times.
+    int Visit() {
+        int pauses = 0;
+        g_diskFaults.sleep = [&] { ++pauses; };
+        try {
+            CMtfMetaFile::Open(m_path, kOpenRW);
+        } catch (const frame::CWin32Exc& exc) {
+            return exc.GetCode() == platform::win32err::kSharingViolation && pauses == 10 ? 1 : 2;
+        }
+        return 0;
     }
     void CheckReopened(bool powerCut = false) {
         if (CMtfMetaFile::Exists(m_path)) {
@@ -173,6 +203,33 @@ TEST_P(MetaFileFaults, FailureAtEveryStepLosesNothing) {
     }
 }
 
+// A second process opens the file for writing at every step, and lets it go again.
+TEST_P(MetaFileFaults, AnotherProcessAtEveryStepUndoesNothing) {
+    int refusals = 0;
+    bool struck = true;
+    for (int step = 1; struck && step < 200; ++step) {
+        SCOPED_TRACE("step " + std::to_string(step));
+        Prepare();
+        g_diskFaults.visit = [&] {
+            const int code = support::RunInChild([&] { return Visit(); });
+            EXPECT_TRUE(code == 0 || code == 1) << code;
+            refusals += code;
+        };
+        File file;
+        const auto message = support::MessageOf([&] { Run(file, step, EFault::Visit); });
+        struck = g_diskFaults.Disarm() >= step;
+        file.reset();
+        if (message == u"<none>") {
+            EXPECT_EQ(LoadedText(m_path), Text(GetParam().after));
+            EXPECT_EQ(support::ReadWhole(m_path + u".old"), "<none>");
+        } else if (GetParam().before != nullptr || LoadedText(m_path) != u"") {
+            CheckDisk();  // not of the file that the other process has made
+        }
+    }
+    EXPECT_FALSE(struck) << "never done";
+    EXPECT_GT(refusals, 0) << "the file was never in use";
+}
+
 TEST_P(MetaFileFaults, EndAtEveryStepLosesNothing) {
     for (const EFault fault : {EFault::Kill, EFault::PowerCut, EFault::PowerCutAll}) {
         int deaths = 0;
@@ -199,16 +256,84 @@ INSTANTIATE_TEST_SUITE_P(Saves, MetaFileFaults, testing::ValuesIn(kScenarios), [
     return name;
 });
 
-// What a process does that saves for ever: it appends items, every third step rewrites the
-// file, every fortieth step deletes the items.
+class MetaFileInUse : public testing::Test {
+protected:
+    MetaFileInUse() {
+        Save(u"brok");
+        support::WriteWhole(m_path + u".old", MetaFileBytes(u"a=1"));
+    }
+    void Save(std::u16string_view content) {
+        const std::string bytes = MetaFileBytes(content);
+        m_saver->SetSize(0);
+        m_saver->Write(bytes.data(), bytes.size());
+    }
+    void Finish() {
+        Save(u"a=2");
+        platform::DeleteFileW(m_path + u".old");
+        m_saver.reset();
+    }
+
+    support::CTempFolder m_folder{support::QuickFolder()};
+    std::u16string m_path = m_folder.Path(u"m");
+    idxdata::CBinaryFile::Holder m_saver = idxdata::CBinaryFile::OpenOrCreate(m_folder.Path(u"m"));
+};
+
+// Whoever opens a file that is being saved sees the copy, but has to wait for the saved file.
+TEST_F(MetaFileInUse, OpenWaitsForASaveUnderWay) {
+    int pauses = 0;
+    g_diskFaults.sleep = [&] { ++pauses == 3 ? Finish() : void(); };
+    CMtfMetaFile::Open(m_path, kOpenRW);
+    g_diskFaults.sleep = nullptr;
+    EXPECT_EQ(pauses, 3);
+    EXPECT_EQ(LoadedText(m_path), u"a=2");
+}
+
+TEST_F(MetaFileInUse, ASaveThatEndsWhileTheFileIsOpenedIsNotUndone) {
+    g_diskFaults.visit = [&] { Finish(); };
+    g_diskFaults.Arm(1, EFault::Visit);
+    CMtfMetaFile::Open(m_path, kOpenRW);
+    g_diskFaults.Disarm();
+    EXPECT_EQ(LoadedText(m_path), u"a=2");
+}
+
+// A file is taken away before its safety copy, on the disk too.
+TEST(MetaFileStart, StartingAnewLeavesNoBrokenFileAlone) {
+    const support::CTempFolder folder(support::QuickFolder());
+    const std::u16string path = folder.Path(u"m");
+    for (const EFault fault : {EFault::Kill, EFault::PowerCut, EFault::PowerCutAll}) {
+        for (int step = 1, code = g_diskFaults.kDied; code != 0; ++step) {
+            ASSERT_LT(step, 100) << "never done";
+            ASSERT_TRUE(support::WriteWhole(path, MetaFileBytes(u"brok")));
+            ASSERT_TRUE(support::WriteWhole(path + u".old", MetaFileBytes(u"a=1")));
+            code = support::RunInChild([&] {
+                g_diskFaults.Arm(step, fault);
+                CMtfMetaFile::Open(path, kDetached);
+                return 0;
+            });
+            ASSERT_TRUE(code == 0 || code == g_diskFaults.kDied) << code;
+            const std::u16string found = LoadedText(path);
+            EXPECT_TRUE(found == u"<none>" || (code != 0 && found == u"a=1"))
+                << frame::WideToAnsi(found) << ", step " << step;
+        }
+    }
+}
+
+// What a process does that saves for ever: it appends items, one to four at a time, every
+// third step rewrites the file, every fortieth step deletes the items.
 template <class SetAttr, class DelSubtree>
 void TakeStep(int step, SetAttr&& setAttr, DelSubtree&& delSubtree) {
     const std::u16string number = frame::IntToString(step);
     if (step % 40 == 0) {
         delSubtree(u"items");
     }
-    setAttr(step % 3 == 0 ? u"head.step" : u"items." + number,
-            number + std::u16string(static_cast<std::size_t>(step % 7) * 300, u'x'));
+    const std::u16string value =
+        number + std::u16string(static_cast<std::size_t>(step % 7) * 300, u'x');
+    if (step % 3 == 0) {
+        return setAttr(u"head.step", value);
+    }
+    for (int item = 0; item <= step % 4; ++item) {
+        setAttr(u"items." + number + u"-" + frame::IntToString(item), value);
+    }
 }
 
 [[noreturn]] void SaveForEver(const std::u16string& path, int step, int manner) {
