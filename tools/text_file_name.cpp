@@ -8,7 +8,7 @@ namespace zorel::tools {
 namespace {
 
 bool IsNumber(std::string_view text) {
-    return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 // OWNER in "OWNER.NUMBER.txt".
@@ -19,13 +19,13 @@ std::optional<std::u16string> OwnerIn(std::string_view text) {
     }
     text.remove_suffix(kEnding.size());
     const std::size_t end = text.rfind('.');
-    if (end == text.npos || !IsNumber(text.substr(end + 1))) {
+    if (end == std::string_view::npos || !IsNumber(text.substr(end + 1))) {
         return std::nullopt;
     }
     const std::string_view owner = text.substr(0, end);
     const bool isUnknown = owner.starts_with("unkn") && IsNumber(owner.substr(4));
-    return isUnknown || owner.find('.') != owner.npos ? std::optional(ToUtf16(owner))
-                                                      : std::nullopt;
+    return isUnknown || owner.find('.') != std::string_view::npos ? std::optional(ToUtf16(owner))
+                                                                  : std::nullopt;
 }
 
 }  // namespace
@@ -33,8 +33,9 @@ std::optional<std::u16string> OwnerIn(std::string_view text) {
 TextFileName ParseTextFileName(std::string_view path) {
     constexpr std::string_view kStart = "vl.";
     path.remove_prefix(path.find_last_of("/\\") + 1);
-    const std::size_t end = path.starts_with(kStart) ? path.find('.', kStart.size()) : path.npos;
-    if (end == path.npos) {
+    const std::size_t end =
+        path.starts_with(kStart) ? path.find('.', kStart.size()) : std::string_view::npos;
+    if (end == std::string_view::npos) {
         return {u"C", std::nullopt};
     }
     return {ToUtf16(path.substr(kStart.size(), end - kStart.size())),
@@ -46,13 +47,16 @@ bool IsOwnedBy(std::u16string_view owner, std::u16string_view account) {
     std::u16string asked = Folded(std::u16string(account));
     for (const char16_t separator : {u'\\', u'@', u'.'}) {
         const std::size_t at = asked.find(separator);
-        if (at != asked.npos) {
-            const std::u16string first = asked.substr(0, at);
-            const std::u16string second = asked.substr(at + 1);
-            return label == (separator == u'@' ? second + u"." + first : first + u"." + second);
+        if (at != std::u16string::npos) {
+            std::u16string domain = asked.substr(0, at);
+            std::u16string name = asked.substr(at + 1);
+            if (separator == u'@') {
+                domain.swap(name);
+            }
+            return label == domain.append(u".").append(name);
         }
     }
-    return label.ends_with(u"." + asked);
+    return label.ends_with(asked.insert(0, u"."));
 }
 
 }  // namespace zorel::tools
