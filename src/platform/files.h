@@ -14,8 +14,10 @@
 //
 // A file or folder with the read-only attribute (on Linux: one that nobody may write, for
 // the superuser too) is not opened for writing, replaced, overwritten by a copy or removed:
-// error 5. Reading the entries of a folder and its attributes, deleting and renaming take
-// no part in sharing on Linux.
+// error 5. Reading the entries of a folder and its attributes takes no part in sharing. A
+// file in use is neither deleted nor renamed (error 32) nor replaced by a renaming (error 5).
+// On Linux only writers, and readers that share nothing, use a file in this sense; whoever has
+// no right to read a file removes it unasked.
 #pragma once
 
 #include <cstddef>
@@ -146,7 +148,7 @@ bool FindClose(FindHandle handle) noexcept;
 
 bool CreateDirectoryW(std::u16string_view path);  // 183 when the name is taken
 bool RemoveDirectoryW(std::u16string_view path);  // 145 not empty, 267 not a folder
-bool DeleteFileW(std::u16string_view path);       // 5 for a folder
+bool DeleteFileW(std::u16string_view path);       // 5 for a folder, 32 in use
 // Copies content, the read-only attribute and the last-write time; overwrites the target
 // unless `failIfExists` (80). The source is read beside a writer of it, the target counts as
 // opened for writing (32), and a file is not copied onto itself (32). A failed copy leaves
@@ -156,8 +158,9 @@ bool CopyFileW(std::u16string_view source, std::u16string_view target, bool fail
 inline constexpr std::uint32_t kMoveReplaceExisting = 1;
 inline constexpr std::uint32_t kMoveCopyAllowed = 2;
 inline constexpr std::uint32_t kMoveWriteThrough = 8;
-// Without kMoveReplaceExisting a taken name gives 183; with it the replacement is atomic
-// on one volume, and neither a folder nor a read-only file is replaced (5). Another volume
+// A file in use is not moved (32). Without kMoveReplaceExisting a taken name gives 183; with it
+// the replacement is atomic on one volume, and neither a folder nor a read-only file nor one
+// in use is replaced (5). Another volume
 // gives 17 unless kMoveCopyAllowed and a file. kMoveWriteThrough: on return the move is on
 // the disk.
 bool MoveFileExW(std::u16string_view source, std::u16string_view target, std::uint32_t flags);

@@ -192,6 +192,18 @@ TEST_F(MetaFileTest, WaitsOneSecondForAFileInUse) {
     EXPECT_GE(waited, std::chrono::milliseconds(1000));
     EXPECT_LT(waited, std::chrono::seconds(20));
 
+    // Nor is it taken away from its holder, with or without a copy.
+    for (const std::string copy : {"<none>", "copy"}) {
+        ASSERT_TRUE(copy == "<none>" || WriteWhole(m_old, copy));
+        EXPECT_EQ(MessageOf([&] { Open(kDetached); }),
+                  Named(u"Cannot create or load meta-file \"%1\". Open mode: "
+                        u"EMtfCreateNewDetached\r\nCannot delete file [%1].\r\n") +
+                      SystemFailure(32));
+        EXPECT_EQ(ReadWhole(m_path), "\xFF\xFE");
+        EXPECT_EQ(ReadWhole(m_old), copy);
+    }
+    std::filesystem::remove(m_folder.Native(u"m.old"));
+
     // A save that cannot have the file makes no copy that would outlive the holder's changes.
     holder->CloseFile();
     const auto loaded = Open(kLoad);

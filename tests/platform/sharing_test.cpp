@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
+#include <functional>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -89,6 +92,36 @@ TEST(Sharing, AReaderThatSharesNothingIsAlone) {
     EXPECT_EQ(CodeOf(Open(path, alone)), 0U);
 }
 
+TEST(Sharing, AFileInUseKeepsItsName) {
+    const support::CTempFolder folder;
+    const std::u16string held = folder.Path(u"held");
+    const std::u16string other = folder.Path(u"other");
+    const struct {
+        const char* label;
+        std::function<bool()> act;
+        std::uint32_t code;
+    } kRows[] = {
+        {"replace", [&] { return MoveFileExW(other, held, kMoveReplaceExisting); }, 5},
+        {"rename", [&] { return MoveFileExW(held, folder.Path(u"free"), 0); }, 32},
+        {"rename onto", [&] { return MoveFileExW(held, other, kMoveReplaceExisting); }, 32},
+        {"delete", [&] { return DeleteFileW(held); }, 32},
+    };
+    for (const auto& row : kRows) {
+        for (const Way& way : {kWays[0], kWays[2]}) {
+            const bool excluded = way.access == kGenericWrite || !support::kOnLinux;
+            ASSERT_TRUE(support::WriteWhole(held, "held") && support::WriteWhole(other, "other"));
+            CFileHandle handle = Open(held, way);
+            EXPECT_EQ(CodeOf(row.act()), excluded ? row.code : 0) << row.label << ", " << way.label;
+            handle.Reset();
+            if (excluded) {
+                EXPECT_EQ(support::ReadWhole(held), "held") << row.label << ", " << way.label;
+                EXPECT_TRUE(row.act()) << row.label << ", " << way.label;
+            }
+            DeleteFileW(folder.Path(u"free"));
+        }
+    }
+}
+
 // The name changes its file all the time: never do two hold the file that the name means.
 TEST(Sharing, ANameHasOneWriterEvenWhileItsFileIsReplaced) {
     const support::CTempFolder folder;
@@ -106,7 +139,8 @@ TEST(Sharing, ANameHasOneWriterEvenWhileItsFileIsReplaced) {
             doubles += ++holders != 1 ? 1 : 0;
             std::this_thread::yield();
             --holders;
-            DeleteFileW(path);
+            std::error_code ignored;
+            std::filesystem::remove(folder.Native(u"contended"), ignored);
         }
     };
     std::vector<std::thread> threads;

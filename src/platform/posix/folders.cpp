@@ -40,14 +40,15 @@ int RenameToFree(const char* source, const char* target) noexcept {
     return ::rename(source, target);
 }
 
-// Whether an entry may take the place of `target`; sets the last error.
-bool MayReplace(const struct stat& source, const std::string& target) {
+// Whether an entry may take the place of `target`, which `lock` then keeps from writers; sets
+// the last error.
+bool MayReplace(const struct stat& source, const std::string& target, posix::CDescriptor& lock) {
     struct stat info {};
     if (::lstat(target.c_str(), &info) != 0) {
         return true;
     }
     const bool refused = S_ISDIR(info.st_mode) || S_ISDIR(source.st_mode) || IsProtected(info);
-    return !refused || Fail(win32err::kAccessDenied);
+    return (!refused && posix::LockForRemoval(target, info, lock)) || Fail(win32err::kAccessDenied);
 }
 
 bool MoveToOtherVolume(const std::string& source, const std::string& target, std::uint32_t flags) {
@@ -73,7 +74,10 @@ bool Move(const std::string& source, const std::string& target, std::uint32_t fl
         return FailErrno(source);
     }
     const bool replace = (flags & kMoveReplaceExisting) != 0;
-    if (replace && !MayReplace(info, target)) {
+    posix::CDescriptor sourceLock;
+    posix::CDescriptor targetLock;
+    if (!posix::LockForRemoval(source, info, sourceLock) ||
+        (replace && !MayReplace(info, target, targetLock))) {
         return false;
     }
     if ((replace ? ::rename(source.c_str(), target.c_str())
@@ -81,6 +85,7 @@ bool Move(const std::string& source, const std::string& target, std::uint32_t fl
         return true;
     }
     if (errno == EXDEV && (flags & kMoveCopyAllowed) != 0 && S_ISREG(info.st_mode)) {
+        targetLock.Reset();
         return MoveToOtherVolume(source, target, flags);
     }
     return FailErrno(target);
@@ -123,7 +128,9 @@ bool DeleteFileW(std::u16string_view path) {
     if (S_ISDIR(info.st_mode) || IsProtected(info)) {
         return Fail(win32err::kAccessDenied);
     }
-    return ::unlink(native->c_str()) == 0 || FailErrno(*native);
+    posix::CDescriptor lock;
+    return posix::LockForRemoval(*native, info, lock) &&
+           (::unlink(native->c_str()) == 0 || FailErrno(*native));
 }
 
 bool MoveFileExW(std::u16string_view source, std::u16string_view target, std::uint32_t flags) {

@@ -115,17 +115,22 @@ bool NamesFile(const std::string& path, const struct stat& info) {
            named.st_ino == info.st_ino;
 }
 
-// File systems without such locks are used without them.
+// False when somebody excludes the lock. File systems without such locks are used without
+// them.
+bool TryLock(int descriptor, int kind) noexcept {
+    int result = 0;
+    do {
+        result = ::flock(descriptor, kind | LOCK_NB);
+    } while (result != 0 && errno == EINTR);
+    return result == 0 || errno != EWOULDBLOCK;
+}
+
 ELock Lock(const OpenRequest& request, const Opened& opened) {
     const int kind = LockOf(request);
     if (kind == 0 || !S_ISREG(opened.info.st_mode)) {
         return ELock::Held;
     }
-    int result = 0;
-    do {
-        result = ::flock(opened.descriptor.Get(), kind | LOCK_NB);
-    } while (result != 0 && errno == EINTR);
-    if (result != 0 && errno == EWOULDBLOCK) {
+    if (!TryLock(opened.descriptor.Get(), kind)) {
         return ELock::Refused;
     }
     // The file may have been moved away or replaced before the lock was held.
@@ -196,6 +201,16 @@ Opened OpenShared(const OpenRequest& request) {
     }
     Fail(win32err::kSharingViolation);
     return {};
+}
+
+bool LockForRemoval(const std::string& path, const struct stat& info, CDescriptor& lock) noexcept {
+    if (!S_ISREG(info.st_mode)) {
+        return true;
+    }
+    lock.Reset(OpenRetrying(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW, 0));
+    // Readers go on with a file that has lost its name; a file that cannot be opened cannot
+    // be asked.
+    return !lock || TryLock(lock.Get(), LOCK_SH) || Fail(win32err::kSharingViolation);
 }
 
 bool Truncate(int descriptor) noexcept {

@@ -72,6 +72,10 @@ struct Opened {
 // the caller truncates the file that it now holds.
 Opened OpenShared(const OpenRequest& request);
 
+// Before the entry `info` at `path` loses its name: false with last error 32 while a writer
+// holds the file. `lock` keeps writers out until it is let go.
+bool LockForRemoval(const std::string& path, const struct stat& info, CDescriptor& lock) noexcept;
+
 // Empties a file; anything that has no length stays as it is. False with errno.
 bool Truncate(int descriptor) noexcept;
 // Brings the entries of a folder to the disk; false with errno.
