@@ -1,6 +1,7 @@
 // Writes typed fields and lines of text to a file.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -10,6 +11,7 @@
 
 #include "idxdata/streams.h"
 #include "platform/files.h"
+#include "platform/memory.h"
 
 namespace idxdata {
 
@@ -60,7 +62,13 @@ public:
     // then counted by Commit. Empties the buffer when that is needed; null when the buffer
     // is too small for the length at all. Fails as WriteTextString does.
     std::byte* Reserve(std::size_t length);
-    void Commit(std::size_t length) noexcept { m_used += length; }
+    // Writers take turns: what the next line fills is fetched while the others write.
+    void Commit(std::size_t length) noexcept {
+        constexpr std::size_t kUsualLine = 320;  // bytes
+        m_used += length;
+        platform::PrefetchForWriting(m_buffer.get() + m_used,
+                                     std::min(kUsualLine, m_bufferSize - m_used));
+    }
     // Whether `length` bytes can be written without emptying the buffer.
     bool HasRoom(std::size_t length) const noexcept {
         return m_buffer != nullptr && length <= m_bufferSize - m_used;

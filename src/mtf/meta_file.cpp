@@ -78,8 +78,6 @@ void CMtfMetaFile::OpenByMode(EMtfOpenMode mode) {
         case EMtfOpenMode::EMtfOpenRW:
             return OpenForWriting();
         case EMtfOpenMode::EMtfCreateNewDetached:
-            // In this order: while the file is there, it may be a broken one that its copy
-            // stands for.
             if (frame::FileExists(m_oldPath)) {
                 // While the file is there, it may be a broken one that its copy stands for.
                 frame::DeleteFileDurably(m_path);

@@ -23,4 +23,14 @@ CBlockPtr AllocateLargeBlock(std::size_t bytes);
 // large pages when it is first touched. A hint: it cannot fail.
 void PreferLargePages(void* memory, std::size_t bytes) noexcept;
 
+// Asks for memory that will be written soon, so that it is near by then; any address will
+// do. A hint: it costs little and cannot fail.
+inline void PrefetchForWriting(const void* memory, std::size_t bytes) noexcept {
+    constexpr std::size_t kCacheLine = 64;
+    const auto* const first = static_cast<const std::byte*>(memory);
+    for (std::size_t at = 0; at < bytes; at += kCacheLine) {
+        __builtin_prefetch(first + at, 1);
+    }
+}
+
 }  // namespace platform
