@@ -53,13 +53,15 @@ void CFileWriter::Close() {
         return;
     }
     m_open = false;
-    try {
-        Flush();
-    } catch (...) {
-        m_used = 0;
-        m_file.Reset();
-        throw;
-    }
+    // However this ends, nothing is held any more.
+    struct CRelease {
+        ~CRelease() {
+            writer.m_used = 0;
+            writer.m_file.Reset();
+        }
+        CFileWriter& writer;
+    } const release{*this};
+    Flush();
     CloseHandle();
 }
 

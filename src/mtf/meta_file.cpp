@@ -275,6 +275,7 @@ void CMtfMetaFile::AppendLine(std::string_view tail) {
     try {
         m_file->SeekToEnd();
         m_file->Write(hidden.data(), hidden.size());
+        m_file->Flush();  // or a power cut could keep the first unit and lose the others
         m_file->WriteAt(*m_soundSize, tail.data(), kUnit);
         m_file->Flush();
     } catch (const CExc&) {

@@ -122,6 +122,8 @@ void COwnerFiles::CloseAll() {
         }
         try {
             Close(owner);
+        } catch (const frame::CExc&) {
+            first = first ? first : std::current_exception();
         } catch (const std::exception&) {
             first = first ? first : std::current_exception();
         }

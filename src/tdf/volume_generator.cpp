@@ -81,15 +81,22 @@ void CVolumeGenerator::Run(std::u16string_view dataFile) {
         m_owners,
         {m_settings.outpFolder, m_volumeName, m_settings.txtDateTime, m_settings.recsNumPerTxt},
         m_limits);
+    // What was written before a failure is brought to its files all the same.
+    const auto saveLines = [&] {
+        try {
+            files.CloseAll();
+        } catch (const frame::CExc&) {
+        } catch (const std::exception&) {
+        }
+    };
     try {
         ReadFiles(files);
         WriteOwnersMap(files);
-    } catch (...) {
-        // What was written before the failure is brought to its files all the same.
-        try {
-            files.CloseAll();
-        } catch (const std::exception&) {
-        }
+    } catch (const frame::CExc&) {
+        saveLines();
+        throw;
+    } catch (const std::exception&) {  // memory that is short, mostly
+        saveLines();
         throw;
     }
     files.CloseAll();

@@ -13,6 +13,7 @@
 #include <cstdarg>
 #include <ctime>
 #include <functional>
+#include <limits>
 #include <map>
 #include <string>
 #include <utility>
@@ -29,6 +30,13 @@ enum class EFault {
     Visit,         // the call succeeds, but something else happens before it: `visit`
 };
 
+// What of a file is not on the disk.
+struct Unsynced {
+    int descriptor = -1;                                     // of its own
+    off_t from = std::numeric_limits<off_t>::max();          // where the content after it begins
+    std::vector<std::pair<off_t, std::string>> overwritten;  // the bytes that stood before it
+};
+
 // The calls of this process, counted from Arm on.
 struct DiskFaults {
     static constexpr int kDied = 77;  // the exit code of a process that was made to end
@@ -39,9 +47,9 @@ struct DiskFaults {
     bool failNextWrite = false;
     bool isDelayed = false;  // closing and setting times count as well
     std::function<void()> visit;
-    std::function<void()> sleep;                                        // takes the place of pauses
-    std::map<std::pair<dev_t, ino_t>, std::pair<int, off_t>> unsynced;  // descriptor, from where
-    std::vector<std::pair<std::string, std::string>> unsyncedMoves;     // source, target
+    std::function<void()> sleep;  // takes the place of pauses
+    std::map<std::pair<dev_t, ino_t>, Unsynced> unsynced;
+    std::vector<std::pair<std::string, std::string>> unsyncedMoves;  // source, target
     std::vector<std::string> unsyncedDeletions;
 
     void Arm(int atStep, EFault what) {
@@ -91,19 +99,28 @@ struct DiskFaults {
         ::_exit(kDied);
     }
 
-    // Before content of an open file changes from `from` on.
-    void Touch(int descriptor, off_t from) {
+    // Before content of an open file changes: `length` bytes from `from` on, or all from there
+    // on when it is 0.
+    void Touch(int descriptor, off_t from, off_t length = 0) {
         struct stat info {};
         if (step == 0 || fault < EFault::PowerCut || ::fstat(descriptor, &info) != 0) {
             return;
         }
         const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
-        const auto [it, added] = unsynced.try_emplace({info.st_dev, info.st_ino}, -1, from);
-        if (added) {
-            it->second.first =
+        Unsynced& file = unsynced[{info.st_dev, info.st_ino}];
+        if (file.descriptor < 0) {
+            file.descriptor =
                 static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path.c_str(), O_RDWR | O_CLOEXEC));
         }
-        it->second.second = std::min(it->second.second, from);
+        const off_t end = std::min(info.st_size, from + length);
+        if (from < end) {
+            std::string bytes(static_cast<std::size_t>(end - from), '\0');
+            ::syscall(SYS_pread64, file.descriptor, bytes.data(), bytes.size(), from);
+            file.overwritten.emplace_back(from, std::move(bytes));
+        }
+        if (length == 0 || from + length > info.st_size) {
+            file.from = std::min(file.from, length == 0 ? from : std::max(from, info.st_size));
+        }
     }
     void Synced(int descriptor) {
         struct stat info {};
@@ -116,7 +133,7 @@ struct DiskFaults {
         }
         const auto it = unsynced.find({info.st_dev, info.st_ino});
         if (it != unsynced.end()) {
-            ::close(it->second.first);
+            ::close(it->second.descriptor);
             unsynced.erase(it);
         }
     }
@@ -133,11 +150,16 @@ struct DiskFaults {
             ::syscall(SYS_renameat2, AT_FDCWD, target.c_str(), AT_FDCWD, source.c_str(), 1);
         }
         for (const auto& [file, what] : unsynced) {
+            for (auto it = what.overwritten.rbegin();
+                 fault == EFault::PowerCutAll && it != what.overwritten.rend(); ++it) {
+                ::syscall(SYS_pwrite64, what.descriptor, it->second.data(), it->second.size(),
+                          it->first);
+            }
             struct stat info {};
-            ::fstat(what.first, &info);
-            const off_t lost = std::max<off_t>(info.st_size - what.second, 0);
+            ::fstat(what.descriptor, &info);
+            const off_t lost = std::max<off_t>(info.st_size - what.from, 0);
             const off_t kept = fault == EFault::PowerCut ? lost / 4 * 2 : 0;
-            ::syscall(SYS_ftruncate, what.first, std::min(info.st_size, what.second + kept));
+            ::syscall(SYS_ftruncate, what.descriptor, std::min(info.st_size, what.from + kept));
         }
     }
     int Move(const char* source, const char* target, unsigned flags) {
@@ -171,7 +193,7 @@ int open(const char* path, int flags, ...) {
 
 ssize_t write(int descriptor, const void* buffer, std::size_t length) {
     support::DiskFaults& faults = support::g_diskFaults;
-    faults.Touch(descriptor, ::lseek(descriptor, 0, SEEK_CUR));
+    faults.Touch(descriptor, ::lseek(descriptor, 0, SEEK_CUR), static_cast<off_t>(length));
     bool fails = std::exchange(faults.failNextWrite, false);
     if (!fails && faults.Strikes()) {
         // Even: what a system tears, it tears between pages.
