@@ -76,10 +76,10 @@ class ClientTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.base = folder.name
         self.descriptors = os.listdir("/proc/self/fd")
-        self.library = zorel_oibidx.create_library()
+        self.lib = zorel_oibidx.create_library()
 
     def tearDown(self):
-        del self.library
+        del self.lib
         self.assertTrue(can_unload(), "objects are left")
         self.assertEqual(len(os.listdir("/proc/self/fd")), len(self.descriptors))
 
@@ -127,7 +127,7 @@ class Browsing(ClientTest):
         self.data_file = self.scan()
 
     def test_listings(self):
-        with self.library.BrowseOibDF(self.data_file) as browser:
+        with self.lib.BrowseOibDF(self.data_file) as browser:
             self.assertEqual(browser.GetFolders("C:\\"), ["Docs", "zeta"])
             self.assertEqual(browser.getfolders(rootPath="c:/none"), [])
             odd = "Docs\\2019\\o\udcffd.txt"
@@ -147,7 +147,7 @@ class Browsing(ClientTest):
 
     def test_a_path_object_names_a_file(self):
         for path in (pathlib.Path(self.data_file), os.fsencode(self.data_file)):
-            with self.library.BrowseOibDF(path) as browser:
+            with self.lib.BrowseOibDF(path) as browser:
                 self.assertEqual(len(browser.GetFiles("")), 2)
 
     def test_the_example(self):
@@ -167,7 +167,7 @@ class Lifetime(ClientTest):
     def test_a_with_block_closes_and_gives_up(self):
         self.make("a", 1, TIME)
         data_file = self.scan()
-        with self.library.BrowseOibDF(data_file) as browser:
+        with self.lib.BrowseOibDF(data_file) as browser:
             files = browser.GetFiles("")
         for use in (lambda: browser.GetFiles(""), lambda: browser.Nothing, lambda: len(browser)):
             self.assertRaisesRegex(ValueError, "has been released", use)
@@ -175,26 +175,26 @@ class Lifetime(ClientTest):
 
     def test_closing_does_not_wait_for_other_holders(self):
         path = self.path("held.mtf")
-        with self.library.CreateMetaFile(path, EIdxMetaOpenMode.EIdxMetaOpenRW) as file:
+        with self.lib.CreateMetaFile(path, EIdxMetaOpenMode.EIdxMetaOpenRW) as file:
             other_holder = file._reference._pointer
             add_ref(other_holder)
-            self.check_failure(lambda: self.library.CreateMetaFile(path, 1), 0x80070020,
+            self.check_failure(lambda: self.lib.CreateMetaFile(path, 1), 0x80070020,
                                LIBRARY_SOURCE, "Cannot create or load meta-file")
-        self.library.CreateMetaFile(path, EIdxMetaOpenMode.EIdxMetaOpenRW).release()
+        self.lib.CreateMetaFile(path, EIdxMetaOpenMode.EIdxMetaOpenRW).release()
         release(other_holder)
 
     def test_an_error_in_the_block_stays_what_it_was(self):
         with self.assertRaises(ZeroDivisionError):
-            with self.library.CreateMetaFile(self.path("m"), 2) as file:
+            with self.lib.CreateMetaFile(self.path("m"), 2) as file:
                 file.SetAttr("a", str(1 // 0))
-        with self.library.CreateMetaFile(self.path("m"), 2) as file:
+        with self.lib.CreateMetaFile(self.path("m"), 2) as file:
             file.release()
             file.release()
 
     def test_every_reference_counts(self):
         self.assertFalse(can_unload())
-        file = self.library.CreateMetaFile(self.path("m"), 2)
-        self.library.release()
+        file = self.lib.CreateMetaFile(self.path("m"), 2)
+        self.lib.release()
         self.assertFalse(can_unload())
         trees = [file.CreateAttrsTree(name) for name in "abc"]
         file.release()
@@ -208,19 +208,19 @@ class Lifetime(ClientTest):
         data_file = self.scan()
         missing = self.path("missing" * 10)
         session = self.write_meta_file("s", "oib1.VmName=" + "x" * 100, f"oib1.OibUID={WEB}")
-        references = self.library.CreateBSessionMetaFile(session, 0).EnumOibsRefs()
+        references = self.lib.CreateBSessionMetaFile(session, 0).EnumOibsRefs()
 
         def work(rounds):
-            with self.library.BrowseOibDF(data_file) as browser, \
-                    self.library.FindInOibBDF(self.path("catalogue")) as task:
+            with self.lib.BrowseOibDF(data_file) as browser, \
+                    self.lib.FindInOibBDF(self.path("catalogue")) as task:
                 files = browser.GetFiles("")
                 for _ in range(rounds):
                     files.GetFileInfo(0)
                     references.GetOibRef(0)
                     browser.GetFolders("c:\\")
                     task.Find(SearchSpec(rootPath="c:\\" + "x" * 200))
-                    self.assertRaises(OibError, self.library.BrowseOibDF, missing)
-                    self.assertRaises(OibError, self.library.CreateMetaFile, missing, {})
+                    self.assertRaises(OibError, self.lib.BrowseOibDF, missing)
+                    self.assertRaises(OibError, self.lib.CreateMetaFile, missing, {})
 
         work(50)
         gc.collect()
@@ -233,60 +233,60 @@ class Lifetime(ClientTest):
 class Calls(ClientTest):
     def test_matching(self):
         for line, pattern, matches in [("C:\\d\\readme.txt", "*.TXT", True), ("C:\\a", "b", False)]:
-            self.assertIs(self.library.IsWildcardMatch(line, pattern), matches)
-        self.assertEqual(self.library.ConvetrPathToCrcStr("C:\\Users\\john", 3), "0hac906abf43d5")
-        self.assertEqual(self.library.CONVETRPATHTOCRCSTR(subfoldersMax=-1, folderPath="c:/users"),
+            self.assertIs(self.lib.IsWildcardMatch(line, pattern), matches)
+        self.assertEqual(self.lib.ConvetrPathToCrcStr("C:\\Users\\john", 3), "0hac906abf43d5")
+        self.assertEqual(self.lib.CONVETRPATHTOCRCSTR(subfoldersMax=-1, folderPath="c:/users"),
                          "0hac906abf")
 
     def test_failures(self):
         missing = self.path("missing")
         context = "Instance of the CCoOibDFBrowser() cannot be initialized.\r\nCannot open file "
-        match = self.library.IsWildcardMatch
+        match = self.lib.IsWildcardMatch
         for label, call, failure in [
-                ("engine", lambda: self.library.BrowseOibDF(missing),
+                ("engine", lambda: self.lib.BrowseOibDF(missing),
                  (0x80070002, LIBRARY_SOURCE, context)),
-                ("mode", lambda: self.library.CreateMetaFile(missing, 3),
+                ("mode", lambda: self.lib.CreateMetaFile(missing, 3),
                  (0x80004005, LIBRARY_SOURCE, "Unknown meta-file open mode: 3.")),
-                ("null string", lambda: self.library.BrowseOibDF(None), (0x80070057, None, None)),
-                ("not built", lambda: self.library.ParseOibTDFName("x"), (0x80004001, None, None)),
+                ("null string", lambda: self.lib.BrowseOibDF(None), (0x80070057, None, None)),
+                ("not built", lambda: self.lib.ParseOibTDFName("x"), (0x80004001, None, None)),
                 ("too few", lambda: match("C:\\a"), (0x8002000E, None, None)),
                 ("too many", lambda: match("C:\\a", "b", "c"), (0x8002000E, None, None)),
-                ("no number", lambda: self.library.ConvetrPathToCrcStr("a", "b"),
+                ("no number", lambda: self.lib.ConvetrPathToCrcStr("a", "b"),
                  (0x80020005, None, None)),
-                ("too large", lambda: self.library.ConvetrPathToCrcStr("a", 2**40),
+                ("too large", lambda: self.lib.ConvetrPathToCrcStr("a", 2**40),
                  (0x8002000A, None, None)),
-                ("no record", lambda: self.library.FindInOibTDF2(missing, 1),
+                ("no record", lambda: self.lib.FindInOibTDF2(missing, 1),
                  (0x80020005, None, None)),
-                ("wrong record", lambda: self.library.FindInOibTDF2(missing, FileTime(0)),
+                ("wrong record", lambda: self.lib.FindInOibTDF2(missing, FileTime(0)),
                  (0x80020005, None, None)),
-                ("right record", lambda: self.library.FindInOibTDF2(missing, {}),
+                ("right record", lambda: self.lib.FindInOibTDF2(missing, {}),
                  (0x80070002, LIBRARY_SOURCE, "Instance of the CCoOibTDFSearchTask()"))]:
             with self.subTest(label):
                 self.check_failure(call, *failure)
         with self.assertRaises(OibError) as caught:
-            self.library.BrowseOibDF(missing)
+            self.lib.BrowseOibDF(missing)
         self.assertRegex(str(caught.exception), r"(?s)^BrowseOibDF: Inst.*\n.*\(HRESULT 0x80070002")
 
     def test_misuse(self):
-        match = self.library.IsWildcardMatch
+        match = self.lib.IsWildcardMatch
         for label, call, kind in [
-                ("no member", lambda: self.library.Nothing, AttributeError),
-                ("private", lambda: self.library._Close, AttributeError),
-                ("no place", lambda: setattr(self.library, "InitLogging", 1), AttributeError),
+                ("no member", lambda: self.lib.Nothing, AttributeError),
+                ("private", lambda: self.lib._Close, AttributeError),
+                ("no place", lambda: setattr(self.lib, "InitLogging", 1), AttributeError),
                 ("unknown argument", lambda: match("C:\\a", text="a"), TypeError),
                 ("twice", lambda: match("C:\\a", line="a"), TypeError),
                 ("gap", lambda: match(pattern="a"), TypeError),
                 ("no variant", lambda: match("C:\\a", [1]), TypeError),
                 ("too wide", lambda: match("C:\\a", 2**64), OverflowError),
-                ("too large", lambda: self.library.FindInOibTDF2("a", {"SizeTill": 2**63}),
+                ("too large", lambda: self.lib.FindInOibTDF2("a", {"SizeTill": 2**63}),
                  OverflowError),
                 ("too early", lambda: FileTime.from_datetime(datetime(1600, 1, 1)), OverflowError),
-                ("unknown field", lambda: self.library.FindInOibTDF2("a", {"Nothing": 1}),
+                ("unknown field", lambda: self.lib.FindInOibTDF2("a", {"Nothing": 1}),
                  TypeError),
-                ("no list", lambda: list(self.library), TypeError)]:
+                ("no list", lambda: list(self.lib), TypeError)]:
             with self.subTest(label):
                 self.assertRaises(kind, call)
-        self.assertTrue(self.library)
+        self.assertTrue(self.lib)
 
     def test_each_thread_has_its_own_failures(self):
         failures = {}
@@ -340,8 +340,8 @@ class Times(unittest.TestCase):
 class MetaFiles(ClientTest):
     def test_create_edit_flush_reopen(self):
         path = self.path("job.mtf")
-        self.assertIs(self.library.IsMetaFileExists(path), False)
-        with self.library.CreateMetaFile(path, 2) as file:
+        self.assertIs(self.lib.IsMetaFileExists(path), False)
+        with self.lib.CreateMetaFile(path, 2) as file:
             file.PushComment("nightly\ncatalogue")
             file.SetAttr("Job.Server.Host", "srv01")
             job = file.GetExistingAttrsTree("JOB")
@@ -351,8 +351,8 @@ class MetaFiles(ClientTest):
                              (["Server", "Disk"], ["Empty"]))
             file.FlushChanges()
             job.DelSubtree("Disk")  # never flushed
-        self.assertIs(self.library.IsMetaFileExists(path), True)
-        with self.library.CreateMetaFile(path, EIdxMetaOpenMode.EIdxMetaOpenRW) as file:
+        self.assertIs(self.lib.IsMetaFileExists(path), True)
+        with self.lib.CreateMetaFile(path, EIdxMetaOpenMode.EIdxMetaOpenRW) as file:
             self.assertEqual(file.EnumAllAttrs(),
                              ["Job.Empty", "Job.Server.Host", "Job.Disk.Size"])
             tree = file.FindAttrsTree("job.server")
@@ -373,7 +373,7 @@ class MetaFiles(ClientTest):
     def test_text_survives(self):
         generator = random.Random(7)
         planes = [(0x21, 0x7F), (0xA1, 0x800), (0xD800, 0xE000), (0x10000, 0x110000)]
-        with self.library.CreateMetaFile(self.path("m"), 2) as file:
+        with self.lib.CreateMetaFile(self.path("m"), 2) as file:
             for i in range(300):
                 text = "".join(chr(generator.randrange(*generator.choice(planes)))
                                for _ in range(generator.randrange(40)))
@@ -389,7 +389,7 @@ class BackupSessions(ClientTest):
         path = self.write_meta_file(
             "session.mtf", "oib1.VmName=web01", "oib1.BackupTimeUtc=monday", f"oib1.OibUID={WEB}",
             "oib2.VmName=db02", f"oib2.OibUID={{{DB}}}")
-        with self.library.CreateBSessionMetaFile(path, 1) as session:
+        with self.lib.CreateBSessionMetaFile(path, 1) as session:
             references = session.EnumOibsRefs()
             self.assertEqual(list(references), [("db02", "", DB), ("web01", "monday", WEB)])
             references.MoveToElem(1)
@@ -405,7 +405,7 @@ class BackupSessions(ClientTest):
             empty = session.EnumOibsRefs()
             self.check_failure(lambda: empty.VmName, 0x80004005, None, "The current element")
             self.check_failure(lambda: session.DeleteOibRef("web01"), 0x80020005, None, None)
-        with self.library.CreateBSessionMetaFile(path, 0) as session:
+        with self.lib.CreateBSessionMetaFile(path, 0) as session:
             self.assertEqual([ref.VmName for ref in session.EnumOibsRefs()], ["web01"])
 
 
@@ -417,9 +417,9 @@ class Publications(ClientTest):
             "cmd.7.Type=AddBSession", "cmd.7.JobName=Daily", "cmd.7.BackupServer=bs",
             f"{group}OIB.9.VmName=web01", f"{group}OIB.9.OibUID={WEB}", f"{group}OIB.9.Origin=o",
             f"{group}BackupFile.0.Path=\\\\bs\\daily.bak", "cmd.3.Type=Other")
-        info = self.library.LoadPublicationOrderingInfo(path)
+        info = self.lib.LoadPublicationOrderingInfo(path)
         self.assertEqual((info.PubLocalTime, info.PubUtcTime), ("noon", "ten"))
-        reader = self.library.LoadPublication(path)
+        reader = self.lib.LoadPublication(path)
         self.assertEqual(reader.OrderingInfo.PubUtcTime, "ten")
         self.assertEqual([reader.GetCmdType(i) for i in range(reader.CmdCount)],
                          ["AddBSession", "Other"])
@@ -434,7 +434,7 @@ class Publications(ClientTest):
         self.assertEqual(commands.GetBackupFile(7, 0, 0).Path, "\\\\bs\\daily.bak")
         self.check_failure(lambda: commands.GetOibRef(7, 1, 0), 0x80004005, None,
                            "Out of the sparse array boundary: requested element '1'")
-        self.check_failure(lambda: self.library.LoadPublication(self.path("none")), 0x80004005,
+        self.check_failure(lambda: self.lib.LoadPublication(self.path("none")), 0x80004005,
                            LIBRARY_SOURCE, "Cannot create or load meta-file")
 
 
@@ -494,14 +494,14 @@ class Searches(ClientTest):
         found = 0
         for _ in range(40):
             criteria = self.some_criteria()
-            with self.subTest(criteria), self.library.FindInOibBDF(self.path("catalogue")) as task:
+            with self.subTest(criteria), self.lib.FindInOibBDF(self.path("catalogue")) as task:
                 task.Find(criteria)
                 self.assertEqual(self.found(task), self.expected(criteria))
                 found += len(task)
         self.assertGreater(found, 20)
 
     def test_criteria_accumulate_and_owners_match(self):
-        with self.library.FindInOibBDF(self.path("catalogue")) as task:
+        with self.lib.FindInOibBDF(self.path("catalogue")) as task:
             task.Find({"UnrestrictedExtentions": ".jpg"})
             owner, count = task.GetResult(0).Owner, task.ResultsCount
             task.Find({"Owner": owner})
@@ -513,15 +513,15 @@ class Searches(ClientTest):
 
     def test_text_data_files(self):
         texts, stamp = self.path("texts"), datetime(2020, 2, 29, 12, tzinfo=timezone.utc)
-        self.library.GenerateOibTDFs(
+        self.lib.GenerateOibTDFs(
             self.path("catalogue", "summary.txt"), texts, FileTime.from_datetime(stamp),
             recsNumPerTxt=1000, bCrcMode=False, subfoldersMax=0, additionalParts=0, separators="")
         [name] = [name for name in os.listdir(texts) if name.startswith("vl.C.")]
         text_file = os.path.join(texts, name)
         self.assertEqual(os.stat(text_file).st_mtime, stamp.timestamp())
-        lines = self.library.FindInOibTDF(text_file, "", "")
+        lines = self.lib.FindInOibTDF(text_file, "", "")
         self.assertEqual(sorted(line.split(", ", 2)[2] for line in lines), sorted(self.files))
-        self.assertEqual(self.library.FindInOibTDF(text_file, "", "nothing"), [])
+        self.assertEqual(self.lib.FindInOibTDF(text_file, "", "nothing"), [])
         found = 0
         for _ in range(40):
             criteria = self.some_criteria()
@@ -530,7 +530,7 @@ class Searches(ClientTest):
             expected = self.expected(SearchSpec(**vars(criteria) | {
                 "rootPath": criteria.rootPath and criteria.rootPath[:-1]}))
             with self.subTest(criteria):
-                task = self.library.FindInOibTDF2(text_file, criteria)
+                task = self.lib.FindInOibTDF2(text_file, criteria)
                 self.assertEqual(self.found(task), expected)
                 self.assertTrue(all(file.Owner is None for file in task))
                 found += len(task)

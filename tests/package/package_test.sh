@@ -6,13 +6,7 @@
 set -euo pipefail
 
 cpack=$1 build=$2 version=$3 python=$4
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-
-fail() {
-    echo "$*"
-    exit 1
-}
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 echo "-- build"
 (cd "$build" && "$cpack" -G DEB -B "$folder/package") >"$folder/log" 2>&1 ||
