@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "../tools/catalogue_summary.h"
-#include "../tools/catalogue_writer.h"
+#include "cli/scan/catalogue_summary.h"
+#include "cli/scan/catalogue_writer.h"
 
 namespace bench {
 

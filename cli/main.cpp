@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "command.h"
+#include "cli/command_line/command.h"
 
 #ifndef OIBIDX_VERSION
 #error "The build must say which version this is."
@@ -30,7 +30,7 @@ constexpr CommandEntry kCommands[] = {
     {"generate", "Write text data files from a catalogue", MakeGenerateCommand},
     {"find", "Search a catalogue", MakeFindCommand},
     {"find-text", "Search text data files", MakeFindTextCommand},
-    {"fingerprint", "Tell the fingerprint of a folder", MakeFingerprintCommand},
+    {"fingerprint", "Print the fingerprint of a folder", MakeFingerprintCommand},
     {"meta", "Read and change meta-files", MakeMetaCommand},
     {"session", "Read and change backup sessions", MakeSessionCommand},
     {"publication", "Read publications", MakePublicationCommand},
@@ -65,7 +65,7 @@ EExitCode ReportParse(const CLI::App& app, const CLI::ParseError& error, COutput
     if (code == 0) {
         return kExitOk;
     }
-    Complain(complaint.str());
+    PrintError(complaint.str());
     return kExitFailure;
 }
 
@@ -104,7 +104,7 @@ EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
             return declared.command->Run(output);
         }
     }
-    Complain("Which command? Run with --help for more information.");
+    PrintError("Which command? Run with --help for more information.");
     return kExitFailure;
 }
 
@@ -118,7 +118,7 @@ int Main(int argc, char** argv) {
         output.Flush();
         return code;
     } catch (const std::exception& error) {
-        Complain(error.what());
+        PrintError(error.what());
         return kExitFailure;
     }
 }

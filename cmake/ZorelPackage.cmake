@@ -3,12 +3,12 @@
 
 set(ZOREL_PYTHON_DIR lib/python3/dist-packages CACHE STRING
     "Where the Python client is installed, below the prefix")
-install(DIRECTORY clients/python/zorel_oibidx DESTINATION ${ZOREL_PYTHON_DIR}
+install(DIRECTORY bindings/python/zorel_oibidx DESTINATION ${ZOREL_PYTHON_DIR}
   PATTERN __pycache__ EXCLUDE)
 set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/zorel-oibidx)
 install(DIRECTORY doc/ DESTINATION ${doc_dir} FILES_MATCHING PATTERN *.md)
-install(PROGRAMS clients/python/example.py DESTINATION ${doc_dir}/examples)
-install(DIRECTORY clients/powershell DESTINATION ${doc_dir}/examples)
+install(PROGRAMS bindings/python/example.py DESTINATION ${doc_dir}/examples)
+install(DIRECTORY samples/powershell DESTINATION ${doc_dir}/examples)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zorel-oibidx)

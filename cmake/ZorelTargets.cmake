@@ -30,15 +30,35 @@ if(ZOREL_SANITIZE)
   endif()
 endif()
 
-# zorel_layer(NAME LOWER...) makes the layer src/NAME from all its sources; it sees the
-# layers LOWER. Layers are object libraries, so that the module and the tests take every
-# symbol along, exports included.
-function(zorel_layer name)
-  file(GLOB sources CONFIGURE_DEPENDS
-    ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.h)
+if(WIN32)
+  set(ZOREL_SYSTEM win32)
+  set(ZOREL_OTHER_SYSTEM posix)
+  set(ZOREL_EXPORT "")  # the module definition file lists the exports
+else()
+  set(ZOREL_SYSTEM posix)
+  set(ZOREL_OTHER_SYSTEM win32)
+  set(ZOREL_EXPORT "__attribute__((visibility(\"default\")))")
+endif()
+
+# zorel_sources(VARIABLE FOLDER) lists the sources below a folder without those of the other
+# system.
+function(zorel_sources variable folder)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${folder}/*.cpp ${folder}/*.h)
+  list(FILTER sources EXCLUDE REGEX "/${ZOREL_OTHER_SYSTEM}/")
+  set(${variable} ${sources} PARENT_SCOPE)
+endfunction()
+
+# zorel_layer(NAME FOLDER) makes a layer from all sources below src/FOLDER. Layers are object
+# libraries, so that the module and the tests contain every symbol, exports included.
+function(zorel_layer name folder)
+  zorel_sources(sources ${CMAKE_CURRENT_SOURCE_DIR}/${folder})
+  if(NOT folder MATCHES "/")
+    list(FILTER sources EXCLUDE REGEX "/${folder}/server/")
+  endif()
   add_library(zorel_${name} OBJECT ${sources})
   set_target_properties(zorel_${name} PROPERTIES LINKER_LANGUAGE CXX)
   target_include_directories(zorel_${name} PUBLIC
     ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  target_compile_definitions(zorel_${name} PRIVATE "ZOREL_EXPORT=${ZOREL_EXPORT}")
   target_link_libraries(zorel_${name} PRIVATE zorel_options)
 endfunction()

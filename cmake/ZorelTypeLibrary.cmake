@@ -1,7 +1,7 @@
 # The resources of the Windows module, the type library among them: the target
 # zorel_resources, to be linked into the module and into whatever stands in for it.
 
-set(server ${PROJECT_SOURCE_DIR}/src/server)
+set(server ${PROJECT_SOURCE_DIR}/src/frame/server)
 set(generated ${PROJECT_BINARY_DIR}/generated)
 file(MAKE_DIRECTORY ${generated})
 

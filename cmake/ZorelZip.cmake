@@ -10,7 +10,7 @@ install(FILES include/ZorelAutomation.h include/ZorelOibIdxLib.h include/ZorelTe
 install(FILES doc/windows.md DESTINATION . RENAME README.md COMPONENT zip)
 install(FILES doc/interface.md doc/index-data-file.md doc/meta-file.md doc/text-data-files.md
   DESTINATION . COMPONENT zip)
-install(DIRECTORY clients/vbscript clients/jscript clients/powershell clients/cpp clients/python
+install(DIRECTORY samples/vbscript samples/jscript samples/powershell samples/cpp bindings/python
   DESTINATION samples COMPONENT zip PATTERN __pycache__ EXCLUDE)
 
 set(CPACK_GENERATOR ZIP)

@@ -12,11 +12,11 @@ endif()
 # The exports of the module.
 if(NOT WIN32)
   set(exports_arguments
-    ${CMAKE_NM} $<TARGET_FILE:ZorelOibIdxComLib> ${CMAKE_CURRENT_SOURCE_DIR}/server/exports.txt)
+    ${CMAKE_NM} $<TARGET_FILE:ZorelOibIdxComLib> ${CMAKE_CURRENT_SOURCE_DIR}/frame/server/exports.txt)
   add_test(NAME server/exports
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/server/exports_test.sh ${exports_arguments})
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/frame/server/exports_test.sh ${exports_arguments})
   add_test(NAME server/exports_self_check
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/server/exports_self_check.sh ${exports_arguments})
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/frame/server/exports_self_check.sh ${exports_arguments})
 endif()
 
 # An installation and its clients. The rules do not depend on sanitizers, but clients of a
@@ -49,26 +49,26 @@ add_dependencies(tsan_tests threads_tests)
 # The command-line client, compared with what the file system and plain models say.
 if(NOT WIN32 AND TARGET oibidx)
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
-  add_test(NAME tools/oibidx
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/tools/oibidx_test.py
+  add_test(NAME cli/oibidx
+    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/cli/oibidx_test.py
             $<TARGET_FILE:oibidx>)
-  add_test(NAME tools/meta
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/tools/meta_test.py
+  add_test(NAME cli/meta
+    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/cli/meta_test.py
             $<TARGET_FILE:oibidx>)
-  add_test(NAME tools/search
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/tools/search_test.py
+  add_test(NAME cli/search
+    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/cli/search_test.py
             $<TARGET_FILE:oibidx>)
-  set_tests_properties(tools/oibidx tools/meta tools/search PROPERTIES TIMEOUT 300 LABELS tools)
+  set_tests_properties(cli/oibidx cli/meta cli/search PROPERTIES TIMEOUT 300 LABELS cli)
 endif()
 
 # The Python client. The interpreter cannot load a sanitized module: its run-time library
 # would have to come first and does not find what the interpreter is not linked to.
 if(NOT WIN32 AND TARGET oibidx AND NOT ZOREL_SANITIZE)
   find_package(Python3 3.11 REQUIRED COMPONENTS Interpreter)
-  add_test(NAME clients/python
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/clients/python_client_test.py
+  add_test(NAME bindings/python
+    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/bindings/python_client_test.py
             $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx>)
-  set_tests_properties(clients/python PROPERTIES TIMEOUT 300 LABELS clients)
+  set_tests_properties(bindings/python PROPERTIES TIMEOUT 300 LABELS bindings)
 endif()
 
 # The Debian package.
@@ -87,11 +87,11 @@ endif()
 # The interface document: its Python and C++ examples run. Programs that load a sanitized
 # module would have to be linked like it.
 if(NOT WIN32 AND TARGET oibidx AND NOT ZOREL_SANITIZE)
-  add_test(NAME clients/interface_document
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/clients/interface_doc_test.py
+  add_test(NAME doc/interface_document
+    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/doc/interface_doc_test.py
             $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx>
             ${CMAKE_CXX_COMPILER})
-  set_tests_properties(clients/interface_document PROPERTIES TIMEOUT 120 LABELS clients)
+  set_tests_properties(doc/interface_document PROPERTIES TIMEOUT 120 LABELS bindings)
 endif()
 
 # A program that writes every kind of file, for the comparison of the two systems.
@@ -112,5 +112,5 @@ if(NOT ZOREL_SANITIZE)
 endif()
 
 # The README shows the script that is run as a sample.
-add_test(NAME clients/readme_sample COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/clients/readme_test.sh
+add_test(NAME doc/readme_sample COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/doc/readme_test.sh
   ${PROJECT_SOURCE_DIR})

@@ -6,7 +6,7 @@ set_target_properties(strings_object PROPERTIES PREFIX "")
 target_link_libraries(strings_object PRIVATE zorel_options)
 
 foreach(sample generate_and_search browse_by_name)
-  add_executable(${sample} ${PROJECT_SOURCE_DIR}/clients/cpp/${sample}.cpp)
+  add_executable(${sample} ${PROJECT_SOURCE_DIR}/samples/cpp/${sample}.cpp)
   target_include_directories(${sample} PRIVATE ${PROJECT_SOURCE_DIR}/include)
   target_link_libraries(${sample} PRIVATE zorel_options)
   target_link_options(${sample} PRIVATE -municode)
@@ -14,11 +14,11 @@ endforeach()
 
 # zorel_client_test(NAME COMMAND...)
 function(zorel_client_test name)
-  add_test(NAME clients/${name} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/windows/registered.sh
+  add_test(NAME samples/${name} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/windows/registered.sh
     $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:strings_object> ${ARGN})
-  set_tests_properties(clients/${name} PROPERTIES
-    TIMEOUT 300 LABELS clients RESOURCE_LOCK wine_registry)
-  zorel_under_wine(clients/${name})
+  set_tests_properties(samples/${name} PROPERTIES
+    TIMEOUT 300 LABELS samples RESOURCE_LOCK wine_registry)
+  zorel_under_wine(samples/${name})
 endfunction()
 
 set(run_script ${CMAKE_CURRENT_SOURCE_DIR}/windows/run_script.sh)
@@ -39,7 +39,7 @@ zorel_client_test(same_files ${CMAKE_CURRENT_SOURCE_DIR}/same_files/same_files_t
   ${ZOREL_NATIVE_BUILD}/tests/write_files $<TARGET_FILE:write_files>)
 find_package(Python3 3.11 REQUIRED COMPONENTS Interpreter)
 zorel_client_test(interface_document ${Python3_EXECUTABLE}
-  ${CMAKE_CURRENT_SOURCE_DIR}/clients/interface_vbscript_test.py ${ZOREL_NATIVE_BUILD}/tools/oibidx)
+  ${CMAKE_CURRENT_SOURCE_DIR}/doc/interface_vbscript_test.py ${ZOREL_NATIVE_BUILD}/cli/oibidx)
 
 add_test(NAME package/zip COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/package/zip_test.sh
   ${CMAKE_CPACK_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_VERSION} ${example})

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "ZorelText.h"
-#include "client/library.h"
-#include "command.h"
-#include "text_format.h"
+#include "cli/command_line/command.h"
+#include "cli/library/library.h"
+#include "cli/output/text_format.h"
 
 namespace zorel::tools {
 
@@ -198,7 +198,7 @@ EExitCode CBrowseCommand::Run(COutput& output) {
     const CVolume volume(m_dataFile);
     const std::vector<std::u16string> names = SplitPath(ToUtf16(m_path));
     if (!volume.Exists(names)) {
-        Complain(m_dataFile + ": There is no folder " + m_path);
+        PrintError(m_dataFile + ": There is no folder " + m_path);
         return kExitNothingFound;
     }
     const std::u16string path = JoinPath(names);

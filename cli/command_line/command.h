@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "output.h"
+#include "cli/output/output.h"
 
 namespace zorel::tools {
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "command.h"
+#include "cli/command_line/command.h"
 
 namespace zorel::tools {
 

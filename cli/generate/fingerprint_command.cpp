@@ -1,6 +1,6 @@
 #include "ZorelText.h"
-#include "client/library.h"
-#include "command.h"
+#include "cli/command_line/command.h"
+#include "cli/library/library.h"
 
 namespace zorel::tools {
 

@@ -11,11 +11,11 @@
 #include <utility>
 
 #include "ZorelText.h"
-#include "client/library.h"
-#include "command.h"
-#include "search_filters.h"
-#include "text_format.h"
-#include "waiting_line.h"
+#include "cli/command_line/command.h"
+#include "cli/library/library.h"
+#include "cli/output/text_format.h"
+#include "cli/output/waiting_line.h"
+#include "cli/search/search_filters.h"
 
 namespace zorel::tools {
 

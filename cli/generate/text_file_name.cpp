@@ -1,7 +1,7 @@
-#include "text_file_name.h"
+#include "cli/generate/text_file_name.h"
 
 #include "ZorelText.h"
-#include "text_format.h"
+#include "cli/output/text_format.h"
 
 namespace zorel::tools {
 

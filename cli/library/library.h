@@ -8,7 +8,7 @@
 
 #include "ZorelOibIdxLib.h"
 #include "ZorelText.h"
-#include "com_holders.h"
+#include "cli/library/com_holders.h"
 
 namespace zorel::client {
 

@@ -1,4 +1,4 @@
-#include "guid_text.h"
+#include "cli/meta_files/guid_text.h"
 
 #include <charconv>
 #include <cstdio>

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "ZorelText.h"
-#include "client/library.h"
-#include "command_group.h"
-#include "text_format.h"
+#include "cli/command_line/command_group.h"
+#include "cli/library/library.h"
+#include "cli/output/text_format.h"
 
 namespace zorel::tools {
 
@@ -117,7 +117,7 @@ protected:
         return CMetaFile(m_file, EIdxMetaOpenRW);
     }
     // What was done how many times; people see only what went wrong.
-    void Tell(COutput& output, std::string_view what, std::size_t count) const {
+    void PrintSummary(COutput& output, std::string_view what, std::size_t count) const {
         if (m_isJson) {
             CJsonObject object;
             object.Add("file", std::string_view(m_file));
@@ -176,7 +176,7 @@ public:
         const std::u16string name = ToUtf16(m_name);
         client::CText value;
         if (!OpenToRead().Find(name, value)) {
-            Complain(m_file + ": There is no attribute " + m_name);
+            PrintError(m_file + ": There is no attribute " + m_name);
             return kExitNothingFound;
         }
         if (m_isJson) {
@@ -207,7 +207,7 @@ public:
             file.Set(attr);
         }
         file.Save();
-        Tell(output, "set", attrs.size());
+        PrintSummary(output, "set", attrs.size());
         return kExitOk;
     }
 
@@ -257,13 +257,14 @@ public:
             if (Delete(file, ToUtf16(name))) {
                 ++deleted;
             } else {
-                Complain(m_file + ": There is no " + (m_isTree ? "subtree " : "attribute ") + name);
+                PrintError(m_file + ": There is no " + (m_isTree ? "subtree " : "attribute ") +
+                           name);
             }
         }
         if (deleted != 0) {
             file.Save();
         }
-        Tell(output, "deleted", deleted);
+        PrintSummary(output, "deleted", deleted);
         return deleted != 0 ? kExitOk : kExitNothingFound;
     }
 
@@ -305,7 +306,7 @@ public:
             file.Comment(line + u"\n");
         }
         file.Save();
-        Tell(output, "comments", lines.size());
+        PrintSummary(output, "comments", lines.size());
         return kExitOk;
     }
 

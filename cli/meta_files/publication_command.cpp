@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "ZorelText.h"
-#include "client/library.h"
-#include "command_group.h"
-#include "guid_text.h"
-#include "text_format.h"
+#include "cli/command_line/command_group.h"
+#include "cli/library/library.h"
+#include "cli/meta_files/guid_text.h"
+#include "cli/output/text_format.h"
 
 namespace zorel::tools {
 

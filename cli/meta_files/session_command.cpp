@@ -4,10 +4,10 @@
 #include <vector>
 
 #include "ZorelText.h"
-#include "client/library.h"
-#include "command_group.h"
-#include "guid_text.h"
-#include "text_format.h"
+#include "cli/command_line/command_group.h"
+#include "cli/library/library.h"
+#include "cli/meta_files/guid_text.h"
+#include "cli/output/text_format.h"
 
 namespace zorel::tools {
 
@@ -111,7 +111,7 @@ public:
                 std::find_if(references.begin(), references.end(),
                              [&](const OibRef& reference) { return reference.id == id; });
             if (found == references.end()) {
-                Complain(m_file + ": There is no reference " + GuidText(id));
+                PrintError(m_file + ": There is no reference " + GuidText(id));
                 continue;
             }
             references.erase(found);

@@ -1,4 +1,4 @@
-#include "output.h"
+#include "cli/output/output.h"
 
 #include <unistd.h>
 
@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "ZorelText.h"
-#include "replacing_file.h"
-#include "text_format.h"
+#include "cli/output/replacing_file.h"
+#include "cli/output/text_format.h"
 
 namespace zorel::tools {
 
@@ -53,7 +53,7 @@ std::string Unmarked(std::string text) {
 
 }  // namespace
 
-void Complain(const std::string& message) {
+void PrintError(const std::string& message) {
     std::string text = "oibidx: ";
     std::size_t start = 0;
     while (start < message.size()) {

@@ -10,7 +10,7 @@ namespace zorel::tools {
 
 // Writes "oibidx: MESSAGE" to standard error. Control characters are made visible; line
 // ends stay.
-void Complain(const std::string& message);
+void PrintError(const std::string& message);
 
 // Collects text and writes it in large pieces. Flush must be called at the end; text
 // not flushed is lost. Failures are std::system_error naming standard output.

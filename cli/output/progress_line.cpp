@@ -1,4 +1,4 @@
-#include "progress_line.h"
+#include "cli/output/progress_line.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>

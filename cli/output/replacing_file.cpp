@@ -1,4 +1,4 @@
-#include "replacing_file.h"
+#include "cli/output/replacing_file.h"
 
 #include <fcntl.h>
 #include <unistd.h>

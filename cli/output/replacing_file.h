@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "descriptor.h"
+#include "cli/scan/descriptor.h"
 
 namespace zorel::tools {
 

@@ -1,4 +1,4 @@
-#include "text_format.h"
+#include "cli/output/text_format.h"
 
 #include <cstdio>
 

@@ -1,11 +1,11 @@
-#include "waiting_line.h"
+#include "cli/output/waiting_line.h"
 
 #include <unistd.h>
 
 #include <chrono>
 #include <utility>
 
-#include "progress_line.h"
+#include "cli/output/progress_line.h"
 
 namespace zorel::tools {
 

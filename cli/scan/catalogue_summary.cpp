@@ -1,4 +1,4 @@
-#include "catalogue_summary.h"
+#include "cli/scan/catalogue_summary.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "ZorelText.h"
-#include "replacing_file.h"
+#include "cli/output/replacing_file.h"
 
 namespace zorel::tools {
 

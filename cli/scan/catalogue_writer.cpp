@@ -1,4 +1,4 @@
-#include "catalogue_writer.h"
+#include "cli/scan/catalogue_writer.h"
 
 #include <initializer_list>
 #include <stdexcept>

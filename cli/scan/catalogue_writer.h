@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "replacing_file.h"
+#include "cli/output/replacing_file.h"
 
 namespace zorel::tools {
 

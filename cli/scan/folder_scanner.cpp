@@ -1,4 +1,4 @@
-#include "folder_scanner.h"
+#include "cli/scan/folder_scanner.h"
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -10,8 +10,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "catalogue_writer.h"
-#include "descriptor.h"
+#include "cli/scan/catalogue_writer.h"
+#include "cli/scan/descriptor.h"
 
 namespace zorel::tools {
 

@@ -8,12 +8,12 @@
 #include <utility>
 
 #include "ZorelText.h"
-#include "catalogue_summary.h"
-#include "catalogue_writer.h"
-#include "command.h"
-#include "folder_scanner.h"
-#include "progress_line.h"
-#include "text_format.h"
+#include "cli/command_line/command.h"
+#include "cli/output/progress_line.h"
+#include "cli/output/text_format.h"
+#include "cli/scan/catalogue_summary.h"
+#include "cli/scan/catalogue_writer.h"
+#include "cli/scan/folder_scanner.h"
 
 namespace zorel::tools {
 

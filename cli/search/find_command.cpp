@@ -1,11 +1,11 @@
 #include <filesystem>
 
 #include "ZorelText.h"
-#include "client/library.h"
-#include "command.h"
-#include "search_filters.h"
-#include "search_output.h"
-#include "waiting_line.h"
+#include "cli/command_line/command.h"
+#include "cli/library/library.h"
+#include "cli/output/waiting_line.h"
+#include "cli/search/search_filters.h"
+#include "cli/search/search_output.h"
 
 namespace zorel::tools {
 

@@ -1,4 +1,4 @@
-#include "search_filters.h"
+#include "cli/search/search_filters.h"
 
 #include <charconv>
 #include <chrono>
@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "ZorelText.h"
-#include "command.h"
+#include "cli/command_line/command.h"
 
 namespace zorel::tools {
 

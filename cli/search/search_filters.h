@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "ZorelOibIdxLib.h"
-#include "client/com_holders.h"
+#include "cli/library/com_holders.h"
 
 namespace zorel::tools {
 

@@ -1,10 +1,10 @@
-#include "search_output.h"
+#include "cli/search/search_output.h"
 
 #include <algorithm>
 
 #include "ZorelText.h"
-#include "client/library.h"
-#include "text_format.h"
+#include "cli/library/library.h"
+#include "cli/output/text_format.h"
 
 namespace zorel::tools {
 

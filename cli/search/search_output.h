@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "ZorelOibIdxLib.h"
-#include "command.h"
+#include "cli/command_line/command.h"
 
 namespace zorel::tools {
 

@@ -1,11 +1,9 @@
-// The automation types and calls as the automation classes see them. The only header of
-// the port that brings system headers along.
+// The automation types and calls as the automation classes use them. On Windows this header
+// includes system headers, which define some of the engines' function names as macros.
 #pragma once
 
 #include "ZorelOibIdxLib.h"
 
-#if defined(_WIN32)
-// windows.h turns these names into macros; the engines use them as function names.
 #undef CopyFile
 #undef CreateProcess
 #undef DeleteFile
@@ -19,4 +17,3 @@
 #undef FindNextFile
 #undef max
 #undef min
-#endif

@@ -1,20 +1,20 @@
-#include "platform/bstr.h"
+#include "automation/bstr.h"
 
 #include <limits>
 #include <new>
 
-#include "platform/text_scan.h"
+#include "text/text_scan.h"
 
-namespace platform {
+namespace automation {
 
 std::u16string_view TextOf(BSTR text) noexcept {
     if (text == nullptr) {
         return {};
     }
     const auto* units = reinterpret_cast<const char16_t*>(text);
-    constexpr CUnitTest kIsNul = {};
-    return {units, FindUnitPair(reinterpret_cast<const std::byte*>(units), ::SysStringLen(text),
-                                kIsNul, kIsNul, 0)};
+    constexpr text::CUnitTest kIsNul = {};
+    return {units, text::FindUnitPair(reinterpret_cast<const std::byte*>(units),
+                                      ::SysStringLen(text), kIsNul, kIsNul, 0)};
 }
 
 BSTR NewBstr(std::u16string_view text) {
@@ -31,4 +31,4 @@ BSTR NewBstr(std::u16string_view text) {
     return string;
 }
 
-}  // namespace platform
+}  // namespace automation

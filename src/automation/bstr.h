@@ -3,24 +3,24 @@
 
 #include <string_view>
 
-#include "platform/automation.h"
-#include "platform/owner.h"
+#include "automation/automation.h"
+#include "platform/unique_resource.h"
 
-namespace platform {
+namespace automation {
 
 struct BstrTraits {
     using Value = BSTR;
     static Value Empty() noexcept { return nullptr; }
     static void Release(Value value) noexcept { ::SysFreeString(value); }
 };
-using CBstr = COwner<BstrTraits>;
+using CBstr = platform::CUniqueResource<BstrTraits>;
 
 struct SafeArrayTraits {
     using Value = SAFEARRAY*;
     static Value Empty() noexcept { return nullptr; }
     static void Release(Value value) noexcept { ::SafeArrayDestroy(value); }
 };
-using CSafeArrayPtr = COwner<SafeArrayTraits>;
+using CSafeArrayPtr = platform::CUniqueResource<SafeArrayTraits>;
 
 // The string up to its first NUL: arguments are read as zero-terminated text. A null
 // string is empty. The view lives as long as the string.
@@ -30,4 +30,4 @@ std::u16string_view TextOf(BSTR text) noexcept;
 // std::bad_alloc.
 BSTR NewBstr(std::u16string_view text);
 
-}  // namespace platform
+}  // namespace automation

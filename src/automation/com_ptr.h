@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <utility>
 
-namespace platform {
+namespace automation {
 
 template <class T>
 class CComPtr {
@@ -50,4 +50,4 @@ private:
     T* m_object = nullptr;
 };
 
-}  // namespace platform
+}  // namespace automation

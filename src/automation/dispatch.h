@@ -2,9 +2,9 @@
 // on Windows the type library does, and the table names it.
 #pragma once
 
-#include "platform/interface_table.h"
+#include "automation/interface_table.h"
 
-namespace platform {
+namespace automation {
 
 // The four methods of IDispatch, with their published results. `self` is the object's
 // interface that `table` describes.
@@ -16,4 +16,4 @@ HRESULT DispatchInvoke(const InterfaceTable& table, IDispatch* self, DISPID id, 
                        LCID locale, WORD flags, DISPPARAMS* params, VARIANT* result,
                        EXCEPINFO* exception, UINT* badArgument);
 
-}  // namespace platform
+}  // namespace automation

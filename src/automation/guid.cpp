@@ -1,6 +1,6 @@
-#include "platform/guid.h"
+#include "automation/guid.h"
 
-namespace platform {
+namespace automation {
 
 namespace {
 
@@ -91,4 +91,4 @@ std::uint32_t UuidFromString(std::u16string_view text, GUID& guid) {
     return kRpcStatusOk;
 }
 
-}  // namespace platform
+}  // namespace automation

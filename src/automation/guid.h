@@ -5,13 +5,9 @@
 #include <string>
 #include <string_view>
 
-#if defined(_WIN32)
-#include <guiddef.h>
-#else
-#include "ZorelAutomation.h"
-#endif
+#include "automation/automation.h"
 
-namespace platform {
+namespace automation {
 
 inline constexpr std::uint32_t kRpcStatusOk = 0;
 inline constexpr std::uint32_t kRpcInvalidStringUuid = 1705;
@@ -23,4 +19,4 @@ std::u16string UuidToString(const GUID& guid);
 // Returns kRpcStatusOk, or kRpcInvalidStringUuid with `guid` untouched.
 std::uint32_t UuidFromString(std::u16string_view text, GUID& guid);
 
-}  // namespace platform
+}  // namespace automation

@@ -1,6 +1,6 @@
-#include "platform/interface_table.h"
+#include "automation/interface_table.h"
 
-namespace platform {
+namespace automation {
 
 VARTYPE VariantTypeOf(EValueType type) noexcept {
     switch (type) {
@@ -41,4 +41,4 @@ bool IsWellFormed(const DISPPARAMS* params) noexcept {
            (params->cNamedArgs == 0 || params->rgdispidNamedArgs != nullptr);
 }
 
-}  // namespace platform
+}  // namespace automation

@@ -12,9 +12,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "platform/automation.h"
+#include "automation/automation.h"
 
-namespace platform {
+namespace automation {
 
 enum class EValueType : std::uint8_t {
     Int32,
@@ -268,4 +268,4 @@ constexpr FieldDesc Field(const char16_t* name, std::size_t offset) {
     return {name, type.type, offset};
 }
 
-}  // namespace platform
+}  // namespace automation

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/automation.h"
+#include "automation/automation.h"
 #include "platform/registry.h"
 
-namespace platform {
+namespace automation {
 
 // The registry scripts in the module's resources, by their numbers there.
 inline constexpr std::uint16_t kAppIdScript = 101;
@@ -18,7 +18,7 @@ class IModuleSetup {
 public:
     virtual ~IModuleSetup() = default;
 
-    virtual IRegistry& Registry() = 0;
+    virtual platform::IRegistry& Registry() = 0;
     virtual HRESULT LoadScript(std::uint16_t number, std::u16string& script) = 0;
     virtual HRESULT GetModulePath(std::u16string& path) = 0;
     // The library that the module carries, or else the file beside it that differs from it
@@ -33,4 +33,4 @@ public:
 // Linux has no registration: there every call that can fail answers E_NOTIMPL.
 IModuleSetup& ModuleSetup() noexcept;
 
-}  // namespace platform
+}  // namespace automation

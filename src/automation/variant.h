@@ -1,9 +1,9 @@
 // An owner of one VARIANT.
 #pragma once
 
-#include "platform/automation.h"
+#include "automation/automation.h"
 
-namespace platform {
+namespace automation {
 
 class CVariant {
 public:
@@ -41,4 +41,4 @@ private:
     VARIANT m_value;
 };
 
-}  // namespace platform
+}  // namespace automation

@@ -9,8 +9,8 @@ namespace frame {
 
 namespace detail {
 
-platform::CSafeArrayPtr NewStringArray(std::size_t count) {
-    platform::CSafeArrayPtr array;
+automation::CSafeArrayPtr NewStringArray(std::size_t count) {
+    automation::CSafeArrayPtr array;
     if (count <= static_cast<std::size_t>(std::numeric_limits<LONG>::max())) {
         array.Reset(::SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(count)));
     }
@@ -35,7 +35,7 @@ void PutString(SAFEARRAY* array, std::size_t index, std::u16string_view text) {
 
 }  // namespace detail
 
-platform::CSafeArrayPtr StringListToSafeArray(const std::vector<std::u16string>& list) {
+automation::CSafeArrayPtr StringListToSafeArray(const std::vector<std::u16string>& list) {
     return StringsToSafeArray(list.size(),
                               [&](std::size_t i) { return std::u16string_view(list[i]); });
 }
@@ -51,7 +51,7 @@ std::vector<std::u16string> SafeArrayToStringList(SAFEARRAY* array) {
     std::vector<std::u16string> list;
     list.reserve(array->rgsabound[0].cElements);
     for (ULONG i = 0; i < array->rgsabound[0].cElements; ++i) {
-        list.emplace_back(platform::TextOf(strings[i]));
+        list.emplace_back(automation::TextOf(strings[i]));
     }
     return list;
 }

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/automation.h"
-#include "platform/bstr.h"
+#include "automation/automation.h"
+#include "automation/bstr.h"
 
 namespace frame {
 
@@ -17,24 +17,24 @@ constexpr VARIANT_BOOL ToVariantBool(bool value) noexcept {
 // A new one-dimensional array of BSTR with lower bound 0; an empty list gives an array
 // without elements. Throws CExc (E_FAIL) when it cannot be allocated, CComExc when an
 // element cannot be stored; no array is left behind then.
-platform::CSafeArrayPtr StringListToSafeArray(const std::vector<std::u16string>& list);
+automation::CSafeArrayPtr StringListToSafeArray(const std::vector<std::u16string>& list);
 
 // The same for any source: `textAt(i)` gives the i-th of `count` texts as a view.
 template <class TextAt>
-platform::CSafeArrayPtr StringsToSafeArray(std::size_t count, TextAt&& textAt);
+automation::CSafeArrayPtr StringsToSafeArray(std::size_t count, TextAt&& textAt);
 
 // The array's strings from its lower to its upper bound. Throws CComExc (E_INVALIDARG)
 // for an array of something else or with another number of dimensions than one.
 std::vector<std::u16string> SafeArrayToStringList(SAFEARRAY* array);
 
 namespace detail {
-platform::CSafeArrayPtr NewStringArray(std::size_t count);
+automation::CSafeArrayPtr NewStringArray(std::size_t count);
 void PutString(SAFEARRAY* array, std::size_t index, std::u16string_view text);
 }  // namespace detail
 
 template <class TextAt>
-platform::CSafeArrayPtr StringsToSafeArray(std::size_t count, TextAt&& textAt) {
-    platform::CSafeArrayPtr array = detail::NewStringArray(count);
+automation::CSafeArrayPtr StringsToSafeArray(std::size_t count, TextAt&& textAt) {
+    automation::CSafeArrayPtr array = detail::NewStringArray(count);
     for (std::size_t i = 0; i < count; ++i) {
         detail::PutString(array.Get(), i, textAt(i));
     }

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/guid.h"
+#include "automation/guid.h"
 
 namespace frame {
 
@@ -52,17 +52,5 @@ std::string WideToAnsi(std::u16string_view text);
 std::u16string_view TrimLeft(std::u16string_view text) noexcept;
 std::u16string_view TrimRight(std::u16string_view text) noexcept;
 std::u16string_view Trim(std::u16string_view text) noexcept;
-
-// ASCII lowering: A–Z to a–z, every other code unit unchanged. All comparisons of names
-// without regard to case fold exactly this.
-constexpr char16_t ToLowerAscii(char16_t c) noexcept {
-    return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
-}
-std::u16string ToLowerAscii(std::u16string_view text);
-// Three-way comparison by folded code units; a prefix comes before the longer text.
-int CompareNoCase(std::u16string_view a, std::u16string_view b) noexcept;
-bool EqualsNoCase(std::u16string_view a, std::u16string_view b) noexcept;
-bool StartsWithNoCase(std::u16string_view text, std::u16string_view prefix) noexcept;
-bool EndsWithNoCase(std::u16string_view text, std::u16string_view suffix) noexcept;
 
 }  // namespace frame

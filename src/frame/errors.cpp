@@ -2,9 +2,9 @@
 
 #include <utility>
 
+#include "automation/bstr.h"
+#include "automation/com_ptr.h"
 #include "frame/conversions.h"
-#include "platform/bstr.h"
-#include "platform/com_ptr.h"
 #include "platform/errors.h"
 
 namespace frame {
@@ -31,15 +31,15 @@ std::u16string UnfilledPlaceholder(std::int64_t n) {
 
 // The description of the thread's error information, which this call takes away.
 std::u16string TakeErrorDescription() {
-    platform::CComPtr<IErrorInfo> info;
+    automation::CComPtr<IErrorInfo> info;
     if (::GetErrorInfo(0, info.Put()) != S_OK) {
         return {};
     }
-    platform::CBstr description;
+    automation::CBstr description;
     if (FAILED(info->GetDescription(description.Put()))) {
         return {};
     }
-    return std::u16string(platform::TextOf(description.Get()));
+    return std::u16string(automation::TextOf(description.Get()));
 }
 
 std::u16string ComMessage(HResult hr) {

@@ -7,6 +7,7 @@
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "platform/errors.h"
+#include "text/ascii_case.h"
 
 namespace frame {
 
@@ -36,7 +37,7 @@ bool FolderExists(std::u16string_view path) {
 }
 
 // Adds the missing ancestors of the one folder in `levels` and drops what exists.
-void ClimbToExisting(std::vector<std::u16string_view>& levels) {
+void CollectMissingAncestors(std::vector<std::u16string_view>& levels) {
     const bool named = !levels.front().empty();
     for (;;) {
         const std::u16string_view path = StripTrailingSeparator(levels.back());
@@ -93,7 +94,7 @@ void Sleep(int seconds) {
 }  // namespace
 
 std::u16string ToLongPath(std::u16string_view path) {
-    if (StartsWithNoCase(path, kLongPrefix)) {
+    if (text::StartsWithNoCase(path, kLongPrefix)) {
         return std::u16string(path);
     }
     if (path.starts_with(u"\\\\")) {
@@ -162,7 +163,7 @@ void CreateFolder(std::u16string_view path) {
     // Waiting folders, the one asked for first: no recursion, whatever the path's length.
     std::vector<std::u16string_view> levels{path};
     try {
-        ClimbToExisting(levels);
+        CollectMissingAncestors(levels);
         for (; !levels.empty(); levels.pop_back()) {
             MakeFolder(levels.back());
         }

@@ -25,7 +25,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/owner.h"
+#include "platform/unique_resource.h"
 
 namespace platform {
 
@@ -171,13 +171,13 @@ struct FileHandleTraits {
     static Value Empty() noexcept { return kInvalidFileHandle; }
     static void Release(Value value) noexcept { CloseHandle(value); }
 };
-using CFileHandle = COwner<FileHandleTraits>;
+using CFileHandle = CUniqueResource<FileHandleTraits>;
 
 struct FindHandleTraits {
     using Value = FindHandle;
     static Value Empty() noexcept { return kInvalidFindHandle; }
     static void Release(Value value) noexcept { FindClose(value); }
 };
-using CFindHandle = COwner<FindHandleTraits>;
+using CFindHandle = CUniqueResource<FindHandleTraits>;
 
 }  // namespace platform

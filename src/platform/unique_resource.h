@@ -8,22 +8,22 @@ namespace platform {
 // A move-only holder of one value. Traits name the value's type, its empty value and how
 // it is given back: `Value`, `static Value Empty()`, `static void Release(Value)`.
 template <class Traits>
-class COwner {
+class CUniqueResource {
 public:
     using Value = typename Traits::Value;
 
-    COwner() noexcept : m_value(Traits::Empty()) {}
-    explicit COwner(Value value) noexcept : m_value(value) {}
-    COwner(COwner&& other) noexcept : m_value(other.Detach()) {}
-    COwner& operator=(COwner&& other) noexcept {
+    CUniqueResource() noexcept : m_value(Traits::Empty()) {}
+    explicit CUniqueResource(Value value) noexcept : m_value(value) {}
+    CUniqueResource(CUniqueResource&& other) noexcept : m_value(other.Detach()) {}
+    CUniqueResource& operator=(CUniqueResource&& other) noexcept {
         if (this != &other) {
             Reset(other.Detach());
         }
         return *this;
     }
-    COwner(const COwner&) = delete;
-    COwner& operator=(const COwner&) = delete;
-    ~COwner() { Reset(); }
+    CUniqueResource(const CUniqueResource&) = delete;
+    CUniqueResource& operator=(const CUniqueResource&) = delete;
+    ~CUniqueResource() { Reset(); }
 
     explicit operator bool() const noexcept { return m_value != Traits::Empty(); }
     Value Get() const noexcept { return m_value; }

@@ -1,12 +1,12 @@
-#include "tdf/folded_text.h"
+#include "text/folded_text.h"
 
 #include <cstdint>
 #include <span>
 
-#include "frame/conversions.h"
-#include "idxdata/byte_order.h"
+#include "text/ascii_case.h"
+#include "text/unaligned.h"
 
-namespace tdf {
+namespace text {
 
 namespace {
 
@@ -16,14 +16,14 @@ template <class Number>
 bool Passes(const std::byte* units, const std::u16string& masks, const std::u16string& values,
             std::size_t i) noexcept {
     const auto at = [i](const std::u16string& text) {
-        return idxdata::LoadLittle<Number>(std::as_bytes(std::span(text)).data() + 2 * i);
+        return LoadLittle<Number>(std::as_bytes(std::span(text)).data() + 2 * i);
     };
-    return (idxdata::LoadLittle<Number>(units + 2 * i) | at(masks)) == at(values);
+    return (LoadLittle<Number>(units + 2 * i) | at(masks)) == at(values);
 }
 
 }  // namespace
 
-CFoldedText::CFoldedText(std::u16string_view text) : m_values(frame::ToLowerAscii(text)) {
+CFoldedText::CFoldedText(std::u16string_view text) : m_values(ToLowerAscii(text)) {
     for (const char16_t unit : m_values) {
         m_masks += unit >= u'a' && unit <= u'z' ? u'\x20' : u'\0';
     }
@@ -48,4 +48,4 @@ bool CFoldedText::IsPrefixOf(const std::byte* units, std::size_t count) const no
     return true;
 }
 
-}  // namespace tdf
+}  // namespace text

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace tdf {
+namespace text {
 
 // Folded once, then compared with units at any address, in either case.
 class CFoldedText {
@@ -25,4 +25,4 @@ private:
     std::u16string m_values;
 };
 
-}  // namespace tdf
+}  // namespace text

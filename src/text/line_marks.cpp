@@ -1,4 +1,4 @@
-#include "platform/line_marks.h"
+#include "text/line_marks.h"
 
 #include <cstring>
 
@@ -6,7 +6,7 @@
 #include <emmintrin.h>
 #endif
 
-namespace platform {
+namespace text {
 
 namespace {
 
@@ -20,7 +20,7 @@ char16_t UnitAt(const std::byte* units, std::size_t i) noexcept {
 
 }  // namespace
 
-void MarkLinesPlainly(const std::byte* units, std::size_t count, LineMarks* marks) noexcept {
+void MarkLinesScalar(const std::byte* units, std::size_t count, LineMarks* marks) noexcept {
     for (std::size_t i = 0; i < count; ++i) {
         LineMarks& block = marks[i / LineMarks::kUnits];
         if (i % LineMarks::kUnits == 0) {
@@ -80,15 +80,15 @@ void MarkLines(const std::byte* units, std::size_t count, LineMarks* marks) noex
     for (; count - i >= LineMarks::kUnits; i += LineMarks::kUnits) {
         MarkBlock(units + 2 * i, marks[i / LineMarks::kUnits]);
     }
-    MarkLinesPlainly(units + 2 * i, count - i, marks + i / LineMarks::kUnits);
+    MarkLinesScalar(units + 2 * i, count - i, marks + i / LineMarks::kUnits);
 }
 
 #else
 
 void MarkLines(const std::byte* units, std::size_t count, LineMarks* marks) noexcept {
-    MarkLinesPlainly(units, count, marks);
+    MarkLinesScalar(units, count, marks);
 }
 
 #endif
 
-}  // namespace platform
+}  // namespace text

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace platform {
+namespace text {
 
 // What stands where among kUnits code units: bit i is unit i.
 struct LineMarks {
@@ -20,6 +20,6 @@ struct LineMarks {
 void MarkLines(const std::byte* units, std::size_t count, LineMarks* marks) noexcept;
 
 // The same, one unit at a time.
-void MarkLinesPlainly(const std::byte* units, std::size_t count, LineMarks* marks) noexcept;
+void MarkLinesScalar(const std::byte* units, std::size_t count, LineMarks* marks) noexcept;
 
-}  // namespace platform
+}  // namespace text

@@ -1,10 +1,10 @@
-#include "tdf/line_store.h"
+#include "text/line_store.h"
 
 #include <algorithm>
 #include <cstring>
 #include <utility>
 
-namespace tdf {
+namespace text {
 
 namespace {
 
@@ -39,4 +39,4 @@ void CLineStore::Add(const std::byte* units, std::size_t length) {
     m_lines.emplace_back(text, length);
 }
 
-}  // namespace tdf
+}  // namespace text

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace tdf {
+namespace text {
 
 // A list of texts, packed one behind the other. Texts stay where they are while more are
 // added.
@@ -27,4 +27,4 @@ private:
     std::vector<std::u16string_view> m_lines;
 };
 
-}  // namespace tdf
+}  // namespace text

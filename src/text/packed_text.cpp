@@ -1,4 +1,4 @@
-#include "platform/packed_text.h"
+#include "text/packed_text.h"
 
 #include <algorithm>
 #include <bit>
@@ -9,7 +9,7 @@
 #include <emmintrin.h>
 #endif
 
-namespace platform {
+namespace text {
 
 std::byte PackUnit(char16_t unit) noexcept {
     if (unit >= u'A' && unit <= u'Z') {
@@ -19,7 +19,7 @@ std::byte PackUnit(char16_t unit) noexcept {
     return static_cast<std::byte>(unit < 0x80 ? low : std::min(low | 0x80U, 0xFEU));
 }
 
-void PackUnitsPlainly(const std::byte* units, std::size_t count, std::byte* packed) noexcept {
+void PackUnitsScalar(const std::byte* units, std::size_t count, std::byte* packed) noexcept {
     for (std::size_t i = 0; i < count; ++i) {
         char16_t unit;
         std::memcpy(&unit, units + 2 * i, sizeof unit);
@@ -27,8 +27,8 @@ void PackUnitsPlainly(const std::byte* units, std::size_t count, std::byte* pack
     }
 }
 
-std::size_t FindBytePairPlainly(const std::byte* bytes, std::size_t starts, std::byte first,
-                                std::byte last, std::size_t distance) noexcept {
+std::size_t FindBytePairScalar(const std::byte* bytes, std::size_t starts, std::byte first,
+                               std::byte last, std::size_t distance) noexcept {
     for (std::size_t i = 0; i < starts; ++i) {
         if (bytes[i] == first && bytes[i + distance] == last) {
             return i;
@@ -78,7 +78,7 @@ void Pack8(const std::byte* units, std::byte* packed) noexcept {
 // The last vector overlaps the one before it.
 void PackUnits(const std::byte* units, std::size_t count, std::byte* packed) noexcept {
     if (count < kLanes / 2) {
-        PackUnitsPlainly(units, count, packed);
+        PackUnitsScalar(units, count, packed);
     } else if (count < kLanes) {
         const std::size_t last = count - kLanes / 2;
         Pack8(units, packed);
@@ -105,20 +105,20 @@ std::size_t FindBytePair(const std::byte* bytes, std::size_t starts, std::byte f
             return i + static_cast<std::size_t>(std::countr_zero(found));
         }
     }
-    return i + FindBytePairPlainly(bytes + i, starts - i, first, last, distance);
+    return i + FindBytePairScalar(bytes + i, starts - i, first, last, distance);
 }
 
 #else
 
 void PackUnits(const std::byte* units, std::size_t count, std::byte* packed) noexcept {
-    PackUnitsPlainly(units, count, packed);
+    PackUnitsScalar(units, count, packed);
 }
 
 std::size_t FindBytePair(const std::byte* bytes, std::size_t starts, std::byte first,
                          std::byte last, std::size_t distance) noexcept {
-    return FindBytePairPlainly(bytes, starts, first, last, distance);
+    return FindBytePairScalar(bytes, starts, first, last, distance);
 }
 
 #endif
 
-}  // namespace platform
+}  // namespace text

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-namespace platform {
+namespace text {
 
 // Separates packed texts; no unit is packed into it.
 inline constexpr std::byte kPackedSeparator{0xFF};
@@ -22,8 +22,8 @@ std::size_t FindBytePair(const std::byte* bytes, std::size_t starts, std::byte f
                          std::byte last, std::size_t distance) noexcept;
 
 // The same, one step at a time.
-void PackUnitsPlainly(const std::byte* units, std::size_t count, std::byte* packed) noexcept;
-std::size_t FindBytePairPlainly(const std::byte* bytes, std::size_t starts, std::byte first,
-                                std::byte last, std::size_t distance) noexcept;
+void PackUnitsScalar(const std::byte* units, std::size_t count, std::byte* packed) noexcept;
+std::size_t FindBytePairScalar(const std::byte* bytes, std::size_t starts, std::byte first,
+                               std::byte last, std::size_t distance) noexcept;
 
-}  // namespace platform
+}  // namespace text

@@ -1,4 +1,4 @@
-#include "platform/text_scan.h"
+#include "text/text_scan.h"
 
 #include <bit>
 #include <cstring>
@@ -7,7 +7,7 @@
 #include <emmintrin.h>
 #endif
 
-namespace platform {
+namespace text {
 
 namespace {
 
@@ -19,8 +19,8 @@ char16_t UnitAt(const std::byte* units, std::size_t i) noexcept {
 
 }  // namespace
 
-std::size_t FindUnitPairPlainly(const std::byte* units, std::size_t starts, CUnitTest first,
-                                CUnitTest last, std::size_t distance) noexcept {
+std::size_t FindUnitPairScalar(const std::byte* units, std::size_t starts, CUnitTest first,
+                               CUnitTest last, std::size_t distance) noexcept {
     for (std::size_t i = 0; i < starts; ++i) {
         if (first.Passes(UnitAt(units, i)) && last.Passes(UnitAt(units, i + distance))) {
             return i;
@@ -68,7 +68,7 @@ unsigned BothPass(const CLaneTest& first, const CLaneTest& last, const std::byte
 std::size_t FindUnitPair(const std::byte* units, std::size_t starts, CUnitTest first,
                          CUnitTest last, std::size_t distance) noexcept {
     if (starts < kLanes) {
-        return FindUnitPairPlainly(units, starts, first, last, distance);
+        return FindUnitPairScalar(units, starts, first, last, distance);
     }
     const CLaneTest atFirst(first);
     const CLaneTest atLast(last);
@@ -87,9 +87,9 @@ std::size_t FindUnitPair(const std::byte* units, std::size_t starts, CUnitTest f
 
 std::size_t FindUnitPair(const std::byte* units, std::size_t starts, CUnitTest first,
                          CUnitTest last, std::size_t distance) noexcept {
-    return FindUnitPairPlainly(units, starts, first, last, distance);
+    return FindUnitPairScalar(units, starts, first, last, distance);
 }
 
 #endif
 
-}  // namespace platform
+}  // namespace text

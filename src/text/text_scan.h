@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace platform {
+namespace text {
 
 // A test of one code unit: passes when the unit with the bits of `mask` set equals `value`.
 // A mask of 0x20 makes one test of both cases of an ASCII letter, 0xFFFF passes everything.
@@ -21,7 +21,7 @@ std::size_t FindUnitPair(const std::byte* units, std::size_t starts, CUnitTest f
                          CUnitTest last, std::size_t distance) noexcept;
 
 // The same, one unit at a time.
-std::size_t FindUnitPairPlainly(const std::byte* units, std::size_t starts, CUnitTest first,
-                                CUnitTest last, std::size_t distance) noexcept;
+std::size_t FindUnitPairScalar(const std::byte* units, std::size_t starts, CUnitTest first,
+                               CUnitTest last, std::size_t distance) noexcept;
 
-}  // namespace platform
+}  // namespace text

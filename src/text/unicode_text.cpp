@@ -1,4 +1,4 @@
-#include "platform/unicode_text.h"
+#include "text/unicode_text.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -8,11 +8,11 @@
 #include <emmintrin.h>
 #endif
 
-namespace platform {
+namespace text {
 
 namespace {
 
-constexpr std::size_t kFewestUnits = 3;  // below, nothing is taken for eight-bit text
+constexpr std::size_t kMinUnits = 3;  // below, nothing is taken for eight-bit text
 constexpr std::int64_t kVerdictBits = 8;
 constexpr std::int64_t kForeign = -16;
 
@@ -105,7 +105,7 @@ std::int64_t Weigh(std::uint32_t unit) {
 }
 
 bool ReadsAsEightBit(const std::byte* units, std::size_t count) noexcept {
-    if (count < kFewestUnits) {
+    if (count < kMinUnits) {
         return false;
     }
     std::int64_t bits = 0;
@@ -119,7 +119,7 @@ bool ReadsAsEightBit(const std::byte* units, std::size_t count) noexcept {
 
 }  // namespace
 
-bool ReadsAsUnicodePlainly(const std::byte* units, std::size_t count) noexcept {
+bool LooksLikeUtf16TextScalar(const std::byte* units, std::size_t count) noexcept {
     return count != 0 && AreSound(units, 0, count, count) && !ReadsAsEightBit(units, count);
 }
 
@@ -232,15 +232,15 @@ private:
 
 }  // namespace
 
-TextSurvey SurveyText(const std::byte* units, std::size_t count) noexcept {
+TextStatistics CollectTextStatistics(const std::byte* units, std::size_t count) noexcept {
     const CSurvey survey(units, count);
     return {survey.IsSound(), count, survey.EightBitUnits()};
 }
 
 #else
 
-TextSurvey SurveyText(const std::byte* units, std::size_t count) noexcept {
-    TextSurvey survey{AreSound(units, 0, count, count), count, 0};
+TextStatistics CollectTextStatistics(const std::byte* units, std::size_t count) noexcept {
+    TextStatistics survey{AreSound(units, 0, count, count), count, 0};
     for (std::size_t i = 0; i < count; ++i) {
         survey.eightBit += Weigh(UnitAt(units, i)) != kForeign ? 1 : 0;
     }
@@ -249,9 +249,9 @@ TextSurvey SurveyText(const std::byte* units, std::size_t count) noexcept {
 
 #endif
 
-bool ReadsAsUnicode(const std::byte* units, std::size_t count) noexcept {
-    const TextSurvey survey = SurveyText(units, count);
+bool LooksLikeUtf16Text(const std::byte* units, std::size_t count) noexcept {
+    const TextStatistics survey = CollectTextStatistics(units, count);
     return survey.Passes() || (survey.sound && count != 0 && !ReadsAsEightBit(units, count));
 }
 
-}  // namespace platform
+}  // namespace text

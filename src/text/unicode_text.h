@@ -22,19 +22,19 @@
 
 #include <cstddef>
 
-namespace platform {
+namespace text {
 
 // `units` may lie at any address; `count` is in code units.
-bool ReadsAsUnicode(const std::byte* units, std::size_t count) noexcept;
+bool LooksLikeUtf16Text(const std::byte* units, std::size_t count) noexcept;
 
 // What a piece of a text adds to the verdict on the whole. Pieces must begin and end with
 // whole characters; the surveys of all pieces, added, are the survey of the text.
-struct TextSurvey {
+struct TextStatistics {
     bool sound = true;         // well-formed, without what text may not hold
     std::size_t units = 0;     // code units
     std::size_t eightBit = 0;  // units that eight-bit text may give; meaningless if not sound
 
-    TextSurvey& operator+=(const TextSurvey& piece) noexcept {
+    TextStatistics& operator+=(const TextStatistics& piece) noexcept {
         sound = sound && piece.sound;
         units += piece.units;
         eightBit += piece.eightBit;
@@ -44,9 +44,9 @@ struct TextSurvey {
     // eight-bit text cannot give -16. (The last unit may count for neither.)
     bool Passes() const noexcept { return sound && eightBit + 1 < 2 * (units - eightBit); }
 };
-TextSurvey SurveyText(const std::byte* units, std::size_t count) noexcept;
+TextStatistics CollectTextStatistics(const std::byte* units, std::size_t count) noexcept;
 
-// The same verdict as ReadsAsUnicode, one unit at a time.
-bool ReadsAsUnicodePlainly(const std::byte* units, std::size_t count) noexcept;
+// The same verdict as LooksLikeUtf16Text, one unit at a time.
+bool LooksLikeUtf16TextScalar(const std::byte* units, std::size_t count) noexcept;
 
-}  // namespace platform
+}  // namespace text

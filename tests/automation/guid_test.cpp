@@ -1,4 +1,4 @@
-#include "platform/guid.h"
+#include "automation/guid.h"
 
 #include <gtest/gtest.h>
 
@@ -30,13 +30,13 @@ TEST(Guid, TextForms) {
     for (const auto& row : rows) {
         GUID guid{};
         const std::string label(row.text.begin(), row.text.end());
-        EXPECT_EQ(platform::UuidFromString(row.text, guid),
-                  row.accepted ? platform::kRpcStatusOk : platform::kRpcInvalidStringUuid)
+        EXPECT_EQ(automation::UuidFromString(row.text, guid),
+                  row.accepted ? automation::kRpcStatusOk : automation::kRpcInvalidStringUuid)
             << label;
         const GUID wanted = row.accepted ? expected : GUID{};
         EXPECT_EQ(std::memcmp(&guid, &wanted, sizeof guid), 0) << label;
     }
-    EXPECT_EQ(platform::UuidToString(expected), rows[0].text);
+    EXPECT_EQ(automation::UuidToString(expected), rows[0].text);
 }
 
 TEST(Guid, EveryGuidComesBackFromItsText) {
@@ -49,7 +49,7 @@ TEST(Guid, EveryGuidComesBackFromItsText) {
         GUID guid{};
         GUID back{};
         std::memcpy(&guid, bytes, sizeof guid);
-        ASSERT_EQ(platform::UuidFromString(platform::UuidToString(guid), back), 0U);
+        ASSERT_EQ(automation::UuidFromString(automation::UuidToString(guid), back), 0U);
         ASSERT_EQ(std::memcmp(&guid, &back, sizeof guid), 0) << round;
     }
 }

@@ -17,7 +17,7 @@ import unittest
 import uuid
 from datetime import datetime, timedelta, timezone
 
-CLIENT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../clients/python")
+CLIENT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../bindings/python")
 sys.path.insert(0, CLIENT)
 MODULE, OIBIDX = sys.argv.pop(1), sys.argv.pop(1)
 os.environ["ZOREL_OIBIDX_MODULE"] = MODULE

@@ -477,7 +477,7 @@ class Failures(SearchTest):
 
 class Help(unittest.TestCase):
     def test_manual_and_completion_know_every_option(self):
-        tools = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tools")
+        tools = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "cli")
         with open(os.path.join(tools, "oibidx.1")) as file:
             manual = file.read().replace("\\-", "-")
         with open(os.path.join(tools, "oibidx.bash-completion")) as file:

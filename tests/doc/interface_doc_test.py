@@ -19,7 +19,7 @@ from interface_document import DOCUMENT, SOURCES, examples, prepare
 MODULE, OIBIDX, COMPILER = sys.argv[1:4]
 del sys.argv[1:4]
 os.environ["ZOREL_OIBIDX_MODULE"] = MODULE
-sys.path.insert(0, os.path.join(SOURCES, "clients/python"))
+sys.path.insert(0, os.path.join(SOURCES, "bindings/python"))
 
 
 def interfaces():

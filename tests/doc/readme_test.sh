@@ -4,4 +4,4 @@
 # Usage: readme_test.sh SOURCES
 set -euo pipefail
 shown=$(sed -n '/^```vbscript$/,/^```$/{/^```/!p}' "$1/README.md")
-diff <(printf '%s\n' "$shown") "$1/clients/vbscript/catalogue.vbs"
+diff <(printf '%s\n' "$shown") "$1/samples/vbscript/catalogue.vbs"

@@ -11,6 +11,7 @@
 
 #include "frame/automation_conversions.h"
 #include "frame/errors.h"
+#include "text/ascii_case.h"
 
 namespace {
 
@@ -100,13 +101,13 @@ TEST(Conversions, Guids) {
 TEST(Conversions, TrimmingAndComparing) {
     EXPECT_EQ(frame::Trim(u" \t a b\r\n\t "), u"a b\r\n");
     EXPECT_EQ(frame::Trim(u" \t "), u"");
-    EXPECT_TRUE(frame::StartsWithNoCase(u"OIB7.x", u"oib"));
-    EXPECT_FALSE(frame::StartsWithNoCase(u"oi", u"oib"));
-    EXPECT_TRUE(frame::EndsWithNoCase(u"a.oibuid", u"OibUID"));
-    EXPECT_FALSE(frame::EqualsNoCase(u"\u00C9", u"\u00E9"));
-    EXPECT_LT(frame::CompareNoCase(u"ab", u"ABC"), 0);
-    EXPECT_LT(frame::CompareNoCase(u"a_", u"aZ"), 0);
-    EXPECT_LT(frame::CompareNoCase(u"[", u"a"), 0);
+    EXPECT_TRUE(text::StartsWithNoCase(u"OIB7.x", u"oib"));
+    EXPECT_FALSE(text::StartsWithNoCase(u"oi", u"oib"));
+    EXPECT_TRUE(text::EndsWithNoCase(u"a.oibuid", u"OibUID"));
+    EXPECT_FALSE(text::EqualsNoCase(u"\u00C9", u"\u00E9"));
+    EXPECT_LT(text::CompareNoCase(u"ab", u"ABC"), 0);
+    EXPECT_LT(text::CompareNoCase(u"a_", u"aZ"), 0);
+    EXPECT_LT(text::CompareNoCase(u"[", u"a"), 0);
 }
 
 TEST(Conversions, StringArrays) {
@@ -117,15 +118,15 @@ TEST(Conversions, StringArrays) {
     EXPECT_EQ(::SafeArrayGetUBound(empty.Get(), 1, &upper), S_OK);
     EXPECT_EQ(upper, -1);
     SAFEARRAYBOUND bounds[] = {{2, 0}, {3, 5}};
-    const platform::CSafeArrayPtr square(::SafeArrayCreate(VT_BSTR, 2, bounds));
+    const automation::CSafeArrayPtr square(::SafeArrayCreate(VT_BSTR, 2, bounds));
     EXPECT_EQ(FailureOf([&] { frame::SafeArrayToStringList(square.Get()); }),
               u"Wrong dimension\r\nCOM error:  Code: 0x80070057");
-    const platform::CSafeArrayPtr numbers(::SafeArrayCreate(VT_I4, 2, bounds));
+    const automation::CSafeArrayPtr numbers(::SafeArrayCreate(VT_I4, 2, bounds));
     EXPECT_EQ(FailureOf([&] { frame::SafeArrayToStringList(numbers.Get()); }),
               u"BSTR expected\r\nCOM error:  Code: 0x80070057");
-    const platform::CSafeArrayPtr shifted(::SafeArrayCreate(VT_BSTR, 1, bounds + 1));
+    const automation::CSafeArrayPtr shifted(::SafeArrayCreate(VT_BSTR, 1, bounds + 1));
     LONG index = 6;
-    const platform::CBstr text(platform::NewBstr(u"six"));
+    const automation::CBstr text(automation::NewBstr(u"six"));
     ::SafeArrayPutElement(shifted.Get(), &index, text.Get());
     EXPECT_EQ(frame::SafeArrayToStringList(shifted.Get()),
               (std::vector<std::u16string>{u"", u"six", u""}));

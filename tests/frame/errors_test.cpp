@@ -5,8 +5,7 @@
 
 #include <stdexcept>
 
-#include "frame/boundary.h"
-#include "frame/conversions.h"
+#include "frame/objects/boundary.h"
 #include "platform/errors.h"
 #include "support/automation_check.h"
 #include "support/target.h"

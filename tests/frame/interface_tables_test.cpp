@@ -1,4 +1,4 @@
-#include "frame/interface_tables.h"
+#include "frame/objects/interface_tables.h"
 
 #include <gtest/gtest.h>
 
@@ -8,18 +8,18 @@
 #include <string>
 
 #include "ZorelText.h"
-#include "platform/bstr.h"
-#include "platform/dispatch.h"
-#include "platform/variant.h"
+#include "automation/bstr.h"
+#include "automation/dispatch.h"
+#include "automation/variant.h"
 #include "support/target.h"
 
 namespace {
 
-using platform::EDirection;
-using platform::EValueType;
-using platform::InterfaceTable;
-using platform::MethodDesc;
-using platform::ParamDesc;
+using automation::EDirection;
+using automation::EValueType;
+using automation::InterfaceTable;
+using automation::MethodDesc;
+using automation::ParamDesc;
 
 std::string GuidText(const GUID& guid) {
     char text[40];
@@ -80,10 +80,10 @@ std::string AllTables() {
             text += MethodText(method);
         }
     }
-    for (const platform::RecordDesc* record : frame::AllRecordDescs()) {
+    for (const automation::RecordDesc* record : frame::AllRecordDescs()) {
         text += zorel::ToUtf8(record->name) + " " + GuidText(*record->guid) + " size " +
                 std::to_string(record->size) + "\n";
-        for (const platform::FieldDesc& field : record->fields) {
+        for (const automation::FieldDesc& field : record->fields) {
             ParamDesc type;
             type.type = field.type;
             text += "  " + std::to_string(field.offset) + " " + TypeText(type) + " " +
@@ -110,18 +110,18 @@ public:
     HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID locale,
                                             DISPID* ids) override {
-        return platform::DispatchGetIDsOfNames(frame::TableOf<IOibBDFSearchTask>(), IID_NULL, names,
-                                               count, locale, ids);
+        return automation::DispatchGetIDsOfNames(frame::TableOf<IOibBDFSearchTask>(), IID_NULL,
+                                                 names, count, locale, ids);
     }
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID reserved, LCID locale, WORD flags,
                                      DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
                                      UINT* badArgument) override {
-        return platform::DispatchInvoke(frame::TableOf<IOibBDFSearchTask>(), this, id, reserved,
-                                        locale, flags, params, result, exception, badArgument);
+        return automation::DispatchInvoke(frame::TableOf<IOibBDFSearchTask>(), this, id, reserved,
+                                          locale, flags, params, result, exception, badArgument);
     }
 
     HRESULT STDMETHODCALLTYPE GetResult(INT index, SearchResult* result) override {
-        *result = {platform::NewBstr(u"C:\\a.txt"), 45000.5, index, nullptr};
+        *result = {automation::NewBstr(u"C:\\a.txt"), 45000.5, index, nullptr};
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE get_ResultsCount(INT* count) override {
@@ -129,7 +129,7 @@ public:
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE Find(SearchSpec* criteria) override {
-        m_finds += platform::TextOf(criteria->Owner) == u"owner" ? 1 : 100;
+        m_finds += automation::TextOf(criteria->Owner) == u"owner" ? 1 : 100;
         return S_OK;
     }
 
@@ -149,7 +149,7 @@ TEST(InterfaceTables, ReachInheritedMethodsThroughTheDerivedInterface) {
         EXPECT_EQ(task.GetIDsOfNames(IID_NULL, &name, 1, 0, &id), S_OK);
         EXPECT_EQ(id, row.id);
     }
-    const platform::CBstr owner(platform::NewBstr(u"owner"));
+    const automation::CBstr owner(automation::NewBstr(u"owner"));
     SearchSpec criteria = {};
     criteria.Owner = owner.Get();
     VARIANT argument = {};
@@ -162,7 +162,7 @@ TEST(InterfaceTables, ReachInheritedMethodsThroughTheDerivedInterface) {
                                                 nullptr, nullptr, nullptr),
               S_OK);
     DISPPARAMS none = {};
-    platform::CVariant count;
+    automation::CVariant count;
     EXPECT_EQ(task.Invoke(0x60020001, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, count.Put(),
                           nullptr, nullptr),
               S_OK);
@@ -174,7 +174,7 @@ TEST(InterfaceTables, ReachInheritedMethodsThroughTheDerivedInterface) {
     argument = {};
     argument.vt = VT_I4;
     argument.lVal = 42;
-    platform::CVariant result;
+    automation::CVariant result;
     EXPECT_EQ(
         task.Invoke(0x60020000, IID_NULL, 0, DISPATCH_METHOD, &one, result.Put(), nullptr, nullptr),
         S_OK);

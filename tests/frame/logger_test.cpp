@@ -1,4 +1,4 @@
-#include "frame/logger.h"
+#include "frame/logging/logger.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "frame/conversions.h"
-#include "frame/log_writers.h"
+#include "frame/logging/log_writers.h"
 #include "platform/times.h"
 #include "support/port_files.h"
 #include "support/target.h"

@@ -1,4 +1,4 @@
-#include "idxdata/binary_file.h"
+#include "idxdata/buffers/binary_file.h"
 
 #include <gtest/gtest.h>
 

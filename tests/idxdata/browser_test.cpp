@@ -8,20 +8,21 @@
 #include <random>
 #include <set>
 
+#include "automation/bstr.h"
+#include "automation/com_ptr.h"
 #include "frame/automation_conversions.h"
 #include "frame/conversions.h"
-#include "platform/bstr.h"
-#include "platform/com_ptr.h"
+#include "frame/server/class_factory.h"
 #include "platform/times.h"
-#include "server/class_factory.h"
 #include "support/automation_check.h"
 #include "support/index_file_builder.h"
 #include "support/temp_folder.h"
+#include "text/ascii_case.h"
 
 namespace {
 
-using platform::CBstr;
-using platform::CComPtr;
+using automation::CBstr;
+using automation::CComPtr;
 using support::Volume;
 using Names = std::vector<std::u16string>;
 
@@ -41,7 +42,7 @@ public:
         for (std::size_t i = 1; i < volume.dirs.size(); ++i) {
             if (!volume.dirs[i].name.empty()) {
                 m_children[static_cast<std::size_t>(volume.dirs[i].parent)]
-                          [frame::ToLowerAscii(std::u16string_view(volume.dirs[i].name))] = i;
+                          [text::ToLowerAscii(std::u16string_view(volume.dirs[i].name))] = i;
             }
         }
     }
@@ -52,7 +53,7 @@ public:
         auto pos = path.find(u'\\');
         while (pos != path.npos && pos + 1 < path.size()) {
             const auto next = path.find(u'\\', pos + 1);
-            const auto name = frame::ToLowerAscii(std::u16string_view(path).substr(
+            const auto name = text::ToLowerAscii(std::u16string_view(path).substr(
                 pos + 1, next == path.npos ? next : next - pos - 1));
             const auto child = m_children[node].find(name);
             if (child == m_children[node].end()) {
@@ -118,13 +119,13 @@ protected:
 
     HRESULT Open(const std::string& bytes, CComPtr<IOibDFBrowser>& browser) {
         std::ofstream(m_folder.Native(u"v.dat"), std::ios::binary) << bytes;
-        const CBstr path(platform::NewBstr(m_folder.Path(u"v.dat")));
+        const CBstr path(automation::NewBstr(m_folder.Path(u"v.dat")));
         return m_lib->BrowseOibDF(path.Get(), browser.Put());
     }
 
     static HRESULT Folders(IOibDFBrowser& browser, std::u16string_view path, Names& names) {
-        const CBstr root(platform::NewBstr(path));
-        platform::CSafeArrayPtr array;
+        const CBstr root(automation::NewBstr(path));
+        automation::CSafeArrayPtr array;
         const HRESULT hr = browser.GetFolders(root.Get(), array.Put());
         names = hr == S_OK ? frame::SafeArrayToStringList(array.Get()) : Names();
         return hr;
@@ -140,7 +141,7 @@ protected:
             const CBstr name(info.FileName);
             const CBstr owner(info.Owner);
             files.push_back({support::WholeText(name.Get()), info.ModifyTime, info.Size,
-                             std::u16string(platform::TextOf(owner.Get()))});
+                             std::u16string(automation::TextOf(owner.Get()))});
         }
         return files;
     }
@@ -154,8 +155,8 @@ protected:
     static HRESULT Files(IOibDFBrowser& browser, std::u16string_view path, bool recursive,
                          const char16_t* endings, std::vector<Listed>& files,
                          std::u16string& error) {
-        const CBstr root(platform::NewBstr(path));
-        const CBstr list(endings != nullptr ? platform::NewBstr(endings) : nullptr);
+        const CBstr root(automation::NewBstr(path));
+        const CBstr list(endings != nullptr ? automation::NewBstr(endings) : nullptr);
         CComPtr<IOibFilesArray> array;
         const HRESULT hr = browser.GetFilesEx(root.Get(), recursive ? VARIANT_TRUE : VARIANT_FALSE,
                                               list.Get(), array.Put());
@@ -170,7 +171,7 @@ protected:
 
 bool NamesAscend(const std::vector<Listed>& files) {
     return std::is_sorted(files.begin(), files.end(), [](const Listed& a, const Listed& b) {
-        return frame::CompareNoCase(a.name, b.name) < 0;
+        return text::CompareNoCase(a.name, b.name) < 0;
     });
 }
 
@@ -267,7 +268,7 @@ TEST_F(Browser, PathsAndOrder) {
 TEST_F(Browser, Refusals) {
     CComPtr<IOibDFBrowser> browser;
     const std::u16string lost = m_folder.Path(u"missing.dat");
-    const CBstr path(platform::NewBstr(lost));
+    const CBstr path(automation::NewBstr(lost));
     EXPECT_EQ(m_lib->BrowseOibDF(path.Get(), browser.Put()), static_cast<HRESULT>(0x80070002));
     const support::ErrorReport report = support::TakeError();
     EXPECT_TRUE(report.description.starts_with(
@@ -295,7 +296,7 @@ TEST_F(Browser, Refusals) {
     volume.dirs[0].parent = 12345;  // nobody reads the root's parent
     ASSERT_EQ(Open(volume.Bytes(), browser), S_OK);
     CComPtr<IOibFilesArray> array;
-    const CBstr root(platform::NewBstr(u"c:"));
+    const CBstr root(automation::NewBstr(u"c:"));
     ASSERT_EQ(browser->GetFiles(root.Get(), array.Put()), S_OK);
     OibFileInfo info{};
     EXPECT_EQ(array->GetFileInfo(1, &info), E_INVALIDARG);

@@ -1,11 +1,10 @@
-#include "idxdata/file_writer.h"
+#include "idxdata/streams/file_writer.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <random>
 
-#include "frame/conversions.h"
 #include "frame/errors.h"
 #include "support/engine_failure.h"
 #include "support/port_files.h"

@@ -8,11 +8,11 @@
 #include <sstream>
 
 #include "frame/errors.h"
-#include "idxdata/buff_file_reader.h"
-#include "idxdata/extension_filter.h"
-#include "idxdata/file_reader.h"
-#include "idxdata/file_record_cursor.h"
-#include "idxdata/seq_table_reader.h"
+#include "idxdata/browser/extension_filter.h"
+#include "idxdata/streams/buff_file_reader.h"
+#include "idxdata/streams/file_reader.h"
+#include "idxdata/tables/file_record_cursor.h"
+#include "idxdata/tables/seq_table_reader.h"
 #include "support/index_file_builder.h"
 #include "support/temp_folder.h"
 

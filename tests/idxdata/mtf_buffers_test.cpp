@@ -1,4 +1,4 @@
-#include "idxdata/mtf_buffers.h"
+#include "idxdata/buffers/mtf_buffers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Reads every source of the library and prints what breaks the order of its layers:
-# upward includes, system headers and system conditionals outside the port, and a second
-# `catch (...)`. Fails when there is anything to print, or nothing to read.
+# Reads every source of the library and prints each violation of the layer order: an include
+# of a later layer, a system header or a system conditional outside the folders posix/ and
+# win32/, and a second `catch (...)`. Fails when it prints anything or finds no source.
 #
 # Usage: check_layers.sh SRC-FOLDER
 set -euo pipefail
@@ -19,7 +19,7 @@ fi
 cd "$src"
 awk '
 BEGIN {
-    count = split("platform frame idxdata mtf tdf server", names, " ")
+    count = split("text platform automation frame idxdata mtf tdf frame/server", names, " ")
     for (i = 1; i <= count; ++i) rank[names[i]] = i
     systems = "(^|[^A-Za-z0-9_])(_?WIN32|_WIN64|WINVER|__linux(__)?|linux|__gnu_linux__|__unix(__)?|unix|" \
         "__APPLE__|__MACH__|__CYGWIN__|__MINGW32__|__MINGW64__|_MSC_VER|__FreeBSD__|__ANDROID__|__has_include)" \
@@ -31,25 +31,35 @@ function report(rule, what) {
     ++faults
 }
 
-# `target` is an include as written, `quoted` tells with which signs.
+function layer_of(path) {
+    if (path ~ /^frame\/server\//) return "frame/server"
+    sub(/\/.*/, "", path)
+    return path
+}
+
+# `target` is the include as written; `quoted` is true for quotation marks.
 function check_include(target, quoted,    layer) {
     if (!quoted) {
-        if (here != "platform" && target ~ /[.\/]/) report("system header", target)
+        if (!for_system && target ~ /[.\/]/ && target !~ /^[a-z]+intrin\.h$/) report("system header", target)
         return
     }
-    layer = target
-    if (!sub(/\/.*/, "", layer)) {
+    if (target !~ /\//) {
         if (target !~ /^Zorel[A-Za-z]*\.h$/) report("include without a layer", target)
-    } else if (!(layer in rank)) {
+        return
+    }
+    layer = layer_of(target)
+    if (!(layer in rank)) {
         report("include of no layer", target)
     } else if (rank[layer] > rank[here]) {
-        report("upward include", target)
+        report("include of a later layer", target)
+    } else if (target ~ /\/(posix|win32)\// && !for_system) {
+        report("include of one system", target)
     }
 }
 
 FNR == 1 {
-    here = FILENAME
-    sub(/\/.*/, "", here)
+    here = layer_of(FILENAME)
+    for_system = FILENAME ~ /^(platform|automation)\/(posix|win32)\//
     if (!(here in rank)) report("source outside the layers", FILENAME)
     pending = ""
 }
@@ -71,7 +81,7 @@ line ~ /^[ \t]*#[ \t]*include[ \t]*[<"]/ {
     check_include(target, quoted)
     next
 }
-line ~ /^[ \t]*#[ \t]*(if|ifdef|ifndef|elif)([^A-Za-z_]|$)/ && here != "platform" && line ~ systems {
+line ~ /^[ \t]*#[ \t]*(if|ifdef|ifndef|elif)([^A-Za-z_]|$)/ && !for_system && line ~ systems {
     report("system conditional", line)
 }
 line ~ /catch[ \t]*\([ \t]*\.\.\.[ \t]*\)/ && ++catches > 1 {

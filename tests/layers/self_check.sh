@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Proves that check_layers.sh can fail: each row is one source added to a sound tree, with
-# the report that it must bring.
+# Shows that check_layers.sh can fail: each row is one source added to a valid tree, with
+# the report that it must cause.
 set -euo pipefail
 
 check=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/check_layers.sh
@@ -8,12 +8,14 @@ tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 failures=0
 
-sound_tree() {
+valid_tree() {
     rm -rf "$tree/src"
-    mkdir -p "$tree"/src/{platform/posix,frame,idxdata,mtf,tdf,server}
+    mkdir -p "$tree"/src/{text,platform/posix,frame/server,idxdata,mtf,tdf}
     printf '#include <unistd.h>\n#ifdef __linux__\n#endif\n' >"$tree/src/platform/posix/files.cpp"
     printf '#include "platform/files.h"\nvoid f() { try {} catch (...) {} }\n' \
         >"$tree/src/frame/boundary.cpp"
+    printf '#include <emmintrin.h>\n' >"$tree/src/text/scan.cpp"
+    printf '#include "tdf/clean.h"\n' >"$tree/src/frame/server/top.cpp"
     printf '// #include <windows.h>\n#include <vector>\n#include "ZorelText.h"\n#if defined(NDEBUG)\n#endif\n' \
         >"$tree/src/tdf/clean.h"
 }
@@ -32,26 +34,29 @@ expect() {
 }
 
 row() { # LABEL FILE TEXT REPORT
-    sound_tree
+    valid_tree
     mkdir -p "$tree/src/$(dirname "$2")"
     printf "$3\n" >"$tree/src/$2"
     expect "$1" "$4"
 }
 
-sound_tree
-expect "sound tree" ""
-row "upward include" idxdata/a.cpp '#include "mtf/lines.h"' "idxdata/a.cpp:1: upward include: mtf/lines.h"
-row "platform looks up" platform/a.h '  #  include "frame/errors.h"' "upward include"
+valid_tree
+expect "valid tree" ""
+row "later layer" idxdata/a.cpp '#include "mtf/lines.h"' "idxdata/a.cpp:1: include of a later layer: mtf/lines.h"
+row "top of the frame" tdf/a.cpp '#include "frame/server/registration.h"' "include of a later layer"
+row "text uses the system" text/a.cpp '#include "platform/files.h"' "include of a later layer"
+row "one system" platform/a.cpp '#include "platform/posix/path.h"' "include of one system"
+row "blanks in the line" platform/a.h '  #  include "frame/errors.h"' "include of a later layer"
 row "sideways in its folder" mtf/a.cpp '#include "lines.h"' "include without a layer: lines.h"
 row "out of the tree" mtf/a.cpp '#include "../tests/x.h"' "include of no layer"
-row "layer nobody knows" gui/a.cpp 'int x;' "source outside the layers"
-row "windows.h" frame/a.cpp '#include <windows.h>' "system header: windows.h"
+row "unknown layer" gui/a.cpp 'int x;' "source outside the layers"
+row "windows.h" platform/a.cpp '#include <windows.h>' "system header: windows.h"
 row "sys/stat.h" tdf/a.cpp 'int x;\n#include <sys/stat.h>' "tdf/a.cpp:2: system header: sys/stat.h"
-row "fcntl.h in quotes" server/a.cpp '#include "fcntl.h"' "include without a layer: fcntl.h"
+row "fcntl.h in quotes" frame/server/a.cpp '#include "fcntl.h"' "include without a layer: fcntl.h"
 row "ifdef of a system" mtf/a.h '#ifdef _WIN32\n#endif' "system conditional"
 row "condition over two lines" mtf/a.h '#if defined(NDEBUG) || \\\n    !defined(__linux__)\n#endif' "mtf/a.h:2: system conditional"
-row "elif" server/a.h '#if 0\n#elif defined _MSC_VER\n#endif' "server/a.h:2: system conditional"
-row "second catch-all" server/a.cpp 'void g() { try {} catch( ... ) {} }' "server/a.cpp:1: another catch-all"
+row "elif" frame/server/a.h '#if 0\n#elif defined _MSC_VER\n#endif' "frame/server/a.h:2: system conditional"
+row "second catch-all" frame/server/a.cpp 'void g() { try {} catch( ... ) {} }' "frame/server/a.cpp:1: another catch-all"
 rm -rf "$tree/src"
 expect "no tree" "no sources in"
 mkdir "$tree/src"

@@ -1,5 +1,5 @@
 // Attribute trees: names, order, failures in their words, and sizes that must not hurt.
-#include "mtf/attrs_tree.h"
+#include "mtf/tree/attrs_tree.h"
 
 #include <gtest/gtest.h>
 

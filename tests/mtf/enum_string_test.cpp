@@ -1,15 +1,15 @@
-#include "mtf/co_enum_string.h"
+#include "mtf/tree/co_enum_string.h"
 
 #include <gtest/gtest.h>
 
-#include "frame/module.h"
-#include "platform/bstr.h"
-#include "platform/com_ptr.h"
+#include "automation/bstr.h"
+#include "automation/com_ptr.h"
+#include "frame/objects/module.h"
 
 namespace {
 
+using automation::CComPtr;
 using coClasses::CCoEnumString;
-using platform::CComPtr;
 
 CComPtr<CCoEnumString> NewEnumerator(coClasses::StringList list) {
     return CComPtr<CCoEnumString>::Attach(
@@ -27,8 +27,8 @@ Taken Take(IEnumString& strings, ULONG count) {
     ULONG fetched = 7;
     Taken taken{strings.Next(count, texts, &fetched), {}, fetched};
     for (LPOLESTR text : texts) {
-        const platform::CBstr owned(text);
-        taken.text += platform::TextOf(owned.Get());
+        const automation::CBstr owned(text);
+        taken.text += automation::TextOf(owned.Get());
     }
     return taken;
 }

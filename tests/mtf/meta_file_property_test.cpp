@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "mtf/opened_meta_file.h"
+#include "mtf/tree/opened_meta_file.h"
 #include "support/meta_file_model.h"
 #include "support/port_files.h"
 #include "support/temp_folder.h"

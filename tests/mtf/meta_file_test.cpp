@@ -1,5 +1,5 @@
 // Meta-files on the disk: what is read, what is written, what is refused and in which words.
-#include "mtf/meta_file.h"
+#include "mtf/store/meta_file.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 #include <fstream>
 
 #include "frame/conversions.h"
-#include "mtf/opened_meta_file.h"
-#include "mtf/path_elements.h"
+#include "mtf/tree/opened_meta_file.h"
+#include "mtf/tree/path_elements.h"
 #include "support/meta_file_model.h"
 #include "support/port_files.h"
 #include "support/temp_folder.h"

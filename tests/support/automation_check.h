@@ -9,12 +9,12 @@
 #include <string_view>
 #include <utility>
 
+#include "automation/automation.h"
+#include "automation/bstr.h"
+#include "automation/com_ptr.h"
+#include "automation/variant.h"
 #include "frame/conversions.h"
-#include "frame/interface_tables.h"
-#include "platform/automation.h"
-#include "platform/bstr.h"
-#include "platform/com_ptr.h"
-#include "platform/variant.h"
+#include "frame/objects/interface_tables.h"
 #include "support/target.h"
 
 namespace support {
@@ -29,15 +29,15 @@ struct ErrorReport {
 // Takes the thread's error information away.
 inline ErrorReport TakeError() {
     ErrorReport report;
-    platform::CComPtr<IErrorInfo> info;
+    automation::CComPtr<IErrorInfo> info;
     if (::GetErrorInfo(0, info.Put()) == S_OK) {
-        platform::CBstr description;
-        platform::CBstr source;
+        automation::CBstr description;
+        automation::CBstr source;
         info->GetDescription(description.Put());
         info->GetSource(source.Put());
         info->GetGUID(&report.guid);
-        report.description = platform::TextOf(description.Get());
-        report.source = platform::TextOf(source.Get());
+        report.description = automation::TextOf(description.Get());
+        report.source = automation::TextOf(source.Get());
     }
     return report;
 }
@@ -49,19 +49,19 @@ inline LPCOLESTR Ole(const char16_t* text) {
 
 // A library object, made by the module's class object.
 inline HRESULT CreateLibrary(IUnknown* outer, REFIID iid, void** object) {
-    platform::CComPtr<IClassFactory> factory;
+    automation::CComPtr<IClassFactory> factory;
     const HRESULT hr = ::DllGetClassObject(CLSID_COibIdxLib, IID_IClassFactory, factory.PutVoid());
     return FAILED(hr) ? hr : factory->CreateInstance(outer, iid, object);
 }
-inline platform::CComPtr<IOibIdxLib> NewLibrary() {
-    platform::CComPtr<IOibIdxLib> library;
+inline automation::CComPtr<IOibIdxLib> NewLibrary() {
+    automation::CComPtr<IOibIdxLib> library;
     EXPECT_EQ(CreateLibrary(nullptr, IID_IOibIdxLib, library.PutVoid()), S_OK);
     return library;
 }
 
 // A string argument; an empty text is not the null string.
-inline platform::CBstr Bstr(std::u16string_view text) {
-    return platform::CBstr(platform::NewBstr(text));
+inline automation::CBstr Bstr(std::u16string_view text) {
+    return automation::CBstr(automation::NewBstr(text));
 }
 
 // The whole string, NULs inside included.
@@ -97,11 +97,11 @@ inline void ToVariant(VARIANT_BOOL value, VARIANT& out) {
 }
 inline void ToVariant(BSTR value, VARIANT& out) {
     out.vt = VT_BSTR;
-    out.bstrVal = value == nullptr ? nullptr : platform::NewBstr(platform::TextOf(value));
+    out.bstrVal = value == nullptr ? nullptr : automation::NewBstr(automation::TextOf(value));
 }
 inline void ToVariant(const GUID& value, VARIANT& out) {
     out.vt = VT_BSTR;
-    out.bstrVal = platform::NewBstr(frame::GuidToString(value, true));
+    out.bstrVal = automation::NewBstr(frame::GuidToString(value, true));
 }
 
 template <class T>
@@ -193,8 +193,8 @@ public:
 private:
     VARIANT& At(std::size_t position) { return m_arguments[kCount - 1 - position].Get(); }
 
-    std::array<platform::CVariant, kCount> m_arguments;
-    std::array<platform::CVariant, kCount> m_received;
+    std::array<automation::CVariant, kCount> m_arguments;
+    std::array<automation::CVariant, kCount> m_received;
     std::array<VARIANT, kCount + 1> m_raw{};  // the arguments' bytes; owns nothing
     bool m_hasResult = false;
 };
@@ -202,20 +202,20 @@ private:
 inline CallResult ResultOf(HRESULT hr, EXCEPINFO& exception) {
     CallResult result{hr, {}};
     if (hr == DISP_E_EXCEPTION) {
-        const platform::CBstr source(exception.bstrSource);
-        const platform::CBstr description(exception.bstrDescription);
-        const platform::CBstr helpFile(exception.bstrHelpFile);
+        const automation::CBstr source(exception.bstrSource);
+        const automation::CBstr description(exception.bstrDescription);
+        const automation::CBstr helpFile(exception.bstrHelpFile);
         result.hr = exception.scode;
-        result.error.source = platform::TextOf(source.Get());
-        result.error.description = platform::TextOf(description.Get());
+        result.error.source = automation::TextOf(source.Get());
+        result.error.description = automation::TextOf(description.Get());
     }
     return result;
 }
 
 template <class Interface>
-const platform::MethodDesc* FindMethod(platform::MethodThunk thunk) {
+const automation::MethodDesc* FindMethod(automation::MethodThunk thunk) {
     for (const auto* table = &frame::TableOf<Interface>(); table != nullptr; table = table->base) {
-        for (const platform::MethodDesc& method : table->methods) {
+        for (const automation::MethodDesc& method : table->methods) {
             if (method.call == thunk) {
                 return &method;
             }
@@ -226,8 +226,8 @@ const platform::MethodDesc* FindMethod(platform::MethodThunk thunk) {
 
 template <auto kMethod, class Interface, class... Params, std::size_t... kIndex>
 CallResult CallLate(Interface* object, std::index_sequence<kIndex...>, Params... args) {
-    using Traits = platform::detail::MethodTraits<decltype(kMethod)>;
-    const platform::MethodDesc* method = FindMethod<Interface>(&Traits::template Thunk<kMethod>);
+    using Traits = automation::detail::MethodTraits<decltype(kMethod)>;
+    const automation::MethodDesc* method = FindMethod<Interface>(&Traits::template Thunk<kMethod>);
     DISPID id = DISPID_UNKNOWN;
     auto* name = const_cast<LPOLESTR>(reinterpret_cast<LPCOLESTR>(method->name));
     const HRESULT found = object->GetIDsOfNames(IID_NULL, &name, 1, 0, &id);
@@ -238,7 +238,7 @@ CallResult CallLate(Interface* object, std::index_sequence<kIndex...>, Params...
     (late.Put(kIndex, args), ...);
     VARIANT* result = nullptr;
     if (sizeof...(Params) != 0 &&
-        method->params[method->paramCount - 1].direction == platform::EDirection::Retval) {
+        method->params[method->paramCount - 1].direction == automation::EDirection::Retval) {
         result = late.SplitResult();
     }
     DISPPARAMS params = late.List();

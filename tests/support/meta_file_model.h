@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "frame/errors.h"
-#include "mtf/attrs_tree.h"
-#include "mtf/meta_file.h"
+#include "mtf/store/meta_file.h"
+#include "mtf/tree/attrs_tree.h"
 #include "support/target.h"
 
 namespace support {

@@ -56,8 +56,8 @@ protected:
         return ReplaceAll(std::u16string_view(text).substr(1), u"\r\n", u"\n");
     }
 
-    platform::CComPtr<IMtfMetaFile> OpenMetaFile(INT mode) const {
-        platform::CComPtr<IMtfMetaFile> file;
+    automation::CComPtr<IMtfMetaFile> OpenMetaFile(INT mode) const {
+        automation::CComPtr<IMtfMetaFile> file;
         EXPECT_EQ(m_library->CreateMetaFile(Bstr(Path()).Get(), mode, file.Put()), S_OK)
             << frame::WideToAnsi(TakeError().description);
         return file;
@@ -77,7 +77,7 @@ protected:
     }
 
     CTempFolder m_folder;
-    platform::CComPtr<IOibIdxLib> m_library;
+    automation::CComPtr<IOibIdxLib> m_library;
 };
 
 inline constexpr EBinding kBindings[] = {EBinding::Early, EBinding::Late};
@@ -85,16 +85,16 @@ inline constexpr EBinding kBindings[] = {EBinding::Early, EBinding::Late};
 // What a call that hands out a string gives; "<null>" for the null string.
 template <auto kMethod, class Interface, class... Args>
 std::u16string TextFrom(EBinding binding, Interface* object, Args... args) {
-    platform::CBstr text;
+    automation::CBstr text;
     const CallResult result = Call<kMethod>(binding, object, args..., text.Put());
     EXPECT_GE(result.hr, 0) << frame::WideToAnsi(result.error.description);
-    return text ? std::u16string(platform::TextOf(text.Get())) : u"<null>";
+    return text ? std::u16string(automation::TextOf(text.Get())) : u"<null>";
 }
 
 // The names that a call hands out, joined by blanks.
 template <auto kMethod, class Interface>
 std::u16string NamesFrom(EBinding binding, Interface* object) {
-    platform::CSafeArrayPtr names;
+    automation::CSafeArrayPtr names;
     EXPECT_EQ(Call<kMethod>(binding, object, names.Put()).hr, S_OK);
     std::u16string joined;
     for (const std::u16string& name : frame::SafeArrayToStringList(names.Get())) {

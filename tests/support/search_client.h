@@ -25,8 +25,8 @@ inline std::vector<FoundFile> ReadResults(EBinding binding, IOibTDFSearchTask* t
     for (INT i = 0; i < count; ++i) {
         SearchResult result{};
         const CallResult call = Call<&IOibTDFSearchTask::GetResult>(binding, task, i, &result);
-        const platform::CBstr name(result.FileFullName);
-        const platform::CBstr owner(result.Owner);
+        const automation::CBstr name(result.FileFullName);
+        const automation::CBstr owner(result.Owner);
         if (call.hr != S_OK) {
             EXPECT_EQ(call.hr, E_FAIL);
             EXPECT_EQ(call.error.description, u"Cannot convert file time to variant time.");
@@ -65,7 +65,7 @@ protected:
     }
 
     CTempFolder m_folder;
-    platform::CComPtr<IOibIdxLib> m_lib = NewLibrary();
+    automation::CComPtr<IOibIdxLib> m_lib = NewLibrary();
 };
 
 }  // namespace support

@@ -6,12 +6,13 @@
 
 #include "frame/conversions.h"
 #include "frame/file_system.h"
-#include "idxdata/buff_file_reader.h"
-#include "idxdata/extension_filter.h"
-#include "idxdata/file_reader.h"
-#include "idxdata/seq_table_reader.h"
+#include "idxdata/browser/extension_filter.h"
+#include "idxdata/streams/buff_file_reader.h"
+#include "idxdata/streams/file_reader.h"
+#include "idxdata/tables/seq_table_reader.h"
 #include "platform/times.h"
-#include "tdf/wildcard.h"
+#include "tdf/matching/wildcard.h"
+#include "text/ascii_case.h"
 
 namespace support {
 
@@ -20,7 +21,7 @@ namespace {
 using Text = std::u16string;
 
 Text Lower(const std::optional<Text>& text) {
-    return frame::ToLowerAscii(std::u16string_view(text.value_or(u"")));
+    return text::ToLowerAscii(std::u16string_view(text.value_or(u"")));
 }
 
 bool RejectsTime(const Criteria& criteria, double time) {
@@ -308,7 +309,7 @@ CSpec::CSpec(const Criteria& criteria) {
 }
 
 BSTR CSpec::Keep(const std::optional<std::u16string>& text) {
-    return text ? m_strings.emplace_back(platform::NewBstr(*text)).Get() : nullptr;
+    return text ? m_strings.emplace_back(automation::NewBstr(*text)).Get() : nullptr;
 }
 
 SearchOutcome ModelTextSearch(const std::u16string& path, const Criteria& criteria) {

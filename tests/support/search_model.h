@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include "automation/automation.h"
+#include "automation/bstr.h"
 #include "frame/errors.h"
-#include "platform/automation.h"
-#include "platform/bstr.h"
 
 namespace support {
 
@@ -35,7 +35,7 @@ private:
     BSTR Keep(const std::optional<std::u16string>& text);
 
     SearchSpec m_spec{};
-    std::vector<platform::CBstr> m_strings;
+    std::vector<automation::CBstr> m_strings;
 };
 
 struct FoundFile {

@@ -15,7 +15,7 @@
 #include "support/target.h"
 #include "support/tdf_model.h"
 #include "support/temp_folder.h"
-#include "tdf/tdf_generator.h"
+#include "tdf/generation/tdf_generator.h"
 
 namespace support {
 

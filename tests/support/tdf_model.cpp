@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "platform/unicode_text.h"
+#include "text/unicode_text.h"
 
 namespace support {
 
@@ -25,7 +25,7 @@ std::u16string Lower(std::u16string_view text) {
 
 bool IsText(std::u16string_view text) {
     const std::string bytes = Utf16Bytes(text);
-    return platform::ReadsAsUnicodePlainly(
+    return text::LooksLikeUtf16TextScalar(
         static_cast<const std::byte*>(static_cast<const void*>(bytes.data())), text.size());
 }
 

@@ -8,12 +8,13 @@
 
 #include "support/index_file_builder.h"
 #include "support/search_client.h"
+#include "text/ascii_case.h"
 
 namespace tdf {
 namespace {
 
-using platform::CBstr;
-using platform::CComPtr;
+using automation::CBstr;
+using automation::CComPtr;
 using support::Criteria;
 using support::EBinding;
 using support::FoundFile;
@@ -25,9 +26,9 @@ protected:
         Write(u"C.dat", volume.Bytes());
         const std::u16string list = Write(u"summary.txt", "Volume.C=C.dat\r\n#");
         std::filesystem::remove_all(m_folder.Native(u"text"));
-        const CBstr path(platform::NewBstr(list));
-        const CBstr output(platform::NewBstr(m_folder.Path(u"text")));
-        const CBstr separators(platform::NewBstr(u"."));
+        const CBstr path(automation::NewBstr(list));
+        const CBstr output(automation::NewBstr(m_folder.Path(u"text")));
+        const CBstr separators(automation::NewBstr(u"."));
         ASSERT_EQ(m_lib->GenerateOibTDFs(path.Get(), output.Get(), {}, 20, VARIANT_FALSE, 0, 0,
                                          separators.Get()),
                   S_OK);
@@ -35,7 +36,7 @@ protected:
 
     std::vector<FoundFile> FindInCatalogue(const Criteria& criteria) {
         CComPtr<IOibBDFSearchTask> task;
-        const CBstr folder(platform::NewBstr(m_folder.Path()));
+        const CBstr folder(automation::NewBstr(m_folder.Path()));
         EXPECT_EQ(m_lib->FindInOibBDF(folder.Get(), task.Put()), S_OK);
         EXPECT_EQ(task->Find(support::CSpec(criteria).Get()), S_OK);
         return Sorted(support::ReadResults(EBinding::Early, task.Get()));
@@ -47,7 +48,7 @@ protected:
                 continue;
             }
             CComPtr<IOibTDFSearchTask> task;
-            const CBstr file(platform::NewBstr(entry.path().u16string()));
+            const CBstr file(automation::NewBstr(entry.path().u16string()));
             EXPECT_EQ(m_lib->FindInOibTDF2(file.Get(), support::CSpec(criteria).Get(), task.Put()),
                       S_OK);
             for (FoundFile& found : support::ReadResults(EBinding::Early, task.Get())) {
@@ -91,7 +92,7 @@ std::vector<std::u16string> UniqueFolders(const Volume& volume) {
     std::map<std::u16string, int> uses;
     for (std::size_t i = 1; i < volume.dirs.size(); ++i) {
         const auto parent = static_cast<std::size_t>(volume.dirs[i].parent);
-        paths.push_back(frame::ToLowerAscii(paths[parent] + u"\\" + volume.dirs[i].name));
+        paths.push_back(text::ToLowerAscii(paths[parent] + u"\\" + volume.dirs[i].name));
         ++uses[paths.back()];
     }
     std::vector<std::u16string> unique = {u"C:"};

@@ -8,11 +8,12 @@
 #include "platform/times.h"
 #include "support/index_file_builder.h"
 #include "support/search_client.h"
-#include "tdf/tick_limits.h"
+#include "tdf/binary_search/tick_limits.h"
+#include "text/ascii_case.h"
 
 namespace {
 
-using platform::CComPtr;
+using automation::CComPtr;
 using support::Bstr;
 using support::Criteria;
 using support::EBinding;
@@ -323,7 +324,7 @@ Criteria RandomCriteria(std::mt19937& random, const Volume& volume) {
     if (sometimes()) {
         const auto& dir = volume.dirs[random() % volume.dirs.size()];
         criteria.root = oneOf(u"", u"c:", u"\\", u"c:\\", u"C:\\x1") +
-                        oneOf(u"", u"\\" + dir.name, u"\\" + frame::ToLowerAscii(dir.name) + u"\\");
+                        oneOf(u"", u"\\" + dir.name, u"\\" + text::ToLowerAscii(dir.name) + u"\\");
     }
     if (sometimes() && !volume.owners.empty()) {
         const auto& owner = volume.owners[random() % volume.owners.size()];

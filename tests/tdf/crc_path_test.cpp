@@ -1,4 +1,4 @@
-#include "tdf/crc_path.h"
+#include "tdf/naming/crc_path.h"
 
 #include <gtest/gtest.h>
 
@@ -7,6 +7,7 @@
 
 #include "frame/conversions.h"
 #include "support/tdf_model.h"
+#include "text/ascii_case.h"
 
 namespace tdf {
 namespace {
@@ -23,7 +24,7 @@ TEST(ElementCrc, IsThatOfTheLowerCaseBytes) {
         std::string bytes;
         for (char16_t& unit : element) {
             unit = static_cast<char16_t>(random() % 3 == 0 ? random() : random() % 128);
-            const char16_t folded = frame::ToLowerAscii(unit);
+            const char16_t folded = text::ToLowerAscii(unit);
             bytes.push_back(static_cast<char>(folded & 0xFF));
             bytes.push_back(static_cast<char>(folded >> 8));
         }

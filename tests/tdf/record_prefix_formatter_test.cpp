@@ -1,4 +1,4 @@
-#include "tdf/record_head.h"
+#include "tdf/generation/record_prefix_formatter.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 namespace tdf {
 namespace {
 
-std::string HeadOf(CRecordHead& head, std::int64_t ticks, std::int64_t size) {
-    std::byte out[2 * CRecordHead::kMostUnits + 1];
+std::string HeadOf(CRecordPrefixFormatter& head, std::int64_t ticks, std::int64_t size) {
+    std::byte out[2 * CRecordPrefixFormatter::kMaxUnits + 1];
     const std::size_t units = head.Write(ticks, size, out + 1);
     std::string text;
     for (std::size_t i = 0; i < units; ++i) {
@@ -25,7 +25,7 @@ bool IsLeap(unsigned year) {
 
 TEST(RecordHead, CountsEveryDayOfItsRange) {
     constexpr std::int64_t kTicksPerDay = 864'000'000'000;
-    CRecordHead head;
+    CRecordPrefixFormatter head;
     std::int64_t ticks = 0;
     for (unsigned year = 1601; year <= 9999; ++year) {
         for (unsigned month = 1; month <= 12; ++month) {
@@ -33,7 +33,7 @@ TEST(RecordHead, CountsEveryDayOfItsRange) {
                                   : month == 4 || month == 6 || month == 9 || month == 11 ? 30
                                                                                           : 31;
             for (unsigned day = 1; day <= days; ++day, ticks += kTicksPerDay) {
-                char16_t text[CRecordHead::kMostUnits];
+                char16_t text[CRecordPrefixFormatter::kMaxUnits];
                 head.Write(ticks, 0, reinterpret_cast<std::byte*>(text));
                 const auto number = [&](std::size_t at) {
                     return (text[at] - u'0') * 10U + (text[at + 1] - u'0');
@@ -66,7 +66,7 @@ TEST(RecordHead, WritesTimesAndSizes) {
         {0, -kMost - 1, "01/01/1601 00:00:00, -9223372036854775808, "},
         {0, -7, "01/01/1601 00:00:00, -7, "},
     };
-    CRecordHead head;
+    CRecordPrefixFormatter head;
     for (const Row& row : kRows) {
         EXPECT_EQ(HeadOf(head, row.ticks, row.size), row.expected);
     }

@@ -1,4 +1,4 @@
-#include "tdf/tdf_generator.h"
+#include "tdf/generation/tdf_generator.h"
 
 #include <gtest/gtest.h>
 
@@ -8,14 +8,14 @@
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "frame/logger.h"
+#include "frame/logging/logger.h"
 #include "platform/errors.h"
 #include "support/port_files.h"
 #include "support/target.h"
 #include "support/tdf_generation.h"
 #include "support/tdf_model.h"
 #include "support/temp_folder.h"
-#include "tdf/volume_generator.h"
+#include "tdf/generation/volume_generator.h"
 
 namespace tdf {
 namespace {

@@ -108,7 +108,7 @@ protected:
     // The message that a search ends with for a file of this one line.
     std::string MessageFor(std::u16string_view line) {
         Write(u"t.txt", support::Utf16Bytes(line));
-        platform::CComPtr<IOibTDFSearchTask> task;
+        automation::CComPtr<IOibTDFSearchTask> task;
         const auto call = support::Call<&IOibIdxLib::FindInOibTDF2>(
             EBinding::Early, m_lib.Get(), Bstr(m_folder.Path(u"t.txt")).Get(),
             support::CSpec({}).Get(), task.Put());
@@ -149,11 +149,12 @@ TEST_F(TextDataFilesDocument, FingerprintsAndKeyLinesAreAsShown) {
     const auto& rows = (*this)["Fingerprints"].rows;
     EXPECT_EQ(rows.size(), 5U);
     for (const Lines& row : rows) {
-        platform::CBstr text;
+        automation::CBstr text;
         ASSERT_EQ(m_lib->ConvetrPathToCrcStr(Bstr(zorel::ToUtf16(Between(row[0], "`", "`"))).Get(),
                                              std::stoi(row[1]), text.Put()),
                   S_OK);
-        EXPECT_EQ(zorel::ToUtf8(platform::TextOf(text.Get())), Between(row[2], "`", "`")) << row[0];
+        EXPECT_EQ(zorel::ToUtf8(automation::TextOf(text.Get())), Between(row[2], "`", "`"))
+            << row[0];
     }
     WriteCatalogue();
     Generate(true);

@@ -11,7 +11,7 @@
 namespace {
 
 using namespace std::string_literals;
-using platform::CComPtr;
+using automation::CComPtr;
 using support::Bstr;
 using support::Criteria;
 using support::EBinding;
@@ -38,7 +38,7 @@ protected:
         const auto call = support::Call<&IOibIdxLib::FindInOibTDF>(
             binding, m_lib.Get(), Bstr(file).Get(), Bstr(criteria.root.value_or(u"")).Get(),
             Bstr(criteria.pattern.value_or(u"")).Get(), &raw);
-        const platform::CSafeArrayPtr array(raw);
+        const automation::CSafeArrayPtr array(raw);
         if (call.hr == S_OK) {
             lines = frame::SafeArrayToStringList(array.Get());
         }
@@ -182,7 +182,7 @@ TEST_F(TextSearch, HandsOutLinesAndRecords) {
     const auto old = Bstr(u"what the record held is not freed");
     result.FileFullName = result.Owner = old.Get();
     ASSERT_EQ(task->GetResult(0, &result), S_OK);
-    EXPECT_EQ(platform::TextOf(platform::CBstr(result.FileFullName).Get()),
+    EXPECT_EQ(automation::TextOf(automation::CBstr(result.FileFullName).Get()),
               u"C:\\Users\\john\\readme.txt");
     EXPECT_EQ(result.ModifyTime, kFirstTime);
     EXPECT_EQ(result.Size, 1234);

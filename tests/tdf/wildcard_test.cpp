@@ -1,4 +1,4 @@
-#include "tdf/wildcard.h"
+#include "tdf/matching/wildcard.h"
 
 #include <gtest/gtest.h>
 
@@ -7,14 +7,15 @@
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
+#include "text/ascii_case.h"
 
 namespace tdf {
 namespace {
 
 // The rule as it is told: fold, cut, then move one unit at a time.
 bool PlainMatch(std::u16string name, std::u16string pattern, bool floating) {
-    name = frame::ToLowerAscii(name);
-    pattern = frame::ToLowerAscii(pattern);
+    name = text::ToLowerAscii(name);
+    pattern = text::ToLowerAscii(pattern);
     std::vector<std::u16string> tokens(1);
     for (const char16_t c : pattern) {
         if (c != u'*') {

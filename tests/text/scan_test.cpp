@@ -5,11 +5,11 @@
 #include <random>
 #include <vector>
 
-#include "platform/line_marks.h"
-#include "platform/packed_text.h"
-#include "platform/text_scan.h"
+#include "text/line_marks.h"
+#include "text/packed_text.h"
+#include "text/text_scan.h"
 
-namespace platform {
+namespace text {
 namespace {
 
 constexpr char16_t kUnits[] = {u'a',      u'A',      u'\n',     u'\r',     u'\\',     u'\uFEFF',
@@ -42,7 +42,7 @@ TEST(LineMarks, AgreeWithTheirPlainForm) {
         std::vector<LineMarks> fast(blocks, LineMarks{1, 1, 1});
         std::vector<LineMarks> plain(blocks, LineMarks{2, 2, 2});
         MarkLines(units.Data(), count, fast.data());
-        MarkLinesPlainly(units.Data(), count, plain.data());
+        MarkLinesScalar(units.Data(), count, plain.data());
         for (std::size_t b = 0; b < blocks; ++b) {
             ASSERT_TRUE(fast[b].lineFeeds == plain[b].lineFeeds &&
                         fast[b].backslashes == plain[b].backslashes &&
@@ -69,7 +69,7 @@ TEST(PackedText, AgreesWithItsPlainForm) {
         std::vector<std::byte> fast(count);
         std::vector<std::byte> plain(count);
         PackUnits(units.Data(), count, fast.data());
-        PackUnitsPlainly(units.Data(), count, plain.data());
+        PackUnitsScalar(units.Data(), count, plain.data());
         ASSERT_EQ(fast, plain) << i;
     }
 }
@@ -83,13 +83,13 @@ TEST(Pairs, AreFoundAsTheirPlainFormsFindThem) {
         const std::byte first{static_cast<unsigned char>("aA\n"[random() % 3])};
         const std::byte last{static_cast<unsigned char>("zA\0"[random() % 3])};
         ASSERT_EQ(FindBytePair(units.Data(), starts, first, last, distance),
-                  FindBytePairPlainly(units.Data(), starts, first, last, distance));
+                  FindBytePairScalar(units.Data(), starts, first, last, distance));
         const CUnitTest one = random() % 2 == 0 ? CUnitTest{0x20, u'a'} : CUnitTest{0, u'A'};
         const CUnitTest two = random() % 2 == 0 ? CUnitTest{0xFFFF, 0xFFFF} : CUnitTest{0, u'\n'};
         ASSERT_EQ(FindUnitPair(units.Data(), starts, one, two, distance),
-                  FindUnitPairPlainly(units.Data(), starts, one, two, distance));
+                  FindUnitPairScalar(units.Data(), starts, one, two, distance));
     }
 }
 
 }  // namespace
-}  // namespace platform
+}  // namespace text

@@ -1,4 +1,4 @@
-#include "platform/unicode_text.h"
+#include "text/unicode_text.h"
 
 #include <gtest/gtest.h>
 
@@ -10,26 +10,26 @@
 
 #include "ZorelText.h"
 
-namespace platform {
+namespace text {
 namespace {
 
 // The verdict of both forms, at an even and at an odd address; they have to agree.
 bool Verdict(std::u16string_view text) {
     std::vector<std::byte> bytes(2 * text.size() + 1);
-    const bool plain = ReadsAsUnicodePlainly(
+    const bool plain = LooksLikeUtf16TextScalar(
         static_cast<const std::byte*>(static_cast<const void*>(text.data())), text.size());
     for (const std::size_t offset : {0U, 1U}) {
         if (!text.empty()) {
             std::memcpy(bytes.data() + offset, text.data(), 2 * text.size());
         }
-        EXPECT_EQ(ReadsAsUnicode(bytes.data() + offset, text.size()), plain)
+        EXPECT_EQ(LooksLikeUtf16Text(bytes.data() + offset, text.size()), plain)
             << zorel::ToUtf8(text) << " at " << offset;
         // A survey that passes the text is right; pieces together say what the whole says.
-        const TextSurvey whole = SurveyText(bytes.data() + offset, text.size());
+        const TextStatistics whole = CollectTextStatistics(bytes.data() + offset, text.size());
         EXPECT_TRUE(plain || !whole.Passes()) << zorel::ToUtf8(text);
         if (text.size() > 11 && (text[11] & 0xF800) != 0xD800) {
-            TextSurvey pieces = SurveyText(bytes.data() + offset, 11);
-            pieces += SurveyText(bytes.data() + offset + 22, text.size() - 11);
+            TextStatistics pieces = CollectTextStatistics(bytes.data() + offset, 11);
+            pieces += CollectTextStatistics(bytes.data() + offset + 22, text.size() - 11);
             EXPECT_EQ(pieces.sound, whole.sound) << zorel::ToUtf8(text);
             EXPECT_TRUE(!whole.sound || pieces.eightBit == whole.eightBit) << zorel::ToUtf8(text);
         }
@@ -44,7 +44,7 @@ std::u16string TakenForUtf16(std::string_view bytes) {
     return text;
 }
 
-TEST(ReadsAsUnicode, TakesOrdinaryNamesOfAnyScript) {
+TEST(LooksLikeUtf16Text, TakesOrdinaryNamesOfAnyScript) {
     for (const std::u16string_view name : {
              u"a",
              u"Z",
@@ -132,7 +132,7 @@ TEST(ReadsAsUnicode, TakesOrdinaryNamesOfAnyScript) {
     }
 }
 
-TEST(ReadsAsUnicode, RefusesWhatIsNoText) {
+TEST(LooksLikeUtf16Text, RefusesWhatIsNoText) {
     EXPECT_FALSE(Verdict(u""));
     struct Row {
         const char* label;
@@ -170,7 +170,7 @@ TEST(ReadsAsUnicode, RefusesWhatIsNoText) {
     }
 }
 
-TEST(ReadsAsUnicode, RefusesEightBitTextTakenForUtf16) {
+TEST(LooksLikeUtf16Text, RefusesEightBitTextTakenForUtf16) {
     for (const std::string_view bytes : {
              "readme.txt", "README", "Report", "Document.doc", "IMG_0001.JPG", "20130115.txt",
              "hello world", "notes.md", "Quarterly Report (final).xlsx", "data01.bin",
@@ -203,7 +203,7 @@ std::u16string RandomText(std::mt19937& random) {
     return text;
 }
 
-TEST(ReadsAsUnicode, BothFormsAgree) {
+TEST(LooksLikeUtf16Text, BothFormsAgree) {
     std::mt19937 random(42);
     int passed = 0;
     constexpr int kTexts = 40'000;
@@ -218,4 +218,4 @@ TEST(ReadsAsUnicode, BothFormsAgree) {
 }
 
 }  // namespace
-}  // namespace platform
+}  // namespace text

@@ -5,14 +5,14 @@
 #include <thread>
 #include <vector>
 
-#include "platform/com_ptr.h"
+#include "automation/com_ptr.h"
 #include "support/automation_check.h"
 #include "support/index_file_builder.h"
 #include "support/temp_folder.h"
 
 namespace {
 
-using platform::CComPtr;
+using automation::CComPtr;
 using support::Bstr;
 using support::NewLibrary;
 

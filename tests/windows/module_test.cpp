@@ -12,13 +12,13 @@
 #include <vector>
 
 #include "ZorelOibIdxLib.h"
-#include "platform/com_ptr.h"
+#include "automation/com_ptr.h"
 #include "support/target.h"
 #include "support/temp_folder.h"
 
 namespace {
 
-using platform::CComPtr;
+using automation::CComPtr;
 
 constexpr wchar_t kModule[] = L"ZorelOibIdxComLib.dll";
 

@@ -4,9 +4,9 @@
 
 #include <cstddef>
 
-#include "platform/automation.h"
+#include "automation/automation.h"
 
-namespace platform::detail {
+namespace automation::detail {
 
 // Bytes of a plain value of the type, without VT_ARRAY or VT_BYREF; 0 for a type that
 // arrays do not hold.
@@ -24,4 +24,4 @@ HRESULT CopySafeArray(const SAFEARRAY* source, SAFEARRAY** copy) noexcept;
 // Names of methods, parameters and fields: letter case of A to Z does not count.
 bool EqualNames(const char16_t* a, const char16_t* b) noexcept;
 
-}  // namespace platform::detail
+}  // namespace automation::detail

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "platform/export.h"
-#include "platform/posix/automation_internal.h"
+#include "automation/posix/automation_internal.h"
+#include "text/ascii_case.h"
 
 namespace {
 
@@ -70,7 +70,7 @@ ZOREL_EXPORT UINT SysStringLen(BSTR text) {
 
 }  // extern "C"
 
-namespace platform::detail {
+namespace automation::detail {
 
 BSTR CopyBstr(BSTR text) noexcept {
     if (text == nullptr) {
@@ -89,14 +89,7 @@ bool CopyFailed(BSTR source, BSTR copy) noexcept {
 }
 
 bool EqualNames(const char16_t* a, const char16_t* b) noexcept {
-    const auto lower = [](char16_t c) {
-        return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
-    };
-    while (*a != 0 && lower(*a) == lower(*b)) {
-        ++a;
-        ++b;
-    }
-    return lower(*a) == lower(*b);
+    return text::EqualsNoCase(a, b);
 }
 
-}  // namespace platform::detail
+}  // namespace automation::detail

@@ -1,15 +1,15 @@
-#include "platform/posix/call_frame.h"
+#include "automation/posix/call_frame.h"
 
 #include <cstring>
 #include <string_view>
 
-#include "platform/bstr.h"
-#include "platform/guid.h"
-#include "platform/posix/automation_internal.h"
-#include "platform/posix/record_info.h"
-#include "platform/posix/variant_convert.h"
+#include "automation/bstr.h"
+#include "automation/guid.h"
+#include "automation/posix/automation_internal.h"
+#include "automation/posix/record_info.h"
+#include "automation/posix/variant_convert.h"
 
-namespace platform::detail {
+namespace automation::detail {
 
 namespace {
 
@@ -263,4 +263,4 @@ HRESULT CCallFrame::Deliver(VARIANT* result) {
     return delivered;
 }
 
-}  // namespace platform::detail
+}  // namespace automation::detail

@@ -4,10 +4,10 @@
 
 #include <array>
 
-#include "platform/interface_table.h"
-#include "platform/variant.h"
+#include "automation/interface_table.h"
+#include "automation/variant.h"
 
-namespace platform::detail {
+namespace automation::detail {
 
 // One parameter's storage. Bound once, then its address is handed to the thunk; it owns
 // what was converted for the method and what the method stored, until Deliver passes that
@@ -73,4 +73,4 @@ private:
     std::array<CArgument, MethodDesc::kMaxParams> m_arguments;
 };
 
-}  // namespace platform::detail
+}  // namespace automation::detail

@@ -1,10 +1,10 @@
-#include "platform/dispatch.h"
+#include "automation/dispatch.h"
 
-#include "platform/com_ptr.h"
-#include "platform/posix/automation_internal.h"
-#include "platform/posix/call_frame.h"
+#include "automation/com_ptr.h"
+#include "automation/posix/automation_internal.h"
+#include "automation/posix/call_frame.h"
 
-namespace platform {
+namespace automation {
 
 namespace {
 
@@ -103,4 +103,4 @@ HRESULT DispatchInvoke(const InterfaceTable& table, IDispatch* self, DISPID id, 
     return FAILED(hr) ? ReportFailure(hr, exception) : frame.Deliver(result);
 }
 
-}  // namespace platform
+}  // namespace automation

@@ -1,10 +1,9 @@
 #include <atomic>
 #include <new>
 
-#include "platform/bstr.h"
-#include "platform/com_ptr.h"
-#include "platform/export.h"
-#include "platform/posix/automation_internal.h"
+#include "automation/bstr.h"
+#include "automation/com_ptr.h"
+#include "automation/posix/automation_internal.h"
 
 namespace {
 
@@ -59,20 +58,20 @@ private:
     ~CErrorInfo() = default;
 
     // A null text means "not set".
-    static HRESULT Store(platform::CBstr& field, const OLECHAR* text) {
-        platform::CBstr copy(SysAllocString(text));
+    static HRESULT Store(automation::CBstr& field, const OLECHAR* text) {
+        automation::CBstr copy(SysAllocString(text));
         if (text != nullptr && !copy) {
             return E_OUTOFMEMORY;
         }
         field = std::move(copy);
         return S_OK;
     }
-    static HRESULT Give(const platform::CBstr& field, BSTR* text) {
+    static HRESULT Give(const automation::CBstr& field, BSTR* text) {
         if (text == nullptr) {
             return E_INVALIDARG;
         }
-        *text = platform::detail::CopyBstr(field.Get());
-        return platform::detail::CopyFailed(field.Get(), *text) ? E_OUTOFMEMORY : S_OK;
+        *text = automation::detail::CopyBstr(field.Get());
+        return automation::detail::CopyFailed(field.Get(), *text) ? E_OUTOFMEMORY : S_OK;
     }
     template <class T>
     static HRESULT Give(const T& field, T* value) {
@@ -85,14 +84,14 @@ private:
 
     std::atomic<ULONG> m_references{1};
     GUID m_guid = GUID_NULL;
-    platform::CBstr m_source;
-    platform::CBstr m_description;
-    platform::CBstr m_helpFile;
+    automation::CBstr m_source;
+    automation::CBstr m_description;
+    automation::CBstr m_helpFile;
     DWORD m_helpContext = 0;
 };
 
 // What the calling thread's last failed call left behind.
-thread_local platform::CComPtr<IErrorInfo> t_errorInfo;
+thread_local automation::CComPtr<IErrorInfo> t_errorInfo;
 
 }  // namespace
 
@@ -118,7 +117,7 @@ ZOREL_EXPORT HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info) {
     if (reserved != 0) {
         return E_INVALIDARG;
     }
-    t_errorInfo = platform::CComPtr<IErrorInfo>(info);
+    t_errorInfo = automation::CComPtr<IErrorInfo>(info);
     return S_OK;
 }
 

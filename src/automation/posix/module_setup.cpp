@@ -1,12 +1,12 @@
-#include "platform/module_setup.h"
+#include "automation/module_setup.h"
 
-namespace platform {
+namespace automation {
 
 namespace {
 
 class CNoSetup final : public IModuleSetup {
 public:
-    IRegistry& Registry() override { return SystemRegistry(); }
+    platform::IRegistry& Registry() override { return platform::SystemRegistry(); }
     HRESULT LoadScript(std::uint16_t, std::u16string&) override { return E_NOTIMPL; }
     HRESULT GetModulePath(std::u16string&) override { return E_NOTIMPL; }
     HRESULT RegisterTypeLibrary(const std::u16string&) override { return E_NOTIMPL; }
@@ -22,4 +22,4 @@ IModuleSetup& ModuleSetup() noexcept {
     return setup;
 }
 
-}  // namespace platform
+}  // namespace automation

@@ -1,15 +1,15 @@
-#include "platform/posix/record_info.h"
+#include "automation/posix/record_info.h"
 
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
-#include "platform/bstr.h"
-#include "platform/posix/automation_internal.h"
-#include "platform/posix/variant_convert.h"
+#include "automation/bstr.h"
+#include "automation/posix/automation_internal.h"
+#include "automation/posix/variant_convert.h"
 
-namespace platform::detail {
+namespace automation::detail {
 
 namespace {
 
@@ -322,4 +322,4 @@ bool DescribesRecord(IRecordInfo* info, const RecordDesc& desc) noexcept {
     return size == desc.size && (*desc.guid == GUID_NULL || guid == *desc.guid);
 }
 
-}  // namespace platform::detail
+}  // namespace automation::detail

@@ -1,10 +1,10 @@
 // IRecordInfo from a record's table.
 #pragma once
 
-#include "platform/com_ptr.h"
-#include "platform/interface_table.h"
+#include "automation/com_ptr.h"
+#include "automation/interface_table.h"
 
-namespace platform::detail {
+namespace automation::detail {
 
 // How a GUID travels in a VARIANT.
 const RecordDesc& GuidRecord() noexcept;
@@ -17,4 +17,4 @@ CComPtr<IRecordInfo> NewRecordInfo(const RecordDesc& desc) noexcept;
 // null description is taken at its word.
 bool DescribesRecord(IRecordInfo* info, const RecordDesc& desc) noexcept;
 
-}  // namespace platform::detail
+}  // namespace automation::detail

@@ -4,15 +4,14 @@
 #include <cstring>
 #include <limits>
 
-#include "platform/export.h"
-#include "platform/posix/automation_internal.h"
+#include "automation/posix/automation_internal.h"
 
 namespace {
 
-using platform::detail::CopyBstr;
-using platform::detail::CopyFailed;
-using platform::detail::CopyVariant;
-using platform::detail::ValueSize;
+using automation::detail::CopyBstr;
+using automation::detail::CopyFailed;
+using automation::detail::CopyVariant;
+using automation::detail::ValueSize;
 
 constexpr std::size_t kPrefix = sizeof(GUID);
 constexpr ULONG kMaxLocks = 0xFFFF;
@@ -311,7 +310,7 @@ ZOREL_EXPORT HRESULT SafeArrayUnaccessData(SAFEARRAY* array) {
 
 }  // extern "C"
 
-namespace platform::detail {
+namespace automation::detail {
 
 ULONG ValueSize(VARTYPE type) noexcept {
     switch (type) {
@@ -379,4 +378,4 @@ HRESULT CopySafeArray(const SAFEARRAY* source, SAFEARRAY** copy) noexcept {
     return S_OK;
 }
 
-}  // namespace platform::detail
+}  // namespace automation::detail

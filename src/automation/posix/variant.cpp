@@ -1,5 +1,4 @@
-#include "platform/export.h"
-#include "platform/posix/automation_internal.h"
+#include "automation/posix/automation_internal.h"
 
 namespace {
 
@@ -77,7 +76,7 @@ ZOREL_EXPORT HRESULT VariantClear(VARIANTARG* variant) {
 
 }  // extern "C"
 
-namespace platform::detail {
+namespace automation::detail {
 
 HRESULT CopyVariant(VARIANT& target, const VARIANT& source) noexcept {
     if (!IsVariantType(source.vt)) {
@@ -108,4 +107,4 @@ HRESULT CopyVariant(VARIANT& target, const VARIANT& source) noexcept {
     return hr;
 }
 
-}  // namespace platform::detail
+}  // namespace automation::detail

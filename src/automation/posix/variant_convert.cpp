@@ -1,4 +1,4 @@
-#include "platform/posix/variant_convert.h"
+#include "automation/posix/variant_convert.h"
 
 #include <charconv>
 #include <cmath>
@@ -9,11 +9,11 @@
 #include <utility>
 #include <variant>
 
-#include "platform/bstr.h"
-#include "platform/posix/automation_internal.h"
+#include "automation/bstr.h"
+#include "automation/posix/automation_internal.h"
 #include "platform/times.h"
 
-namespace platform::detail {
+namespace automation::detail {
 
 namespace {
 
@@ -206,7 +206,7 @@ HRESULT ConvertToBool(const VARIANT& source, VARIANT_BOOL& value) {
 }
 
 // Reads "h:mm[:ss] [AM|PM]" to the end of the text.
-bool ParseTimeText(const char* text, SystemTime& time) {
+bool ParseTimeText(const char* text, platform::SystemTime& time) {
     unsigned hour = 0;
     unsigned minute = 0;
     unsigned second = 0;
@@ -241,7 +241,7 @@ bool ParseDateText(const char* text, double& date) {
     int used = 0;
     const bool hasDate = std::sscanf(text, "%2u/%2u/%4u%n", &month, &day, &year, &used) == 3 ||
                          std::sscanf(text, "%4u-%2u-%2u%n", &year, &month, &day, &used) == 3;
-    SystemTime time = {};
+    platform::SystemTime time = {};
     if (hasDate) {
         text += used;
         if (*text != '\0' && (*text != ' ' || !ParseTimeText(text + 1, time))) {
@@ -258,9 +258,10 @@ bool ParseDateText(const char* text, double& date) {
     time.year = static_cast<std::uint16_t>(year);
     time.month = static_cast<std::uint16_t>(month);
     time.day = static_cast<std::uint16_t>(day);
-    SystemTime back = {};
+    platform::SystemTime back = {};
     // A day past the end of its month would run on into the next one.
-    return SystemTimeToDate(time, date) && DateToSystemTime(date, back) && back.day == day;
+    return platform::SystemTimeToDate(time, date) && platform::DateToSystemTime(date, back) &&
+           back.day == day;
 }
 
 HRESULT ConvertToDate(const VARIANT& source, DATE& date) {
@@ -313,8 +314,8 @@ std::string CurrencyText(std::int64_t tenThousandths) {
 
 // A date without a time of day, or a time of day on the zero day, is written alone.
 bool DateText(double date, std::string& text) {
-    SystemTime time = {};
-    if (!DateToSystemTime(date, time)) {
+    platform::SystemTime time = {};
+    if (!platform::DateToSystemTime(date, time)) {
         return false;
     }
     const bool isZeroDay = time.year == 1899 && time.month == 12 && time.day == 30;
@@ -432,4 +433,4 @@ HRESULT ConvertVariant(const VARIANT& source, VARTYPE type, CVariant& result) {
     return hr;
 }
 
-}  // namespace platform::detail
+}  // namespace automation::detail

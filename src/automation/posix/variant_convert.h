@@ -1,10 +1,10 @@
 // Values of one automation type made into another.
 #pragma once
 
-#include "platform/interface_table.h"
-#include "platform/variant.h"
+#include "automation/interface_table.h"
+#include "automation/variant.h"
 
-namespace platform::detail {
+namespace automation::detail {
 
 // A view of `given` without VT_BYREF; it owns nothing and lives as long as `given`'s
 // content. DISP_E_TYPEMISMATCH where a reference leads nowhere.
@@ -15,4 +15,4 @@ HRESULT Dereference(const VARIANT& given, VARIANT& view) noexcept;
 // VT_DATE and VT_BSTR. On failure `result` stays unchanged. Throws std::bad_alloc.
 HRESULT ConvertVariant(const VARIANT& source, VARTYPE type, CVariant& result);
 
-}  // namespace platform::detail
+}  // namespace automation::detail

@@ -1,5 +1,4 @@
-#include "platform/export.h"
-#include "platform/posix/automation_internal.h"
+#include "automation/posix/automation_internal.h"
 #include "platform/times.h"
 
 extern "C" {

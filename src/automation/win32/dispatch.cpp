@@ -1,13 +1,13 @@
-#include "platform/dispatch.h"
+#include "automation/dispatch.h"
 
 #include <map>
 #include <mutex>
 
-#include "platform/com_ptr.h"
-#include "platform/win32/out_variables.h"
-#include "platform/win32/type_library.h"
+#include "automation/com_ptr.h"
+#include "automation/win32/out_variables.h"
+#include "automation/win32/type_library.h"
 
-namespace platform {
+namespace automation {
 
 namespace {
 
@@ -107,4 +107,4 @@ HRESULT DispatchInvoke(const InterfaceTable& table, IDispatch* self, DISPID id, 
     return FAILED(called) ? called : variables.Deliver();
 }
 
-}  // namespace platform
+}  // namespace automation

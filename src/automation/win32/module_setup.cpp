@@ -1,10 +1,10 @@
-#include "platform/module_setup.h"
+#include "automation/module_setup.h"
 
+#include "automation/win32/type_library.h"
 #include "platform/system.h"
-#include "platform/win32/type_library.h"
 #include "platform/win32/wide.h"
 
-namespace platform {
+namespace automation {
 
 namespace {
 
@@ -56,7 +56,7 @@ HRESULT Register(ITypeLib& library, std::u16string modulePath) {
 
 class CModuleSetup final : public IModuleSetup {
 public:
-    IRegistry& Registry() override { return SystemRegistry(); }
+    platform::IRegistry& Registry() override { return platform::SystemRegistry(); }
 
     HRESULT LoadScript(std::uint16_t number, std::u16string& script) override {
         const auto module = static_cast<HMODULE>(OwnModule());
@@ -116,4 +116,4 @@ IModuleSetup& ModuleSetup() noexcept {
     return setup;
 }
 
-}  // namespace platform
+}  // namespace automation

@@ -1,8 +1,8 @@
-#include "platform/win32/out_variables.h"
+#include "automation/win32/out_variables.h"
 
 #include <algorithm>
 
-namespace platform::win32 {
+namespace automation::win32 {
 
 namespace {
 
@@ -52,4 +52,4 @@ HRESULT COutVariables::Deliver() noexcept {
     return S_OK;
 }
 
-}  // namespace platform::win32
+}  // namespace automation::win32

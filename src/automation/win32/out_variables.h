@@ -3,10 +3,10 @@
 
 #include <array>
 
-#include "platform/interface_table.h"
-#include "platform/variant.h"
+#include "automation/interface_table.h"
+#include "automation/variant.h"
 
-namespace platform::win32 {
+namespace automation::win32 {
 
 // The system's call takes a typed variable for an output and refuses what a script engine
 // passes, a reference to a variant that may hold anything. Here such an argument is replaced
@@ -33,4 +33,4 @@ private:
     std::array<CVariant, MethodDesc::kMaxParams> m_values;
 };
 
-}  // namespace platform::win32
+}  // namespace automation::win32

@@ -1,4 +1,4 @@
-#include "platform/win32/type_library.h"
+#include "automation/win32/type_library.h"
 
 #include <utility>
 
@@ -6,7 +6,7 @@
 #include "platform/system.h"
 #include "platform/win32/wide.h"
 
-namespace platform::win32 {
+namespace automation::win32 {
 
 HRESULT OwnModulePath(std::u16string& path) {
     // No path is longer than this, so a buffer that is always full ends the search.
@@ -43,4 +43,4 @@ HRESULT LoadTypeLibraryOf(const std::u16string& modulePath, CComPtr<ITypeLib>& l
     return hr;
 }
 
-}  // namespace platform::win32
+}  // namespace automation::win32

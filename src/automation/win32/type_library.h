@@ -3,10 +3,10 @@
 
 #include <string>
 
-#include "platform/automation.h"
-#include "platform/com_ptr.h"
+#include "automation/automation.h"
+#include "automation/com_ptr.h"
 
-namespace platform::win32 {
+namespace automation::win32 {
 
 // Throw std::bad_alloc and nothing else.
 HRESULT OwnModulePath(std::u16string& path);
@@ -16,4 +16,4 @@ HRESULT OwnModulePath(std::u16string& path);
 HRESULT LoadTypeLibraryOf(const std::u16string& modulePath, CComPtr<ITypeLib>& library,
                           std::u16string* place = nullptr);
 
-}  // namespace platform::win32
+}  // namespace automation::win32

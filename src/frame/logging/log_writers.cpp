@@ -1,4 +1,4 @@
-#include "frame/log_writers.h"
+#include "frame/logging/log_writers.h"
 
 #include <algorithm>
 #include <cstdio>

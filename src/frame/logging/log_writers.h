@@ -4,7 +4,7 @@
 #include <mutex>
 #include <string>
 
-#include "frame/logger.h"
+#include "frame/logging/logger.h"
 #include "platform/times.h"
 
 namespace frame {

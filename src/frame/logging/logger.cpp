@@ -1,4 +1,4 @@
-#include "frame/logger.h"
+#include "frame/logging/logger.h"
 
 #include <algorithm>
 #include <new>

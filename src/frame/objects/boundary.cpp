@@ -1,13 +1,13 @@
-#include "frame/boundary.h"
+#include "frame/objects/boundary.h"
 
 #include <exception>
 #include <new>
 #include <optional>
 #include <string>
 
+#include "automation/com_ptr.h"
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "platform/com_ptr.h"
 
 namespace frame {
 
@@ -56,7 +56,7 @@ HRESULT ReportCurrentException(const CErrorSource& source) {
 }  // namespace
 
 void ReportError(const CErrorSource& source, LPCOLESTR description) noexcept {
-    platform::CComPtr<ICreateErrorInfo> creator;
+    automation::CComPtr<ICreateErrorInfo> creator;
     if (FAILED(::CreateErrorInfo(creator.Put()))) {
         return;
     }
@@ -65,7 +65,7 @@ void ReportError(const CErrorSource& source, LPCOLESTR description) noexcept {
         creator->SetSource(const_cast<LPOLESTR>(source.progId));
     }
     creator->SetDescription(const_cast<LPOLESTR>(description));
-    platform::CComPtr<IErrorInfo> info;
+    automation::CComPtr<IErrorInfo> info;
     if (SUCCEEDED(creator->QueryInterface(IID_IErrorInfo, info.PutVoid()))) {
         ::SetErrorInfo(0, info.Get());
     }

@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "platform/automation.h"
+#include "automation/automation.h"
 
 namespace frame {
 

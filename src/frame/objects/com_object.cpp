@@ -1,9 +1,9 @@
-#include "frame/com_object.h"
+#include "frame/objects/com_object.h"
 
 namespace frame {
 
-bool TableImplements(const platform::InterfaceTable& table, REFIID iid) noexcept {
-    for (const platform::InterfaceTable* t = &table; t != nullptr; t = t->base) {
+bool TableImplements(const automation::InterfaceTable& table, REFIID iid) noexcept {
+    for (const automation::InterfaceTable* t = &table; t != nullptr; t = t->base) {
         if (*t->iid == iid) {
             return true;
         }

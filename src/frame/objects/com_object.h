@@ -7,18 +7,18 @@
 #include <string_view>
 #include <utility>
 
-#include "frame/boundary.h"
+#include "automation/automation.h"
+#include "automation/com_ptr.h"
+#include "automation/dispatch.h"
 #include "frame/errors.h"
-#include "frame/interface_tables.h"
-#include "frame/module.h"
-#include "platform/automation.h"
-#include "platform/com_ptr.h"
-#include "platform/dispatch.h"
+#include "frame/objects/boundary.h"
+#include "frame/objects/interface_tables.h"
+#include "frame/objects/module.h"
 
 namespace frame {
 
 // Whether `table`'s interface or one that it derives from has the identifier `iid`.
-bool TableImplements(const platform::InterfaceTable& table, REFIID iid) noexcept;
+bool TableImplements(const automation::InterfaceTable& table, REFIID iid) noexcept;
 
 // The base of an automation object with one dual interface: reference count, module
 // count, IDispatch by the interface's table, ISupportErrorInfo, and the call frame for its
@@ -37,35 +37,36 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
         return RunAtBoundary(m_source, nullptr,
-                             [&] { return platform::DispatchGetTypeInfoCount(Table(), count); });
+                             [&] { return automation::DispatchGetTypeInfoCount(Table(), count); });
     }
     HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) override {
         return RunAtBoundary(m_source, nullptr, [&] {
-            return platform::DispatchGetTypeInfo(Table(), index, locale, info);
+            return automation::DispatchGetTypeInfo(Table(), index, locale, info);
         });
     }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count,
                                             LCID locale, DISPID* ids) override {
         return RunAtBoundary(m_source, nullptr, [&] {
-            return platform::DispatchGetIDsOfNames(Table(), reserved, names, count, locale, ids);
+            return automation::DispatchGetIDsOfNames(Table(), reserved, names, count, locale, ids);
         });
     }
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID reserved, LCID locale, WORD flags,
                                      DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
                                      UINT* badArgument) override {
         return RunAtBoundary(m_source, nullptr, [&] {
-            return platform::DispatchInvoke(Table(), static_cast<TInterface*>(this), id, reserved,
-                                            locale, flags, params, result, exception, badArgument);
+            return automation::DispatchInvoke(Table(), static_cast<TInterface*>(this), id, reserved,
+                                              locale, flags, params, result, exception,
+                                              badArgument);
         });
     }
 
     HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override {
-        return iid == platform::InterfaceTraits<TInterface>::kIid ? S_OK : S_FALSE;
+        return iid == automation::InterfaceTraits<TInterface>::kIid ? S_OK : S_FALSE;
     }
 
 protected:
     // `errorIid` is the identifier that the object's error information carries.
-    explicit CCoObject(const IID& errorIid = platform::InterfaceTraits<TInterface>::kIid,
+    explicit CCoObject(const IID& errorIid = automation::InterfaceTraits<TInterface>::kIid,
                        LPCOLESTR progId = nullptr) noexcept
         : m_source{&errorIid, progId} {}
     virtual ~CCoObject() = default;
@@ -106,7 +107,7 @@ protected:
     }
 
 private:
-    static const platform::InterfaceTable& Table() noexcept { return TableOf<TInterface>(); }
+    static const automation::InterfaceTable& Table() noexcept { return TableOf<TInterface>(); }
 
     CModuleObjectCount m_moduleCount;
     CErrorSource m_source;
@@ -117,13 +118,13 @@ private:
 // Creates an automation object. Memory that cannot be had is a CComExc; a CExc from there
 // or from the object's constructor gets `message` in front.
 template <class TObject, class... Args>
-platform::CComPtr<TObject> CreateInstance(std::u16string_view message, Args&&... args) {
+automation::CComPtr<TObject> CreateInstance(std::u16string_view message, Args&&... args) {
     return WithContext(message, {}, [&] {
         auto* object = new (std::nothrow) TObject(std::forward<Args>(args)...);
         if (object == nullptr) {
             throw CComExc(E_OUTOFMEMORY);
         }
-        return platform::CComPtr<TObject>::Attach(object);
+        return automation::CComPtr<TObject>::Attach(object);
     });
 }
 
@@ -135,8 +136,8 @@ bool AnyNull(const T*... arguments) noexcept {
 
 // Hands the object out through its own query: E_POINTER for a null `out`.
 template <class TInterface, class TObject>
-HRESULT HandOut(const platform::CComPtr<TObject>& object, TInterface** out) noexcept {
-    return object->QueryInterface(platform::InterfaceTraits<TInterface>::kIid,
+HRESULT ReturnInterface(const automation::CComPtr<TObject>& object, TInterface** out) noexcept {
+    return object->QueryInterface(automation::InterfaceTraits<TInterface>::kIid,
                                   reinterpret_cast<void**>(out));
 }
 

@@ -1,27 +1,27 @@
-#include "frame/interface_tables.h"
+#include "frame/objects/interface_tables.h"
 
 #include <array>
 #include <cstddef>
 
 // These tie a name in a table to the member it stands for.
 #define ZOREL_FIELD(Record, member) \
-    platform::Field<decltype(Record::member)>(u"" #member, offsetof(Record, member))
+    automation::Field<decltype(Record::member)>(u"" #member, offsetof(Record, member))
 #define ZOREL_METHOD(Interface, method, ...) \
-    platform::Method<&Interface::method>(u"" #method __VA_OPT__(, ) __VA_ARGS__)
+    automation::Method<&Interface::method>(u"" #method __VA_OPT__(, ) __VA_ARGS__)
 #define ZOREL_PROPERTY(Interface, property, ...) \
-    platform::PropertyGet<&Interface::get_##property>(u"" #property, __VA_ARGS__)
+    automation::PropertyGet<&Interface::get_##property>(u"" #property, __VA_ARGS__)
 
 namespace frame {
 
 namespace {
 
-using platform::FieldDesc;
-using platform::In;
-using platform::InterfaceTable;
-using platform::Out;
-using platform::RecordDesc;
-using platform::Retval;
-using platform::Unspecified;
+using automation::FieldDesc;
+using automation::In;
+using automation::InterfaceTable;
+using automation::Out;
+using automation::RecordDesc;
+using automation::Retval;
+using automation::Unspecified;
 
 constexpr DISPID kFirstId = 0x60020000;
 // The methods that an interface adds to one that is itself derived from IDispatch.
@@ -76,7 +76,7 @@ constexpr RecordDesc kOibFileInfo = {u"OibFileInfo", &GUID_OibFileInfo, sizeof(O
 
 }  // namespace frame
 
-namespace platform {
+namespace automation {
 
 template <>
 struct RecordTraits<_FILETIME> {
@@ -95,7 +95,7 @@ struct RecordTraits<OibFileInfo> {
     static constexpr const RecordDesc& kDesc = frame::kOibFileInfo;
 };
 
-}  // namespace platform
+}  // namespace automation
 
 namespace frame {
 
@@ -105,7 +105,7 @@ namespace {
 
 // The directions missing here are missing from the published interface too: LoadPublication
 // hands its reader back through an ordinary argument, not as a return value.
-constexpr auto kOibIdxLibMethods = platform::Methods(
+constexpr auto kOibIdxLibMethods = automation::Methods(
     kFirstId,
     ZOREL_METHOD(IOibIdxLib, InitLogging, Unspecified(u"logPath"), Unspecified(u"bSkipSecure")),
     ZOREL_METHOD(IOibIdxLib, CreateMetaFile, In(u"metaFilePath"), In(u"openMode"),
@@ -135,7 +135,7 @@ constexpr auto kOibIdxLibMethods = platform::Methods(
 
 // ----- Meta-files ---------------------------------------------------------------
 
-constexpr auto kMtfMetaFileMethods = platform::Methods(
+constexpr auto kMtfMetaFileMethods = automation::Methods(
     kFirstId, ZOREL_METHOD(IMtfMetaFile, GetRootAttrsTree, Retval(u"ppTree")),
     ZOREL_METHOD(IMtfMetaFile, CreateAttrsTree, In(u"treePath"), Retval(u"ppTree")),
     ZOREL_METHOD(IMtfMetaFile, FindAttrsTree, In(u"treePath"), Retval(u"ppTree")),
@@ -149,7 +149,7 @@ constexpr auto kMtfMetaFileMethods = platform::Methods(
     ZOREL_METHOD(IMtfMetaFile, PushComment, In(u"commentLine")),
     ZOREL_METHOD(IMtfMetaFile, FlushChanges), ZOREL_METHOD(IMtfMetaFile, Close));
 
-constexpr auto kMtfAttrsTreeMethods = platform::Methods(
+constexpr auto kMtfAttrsTreeMethods = automation::Methods(
     kFirstId, ZOREL_METHOD(IMtfAttrsTree, EnumChildTrees, Retval(u"ppNames")),
     ZOREL_METHOD(IMtfAttrsTree, CreateSubtree, In(u"treeName"), Retval(u"ppTree")),
     ZOREL_METHOD(IMtfAttrsTree, FindSubtree, In(u"treeName"), Retval(u"ppTree")),
@@ -161,12 +161,12 @@ constexpr auto kMtfAttrsTreeMethods = platform::Methods(
     ZOREL_METHOD(IMtfAttrsTree, FindAttr, In(u"attrName"), Retval(u"pAttrValue")),
     ZOREL_METHOD(IMtfAttrsTree, GetExistingAttr, In(u"attrName"), Retval(u"pAttrValue")));
 
-constexpr auto kMtfBSessionMetaFileMethods = platform::Methods(
+constexpr auto kMtfBSessionMetaFileMethods = automation::Methods(
     kFirstId, ZOREL_METHOD(IMtfBSessionMetaFile, DeleteOibRef, In(u"pOibId")),
     ZOREL_METHOD(IMtfBSessionMetaFile, EnumOibsRefs, Retval(u"ppEnumerator")),
     ZOREL_METHOD(IMtfBSessionMetaFile, FlushChanges), ZOREL_METHOD(IMtfBSessionMetaFile, Close));
 
-constexpr auto kCatOibRefsEnumeratorMethods = platform::Methods(
+constexpr auto kCatOibRefsEnumeratorMethods = automation::Methods(
     kFirstId, ZOREL_PROPERTY(ICatOibRefsEnumerator, RefsCount, Retval(u"pCount")),
     ZOREL_METHOD(ICatOibRefsEnumerator, MoveToElem, In(u"elemIndex")),
     ZOREL_PROPERTY(ICatOibRefsEnumerator, VmName, Retval(u"pVmName")),
@@ -175,18 +175,18 @@ constexpr auto kCatOibRefsEnumeratorMethods = platform::Methods(
     ZOREL_METHOD(ICatOibRefsEnumerator, GetOibRef, In(u"elemIndex"), Out(u"pVmName"),
                  Out(u"pBackupTimeUtc"), Out(u"pUniqueId")));
 
-constexpr auto kMtfPublicationOrderingInfoMethods = platform::Methods(
+constexpr auto kMtfPublicationOrderingInfoMethods = automation::Methods(
     kFirstId, ZOREL_PROPERTY(IMtfPublicationOrderingInfo, PubLocalTime, Retval(u"pLocalTime")),
     ZOREL_PROPERTY(IMtfPublicationOrderingInfo, PubUtcTime, Retval(u"pUtcTime")));
 
-constexpr auto kMtfPublicationMetaFileReaderMethods = platform::Methods(
+constexpr auto kMtfPublicationMetaFileReaderMethods = automation::Methods(
     kFirstId, ZOREL_PROPERTY(IMtfPublicationMetaFileReader, OrderingInfo, Retval(u"ppInfo")),
     ZOREL_PROPERTY(IMtfPublicationMetaFileReader, CmdCount, Retval(u"pCount")),
     ZOREL_METHOD(IMtfPublicationMetaFileReader, GetCmdType, In(u"cmdId"), Retval(u"pCmdType")),
     ZOREL_PROPERTY(IMtfPublicationMetaFileReader, AddBSessionCmdAccessor, Retval(u"ppAccessor")),
     ZOREL_PROPERTY(IMtfPublicationMetaFileReader, MetaFile, Retval(u"ppMetaFile")));
 
-constexpr auto kMtfAddBSessionCmdAccessorMethods = platform::Methods(
+constexpr auto kMtfAddBSessionCmdAccessorMethods = automation::Methods(
     kFirstId,
     ZOREL_METHOD(IMtfAddBSessionCmdAccessor, GetRetargetedOibGroupsNum, In(u"cmdId"),
                  Retval(u"pCount")),
@@ -204,24 +204,24 @@ constexpr auto kMtfAddBSessionCmdAccessorMethods = platform::Methods(
 
 // ----- Data files and searches --------------------------------------------------
 
-constexpr auto kOibDFBrowserMethods = platform::Methods(
+constexpr auto kOibDFBrowserMethods = automation::Methods(
     kFirstId, ZOREL_METHOD(IOibDFBrowser, GetFolders, In(u"rootPath"), Retval(u"ppFolders")),
     ZOREL_METHOD(IOibDFBrowser, GetFiles, In(u"rootPath"), Retval(u"ppFiles")),
     ZOREL_METHOD(IOibDFBrowser, Close),
     ZOREL_METHOD(IOibDFBrowser, GetFilesEx, In(u"rootPath"), In(u"bRecursive"),
                  In(u"premittedExtentions"), Retval(u"ppFiles")));
 
-constexpr auto kOibFilesArrayMethods = platform::Methods(
+constexpr auto kOibFilesArrayMethods = automation::Methods(
     kFirstId, ZOREL_METHOD(IOibFilesArray, GetFileInfo, In(u"index"), Retval(u"pFileInfo")),
     ZOREL_PROPERTY(IOibFilesArray, FilesCount, Retval(u"pCount")),
     ZOREL_PROPERTY(IOibFilesArray, TotalSize, Retval(u"pSize")));
 
-constexpr auto kOibTDFSearchTaskMethods = platform::Methods(
+constexpr auto kOibTDFSearchTaskMethods = automation::Methods(
     kFirstId, ZOREL_METHOD(IOibTDFSearchTask, GetResult, In(u"index"), Retval(u"srchResult")),
     ZOREL_PROPERTY(IOibTDFSearchTask, ResultsCount, Retval(u"pCount")));
 
 constexpr auto kOibBDFSearchTaskMethods =
-    platform::Methods(kFirstDerivedId, ZOREL_METHOD(IOibBDFSearchTask, Find, In(u"srchSpec")));
+    automation::Methods(kFirstDerivedId, ZOREL_METHOD(IOibBDFSearchTask, Find, In(u"srchSpec")));
 
 // ----- The tables ---------------------------------------------------------------
 

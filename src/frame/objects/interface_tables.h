@@ -4,9 +4,9 @@
 
 #include <span>
 
-#include "platform/interface_table.h"
+#include "automation/interface_table.h"
 
-namespace platform {
+namespace automation {
 
 template <>
 struct InterfaceTraits<IOibIdxLib> {
@@ -57,40 +57,40 @@ struct InterfaceTraits<IOibBDFSearchTask> {
     static constexpr const IID& kIid = IID_IOibBDFSearchTask;
 };
 
-}  // namespace platform
+}  // namespace automation
 
 namespace frame {
 
 template <class Interface>
-const platform::InterfaceTable& TableOf();
+const automation::InterfaceTable& TableOf();
 
 template <>
-const platform::InterfaceTable& TableOf<IOibIdxLib>();
+const automation::InterfaceTable& TableOf<IOibIdxLib>();
 template <>
-const platform::InterfaceTable& TableOf<IMtfMetaFile>();
+const automation::InterfaceTable& TableOf<IMtfMetaFile>();
 template <>
-const platform::InterfaceTable& TableOf<IMtfAttrsTree>();
+const automation::InterfaceTable& TableOf<IMtfAttrsTree>();
 template <>
-const platform::InterfaceTable& TableOf<IMtfBSessionMetaFile>();
+const automation::InterfaceTable& TableOf<IMtfBSessionMetaFile>();
 template <>
-const platform::InterfaceTable& TableOf<ICatOibRefsEnumerator>();
+const automation::InterfaceTable& TableOf<ICatOibRefsEnumerator>();
 template <>
-const platform::InterfaceTable& TableOf<IMtfPublicationOrderingInfo>();
+const automation::InterfaceTable& TableOf<IMtfPublicationOrderingInfo>();
 template <>
-const platform::InterfaceTable& TableOf<IMtfPublicationMetaFileReader>();
+const automation::InterfaceTable& TableOf<IMtfPublicationMetaFileReader>();
 template <>
-const platform::InterfaceTable& TableOf<IMtfAddBSessionCmdAccessor>();
+const automation::InterfaceTable& TableOf<IMtfAddBSessionCmdAccessor>();
 template <>
-const platform::InterfaceTable& TableOf<IOibDFBrowser>();
+const automation::InterfaceTable& TableOf<IOibDFBrowser>();
 template <>
-const platform::InterfaceTable& TableOf<IOibFilesArray>();
+const automation::InterfaceTable& TableOf<IOibFilesArray>();
 template <>
-const platform::InterfaceTable& TableOf<IOibTDFSearchTask>();
+const automation::InterfaceTable& TableOf<IOibTDFSearchTask>();
 template <>
-const platform::InterfaceTable& TableOf<IOibBDFSearchTask>();
+const automation::InterfaceTable& TableOf<IOibBDFSearchTask>();
 
 // A base interface stands before the interfaces that derive from it.
-std::span<const platform::InterfaceTable* const> AllInterfaceTables();
-std::span<const platform::RecordDesc* const> AllRecordDescs();
+std::span<const automation::InterfaceTable* const> AllInterfaceTables();
+std::span<const automation::RecordDesc* const> AllRecordDescs();
 
 }  // namespace frame

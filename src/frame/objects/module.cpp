@@ -1,4 +1,4 @@
-#include "frame/module.h"
+#include "frame/objects/module.h"
 
 #include <atomic>
 

@@ -1,9 +1,9 @@
-#include "server/class_factory.h"
+#include "frame/server/class_factory.h"
 
 #include <new>
 
-#include "frame/module.h"
-#include "server/co_oib_idx_lib.h"
+#include "frame/objects/module.h"
+#include "frame/server/co_oib_idx_lib.h"
 
 namespace server {
 

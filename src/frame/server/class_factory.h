@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/automation.h"
+#include "automation/automation.h"
 
 namespace server {
 

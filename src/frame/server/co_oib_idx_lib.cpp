@@ -1,19 +1,19 @@
-#include "server/co_oib_idx_lib.h"
+#include "frame/server/co_oib_idx_lib.h"
 
+#include "automation/bstr.h"
 #include "frame/automation_conversions.h"
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "frame/log_writers.h"
-#include "idxdata/co_oib_df_browser.h"
-#include "mtf/co_mtf_bsession_meta_file.h"
-#include "mtf/co_mtf_meta_file.h"
-#include "mtf/co_mtf_publication_meta_file_reader.h"
-#include "mtf/co_mtf_publication_ordering_info.h"
-#include "platform/bstr.h"
-#include "tdf/co_oib_bdf_search_task.h"
-#include "tdf/co_oib_tdf_search_task.h"
-#include "tdf/crc_path.h"
-#include "tdf/tdf_generator.h"
+#include "frame/logging/log_writers.h"
+#include "idxdata/browser/co_oib_df_browser.h"
+#include "mtf/publications/co_mtf_publication_meta_file_reader.h"
+#include "mtf/publications/co_mtf_publication_ordering_info.h"
+#include "mtf/sessions/co_mtf_bsession_meta_file.h"
+#include "mtf/tree/co_mtf_meta_file.h"
+#include "tdf/binary_search/co_oib_bdf_search_task.h"
+#include "tdf/generation/tdf_generator.h"
+#include "tdf/naming/crc_path.h"
+#include "tdf/text_search/co_oib_tdf_search_task.h"
 
 namespace coClasses {
 
@@ -71,7 +71,7 @@ HRESULT CCoOibIdxLib::InitLogging(BSTR logPath, VARIANT_BOOL bSkipSecure) {
         }
         frame::CLogger& logger = frame::ProcessLogger();
         logger.SetWriter(std::make_shared<frame::CBackupStyleFileLogWriter>(
-            std::u16string(platform::TextOf(logPath))));
+            std::u16string(automation::TextOf(logPath))));
         logger.SetSkipSecure(bSkipSecure != VARIANT_FALSE);
         return S_OK;
     });
@@ -82,8 +82,8 @@ HRESULT CCoOibIdxLib::CreateMetaFile(BSTR metaFilePath, INT openMode, IMtfMetaFi
         if (metaFilePath == nullptr || ppMetaFile == nullptr) {
             return E_INVALIDARG;
         }
-        return HandOutMetaFile(
-            mtf::CMtfOpenedMetaFile::Open(platform::TextOf(metaFilePath), ToOpenMode(openMode)),
+        return ReturnMetaFile(
+            mtf::CMtfOpenedMetaFile::Open(automation::TextOf(metaFilePath), ToOpenMode(openMode)),
             ppMetaFile);
     });
 }
@@ -94,7 +94,7 @@ HRESULT CCoOibIdxLib::IsMetaFileExists(BSTR metaFilePath, VARIANT_BOOL* pbFileEx
             return E_INVALIDARG;
         }
         *pbFileExists =
-            frame::ToVariantBool(mtf::CMtfMetaFile::Exists(platform::TextOf(metaFilePath)));
+            frame::ToVariantBool(mtf::CMtfMetaFile::Exists(automation::TextOf(metaFilePath)));
         return S_OK;
     });
 }
@@ -104,15 +104,15 @@ HRESULT CCoOibIdxLib::GenerateOibTDFs(BSTR binIndexFile, BSTR outpFolder, _FILET
                                       INT additionalParts, BSTR separators) {
     return Locked([&]() -> HRESULT {
         tdf::TdfSettings settings;
-        settings.binIndexFile = platform::TextOf(binIndexFile);
-        settings.outpFolder = platform::TextOf(outpFolder);
+        settings.binIndexFile = automation::TextOf(binIndexFile);
+        settings.outpFolder = automation::TextOf(outpFolder);
         settings.txtDateTime = static_cast<std::int64_t>(
             std::uint64_t{txtDateTime.dwHighDateTime} << 32 | txtDateTime.dwLowDateTime);
         settings.recsNumPerTxt = recsNumPerTxt;
         settings.bCrcMode = bCrcMode != VARIANT_FALSE;
         settings.subfoldersMax = subfoldersMax;
         settings.additionalParts = additionalParts;
-        settings.separators = platform::TextOf(separators);
+        settings.separators = automation::TextOf(separators);
         tdf::GenerateTextDataFiles(settings);
         return S_OK;
     });
@@ -125,9 +125,9 @@ HRESULT CCoOibIdxLib::FindInOibTDF(BSTR dataFile, BSTR rootPath, BSTR searchStr,
             return E_POINTER;
         }
         tdf::CTextDataSearcher searcher;
-        searcher.Search(platform::TextOf(dataFile), platform::TextOf(rootPath),
-                        platform::TextOf(searchStr));
-        const tdf::CLineStore& lines = searcher.GetResults();
+        searcher.Search(automation::TextOf(dataFile), automation::TextOf(rootPath),
+                        automation::TextOf(searchStr));
+        const text::CLineStore& lines = searcher.GetResults();
         *ppResult = frame::StringsToSafeArray(lines.size(), [&](std::size_t i) {
                         return lines[i];
                     }).Detach();
@@ -143,8 +143,8 @@ HRESULT CCoOibIdxLib::ParseOibTDFName(BSTR, BSTR*, BSTR**) {
 HRESULT CCoOibIdxLib::ConvetrPathToCrcStr(BSTR folderPath, INT subfoldersMax, BSTR* retStr) {
     return Locked([&]() -> HRESULT {
         if (retStr != nullptr) {
-            *retStr = platform::NewBstr(
-                tdf::ConvertPathToCrc(platform::TextOf(folderPath), subfoldersMax));
+            *retStr = automation::NewBstr(
+                tdf::ConvertPathToCrc(automation::TextOf(folderPath), subfoldersMax));
         }
         return S_OK;
     });
@@ -158,8 +158,8 @@ HRESULT CCoOibIdxLib::FindInOibTDF2(BSTR dataFile, SearchSpec* srchSpec,
         }
         const auto task = frame::CreateInstance<CCoOibTDFSearchTask>(
             u"Instance of the CCoOibTDFSearchTask() cannot be initialized.",
-            platform::TextOf(dataFile), *srchSpec);
-        frame::HandOut(task, pSearchTask);
+            automation::TextOf(dataFile), *srchSpec);
+        frame::ReturnInterface(task, pSearchTask);
         return S_OK;
     });
 }
@@ -171,8 +171,8 @@ HRESULT CCoOibIdxLib::BrowseOibDF(BSTR volumeFilePath, IOibDFBrowser** pBrowser)
         }
         const auto browser = frame::CreateInstance<CCoOibDFBrowser>(
             u"Instance of the CCoOibDFBrowser() cannot be initialized.",
-            platform::TextOf(volumeFilePath));
-        frame::HandOut(browser, pBrowser);
+            automation::TextOf(volumeFilePath));
+        frame::ReturnInterface(browser, pBrowser);
         return S_OK;
     });
 }
@@ -183,7 +183,7 @@ HRESULT CCoOibIdxLib::IsWildcardMatch(BSTR line, BSTR pattern, VARIANT_BOOL* pRe
             return E_INVALIDARG;
         }
         *pResult = frame::ToVariantBool(tdf::CTextDataSearcher::IsWildcardMatch(
-            platform::TextOf(line), platform::TextOf(pattern)));
+            automation::TextOf(line), automation::TextOf(pattern)));
         return S_OK;
     });
 }
@@ -195,8 +195,8 @@ HRESULT CCoOibIdxLib::FindInOibBDF(BSTR dataPath, IOibBDFSearchTask** pSearchTas
         }
         const auto task = frame::CreateInstance<CCoOibBDFSearchTask>(
             u"Instance of the CCoOibBDFSearchTask() cannot be initialized.",
-            platform::TextOf(dataPath));
-        frame::HandOut(task, pSearchTask);
+            automation::TextOf(dataPath));
+        frame::ReturnInterface(task, pSearchTask);
         return S_OK;
     });
 }
@@ -209,8 +209,8 @@ HRESULT CCoOibIdxLib::CreateBSessionMetaFile(BSTR metaFilePath, INT openMode,
         }
         const auto object = frame::CreateInstance<CCoMtfBSessionMetaFile>(
             u"Instance of the CCoMtfBSessionMetaFile cannot be initialized.",
-            mtf::CBSessionMetaFile::Open(platform::TextOf(metaFilePath), ToOpenMode(openMode)));
-        return frame::HandOut(object, ppMetaFile);
+            mtf::CBSessionMetaFile::Open(automation::TextOf(metaFilePath), ToOpenMode(openMode)));
+        return frame::ReturnInterface(object, ppMetaFile);
     });
 }
 
@@ -220,8 +220,8 @@ HRESULT CCoOibIdxLib::LoadPublicationOrderingInfo(BSTR pubFilePath,
         if (pubFilePath == nullptr) {
             return E_INVALIDARG;
         }
-        return HandOutOrderingInfo(mtf::CPubOrderingInfo::Load(platform::TextOf(pubFilePath)),
-                                   ppOrderingInfo);
+        return ReturnOrderingInfo(mtf::CPubOrderingInfo::Load(automation::TextOf(pubFilePath)),
+                                  ppOrderingInfo);
     });
 }
 
@@ -234,8 +234,8 @@ HRESULT CCoOibIdxLib::LoadPublication(BSTR metaFilePath,
         // The message names the wrong class on purpose.
         const auto reader = frame::CreateInstance<CCoMtfPublicationMetaFileReader>(
             u"Instance of the CCoMtfAddBSessionCmdAccessor cannot be initialized.",
-            mtf::CPublication::Load(platform::TextOf(metaFilePath)));
-        return frame::HandOut(reader, ppPubReader);
+            mtf::CPublication::Load(automation::TextOf(metaFilePath)));
+        return frame::ReturnInterface(reader, ppPubReader);
     });
 }
 

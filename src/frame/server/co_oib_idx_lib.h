@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/com_object.h"
+#include "frame/objects/com_object.h"
 
 namespace coClasses {
 

@@ -1,9 +1,8 @@
 // The module's entry points.
-#include "frame/module.h"
-#include "platform/automation.h"
-#include "platform/export.h"
-#include "server/class_factory.h"
-#include "server/registration.h"
+#include "automation/automation.h"
+#include "frame/objects/module.h"
+#include "frame/server/class_factory.h"
+#include "frame/server/registration.h"
 
 extern "C" {
 
@@ -23,11 +22,11 @@ ZOREL_EXPORT HRESULT DllCanUnloadNow() {
 }
 
 ZOREL_EXPORT HRESULT DllRegisterServer() {
-    return server::RegisterServer(platform::ModuleSetup());
+    return server::RegisterServer(automation::ModuleSetup());
 }
 
 ZOREL_EXPORT HRESULT DllUnregisterServer() {
-    return server::UnregisterServer(platform::ModuleSetup());
+    return server::UnregisterServer(automation::ModuleSetup());
 }
 
 ZOREL_EXPORT HRESULT CreateOibIdxLib(IUnknown* outer, const IID* iid, void** ppv) {

@@ -1,13 +1,13 @@
-#include "server/registration.h"
+#include "frame/server/registration.h"
 
-#include "frame/boundary.h"
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "server/registry_script.h"
+#include "frame/objects/boundary.h"
+#include "frame/server/registry_script.h"
 
 namespace server {
 
-using platform::IModuleSetup;
+using automation::IModuleSetup;
 
 namespace {
 
@@ -65,17 +65,17 @@ HRESULT RunSetup(IModuleSetup& setup, Steps steps) noexcept {
 
 HRESULT RegisterServer(IModuleSetup& setup) noexcept {
     return RunSetup(setup, [&] {
-        RunScript(setup, platform::kAppIdScript, EAction::Register);
-        RunScript(setup, platform::kClassScript, EAction::Register);
+        RunScript(setup, automation::kAppIdScript, EAction::Register);
+        RunScript(setup, automation::kClassScript, EAction::Register);
         Check(setup.RegisterTypeLibrary(ModulePath(setup)));
     });
 }
 
 HRESULT UnregisterServer(IModuleSetup& setup) noexcept {
     return RunSetup(setup, [&] {
-        RunScript(setup, platform::kClassScript, EAction::Unregister);
+        RunScript(setup, automation::kClassScript, EAction::Unregister);
         Check(setup.UnregisterTypeLibrary(ModulePath(setup)));
-        RunScript(setup, platform::kAppIdScript, EAction::Unregister);
+        RunScript(setup, automation::kAppIdScript, EAction::Unregister);
     });
 }
 

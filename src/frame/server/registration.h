@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/module_setup.h"
+#include "automation/module_setup.h"
 
 namespace server {
 
@@ -9,7 +9,7 @@ namespace server {
 // result; what was written before it stays and is replaced by the next registration.
 // Clients on Linux create the object through the module's exports, and the setup of that
 // system answers E_NOTIMPL.
-HRESULT RegisterServer(platform::IModuleSetup& setup) noexcept;
-HRESULT UnregisterServer(platform::IModuleSetup& setup) noexcept;
+HRESULT RegisterServer(automation::IModuleSetup& setup) noexcept;
+HRESULT UnregisterServer(automation::IModuleSetup& setup) noexcept;
 
 }  // namespace server

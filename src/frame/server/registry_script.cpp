@@ -1,4 +1,4 @@
-#include "server/registry_script.h"
+#include "frame/server/registry_script.h"
 
 #include <algorithm>
 #include <iterator>
@@ -6,12 +6,13 @@
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "platform/errors.h"
+#include "text/ascii_case.h"
 
 namespace server {
 
-using frame::EqualsNoCase;
 using platform::win32err::kFileNotFound;
 using platform::win32err::kSuccess;
+using text::EqualsNoCase;
 
 namespace {
 
@@ -28,7 +29,7 @@ std::size_t LineAt(std::u16string_view text, std::size_t position) {
 std::u16string_view TextOfVariable(const ScriptVariables& variables, std::u16string_view name,
                                    std::size_t line) {
     for (const auto& [known, text] : variables) {
-        if (EqualsNoCase(known, name)) {
+        if (text::EqualsNoCase(known, name)) {
             return text;
         }
     }
@@ -62,7 +63,9 @@ struct Word {
     std::size_t line = 0;
 
     // Whether this is a word of the language; a quoted one never is.
-    bool Is(std::u16string_view keyword) const { return !quoted && EqualsNoCase(text, keyword); }
+    bool Is(std::u16string_view keyword) const {
+        return !quoted && text::EqualsNoCase(text, keyword);
+    }
 };
 
 // The words of a script, with one word of foresight.

@@ -1,8 +1,8 @@
-#include "idxdata/co_oib_df_browser.h"
+#include "idxdata/browser/co_oib_df_browser.h"
 
+#include "automation/bstr.h"
 #include "frame/automation_conversions.h"
-#include "idxdata/co_oib_files_array.h"
-#include "platform/bstr.h"
+#include "idxdata/browser/co_oib_files_array.h"
 
 namespace coClasses {
 
@@ -16,7 +16,8 @@ HRESULT CCoOibDFBrowser::GetFolders(BSTR rootPath, SAFEARRAY** ppFolders) {
             return E_INVALIDARG;
         }
         *ppFolders =
-            frame::StringListToSafeArray(m_browser.GetFolders(platform::TextOf(rootPath))).Detach();
+            frame::StringListToSafeArray(m_browser.GetFolders(automation::TextOf(rootPath)))
+                .Detach();
         return S_OK;
     });
 }
@@ -32,8 +33,8 @@ HRESULT CCoOibDFBrowser::List(BSTR rootPath, bool recursive,
     const auto files = m_browser.NewFileList();
     const auto array = frame::CreateInstance<CCoOibFilesArray>(
         u"Instance of the CCoOibFilesArray() cannot be initialized.", files);
-    frame::HandOut(array, ppFiles);
-    m_browser.ListFiles(platform::TextOf(rootPath), recursive, permittedExtensions, *files);
+    frame::ReturnInterface(array, ppFiles);
+    m_browser.ListFiles(automation::TextOf(rootPath), recursive, permittedExtensions, *files);
     return S_OK;
 }
 
@@ -53,7 +54,7 @@ HRESULT CCoOibDFBrowser::GetFilesEx(BSTR rootPath, VARIANT_BOOL bRecursive,
     return Unlocked([&] {
         std::optional<std::u16string_view> extensions;
         if (premittedExtentions != nullptr) {
-            extensions = platform::TextOf(premittedExtentions);
+            extensions = automation::TextOf(premittedExtentions);
         }
         return List(rootPath, bRecursive != VARIANT_FALSE, extensions, ppFiles);
     });

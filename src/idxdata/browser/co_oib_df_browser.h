@@ -3,8 +3,8 @@
 #include <optional>
 #include <string_view>
 
-#include "frame/com_object.h"
-#include "idxdata/data_file_browser.h"
+#include "frame/objects/com_object.h"
+#include "idxdata/browser/data_file_browser.h"
 
 namespace coClasses {
 

@@ -1,19 +1,19 @@
-#include "idxdata/co_oib_files_array.h"
+#include "idxdata/browser/co_oib_files_array.h"
 
 #include <algorithm>
 #include <new>
 #include <utility>
 
+#include "automation/bstr.h"
 #include "frame/errors.h"
-#include "platform/bstr.h"
 #include "platform/times.h"
 
 namespace coClasses {
 
 namespace {
 
-platform::CBstr JoinTexts(std::u16string_view a, std::u16string_view b) {
-    platform::CBstr joined(::SysAllocStringLen(nullptr, static_cast<UINT>(a.size() + b.size())));
+automation::CBstr JoinTexts(std::u16string_view a, std::u16string_view b) {
+    automation::CBstr joined(::SysAllocStringLen(nullptr, static_cast<UINT>(a.size() + b.size())));
     if (!joined) {
         throw std::bad_alloc();
     }
@@ -37,9 +37,9 @@ HRESULT CCoOibFilesArray::GetFileInfo(ULONG index, OibFileInfo* pFileInfo) {
                               E_INVALIDARG);
         }
         const idxdata::CFileEntry& entry = m_files->At(index);
-        platform::CBstr name =
+        automation::CBstr name =
             JoinTexts(m_files->FolderPrefixOf(entry), idxdata::CFileEntries::NameOf(entry));
-        platform::CBstr owner(platform::NewBstr(m_files->OwnerOf(entry)));
+        automation::CBstr owner(automation::NewBstr(m_files->OwnerOf(entry)));
         double date = 0;  // stays when the record's time cannot be converted
         platform::FileTimeToDate(entry.modifyTime, date);
         pFileInfo->FileName = name.Detach();

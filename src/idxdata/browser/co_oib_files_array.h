@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "frame/com_object.h"
-#include "idxdata/file_entries.h"
+#include "frame/objects/com_object.h"
+#include "idxdata/browser/file_entries.h"
 
 namespace coClasses {
 

@@ -1,11 +1,11 @@
-#include "idxdata/data_file_browser.h"
+#include "idxdata/browser/data_file_browser.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "frame/errors.h"
-#include "idxdata/extension_filter.h"
-#include "idxdata/seq_table_reader.h"
+#include "idxdata/browser/extension_filter.h"
+#include "idxdata/tables/seq_table_reader.h"
 
 namespace idxdata {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "idxdata/file_entries.h"
-#include "idxdata/folder_tree.h"
+#include "idxdata/browser/file_entries.h"
+#include "idxdata/browser/folder_tree.h"
 
 namespace idxdata {
 

@@ -1,4 +1,4 @@
-#include "idxdata/extension_filter.h"
+#include "idxdata/browser/extension_filter.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "idxdata/file_entries.h"
+#include "idxdata/browser/file_entries.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,9 +6,8 @@
 #include <numeric>
 #include <utility>
 
-#include "frame/conversions.h"
 #include "frame/errors.h"
-#include "idxdata/path_order.h"
+#include "idxdata/browser/path_order.h"
 
 namespace idxdata {
 

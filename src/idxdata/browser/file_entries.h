@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "idxdata/file_record_cursor.h"
-#include "idxdata/path_key.h"
+#include "idxdata/browser/path_key.h"
+#include "idxdata/tables/file_record_cursor.h"
 
 namespace idxdata {
 

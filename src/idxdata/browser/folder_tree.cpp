@@ -1,4 +1,4 @@
-#include "idxdata/folder_tree.h"
+#include "idxdata/browser/folder_tree.h"
 
 #include <algorithm>
 #include <limits>
@@ -6,7 +6,8 @@
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "idxdata/seq_table_reader.h"
+#include "idxdata/tables/seq_table_reader.h"
+#include "text/ascii_case.h"
 
 namespace idxdata {
 
@@ -84,11 +85,11 @@ void CFolderTree::LinkChildren(std::vector<Node> parents) {
         const auto first = grouped.begin() + begins[node];
         const auto last = grouped.begin() + begins[node + 1];
         std::stable_sort(first, last, [&](Node a, Node b) {
-            return frame::CompareNoCase(NameOf(a), NameOf(b)) < 0;
+            return text::CompareNoCase(NameOf(a), NameOf(b)) < 0;
         });
         for (auto it = first; it != last; ++it) {
             const bool replaced =
-                it + 1 != last && frame::EqualsNoCase(NameOf(*it), NameOf(*(it + 1)));
+                it + 1 != last && text::EqualsNoCase(NameOf(*it), NameOf(*(it + 1)));
             if (!replaced) {
                 m_children.push_back(*it);
             }
@@ -111,8 +112,8 @@ std::optional<CFolderTree::Node> CFolderTree::FindChild(Node parent,
     const auto children = ChildrenOf(parent);
     const auto found = std::lower_bound(
         children.begin(), children.end(), name,
-        [&](Node a, std::u16string_view b) { return frame::CompareNoCase(NameOf(a), b) < 0; });
-    if (found == children.end() || !frame::EqualsNoCase(NameOf(*found), name)) {
+        [&](Node a, std::u16string_view b) { return text::CompareNoCase(NameOf(a), b) < 0; });
+    if (found == children.end() || !text::EqualsNoCase(NameOf(*found), name)) {
         return std::nullopt;
     }
     return *found;

@@ -1,11 +1,12 @@
-#include "idxdata/path_order.h"
+#include "idxdata/browser/path_order.h"
 
 #include <algorithm>
 #include <cstring>
 #include <utility>
 
 #include "frame/conversions.h"
-#include "idxdata/file_entries.h"
+#include "idxdata/browser/file_entries.h"
+#include "text/ascii_case.h"
 
 namespace idxdata {
 
@@ -52,10 +53,10 @@ private:
 };
 
 // Visits folders depth first and puts down their files in order.
-class COrderMaker {
+class CListingSorter {
 public:
-    COrderMaker(const CListedFolders& folders, std::span<const CFileEntry> entries,
-                std::span<const PathKey> keys)
+    CListingSorter(const CListedFolders& folders, std::span<const CFileEntry> entries,
+                   std::span<const PathKey> keys)
         : m_folders(folders),
           m_entries(entries),
           m_keys(keys),
@@ -102,7 +103,7 @@ private:
         if (a.key != b.key) {
             return a.key < b.key;
         }
-        return frame::CompareNoCase(TextOf(a), TextOf(b)) < 0;
+        return text::CompareNoCase(TextOf(a), TextOf(b)) < 0;
     }
 
     // A subfolder's ends with its backslash.
@@ -128,7 +129,7 @@ int ComparePathsNoCase(std::u16string_view prefixA, std::u16string_view nameA,
     const std::size_t lengthA = prefixA.size() + nameA.size();
     const std::size_t lengthB = prefixB.size() + nameB.size();
     const auto unitAt = [](std::u16string_view prefix, std::u16string_view name, std::size_t i) {
-        return frame::ToLowerAscii(i < prefix.size() ? prefix[i] : name[i - prefix.size()]);
+        return text::ToLowerAscii(i < prefix.size() ? prefix[i] : name[i - prefix.size()]);
     };
     for (std::size_t i = 0; i < std::min(lengthA, lengthB); ++i) {
         const char16_t a = unitAt(prefixA, nameA, i);
@@ -149,7 +150,7 @@ PathKey PathKeyOf(std::u16string_view text) noexcept {
         std::copy(text.begin(), text.end(), units);
     }
     for (char16_t& unit : units) {
-        unit = frame::ToLowerAscii(unit);
+        unit = text::ToLowerAscii(unit);
     }
     return {JoinUnits(units), JoinUnits(units + kUnits / 2)};
 }
@@ -157,7 +158,7 @@ PathKey PathKeyOf(std::u16string_view text) noexcept {
 std::vector<std::uint32_t> OrderByFolders(const CListedFolders& folders,
                                           std::span<const CFileEntry> entries,
                                           std::span<const PathKey> keys) {
-    return COrderMaker(folders, entries, keys).Make();
+    return CListingSorter(folders, entries, keys).Make();
 }
 
 }  // namespace idxdata

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "idxdata/path_key.h"
+#include "idxdata/browser/path_key.h"
 
 namespace idxdata {
 

@@ -1,4 +1,4 @@
-#include "idxdata/binary_file.h"
+#include "idxdata/buffers/binary_file.h"
 
 #include <chrono>
 #include <thread>
@@ -31,7 +31,7 @@ std::uint32_t AccessOf(EFileAccess access) {
     throw CWin32Exc(u"Failed to create new binary file [%1].", {path}, code);
 }
 
-platform::CFileHandle OpenPatiently(std::u16string_view path, std::uint32_t access,
+platform::CFileHandle OpenWithRetry(std::u16string_view path, std::uint32_t access,
                                     std::uint32_t disposition, std::uint32_t flags) {
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
         platform::CFileHandle handle(
@@ -76,7 +76,7 @@ void SetTimesOfHandle(platform::FileHandle handle, std::u16string_view path,
 CBinaryFile::Holder CBinaryFile::OpenWith(std::u16string_view path, std::u16string_view shownPath,
                                           std::uint32_t access, std::uint32_t disposition,
                                           std::uint32_t flags) {
-    platform::CFileHandle handle = OpenPatiently(path, access, disposition, flags);
+    platform::CFileHandle handle = OpenWithRetry(path, access, disposition, flags);
     if (!handle) {
         ThrowNotOpened(shownPath, kLastError);
     }

@@ -1,12 +1,12 @@
-#include "idxdata/buff_file_reader.h"
+#include "idxdata/streams/buff_file_reader.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include "frame/errors.h"
-#include "idxdata/byte_order.h"
 #include "platform/errors.h"
 #include "platform/files.h"
+#include "text/unaligned.h"
 
 namespace idxdata {
 
@@ -70,13 +70,13 @@ const std::byte* CBuffFileReader::Take(std::size_t length) {
 }
 
 std::uint16_t CBuffFileReader::ReadWord() {
-    return LoadLittle<std::uint16_t>(Take(2));
+    return text::LoadLittle<std::uint16_t>(Take(2));
 }
 std::uint32_t CBuffFileReader::ReadDWord() {
-    return LoadLittle<std::uint32_t>(Take(4));
+    return text::LoadLittle<std::uint32_t>(Take(4));
 }
 std::int64_t CBuffFileReader::ReadLongLong() {
-    return LoadLittle<std::int64_t>(Take(8));
+    return text::LoadLittle<std::int64_t>(Take(8));
 }
 
 void CBuffFileReader::ReadString(std::u16string& text) {

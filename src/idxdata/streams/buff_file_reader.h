@@ -1,7 +1,7 @@
 // Reads typed fields from a file that is loaded whole.
 #pragma once
 
-#include "idxdata/streams.h"
+#include "idxdata/streams/streams.h"
 #include "platform/memory.h"
 
 namespace idxdata {

@@ -1,12 +1,12 @@
-#include "idxdata/file_reader.h"
+#include "idxdata/streams/file_reader.h"
 
 #include <algorithm>
 #include <cstring>
 #include <utility>
 
 #include "frame/errors.h"
-#include "idxdata/byte_order.h"
 #include "platform/errors.h"
+#include "text/unaligned.h"
 
 namespace idxdata {
 
@@ -67,7 +67,7 @@ std::size_t CFileReader::Fetch(void* target, std::size_t length, const char16_t*
 template <class Number>
 Number CFileReader::ReadNumber(const char16_t* failure) {
     if (Buffered() >= sizeof(Number)) {
-        const auto value = LoadLittle<Number>(m_buffer.get() + m_begin);
+        const auto value = text::LoadLittle<Number>(m_buffer.get() + m_begin);
         m_begin += sizeof(Number);
         return value;
     }
@@ -188,7 +188,7 @@ bool CFileReader::ReadTextString(std::u16string& line) {
     for (;;) {
         char16_t unit = 0;
         if (Buffered() >= sizeof unit) {
-            unit = LoadLittle<char16_t>(m_buffer.get() + m_begin);
+            unit = text::LoadLittle<char16_t>(m_buffer.get() + m_begin);
             m_begin += sizeof unit;
         } else if (Fetch(&unit, sizeof unit, u"Cannot read file in CFileReader::ReadTextString.") ==
                    0) {

@@ -1,7 +1,7 @@
 // Reads typed fields straight from a file.
 #pragma once
 
-#include "idxdata/streams.h"
+#include "idxdata/streams/streams.h"
 #include "platform/files.h"
 #include "platform/memory.h"
 

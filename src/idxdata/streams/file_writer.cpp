@@ -1,4 +1,4 @@
-#include "idxdata/file_writer.h"
+#include "idxdata/streams/file_writer.h"
 
 #include <algorithm>
 #include <cstring>

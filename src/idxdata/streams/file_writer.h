@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "idxdata/streams.h"
+#include "idxdata/streams/streams.h"
 #include "platform/files.h"
 #include "platform/memory.h"
 

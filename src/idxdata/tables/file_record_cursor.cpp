@@ -1,4 +1,4 @@
-#include "idxdata/file_record_cursor.h"
+#include "idxdata/tables/file_record_cursor.h"
 
 namespace idxdata {
 
@@ -25,7 +25,7 @@ bool CFileRecordCursor::NextInWindow(FileRecordView& view) {
     if (left < FileRecordView::kFixedSize) {
         return false;
     }
-    const std::size_t nameSize = std::size_t{LoadLittle<std::uint32_t>(m_at)} * 2;
+    const std::size_t nameSize = std::size_t{text::LoadLittle<std::uint32_t>(m_at)} * 2;
     if (left - FileRecordView::kFixedSize < nameSize) {
         return false;
     }

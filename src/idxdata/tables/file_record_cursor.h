@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-#include "idxdata/byte_order.h"
-#include "idxdata/seq_table_reader.h"
+#include "idxdata/tables/seq_table_reader.h"
+#include "text/unaligned.h"
 
 namespace idxdata {
 
@@ -22,7 +22,7 @@ struct FileRecordView {
     std::int64_t size;        // bytes
 
     char16_t NameUnit(std::size_t i) const noexcept {
-        return LoadLittle<char16_t>(nameBytes + 2 * i);
+        return text::LoadLittle<char16_t>(nameBytes + 2 * i);
     }
     void AppendNameTo(std::u16string& text) const;
 };
@@ -30,13 +30,13 @@ struct FileRecordView {
 // The record at an address where a whole one lies.
 inline FileRecordView ViewFileRecord(const std::byte* record) noexcept {
     FileRecordView view;
-    view.nameLength = LoadLittle<std::uint32_t>(record);
+    view.nameLength = text::LoadLittle<std::uint32_t>(record);
     view.nameBytes = record + 4;
     const std::byte* fields = view.nameBytes + std::size_t{view.nameLength} * 2;
-    view.dirIndex = LoadLittle<std::int64_t>(fields);
-    view.ownerIndex = LoadLittle<std::uint32_t>(fields + 8);
-    view.modifyTime = LoadLittle<std::int64_t>(fields + 12);
-    view.size = LoadLittle<std::int64_t>(fields + 20);
+    view.dirIndex = text::LoadLittle<std::int64_t>(fields);
+    view.ownerIndex = text::LoadLittle<std::uint32_t>(fields + 8);
+    view.modifyTime = text::LoadLittle<std::int64_t>(fields + 12);
+    view.size = text::LoadLittle<std::int64_t>(fields + 20);
     return view;
 }
 

@@ -1,4 +1,4 @@
-#include "idxdata/records.h"
+#include "idxdata/tables/records.h"
 
 #include <array>
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "idxdata/streams.h"
+#include "idxdata/streams/streams.h"
 
 namespace idxdata {
 

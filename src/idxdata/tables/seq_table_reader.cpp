@@ -1,11 +1,11 @@
-#include "idxdata/seq_table_reader.h"
+#include "idxdata/tables/seq_table_reader.h"
 
 #include <cstring>
 #include <unordered_set>
 #include <utility>
 
 #include "frame/errors.h"
-#include "idxdata/file_reader.h"
+#include "idxdata/streams/file_reader.h"
 
 namespace idxdata {
 

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string_view>
 
-#include "idxdata/records.h"
-#include "idxdata/streams.h"
+#include "idxdata/streams/streams.h"
+#include "idxdata/tables/records.h"
 
 namespace idxdata {
 

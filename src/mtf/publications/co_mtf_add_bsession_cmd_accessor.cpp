@@ -1,8 +1,8 @@
-#include "mtf/co_mtf_add_bsession_cmd_accessor.h"
+#include "mtf/publications/co_mtf_add_bsession_cmd_accessor.h"
 
 #include <array>
 
-#include "platform/bstr.h"
+#include "automation/bstr.h"
 
 namespace coClasses {
 
@@ -20,10 +20,10 @@ struct TextOut {
 
 // Hands out all texts, or none when memory runs out.
 template <std::size_t kCount>
-void HandOutTexts(const TextOut (&texts)[kCount]) {
-    std::array<platform::CBstr, kCount> copies;
+void ReturnTexts(const TextOut (&texts)[kCount]) {
+    std::array<automation::CBstr, kCount> copies;
     for (std::size_t i = 0; i < kCount; ++i) {
-        copies[i].Reset(platform::NewBstr(texts[i].text));
+        copies[i].Reset(automation::NewBstr(texts[i].text));
     }
     for (std::size_t i = 0; i < kCount; ++i) {
         *texts[i].out = copies[i].Detach();
@@ -33,7 +33,7 @@ void HandOutTexts(const TextOut (&texts)[kCount]) {
 }  // namespace
 
 mtf::CAddBSessionData& CCoMtfAddBSessionCmdAccessor::Session(INT cmdId) {
-    return m_publication->commands.GetOrCreate(Unsigned(cmdId)).ObtainAddBSession();
+    return m_publication->commands.GetOrCreate(Unsigned(cmdId)).FindOrAddBSession();
 }
 
 mtf::CRetargetedOibGroup& CCoMtfAddBSessionCmdAccessor::Group(INT cmdId, INT groupId) {
@@ -80,10 +80,10 @@ HRESULT CCoMtfAddBSessionCmdAccessor::GetOibRef(INT cmdId, INT groupId, INT oibI
             return E_INVALIDARG;
         }
         const mtf::CPubOibRef& oib = Group(cmdId, groupId).oibs.At(Unsigned(oibId));
-        HandOutTexts({{oib.vmName, pVmName},
-                      {oib.backupTimeUtc, pBackupTimeUtc},
-                      {oib.origin, pOibOrigin},
-                      {oib.platform, pPlatform}});
+        ReturnTexts({{oib.vmName, pVmName},
+                     {oib.backupTimeUtc, pBackupTimeUtc},
+                     {oib.origin, pOibOrigin},
+                     {oib.platform, pPlatform}});
         *pOibId = oib.oibUid;
         return S_OK;
     });
@@ -97,9 +97,9 @@ HRESULT CCoMtfAddBSessionCmdAccessor::GetBackupFile(INT cmdId, INT groupId, INT 
             return E_INVALIDARG;
         }
         const mtf::CPubBackupFile& file = Group(cmdId, groupId).backupFiles.At(Unsigned(fileId));
-        HandOutTexts({{file.server, pBackupSrv},
-                      {file.path, pPath},
-                      {file.modifyDateUtc, pModificationTimeUTC}});
+        ReturnTexts({{file.server, pBackupSrv},
+                     {file.path, pPath},
+                     {file.modifyDateUtc, pModificationTimeUTC}});
         return S_OK;
     });
 }
@@ -111,9 +111,9 @@ HRESULT CCoMtfAddBSessionCmdAccessor::GetBSessionInfo(INT cmdId, BSTR* pJobName,
             return E_INVALIDARG;
         }
         const mtf::CAddBSessionData& session = Session(cmdId);
-        HandOutTexts({{session.jobName, pJobName},
-                      {session.backupServer, pBackupServer},
-                      {session.sessionDateUtc, pSessionDateUtc}});
+        ReturnTexts({{session.jobName, pJobName},
+                     {session.backupServer, pBackupServer},
+                     {session.sessionDateUtc, pSessionDateUtc}});
         return S_OK;
     });
 }

@@ -1,9 +1,9 @@
-#include "mtf/co_mtf_publication_meta_file_reader.h"
+#include "mtf/publications/co_mtf_publication_meta_file_reader.h"
 
-#include "mtf/co_mtf_add_bsession_cmd_accessor.h"
-#include "mtf/co_mtf_meta_file.h"
-#include "mtf/co_mtf_publication_ordering_info.h"
-#include "platform/bstr.h"
+#include "automation/bstr.h"
+#include "mtf/publications/co_mtf_add_bsession_cmd_accessor.h"
+#include "mtf/publications/co_mtf_publication_ordering_info.h"
+#include "mtf/tree/co_mtf_meta_file.h"
 
 namespace coClasses {
 
@@ -12,7 +12,7 @@ HRESULT CCoMtfPublicationMetaFileReader::get_OrderingInfo(IMtfPublicationOrderin
         if (ppInfo == nullptr) {
             return E_INVALIDARG;
         }
-        return HandOutOrderingInfo(m_publication->orderingInfo, ppInfo);
+        return ReturnOrderingInfo(m_publication->orderingInfo, ppInfo);
     });
 }
 
@@ -32,7 +32,7 @@ HRESULT CCoMtfPublicationMetaFileReader::GetCmdType(INT cmdId, BSTR* pCmdType) {
             return E_INVALIDARG;
         }
         const auto position = static_cast<std::uint64_t>(std::int64_t{cmdId});
-        *pCmdType = platform::NewBstr(m_publication->commands.At(position).type);
+        *pCmdType = automation::NewBstr(m_publication->commands.At(position).type);
         return S_OK;
     });
 }
@@ -45,7 +45,7 @@ HRESULT CCoMtfPublicationMetaFileReader::get_AddBSessionCmdAccessor(
         }
         const auto accessor = frame::CreateInstance<CCoMtfAddBSessionCmdAccessor>(
             u"Instance of the CCoMtfAddBSessionCmdAccessor cannot be initialized.", m_publication);
-        return frame::HandOut(accessor, ppAccessor);
+        return frame::ReturnInterface(accessor, ppAccessor);
     });
 }
 
@@ -54,8 +54,8 @@ HRESULT CCoMtfPublicationMetaFileReader::get_MetaFile(IMtfMetaFile** ppMetaFile)
         if (ppMetaFile == nullptr) {
             return E_INVALIDARG;
         }
-        return HandOutMetaFile(std::make_shared<mtf::CMtfOpenedMetaFile>(m_publication->file),
-                               ppMetaFile);
+        return ReturnMetaFile(std::make_shared<mtf::CMtfOpenedMetaFile>(m_publication->file),
+                              ppMetaFile);
     });
 }
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "frame/com_object.h"
-#include "mtf/publication.h"
+#include "frame/objects/com_object.h"
+#include "mtf/publications/publication.h"
 
 namespace coClasses {
 

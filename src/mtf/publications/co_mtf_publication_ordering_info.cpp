@@ -1,14 +1,14 @@
-#include "mtf/co_mtf_publication_ordering_info.h"
+#include "mtf/publications/co_mtf_publication_ordering_info.h"
 
-#include "platform/bstr.h"
+#include "automation/bstr.h"
 
 namespace coClasses {
 
-HRESULT HandOutOrderingInfo(std::shared_ptr<const mtf::CPubOrderingInfo> info,
-                            IMtfPublicationOrderingInfo** out) {
+HRESULT ReturnOrderingInfo(std::shared_ptr<const mtf::CPubOrderingInfo> info,
+                           IMtfPublicationOrderingInfo** out) {
     const auto object = frame::CreateInstance<CCoMtfPublicationOrderingInfo>(
         u"Instance of the CCoMtfPublicationOrderingInfo cannot be initialized.", std::move(info));
-    return frame::HandOut(object, out);
+    return frame::ReturnInterface(object, out);
 }
 
 HRESULT CCoMtfPublicationOrderingInfo::get_PubLocalTime(BSTR* pLocalTime) {
@@ -16,7 +16,7 @@ HRESULT CCoMtfPublicationOrderingInfo::get_PubLocalTime(BSTR* pLocalTime) {
         if (pLocalTime == nullptr) {
             return E_INVALIDARG;
         }
-        *pLocalTime = platform::NewBstr(m_info->localTime);
+        *pLocalTime = automation::NewBstr(m_info->localTime);
         return S_OK;
     });
 }
@@ -26,7 +26,7 @@ HRESULT CCoMtfPublicationOrderingInfo::get_PubUtcTime(BSTR* pUtcTime) {
         if (pUtcTime == nullptr) {
             return E_INVALIDARG;
         }
-        *pUtcTime = platform::NewBstr(m_info->utcTime);
+        *pUtcTime = automation::NewBstr(m_info->utcTime);
         return S_OK;
     });
 }

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "frame/com_object.h"
-#include "mtf/publication.h"
+#include "frame/objects/com_object.h"
+#include "mtf/publications/publication.h"
 
 namespace coClasses {
 
@@ -22,7 +22,7 @@ private:
 };
 
 // Hands out a new object; E_POINTER for a null `out`.
-HRESULT HandOutOrderingInfo(std::shared_ptr<const mtf::CPubOrderingInfo> info,
-                            IMtfPublicationOrderingInfo** out);
+HRESULT ReturnOrderingInfo(std::shared_ptr<const mtf::CPubOrderingInfo> info,
+                           IMtfPublicationOrderingInfo** out);
 
 }  // namespace coClasses

@@ -1,19 +1,20 @@
-#include "mtf/publication.h"
+#include "mtf/publications/publication.h"
 
 #include <span>
 #include <utility>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "mtf/attr_lines.h"
-#include "mtf/path_elements.h"
+#include "mtf/store/attr_lines.h"
+#include "mtf/tree/path_elements.h"
+#include "text/ascii_case.h"
 
 namespace mtf {
 
 namespace {
 
-using frame::EqualsNoCase;
-using frame::StartsWithNoCase;
+using text::EqualsNoCase;
+using text::StartsWithNoCase;
 
 constexpr std::u16string_view kLocalTime = u"Publication.LocalTime";
 constexpr std::u16string_view kUtcTime = u"Publication.UTCTime";
@@ -56,7 +57,7 @@ template <class Record>
 void StoreField(FieldNames<Record> fields, Record& record, std::u16string_view name,
                 std::u16string_view value) {
     for (const auto& [fieldName, member] : fields) {
-        if (EqualsNoCase(name, fieldName)) {
+        if (text::EqualsNoCase(name, fieldName)) {
             record.*member = value;
             return;
         }
@@ -73,12 +74,12 @@ std::uint64_t KeyAt(const CMtfPathElements& path, std::size_t index) {
 void StoreGroupAttr(CRetargetedOibGroup& group, const CMtfPathElements& path,
                     std::u16string_view value) {
     const std::u16string_view kind = path.At(kGroupAttr);
-    if (EqualsNoCase(kind, u"BackupFile")) {
+    if (text::EqualsNoCase(kind, u"BackupFile")) {
         CPubBackupFile& file = group.backupFiles.GetOrCreate(KeyAt(path, kItemNumber));
         StoreField<CPubBackupFile>(kBackupFileFields, file, path.At(kItemAttr), value);
-    } else if (EqualsNoCase(kind, u"OIB")) {
+    } else if (text::EqualsNoCase(kind, u"OIB")) {
         CPubOibRef& oib = group.oibs.GetOrCreate(KeyAt(path, kItemNumber));
-        if (EqualsNoCase(path.At(kItemAttr), u"OibUID")) {
+        if (text::EqualsNoCase(path.At(kItemAttr), u"OibUID")) {
             oib.oibUid = frame::StringToGuid(value);
         } else {
             StoreField<CPubOibRef>(kOibFields, oib, path.At(kItemAttr), value);
@@ -88,7 +89,7 @@ void StoreGroupAttr(CRetargetedOibGroup& group, const CMtfPathElements& path,
 
 void StoreSessionAttr(CAddBSessionData& data, const CMtfPathElements& path,
                       std::u16string_view value) {
-    if (EqualsNoCase(path.At(kCommandAttr), u"grp")) {
+    if (text::EqualsNoCase(path.At(kCommandAttr), u"grp")) {
         StoreGroupAttr(data.groups.GetOrCreate(KeyAt(path, kGroupNumber)), path, value);
     } else {
         StoreField<CAddBSessionData>(kSessionFields, data, path.At(kCommandAttr), value);
@@ -101,14 +102,14 @@ void StoreCommandAttr(CPublication& publication, std::u16string_view name,
     const CMtfPathElements path(name);
     CPubCommand& command = publication.commands.GetOrCreate(KeyAt(path, kCommandNumber));
     if (command.isAddBSession) {
-        StoreSessionAttr(command.ObtainAddBSession(), path, value);
+        StoreSessionAttr(command.FindOrAddBSession(), path, value);
     } else if (!command.type.empty()) {
         return;
-    } else if (EqualsNoCase(path.At(kCommandAttr), u"Type")) {
+    } else if (text::EqualsNoCase(path.At(kCommandAttr), u"Type")) {
         command.type = value;
-        command.isAddBSession = EqualsNoCase(value, u"AddBSession");
+        command.isAddBSession = text::EqualsNoCase(value, u"AddBSession");
     } else {
-        StoreSessionAttr(command.ObtainAddBSession(), path, value);
+        StoreSessionAttr(command.FindOrAddBSession(), path, value);
     }
 }
 
@@ -116,20 +117,20 @@ void StoreCommandAttr(CPublication& publication, std::u16string_view name,
 // on purpose.
 void StoreAttr(CPublication& publication, CPubOrderingInfo& orderingInfo,
                const CMtfAttrLine& attr) {
-    if (StartsWithNoCase(attr.name, u"cmd")) {
+    if (text::StartsWithNoCase(attr.name, u"cmd")) {
         frame::WithContext(u"Failed to parse attribute, path '%1', value '%2'.",
                            {attr.name, attr.value},
                            [&] { StoreCommandAttr(publication, attr.name, attr.value); });
-    } else if (StartsWithNoCase(attr.name, kLocalTime)) {
+    } else if (text::StartsWithNoCase(attr.name, kLocalTime)) {
         orderingInfo.localTime = attr.value;
-    } else if (StartsWithNoCase(attr.name, kUtcTime)) {
+    } else if (text::StartsWithNoCase(attr.name, kUtcTime)) {
         orderingInfo.utcTime = attr.value;
     }
 }
 
 }  // namespace
 
-CAddBSessionData& CPubCommand::ObtainAddBSession() {
+CAddBSessionData& CPubCommand::FindOrAddBSession() {
     if (addBSession == nullptr) {
         addBSession = std::make_unique<CAddBSessionData>();
     }
@@ -141,9 +142,9 @@ std::shared_ptr<const CPubOrderingInfo> CPubOrderingInfo::Load(std::u16string_vi
         const auto file = CMtfMetaFile::Open(path, EMtfOpenMode::EMtfLoad);
         auto info = std::make_shared<CPubOrderingInfo>();
         ForEachAttrLine(*file->GetLines(), [&](const CMtfAttrLine& attr) {
-            if (EqualsNoCase(attr.name, kLocalTime)) {
+            if (text::EqualsNoCase(attr.name, kLocalTime)) {
                 info->localTime = attr.value;
-            } else if (EqualsNoCase(attr.name, kUtcTime)) {
+            } else if (text::EqualsNoCase(attr.name, kUtcTime)) {
                 info->utcTime = attr.value;
             }
         });

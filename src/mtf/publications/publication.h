@@ -6,9 +6,9 @@
 #include <string>
 #include <string_view>
 
-#include "mtf/meta_file.h"
-#include "mtf/sparse_array.h"
-#include "platform/guid.h"
+#include "automation/guid.h"
+#include "mtf/publications/sparse_array.h"
+#include "mtf/store/meta_file.h"
 
 namespace mtf {
 
@@ -54,7 +54,7 @@ struct CPubCommand {
     bool isAddBSession = false;
     std::unique_ptr<CAddBSessionData> addBSession;  // made at first need
 
-    CAddBSessionData& ObtainAddBSession();
+    CAddBSessionData& FindOrAddBSession();
 };
 
 // A publication, read completely by Load. Shared by the reader and what it hands out; no

@@ -1,4 +1,4 @@
-#include "mtf/bsession_meta_file.h"
+#include "mtf/sessions/bsession_meta_file.h"
 
 #include <algorithm>
 #include <bit>
@@ -7,8 +7,9 @@
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "mtf/attr_lines.h"
-#include "mtf/path_elements.h"
+#include "mtf/store/attr_lines.h"
+#include "mtf/tree/path_elements.h"
+#include "text/ascii_case.h"
 
 namespace mtf {
 
@@ -42,11 +43,11 @@ GroupAttr ReadGroupAttr(std::u16string_view name) {
 }
 
 void StoreAttr(OibRef& ref, std::u16string_view name, std::u16string_view value) {
-    if (frame::EqualsNoCase(name, kIdName)) {
+    if (text::EqualsNoCase(name, kIdName)) {
         ref.uniqueId = frame::StringToGuid(value);
-    } else if (frame::EqualsNoCase(name, u"BackupTimeUtc")) {
+    } else if (text::EqualsNoCase(name, u"BackupTimeUtc")) {
         ref.backupTimeUtc = value;
-    } else if (frame::EqualsNoCase(name, u"VmName")) {
+    } else if (text::EqualsNoCase(name, u"VmName")) {
         ref.vmName = value;
     }
 }
@@ -55,7 +56,7 @@ void StoreAttr(OibRef& ref, std::u16string_view name, std::u16string_view value)
 template <class Body>
 void ForEachGroupLine(const CMtfLines& lines, Body&& body) {
     ForEachAttrLine(lines, [&](const CMtfAttrLine& attr) {
-        if (frame::StartsWithNoCase(attr.name, kPrefix)) {
+        if (text::StartsWithNoCase(attr.name, kPrefix)) {
             body(attr);
         }
     });
@@ -63,7 +64,7 @@ void ForEachGroupLine(const CMtfLines& lines, Body&& body) {
 
 // A text test: any path that ends so, whatever its last element is.
 bool IsIdLine(std::u16string_view name) {
-    return frame::EndsWithNoCase(name, kIdName);
+    return text::EndsWithNoCase(name, kIdName);
 }
 
 std::u16string_view SubtreeOf(std::u16string_view name) {
@@ -106,7 +107,7 @@ std::vector<OibRef> CBSessionMetaFile::EnumOibRefs() const {
 }
 
 bool CBSessionMetaFile::GroupLine::Before(const GroupLine& a, const GroupLine& b) noexcept {
-    return frame::CompareNoCase(a.subtree, b.subtree) < 0;
+    return text::CompareNoCase(a.subtree, b.subtree) < 0;
 }
 
 CMtfAttrLine CBSessionMetaFile::AttrAt(std::uint64_t line) const noexcept {

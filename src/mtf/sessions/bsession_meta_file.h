@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "mtf/meta_file.h"
-#include "platform/guid.h"
+#include "automation/guid.h"
+#include "mtf/store/meta_file.h"
 
 namespace mtf {
 

@@ -1,8 +1,8 @@
-#include "mtf/co_cat_oib_refs_enumerator.h"
+#include "mtf/sessions/co_cat_oib_refs_enumerator.h"
 
+#include "automation/bstr.h"
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "platform/bstr.h"
 
 namespace coClasses {
 
@@ -47,7 +47,7 @@ HRESULT CCoCatOibRefsEnumerator::get_VmName(BSTR* pVmName) {
         if (pVmName == nullptr) {
             return E_INVALIDARG;
         }
-        *pVmName = platform::NewBstr(Current().vmName);
+        *pVmName = automation::NewBstr(Current().vmName);
         return S_OK;
     });
 }
@@ -57,7 +57,7 @@ HRESULT CCoCatOibRefsEnumerator::get_BackupTimeUtc(BSTR* pBackupTimeUtc) {
         if (pBackupTimeUtc == nullptr) {
             return E_INVALIDARG;
         }
-        *pBackupTimeUtc = platform::NewBstr(Current().backupTimeUtc);
+        *pBackupTimeUtc = automation::NewBstr(Current().backupTimeUtc);
         return S_OK;
     });
 }
@@ -79,8 +79,8 @@ HRESULT CCoCatOibRefsEnumerator::GetOibRef(INT elemIndex, BSTR* pVmName, BSTR* p
             return E_INVALIDARG;
         }
         const mtf::OibRef& ref = m_refs[CheckedIndex(elemIndex)];
-        platform::CBstr vmName(platform::NewBstr(ref.vmName));
-        platform::CBstr backupTimeUtc(platform::NewBstr(ref.backupTimeUtc));
+        automation::CBstr vmName(automation::NewBstr(ref.vmName));
+        automation::CBstr backupTimeUtc(automation::NewBstr(ref.backupTimeUtc));
         *pVmName = vmName.Detach();
         *pBackupTimeUtc = backupTimeUtc.Detach();
         *pUniqueId = ref.uniqueId;

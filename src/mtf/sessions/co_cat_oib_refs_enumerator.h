@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "frame/com_object.h"
-#include "mtf/bsession_meta_file.h"
+#include "frame/objects/com_object.h"
+#include "mtf/sessions/bsession_meta_file.h"
 
 namespace coClasses {
 

@@ -1,6 +1,6 @@
-#include "mtf/co_mtf_bsession_meta_file.h"
+#include "mtf/sessions/co_mtf_bsession_meta_file.h"
 
-#include "mtf/co_cat_oib_refs_enumerator.h"
+#include "mtf/sessions/co_cat_oib_refs_enumerator.h"
 
 namespace coClasses {
 
@@ -19,7 +19,7 @@ HRESULT CCoMtfBSessionMetaFile::EnumOibsRefs(ICatOibRefsEnumerator** ppEnumerato
         auto refs = m_file->EnumOibRefs();
         const auto enumerator = frame::CreateInstance<CCoCatOibRefsEnumerator>(
             u"Instance of the CCoCatOibRefsEnumerator cannot be initialized.", std::move(refs));
-        return frame::HandOut(enumerator, ppEnumerator);
+        return frame::ReturnInterface(enumerator, ppEnumerator);
     });
 }
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "mtf/lines.h"
+#include "mtf/store/lines.h"
 
 namespace mtf {
 

@@ -1,12 +1,13 @@
-#include "mtf/lines.h"
+#include "mtf/store/lines.h"
 
 #include <algorithm>
 #include <bit>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "mtf/path_elements.h"
-#include "platform/text_scan.h"
+#include "mtf/tree/path_elements.h"
+#include "text/ascii_case.h"
+#include "text/text_scan.h"
 
 namespace mtf {
 
@@ -21,9 +22,9 @@ void AppendWide(idxdata::CMtfOutBuffer& out, std::u16string_view text) {
 }
 
 bool HasNul(std::u16string_view text) noexcept {
-    constexpr platform::CUnitTest kIsNul{0, 0};
+    constexpr text::CUnitTest kIsNul{0, 0};
     const auto* units = reinterpret_cast<const std::byte*>(text.data());
-    return platform::FindUnitPair(units, text.size(), kIsNul, kIsNul, 0) != text.size();
+    return text::FindUnitPair(units, text.size(), kIsNul, kIsNul, 0) != text.size();
 }
 
 // The units of bytes that lie at an even address; an odd last byte does not count.
@@ -132,7 +133,7 @@ std::vector<CMtfAttrLine> CMtfLines::FindAttrLinesUnder(std::u16string_view pref
     CMtfAttrLine attr;
     for (attr.line = 0; attr.line < Count(); ++attr.line) {
         if (ParseAttrLine(attr.line, attr.name, attr.value) &&
-            frame::StartsWithNoCase(attr.name, prefix) && PathStartsWith(attr.name, prefix)) {
+            text::StartsWithNoCase(attr.name, prefix) && PathStartsWith(attr.name, prefix)) {
             found.push_back(attr);
         }
     }

@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "idxdata/mtf_buffers.h"
-#include "mtf/stable_array.h"
-#include "mtf/text.h"
+#include "idxdata/buffers/mtf_buffers.h"
+#include "mtf/store/stable_array.h"
+#include "mtf/store/text.h"
 
 namespace mtf {
 

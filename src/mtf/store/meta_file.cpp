@@ -1,4 +1,4 @@
-#include "mtf/meta_file.h"
+#include "mtf/store/meta_file.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "idxdata/binary_file.h"
-#include "mtf/lines.h"
+#include "idxdata/buffers/binary_file.h"
+#include "mtf/store/lines.h"
 
 namespace mtf {
 

@@ -1,10 +1,10 @@
-#include "mtf/attrs_tree.h"
+#include "mtf/tree/attrs_tree.h"
 
 #include <array>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "mtf/path_elements.h"
+#include "mtf/tree/path_elements.h"
 
 namespace mtf {
 
@@ -75,7 +75,7 @@ std::uint64_t CMtfAttrsTreeData::Obtain(std::uint64_t node, std::u16string_view 
     m_table.Get(node);
     std::u16string_view element;
     while (NextPathElement(path, element)) {
-        node = m_table.ObtainChild(node, element, borrow);
+        node = m_table.FindOrAddChild(node, element, borrow);
     }
     return node;
 }

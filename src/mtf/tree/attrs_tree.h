@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "mtf/lines.h"
-#include "mtf/meta_table.h"
+#include "mtf/store/lines.h"
+#include "mtf/tree/meta_table.h"
 
 namespace mtf {
 

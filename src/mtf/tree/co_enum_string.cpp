@@ -1,9 +1,9 @@
-#include "mtf/co_enum_string.h"
+#include "mtf/tree/co_enum_string.h"
 
 #include <algorithm>
 
-#include "frame/com_object.h"
-#include "platform/bstr.h"
+#include "automation/bstr.h"
+#include "frame/objects/com_object.h"
 
 namespace coClasses {
 
@@ -50,9 +50,9 @@ HRESULT CCoEnumString::Next(ULONG count, LPOLESTR* strings, ULONG* fetched) {
 HRESULT CCoEnumString::CopyNext(ULONG count, LPOLESTR* strings, ULONG* fetched) {
     const std::uint64_t left = m_list->size() - m_position;
     const auto copied = static_cast<ULONG>(std::min<std::uint64_t>(count, left));
-    std::vector<platform::CBstr> copies(copied);
+    std::vector<automation::CBstr> copies(copied);
     for (ULONG i = 0; i < copied; ++i) {
-        copies[i].Reset(platform::NewBstr((*m_list)[static_cast<std::size_t>(m_position) + i]));
+        copies[i].Reset(automation::NewBstr((*m_list)[static_cast<std::size_t>(m_position) + i]));
     }
     for (ULONG i = 0; i < copied; ++i) {
         strings[i] = copies[i].Detach();

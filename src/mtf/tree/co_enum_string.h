@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "frame/boundary.h"
-#include "frame/module.h"
-#include "platform/automation.h"
+#include "automation/automation.h"
+#include "frame/objects/boundary.h"
+#include "frame/objects/module.h"
 
 namespace coClasses {
 

@@ -1,30 +1,30 @@
-#include "mtf/co_mtf_attrs_tree.h"
+#include "mtf/tree/co_mtf_attrs_tree.h"
 
+#include "automation/bstr.h"
 #include "frame/automation_conversions.h"
-#include "platform/bstr.h"
 
 namespace coClasses {
 
-using platform::TextOf;
+using automation::TextOf;
 
-HRESULT HandOutTree(mtf::CMtfTreeRef tree, IMtfAttrsTree** out) {
+HRESULT ReturnTree(mtf::CMtfTreeRef tree, IMtfAttrsTree** out) {
     const auto object = frame::CreateInstance<CCoMtfAttrsTree>(
         u"Instance of the CCoMtfAttrsTree cannot be initialized.", std::move(tree));
-    return frame::HandOut(object, out);
+    return frame::ReturnInterface(object, out);
 }
 
-HRESULT HandOutFoundTree(std::optional<mtf::CMtfTreeRef> tree, IMtfAttrsTree** out) {
+HRESULT ReturnFoundTree(std::optional<mtf::CMtfTreeRef> tree, IMtfAttrsTree** out) {
     if (!tree) {
         *out = nullptr;
         return S_FALSE;
     }
-    return HandOutTree(*std::move(tree), out);
+    return ReturnTree(*std::move(tree), out);
 }
 
-HRESULT HandOutFoundAttr(const mtf::CMtfTreeRef& tree, BSTR path, BSTR* out) {
+HRESULT ReturnFoundAttr(const mtf::CMtfTreeRef& tree, BSTR path, BSTR* out) {
     std::u16string_view value;
     const bool found = tree.FindAttr(TextOf(path), value);
-    *out = found ? platform::NewBstr(value) : nullptr;
+    *out = found ? automation::NewBstr(value) : nullptr;
     return found ? S_OK : S_FALSE;
 }
 
@@ -43,7 +43,7 @@ HRESULT CCoMtfAttrsTree::CreateSubtree(BSTR treeName, IMtfAttrsTree** ppTree) {
         if (frame::AnyNull(treeName, ppTree)) {
             return E_INVALIDARG;
         }
-        return HandOutTree(m_tree.CreateSubtree(TextOf(treeName)), ppTree);
+        return ReturnTree(m_tree.CreateSubtree(TextOf(treeName)), ppTree);
     });
 }
 
@@ -52,7 +52,7 @@ HRESULT CCoMtfAttrsTree::FindSubtree(BSTR treeName, IMtfAttrsTree** ppTree) {
         if (frame::AnyNull(treeName, ppTree)) {
             return E_INVALIDARG;
         }
-        return HandOutFoundTree(m_tree.FindSubtree(TextOf(treeName)), ppTree);
+        return ReturnFoundTree(m_tree.FindSubtree(TextOf(treeName)), ppTree);
     });
 }
 
@@ -61,7 +61,7 @@ HRESULT CCoMtfAttrsTree::GetExistingSubtree(BSTR treeName, IMtfAttrsTree** ppTre
         if (frame::AnyNull(treeName, ppTree)) {
             return E_INVALIDARG;
         }
-        return HandOutTree(m_tree.GetExistingSubtree(TextOf(treeName)), ppTree);
+        return ReturnTree(m_tree.GetExistingSubtree(TextOf(treeName)), ppTree);
     });
 }
 
@@ -110,7 +110,7 @@ HRESULT CCoMtfAttrsTree::FindAttr(BSTR attrName, BSTR* pAttrValue) {
         if (frame::AnyNull(attrName, pAttrValue)) {
             return E_INVALIDARG;
         }
-        return HandOutFoundAttr(m_tree, attrName, pAttrValue);
+        return ReturnFoundAttr(m_tree, attrName, pAttrValue);
     });
 }
 
@@ -119,7 +119,7 @@ HRESULT CCoMtfAttrsTree::GetExistingAttr(BSTR attrName, BSTR* pAttrValue) {
         if (frame::AnyNull(attrName, pAttrValue)) {
             return E_INVALIDARG;
         }
-        *pAttrValue = platform::NewBstr(m_tree.GetExistingAttrHere(TextOf(attrName)));
+        *pAttrValue = automation::NewBstr(m_tree.GetExistingAttrHere(TextOf(attrName)));
         return S_OK;
     });
 }

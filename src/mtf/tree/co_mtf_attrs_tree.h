@@ -1,7 +1,7 @@
 #pragma once
 
-#include "frame/com_object.h"
-#include "mtf/attrs_tree.h"
+#include "frame/objects/com_object.h"
+#include "mtf/tree/attrs_tree.h"
 
 namespace coClasses {
 
@@ -27,9 +27,9 @@ private:
 };
 
 // Hands out a new object for the node.
-HRESULT HandOutTree(mtf::CMtfTreeRef tree, IMtfAttrsTree** out);
+HRESULT ReturnTree(mtf::CMtfTreeRef tree, IMtfAttrsTree** out);
 // The answers of the Find methods: S_FALSE and null for nothing.
-HRESULT HandOutFoundTree(std::optional<mtf::CMtfTreeRef> tree, IMtfAttrsTree** out);
-HRESULT HandOutFoundAttr(const mtf::CMtfTreeRef& tree, BSTR path, BSTR* out);
+HRESULT ReturnFoundTree(std::optional<mtf::CMtfTreeRef> tree, IMtfAttrsTree** out);
+HRESULT ReturnFoundAttr(const mtf::CMtfTreeRef& tree, BSTR path, BSTR* out);
 
 }  // namespace coClasses

@@ -1,17 +1,17 @@
-#include "mtf/co_mtf_meta_file.h"
+#include "mtf/tree/co_mtf_meta_file.h"
 
+#include "automation/bstr.h"
 #include "frame/automation_conversions.h"
-#include "mtf/co_mtf_attrs_tree.h"
-#include "platform/bstr.h"
+#include "mtf/tree/co_mtf_attrs_tree.h"
 
 namespace coClasses {
 
-using platform::TextOf;
+using automation::TextOf;
 
-HRESULT HandOutMetaFile(std::shared_ptr<mtf::CMtfOpenedMetaFile> file, IMtfMetaFile** out) {
+HRESULT ReturnMetaFile(std::shared_ptr<mtf::CMtfOpenedMetaFile> file, IMtfMetaFile** out) {
     const auto object = frame::CreateInstance<CCoMtfMetaFile>(
         u"Instance of the CCoMtfMetaFile cannot be initialized.", std::move(file));
-    return frame::HandOut(object, out);
+    return frame::ReturnInterface(object, out);
 }
 
 HRESULT CCoMtfMetaFile::GetRootAttrsTree(IMtfAttrsTree** ppTree) {
@@ -19,7 +19,7 @@ HRESULT CCoMtfMetaFile::GetRootAttrsTree(IMtfAttrsTree** ppTree) {
         if (ppTree == nullptr) {
             return E_INVALIDARG;
         }
-        return HandOutTree(m_file->Root(), ppTree);
+        return ReturnTree(m_file->Root(), ppTree);
     });
 }
 
@@ -28,7 +28,7 @@ HRESULT CCoMtfMetaFile::CreateAttrsTree(BSTR treePath, IMtfAttrsTree** ppTree) {
         if (frame::AnyNull(treePath, ppTree)) {
             return E_INVALIDARG;
         }
-        return HandOutTree(m_file->Root().CreateSubtree(TextOf(treePath)), ppTree);
+        return ReturnTree(m_file->Root().CreateSubtree(TextOf(treePath)), ppTree);
     });
 }
 
@@ -37,7 +37,7 @@ HRESULT CCoMtfMetaFile::FindAttrsTree(BSTR treePath, IMtfAttrsTree** ppTree) {
         if (frame::AnyNull(treePath, ppTree)) {
             return E_INVALIDARG;
         }
-        return HandOutFoundTree(m_file->Root().FindSubtree(TextOf(treePath)), ppTree);
+        return ReturnFoundTree(m_file->Root().FindSubtree(TextOf(treePath)), ppTree);
     });
 }
 
@@ -46,7 +46,7 @@ HRESULT CCoMtfMetaFile::GetExistingAttrsTree(BSTR treePath, IMtfAttrsTree** ppTr
         if (frame::AnyNull(treePath, ppTree)) {
             return E_INVALIDARG;
         }
-        return HandOutTree(m_file->Root().GetExistingSubtree(TextOf(treePath)), ppTree);
+        return ReturnTree(m_file->Root().GetExistingSubtree(TextOf(treePath)), ppTree);
     });
 }
 
@@ -75,7 +75,7 @@ HRESULT CCoMtfMetaFile::FindAttr(BSTR attrPath, BSTR* pAttrValue) {
         if (frame::AnyNull(attrPath, pAttrValue)) {
             return E_INVALIDARG;
         }
-        return HandOutFoundAttr(m_file->Root(), attrPath, pAttrValue);
+        return ReturnFoundAttr(m_file->Root(), attrPath, pAttrValue);
     });
 }
 
@@ -84,7 +84,7 @@ HRESULT CCoMtfMetaFile::GetExistingAttr(BSTR attrPath, BSTR* pAttrValue) {
         if (frame::AnyNull(attrPath, pAttrValue)) {
             return E_INVALIDARG;
         }
-        *pAttrValue = platform::NewBstr(m_file->Root().GetExistingAttr(TextOf(attrPath)));
+        *pAttrValue = automation::NewBstr(m_file->Root().GetExistingAttr(TextOf(attrPath)));
         return S_OK;
     });
 }

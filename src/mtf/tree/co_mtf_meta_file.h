@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "frame/com_object.h"
-#include "mtf/opened_meta_file.h"
+#include "frame/objects/com_object.h"
+#include "mtf/tree/opened_meta_file.h"
 
 namespace coClasses {
 
@@ -33,6 +33,6 @@ private:
 };
 
 // Hands out a new object over the meta-file.
-HRESULT HandOutMetaFile(std::shared_ptr<mtf::CMtfOpenedMetaFile> file, IMtfMetaFile** out);
+HRESULT ReturnMetaFile(std::shared_ptr<mtf::CMtfOpenedMetaFile> file, IMtfMetaFile** out);
 
 }  // namespace coClasses

@@ -1,10 +1,11 @@
-#include "mtf/meta_table.h"
+#include "mtf/tree/meta_table.h"
 
 #include <algorithm>
 #include <new>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
+#include "text/ascii_case.h"
 
 namespace mtf {
 
@@ -51,7 +52,7 @@ std::uint32_t CMtfMetaTable::FindChildAt(std::uint32_t hash, std::uint32_t paren
                                          std::u16string_view name) const noexcept {
     return m_childIndex.Find(hash, [&](std::uint32_t child) {
         return m_nodes[child].parent == parent &&
-               frame::EqualsNoCase(m_nodes[child].name.View(), name);
+               text::EqualsNoCase(m_nodes[child].name.View(), name);
     });
 }
 
@@ -61,7 +62,8 @@ std::uint64_t CMtfMetaTable::FindChild(std::uint64_t id, std::u16string_view nam
     return child == kNone ? kNoNode : child;
 }
 
-std::uint64_t CMtfMetaTable::ObtainChild(std::uint64_t id, std::u16string_view name, bool borrow) {
+std::uint64_t CMtfMetaTable::FindOrAddChild(std::uint64_t id, std::u16string_view name,
+                                            bool borrow) {
     const std::uint32_t parent = Short(id);
     const std::uint32_t hash = HashNameNoCase(parent, name);
     const std::uint32_t found = FindChildAt(hash, parent, name);

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "mtf/name_index.h"
-#include "mtf/stable_array.h"
-#include "mtf/text.h"
+#include "mtf/store/stable_array.h"
+#include "mtf/store/text.h"
+#include "mtf/tree/name_index.h"
 
 namespace mtf {
 
@@ -66,7 +66,7 @@ public:
     // kNoNode when the node has no such child.
     std::uint64_t FindChild(std::uint64_t id, std::u16string_view name) const noexcept;
     // Finds the child or adds it.
-    std::uint64_t ObtainChild(std::uint64_t id, std::u16string_view name, bool borrow);
+    std::uint64_t FindOrAddChild(std::uint64_t id, std::u16string_view name, bool borrow);
     // Takes a node without children out of its parent, its attributes with it.
     void Delete(std::uint64_t id) noexcept;
 

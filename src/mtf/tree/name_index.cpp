@@ -1,9 +1,9 @@
-#include "mtf/name_index.h"
+#include "mtf/tree/name_index.h"
 
 #include <algorithm>
 #include <bit>
 
-#include "frame/conversions.h"
+#include "text/ascii_case.h"
 
 namespace mtf {
 
@@ -27,7 +27,7 @@ std::uint32_t HashName(std::uint32_t owner, std::u16string_view name) noexcept {
 }
 
 std::uint32_t HashNameNoCase(std::uint32_t owner, std::u16string_view name) noexcept {
-    return HashUnits(owner, name, [](char16_t unit) { return frame::ToLowerAscii(unit); });
+    return HashUnits(owner, name, [](char16_t unit) { return text::ToLowerAscii(unit); });
 }
 
 void CMtfNameIndex::ReserveMore(std::size_t items) {

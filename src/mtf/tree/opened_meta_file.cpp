@@ -1,4 +1,4 @@
-#include "mtf/opened_meta_file.h"
+#include "mtf/tree/opened_meta_file.h"
 
 namespace mtf {
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string_view>
 
-#include "mtf/attrs_tree.h"
-#include "mtf/meta_file.h"
+#include "mtf/store/meta_file.h"
+#include "mtf/tree/attrs_tree.h"
 
 namespace mtf {
 

@@ -1,9 +1,10 @@
-#include "mtf/path_elements.h"
+#include "mtf/tree/path_elements.h"
 
 #include <algorithm>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
+#include "text/ascii_case.h"
 
 namespace mtf {
 
@@ -48,7 +49,7 @@ bool PathStartsWith(std::u16string_view path, std::u16string_view prefix) noexce
     std::u16string_view wanted;
     std::u16string_view element;
     while (NextPathElement(prefix, wanted)) {
-        if (!NextPathElement(path, element) || !frame::EqualsNoCase(element, wanted)) {
+        if (!NextPathElement(path, element) || !text::EqualsNoCase(element, wanted)) {
             return false;
         }
     }

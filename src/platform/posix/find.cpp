@@ -30,7 +30,7 @@ struct FolderTraits {
 
 // The entries that a pattern found and that were not yet told.
 struct Find {
-    COwner<FolderTraits> folder;  // null for a pattern without wildcards
+    CUniqueResource<FolderTraits> folder;  // null for a pattern without wildcards
     std::vector<std::u16string> names;
     std::size_t next = 0;
 };

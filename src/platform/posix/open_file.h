@@ -10,7 +10,7 @@
 #include <string>
 
 #include "platform/files.h"
-#include "platform/owner.h"
+#include "platform/unique_resource.h"
 
 namespace platform::posix {
 
@@ -19,7 +19,7 @@ struct DescriptorTraits {
     static Value Empty() noexcept { return -1; }
     static void Release(Value value) noexcept { ::close(value); }
 };
-using CDescriptor = COwner<DescriptorTraits>;
+using CDescriptor = CUniqueResource<DescriptorTraits>;
 
 inline constexpr mode_t kWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
 inline constexpr mode_t kDefaultMode = 0666;

@@ -4,6 +4,7 @@
 
 #include "ZorelText.h"
 #include "platform/errors.h"
+#include "text/ascii_case.h"
 
 namespace platform::posix {
 
@@ -15,19 +16,16 @@ bool IsSeparator(char16_t unit) {
     return unit == u'/' || unit == u'\\';
 }
 
-char16_t Lower(char16_t unit) {
-    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
-}
-
 // "UNC" before a separator; its last unit left in place makes //server/share.
 bool StartsWithUnc(std::u16string_view path) {
-    return path.size() >= 4 && Lower(path[0]) == u'u' && Lower(path[1]) == u'n' &&
-           Lower(path[2]) == u'c' && IsSeparator(path[3]);
+    return path.size() >= 4 && text::ToLowerAscii(path[0]) == u'u' &&
+           text::ToLowerAscii(path[1]) == u'n' && text::ToLowerAscii(path[2]) == u'c' &&
+           IsSeparator(path[3]);
 }
 
 bool StartsWithDrive(std::u16string_view path) {
-    return path.size() >= 2 && path[1] == u':' && Lower(path[0]) >= u'a' &&
-           Lower(path[0]) <= u'z' && (path.size() == 2 || IsSeparator(path[2]));
+    return path.size() >= 2 && path[1] == u':' && text::ToLowerAscii(path[0]) >= u'a' &&
+           text::ToLowerAscii(path[0]) <= u'z' && (path.size() == 2 || IsSeparator(path[2]));
 }
 
 }  // namespace

@@ -5,19 +5,16 @@
 #include <mutex>
 
 #include "platform/errors.h"
+#include "text/ascii_case.h"
 
 namespace platform {
 
 namespace {
 
-char16_t Fold(char16_t c) noexcept {
-    return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
-}
-
 // Orders the elements of paths, so that a key's subkeys follow it at once.
 struct PathLess {
     using is_transparent = void;
-    static int Rank(char16_t c) noexcept { return c == u'\\' ? -1 : Fold(c); }
+    static int Rank(char16_t c) noexcept { return c == u'\\' ? -1 : text::ToLowerAscii(c); }
     bool operator()(std::u16string_view a, std::u16string_view b) const noexcept {
         return std::lexicographical_compare(
             a.begin(), a.end(), b.begin(), b.end(),

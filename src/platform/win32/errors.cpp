@@ -1,6 +1,6 @@
 #include "platform/errors.h"
 
-#include "platform/owner.h"
+#include "platform/unique_resource.h"
 #include "platform/win32/call.h"
 #include "platform/win32/wide.h"
 
@@ -27,7 +27,7 @@ void SetLastError(std::uint32_t code) noexcept {
 std::u16string SystemMessage(std::uint32_t code) {
     constexpr DWORD kFlags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_ALLOCATE_BUFFER;
     const DWORD before = ::GetLastError();
-    COwner<LocalTextTraits> text;
+    CUniqueResource<LocalTextTraits> text;
     // With that flag the parameter of the buffer takes its address.
     ::FormatMessageW(kFlags, nullptr, code, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
                      reinterpret_cast<wchar_t*>(text.Put()), 0, nullptr);

@@ -50,7 +50,7 @@ bool InOrder(const FindData& a, const FindData& b) {
 // All entries that the pattern finds, in the system's order; false with the last error.
 bool ReadEntries(const std::u16string& pattern, std::vector<FindData>& entries) {
     WIN32_FIND_DATAW found{};
-    const COwner<SearchTraits> search(
+    const CUniqueResource<SearchTraits> search(
         ::FindFirstFileExW(win32::Wide(pattern.c_str()), FindExInfoBasic, &found,
                            FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH));
     if (!search) {

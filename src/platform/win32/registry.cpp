@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "platform/errors.h"
-#include "platform/owner.h"
+#include "platform/unique_resource.h"
 #include "platform/win32/wide.h"
 
 namespace platform {
@@ -17,7 +17,7 @@ struct KeyTraits {
     static Value Empty() noexcept { return nullptr; }
     static void Release(Value value) noexcept { ::RegCloseKey(value); }
 };
-using CKey = COwner<KeyTraits>;
+using CKey = CUniqueResource<KeyTraits>;
 
 HKEY RootOf(const RegistryKey& key) noexcept {
     switch (key.root) {

@@ -22,7 +22,7 @@ struct ProcessHandleTraits {
     static Value Empty() noexcept { return nullptr; }
     static void Release(Value value) noexcept { ::CloseHandle(value); }
 };
-using CProcessHandle = COwner<ProcessHandleTraits>;
+using CProcessHandle = CUniqueResource<ProcessHandleTraits>;
 
 // The conversions of the system count in ints.
 int CountOf(std::size_t size) {

@@ -1,11 +1,12 @@
-#include "tdf/bin_data_searcher.h"
+#include "tdf/binary_search/bin_data_searcher.h"
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "frame/file_system.h"
-#include "tdf/name_probe.h"
-#include "tdf/root_folder_set.h"
-#include "tdf/tick_limits.h"
+#include "tdf/binary_search/name_prefilter.h"
+#include "tdf/binary_search/root_folder_set.h"
+#include "tdf/binary_search/tick_limits.h"
+#include "text/ascii_case.h"
 
 namespace tdf {
 
@@ -19,7 +20,7 @@ struct PreparedSearch {
           sizeLimits(criteria.sizeLimits),
           // Lowered, so that a name whose ending has capital letters is not permitted.
           extensions(!criteria.permittedExtensions.empty(),
-                     frame::ToLowerAscii(criteria.permittedExtensions)) {
+                     text::ToLowerAscii(criteria.permittedExtensions)) {
         if (!criteria.owner.empty()) {
             owner.emplace(criteria.owner);
         }
@@ -47,7 +48,7 @@ public:
 
     void Run() {
         if (ChooseOwner() && ChooseFolders()) {
-            if (const CNameIndex* names = m_volume.Names()) {
+            if (const CPackedNames* names = m_volume.Names()) {
                 RunOver(*names);
             } else {
                 RunOverTable();
@@ -73,8 +74,8 @@ private:
         return !m_root || !m_root->IsEmpty();
     }
 
-    void RunOver(const CNameIndex& names) {
-        const CNameProbe probe(m_search.pattern, names);
+    void RunOver(const CPackedNames& names) {
+        const CNamePrefilter probe(m_search.pattern, names);
         const bool readAll = probe.IsDense() && (m_owner || m_root);
         if (!probe.IsUsable() || readAll) {
             for (std::size_t i = 0; i < names.Count(); ++i) {

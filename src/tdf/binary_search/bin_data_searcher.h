@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
-#include "idxdata/extension_filter.h"
-#include "tdf/search_limits.h"
-#include "tdf/volume_catalogue.h"
-#include "tdf/wildcard.h"
+#include "idxdata/browser/extension_filter.h"
+#include "tdf/binary_search/volume_catalogue.h"
+#include "tdf/matching/search_limits.h"
+#include "tdf/matching/wildcard.h"
 
 namespace tdf {
 

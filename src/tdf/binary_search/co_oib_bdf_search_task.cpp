@@ -1,6 +1,6 @@
-#include "tdf/co_oib_bdf_search_task.h"
+#include "tdf/binary_search/co_oib_bdf_search_task.h"
 
-#include "platform/bstr.h"
+#include "automation/bstr.h"
 
 namespace coClasses {
 
@@ -8,7 +8,7 @@ namespace {
 
 void SetIfGiven(std::u16string& criterion, BSTR text) {
     if (text != nullptr) {
-        criterion = platform::TextOf(text);
+        criterion = automation::TextOf(text);
     }
 }
 
@@ -53,8 +53,8 @@ HRESULT CCoOibBDFSearchTask::GetResult(INT index, SearchResult* srchResult) {
             return E_INVALIDARG;
         }
         m_searcher.GetResultRecord(index, m_record);
-        platform::CBstr fileName(platform::NewBstr(m_record.fileName));
-        platform::CBstr owner(platform::NewBstr(m_record.owner));
+        automation::CBstr fileName(automation::NewBstr(m_record.fileName));
+        automation::CBstr owner(automation::NewBstr(m_record.owner));
         *srchResult = {fileName.Detach(), m_record.modifyTime, m_record.size, owner.Detach()};
         return S_OK;
     });

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "frame/com_object.h"
-#include "tdf/bin_data_searcher.h"
+#include "frame/objects/com_object.h"
+#include "tdf/binary_search/bin_data_searcher.h"
 
 namespace coClasses {
 

@@ -1,4 +1,4 @@
-#include "tdf/folder_paths.h"
+#include "tdf/binary_search/folder_paths.h"
 
 #include <cstring>
 #include <utility>
@@ -9,7 +9,7 @@ namespace {
 
 // Paths are kept up to this many code units. Ordinary volumes stay below; in a chain of
 // folders without end the paths would outgrow the volume itself.
-constexpr std::size_t kMostPathUnits = 64 * 1024 * 1024;
+constexpr std::size_t kMaxPathUnits = 64 * 1024 * 1024;
 
 }  // namespace
 
@@ -48,7 +48,7 @@ const std::u16string& CFolderPaths::PathOf(std::int64_t index) {
         return m_paths[id - 1];
     }
     Build(index, m_passingPath);
-    if (m_passingPath.size() > kMostPathUnits - m_pathUnits) {
+    if (m_passingPath.size() > kMaxPathUnits - m_pathUnits) {
         return m_passingPath;
     }
     m_paths.emplace_back(m_passingPath);

@@ -1,11 +1,11 @@
-#include "tdf/name_probe.h"
+#include "tdf/binary_search/name_prefilter.h"
 
 #include <algorithm>
 #include <iterator>
 #include <tuple>
 #include <utility>
 
-#include "platform/packed_text.h"
+#include "text/packed_text.h"
 
 namespace tdf {
 
@@ -17,7 +17,7 @@ constexpr std::size_t kDenseShare = 8;  // one name in so many is dense
 bool StandsAt(const PackedToken& token, const std::byte* packed) noexcept {
     for (std::size_t i = 0; i < token.size(); ++i) {
         const bool fits =
-            token[i] == kAny ? packed[i] != platform::kPackedSeparator : packed[i] == token[i];
+            token[i] == kAny ? packed[i] != text::kPackedSeparator : packed[i] == token[i];
         if (!fits) {
             return false;
         }
@@ -61,8 +61,8 @@ std::size_t CTokenFinder::Find(std::span<const std::byte> packed) const noexcept
     for (std::size_t at = 0; packed.size() - at >= length; ++at) {
         const std::size_t starts = packed.size() - at - length + 1;
         const std::size_t skipped =
-            platform::FindBytePair(packed.data() + at + m_first, starts, m_token[m_first],
-                                   m_token[m_last], m_last - m_first);
+            text::FindBytePair(packed.data() + at + m_first, starts, m_token[m_first],
+                               m_token[m_last], m_last - m_first);
         if (skipped == starts) {
             break;
         }
@@ -83,12 +83,12 @@ std::size_t CTokenFinder::CountIn(std::span<const std::byte> packed) const noexc
     return count;
 }
 
-CNameProbe::CNameProbe(CWildcardPattern pattern, const CNameIndex& index) {
+CNamePrefilter::CNamePrefilter(CWildcardPattern pattern, const CPackedNames& index) {
     std::u16string_view token;
     bool more = pattern.FirstToken(token, m_floating);
     for (; more; more = pattern.NextToken(token)) {
         PackedToken& packed = m_tokens.emplace_back();
-        std::transform(token.begin(), token.end(), std::back_inserter(packed), platform::PackUnit);
+        std::transform(token.begin(), token.end(), std::back_inserter(packed), text::PackUnit);
         m_exact = m_exact && std::all_of(token.begin(), token.end(),
                                          [](char16_t unit) { return unit < 0x80; });
     }
@@ -97,7 +97,7 @@ CNameProbe::CNameProbe(CWildcardPattern pattern, const CNameIndex& index) {
 
 // Takes the token that occurs least in a sample of the names. One that must stand at the
 // start of a name is sought with the separator in front.
-void CNameProbe::ChooseToken(const CNameIndex& index) {
+void CNamePrefilter::ChooseToken(const CPackedNames& index) {
     const std::span<const std::byte> sample = index.Sample();
     const ByteCounts counts = CountBytes(sample);
     std::size_t fewest = static_cast<std::size_t>(-1);
@@ -107,7 +107,7 @@ void CNameProbe::ChooseToken(const CNameIndex& index) {
             continue;
         }
         if (i == 0 && !m_floating) {
-            token.insert(token.begin(), platform::kPackedSeparator);
+            token.insert(token.begin(), text::kPackedSeparator);
         }
         CTokenFinder finder(std::move(token), counts);
         const std::size_t count = finder.CountIn(sample);
@@ -119,7 +119,7 @@ void CNameProbe::ChooseToken(const CNameIndex& index) {
     m_dense = fewest >= index.SampleCount() / kDenseShare;
 }
 
-bool CNameProbe::FitsAll(std::span<const std::byte> name) const noexcept {
+bool CNamePrefilter::FitsAll(std::span<const std::byte> name) const noexcept {
     bool floating = m_floating;
     for (const PackedToken& token : m_tokens) {
         while (name.size() >= token.size() && !StandsAt(token, name.data())) {

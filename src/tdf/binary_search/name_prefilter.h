@@ -7,8 +7,8 @@
 #include <span>
 #include <vector>
 
-#include "tdf/name_index.h"
-#include "tdf/wildcard.h"
+#include "tdf/binary_search/packed_names.h"
+#include "tdf/matching/wildcard.h"
 
 namespace tdf {
 
@@ -40,9 +40,9 @@ private:
 
 // Looks for the one token of the pattern that fewest names hold, and for the others only
 // in these names.
-class CNameProbe {
+class CNamePrefilter {
 public:
-    CNameProbe(CWildcardPattern pattern, const CNameIndex& index);
+    CNamePrefilter(CWildcardPattern pattern, const CPackedNames& index);
 
     // False when the pattern holds nothing to look for.
     bool IsUsable() const noexcept { return !m_finder.IsEmpty(); }
@@ -58,7 +58,7 @@ public:
     }
 
 private:
-    void ChooseToken(const CNameIndex& index);
+    void ChooseToken(const CPackedNames& index);
     bool FitsAll(std::span<const std::byte> name) const noexcept;
 
     std::vector<PackedToken> m_tokens;

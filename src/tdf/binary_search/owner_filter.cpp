@@ -1,6 +1,7 @@
-#include "tdf/owner_filter.h"
+#include "tdf/binary_search/owner_filter.h"
 
 #include "frame/conversions.h"
+#include "text/ascii_case.h"
 
 namespace tdf {
 
@@ -22,12 +23,11 @@ COwnerFilter::COwnerFilter(std::u16string_view text) : m_name(text) {
 }
 
 bool COwnerFilter::Matches(std::u16string_view name, std::u16string_view domain) const noexcept {
-    return frame::EqualsNoCase(m_name, name) &&
-           (!m_domain || frame::EqualsNoCase(*m_domain, domain));
+    return text::EqualsNoCase(m_name, name) && (!m_domain || text::EqualsNoCase(*m_domain, domain));
 }
 
 void COwnerList::Add(const rec::COwnerRecord& record) {
-    if (record.OwnerName.empty() || frame::EqualsNoCase(record.OwnerName, record.OwnerId)) {
+    if (record.OwnerName.empty() || text::EqualsNoCase(record.OwnerName, record.OwnerId)) {
         m_owners.push_back({u"unkn" + frame::UInt64ToString(m_unknown++), {}, {}, false});
         return;
     }

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "idxdata/records.h"
+#include "idxdata/tables/records.h"
 
 namespace tdf {
 

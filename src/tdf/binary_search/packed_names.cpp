@@ -1,9 +1,9 @@
-#include "tdf/name_index.h"
+#include "tdf/binary_search/packed_names.h"
 
 #include <algorithm>
 
-#include "platform/packed_text.h"
-#include "tdf/name_probe.h"
+#include "tdf/binary_search/name_prefilter.h"
+#include "text/packed_text.h"
 
 namespace tdf {
 
@@ -15,7 +15,7 @@ constexpr std::size_t kSampleNames = 1024;
 
 // A record takes two bytes for each unit of its name and more than two beside it, so half
 // of what the reader still holds is room enough; what is not used is never touched.
-CNameIndex::CNameIndex(idxdata::CSeqTableReader& table) {
+CPackedNames::CPackedNames(idxdata::CSeqTableReader& table) {
     idxdata::IReader& reader = table.Reader();
     const auto room = static_cast<std::size_t>(reader.Remaining() / 2);
     m_packed = platform::AllocateLargeBlock(room);
@@ -30,11 +30,11 @@ CNameIndex::CNameIndex(idxdata::CSeqTableReader& table) {
     ChooseSample();
 }
 
-void CNameIndex::Append(const idxdata::FileRecordView& file) noexcept {
+void CPackedNames::Append(const idxdata::FileRecordView& file) noexcept {
     m_starts.push_back(static_cast<std::uint32_t>(m_size));
     std::byte* const out = m_packed.get() + m_size;
-    *out = platform::kPackedSeparator;
-    platform::PackUnits(file.nameBytes, file.nameLength, out + 1);
+    *out = text::kPackedSeparator;
+    text::PackUnits(file.nameBytes, file.nameLength, out + 1);
     m_size += file.nameLength + std::size_t{1};
     // The largest value of all stays the largest.
     const auto folder = static_cast<std::uint64_t>(file.dirIndex);
@@ -42,29 +42,29 @@ void CNameIndex::Append(const idxdata::FileRecordView& file) noexcept {
 }
 
 // From the middle: the first names of a volume are often not like the others.
-void CNameIndex::ChooseSample() noexcept {
+void CPackedNames::ChooseSample() noexcept {
     m_sampleStart = Count() / 2;
     m_sampleEnd = std::min(m_sampleStart + kSampleNames, Count());
 }
 
-std::span<const std::byte> CNameIndex::Sample() const noexcept {
+std::span<const std::byte> CPackedNames::Sample() const noexcept {
     return {m_packed.get() + m_starts[m_sampleStart],
             m_starts[m_sampleEnd] - m_starts[m_sampleStart]};
 }
 
-std::span<const std::byte> CNameIndex::PackedName(std::size_t record) const noexcept {
+std::span<const std::byte> CPackedNames::PackedName(std::size_t record) const noexcept {
     return {m_packed.get() + m_starts[record] + 1, m_starts[record + 1] - m_starts[record] - 1};
 }
 
 // All records before this one take kFixedSize bytes and two for each unit of their names;
 // m_starts counts these units and one separator for each record.
-const std::byte* CNameIndex::AddressOf(std::size_t record) const noexcept {
+const std::byte* CPackedNames::AddressOf(std::size_t record) const noexcept {
     const std::size_t units = m_starts[record] - record;
     return m_firstRecord + record * idxdata::FileRecordView::kFixedSize + 2 * units;
 }
 
 // Hits come in order and often close together: steps double from `from` on.
-std::size_t CNameIndex::RecordOf(std::size_t position, std::size_t from) const noexcept {
+std::size_t CPackedNames::RecordOf(std::size_t position, std::size_t from) const noexcept {
     std::size_t low = from;
     std::size_t step = 1;
     while (low + step < m_starts.size() && m_starts[low + step] <= position) {
@@ -78,7 +78,7 @@ std::size_t CNameIndex::RecordOf(std::size_t position, std::size_t from) const n
     return static_cast<std::size_t>(behind - m_starts.begin()) - 1;
 }
 
-std::size_t CNameIndex::Next(std::size_t from, const CNameProbe& probe) const noexcept {
+std::size_t CPackedNames::Next(std::size_t from, const CNamePrefilter& probe) const noexcept {
     while (from < Count()) {
         const std::size_t start = m_starts[from];
         const std::size_t found =

@@ -6,21 +6,21 @@
 #include <span>
 #include <vector>
 
-#include "idxdata/file_record_cursor.h"
+#include "idxdata/tables/file_record_cursor.h"
 #include "platform/memory.h"
 
 namespace tdf {
 
-class CNameProbe;
+class CNamePrefilter;
 
 // One byte for each code unit of each name, in table order, each name behind a separator;
 // and from there the way back to the records, which stay where they lie. Made once when
 // a volume is loaded; a search then passes over the names only.
-class CNameIndex {
+class CPackedNames {
 public:
     // `table` stands at its first record; its reader's content must outlive the index.
     // Throws what reading the records throws.
-    explicit CNameIndex(idxdata::CSeqTableReader& table);
+    explicit CPackedNames(idxdata::CSeqTableReader& table);
 
     std::size_t Count() const noexcept { return m_starts.size() - 1; }
     const std::byte* AddressOf(std::size_t record) const noexcept;
@@ -32,7 +32,7 @@ public:
 
     // The first record from `from` on whose packed name fits the probe; Count() when there
     // is none. Needs a usable probe.
-    std::size_t Next(std::size_t from, const CNameProbe& probe) const noexcept;
+    std::size_t Next(std::size_t from, const CNamePrefilter& probe) const noexcept;
 
     // Some names in a row, from a name's separator on, and how many they are: what can be
     // expected of all.

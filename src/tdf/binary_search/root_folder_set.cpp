@@ -1,6 +1,6 @@
-#include "tdf/root_folder_set.h"
+#include "tdf/binary_search/root_folder_set.h"
 
-#include "tdf/folded_text.h"
+#include "text/folded_text.h"
 
 namespace tdf {
 
@@ -8,8 +8,8 @@ namespace {
 
 constexpr std::int64_t kNoFolder = -1;
 
-std::vector<CFoldedText> CutAtBackslashes(std::u16string_view path) {
-    std::vector<CFoldedText> elements;
+std::vector<text::CFoldedText> CutAtBackslashes(std::u16string_view path) {
+    std::vector<text::CFoldedText> elements;
     while (!path.empty()) {
         const std::u16string_view element = path.substr(0, path.find(u'\\'));
         path.remove_prefix(std::min(element.size() + 1, path.size()));
@@ -21,7 +21,7 @@ std::vector<CFoldedText> CutAtBackslashes(std::u16string_view path) {
 }
 
 // A nameless folder, such as the volume's root, meets any element.
-bool Meets(const Folder& folder, const CFoldedText& element, std::int64_t matched) noexcept {
+bool Meets(const Folder& folder, const text::CFoldedText& element, std::int64_t matched) noexcept {
     return folder.nameLength == 0 ||
            (folder.parent == matched && element.Equals(folder.name, folder.nameLength));
 }
@@ -32,7 +32,7 @@ bool Meets(const Folder& folder, const CFoldedText& element, std::int64_t matche
 // folder is in the set.
 CRootFolderSet::CRootFolderSet(const std::vector<Folder>& folders, std::u16string_view rootPath)
     : m_members(folders.size()) {
-    const std::vector<CFoldedText> elements = CutAtBackslashes(rootPath);
+    const std::vector<text::CFoldedText> elements = CutAtBackslashes(rootPath);
     m_found = elements.empty();
     if (m_found) {
         return;

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tdf/folder_paths.h"
+#include "tdf/binary_search/folder_paths.h"
 
 namespace tdf {
 

@@ -1,4 +1,4 @@
-#include "tdf/tick_limits.h"
+#include "tdf/binary_search/tick_limits.h"
 
 #include "frame/errors.h"
 #include "platform/times.h"

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "tdf/search_limits.h"
+#include "tdf/matching/search_limits.h"
 
 namespace tdf {
 

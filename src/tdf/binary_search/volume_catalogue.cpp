@@ -1,8 +1,8 @@
-#include "tdf/volume_catalogue.h"
+#include "tdf/binary_search/volume_catalogue.h"
 
 #include "frame/errors.h"
 #include "frame/file_system.h"
-#include "mtf/opened_meta_file.h"
+#include "mtf/tree/opened_meta_file.h"
 
 namespace tdf {
 
@@ -27,7 +27,7 @@ CVolumeCatalogue::CVolumeCatalogue(std::u16string_view key, std::u16string_view 
 void CVolumeCatalogue::IndexNames() {
     try {
         idxdata::CSeqTableReader table = OpenFiles();
-        m_names = std::make_unique<CNameIndex>(table);
+        m_names = std::make_unique<CPackedNames>(table);
     } catch (const frame::CExc&) {
     }
 }

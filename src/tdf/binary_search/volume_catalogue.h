@@ -8,11 +8,11 @@
 #include <string_view>
 #include <vector>
 
-#include "idxdata/buff_file_reader.h"
-#include "idxdata/seq_table_reader.h"
-#include "tdf/folder_paths.h"
-#include "tdf/name_index.h"
-#include "tdf/owner_filter.h"
+#include "idxdata/streams/buff_file_reader.h"
+#include "idxdata/tables/seq_table_reader.h"
+#include "tdf/binary_search/folder_paths.h"
+#include "tdf/binary_search/owner_filter.h"
+#include "tdf/binary_search/packed_names.h"
 
 namespace tdf {
 
@@ -33,7 +33,7 @@ public:
     // The Files table, standing at its first record.
     idxdata::CSeqTableReader OpenFiles() const;
     // Of a Files table that can be read to its end; null otherwise.
-    const CNameIndex* Names() const noexcept { return m_names.get(); }
+    const CPackedNames* Names() const noexcept { return m_names.get(); }
 
 private:
     idxdata::CSeqTableReader OpenTable(idxdata::EIdxTable table,
@@ -44,7 +44,7 @@ private:
     std::shared_ptr<idxdata::CBuffFileReader> m_reader;
     std::optional<COwnerList> m_owners;
     std::optional<CFolderPaths> m_folders;
-    std::unique_ptr<const CNameIndex> m_names;
+    std::unique_ptr<const CPackedNames> m_names;
 };
 
 using VolumeList = std::vector<std::unique_ptr<CVolumeCatalogue>>;

@@ -1,4 +1,4 @@
-#include "tdf/owner_files.h"
+#include "tdf/generation/owner_files.h"
 
 #include <algorithm>
 #include <bit>
@@ -56,7 +56,7 @@ void COwnerFiles::CreateNext(std::uint32_t owner) {
         state.writer = std::make_unique<idxdata::CFileWriter>(m_bufferSize);
     }
     const std::u16string path = PathOf(owner);
-    EnterTwin(owner);
+    EnterSharedLabel(owner);
     WithRoomForHandle([&] { state.writer->Create(path); });
     m_handles.PushBack(owner);
     state.writer->SetAllFileTimes(m_settings.fileTimes);
@@ -66,18 +66,18 @@ void COwnerFiles::CreateNext(std::uint32_t owner) {
 
 // Owners that share a label share their files' names. While one of them has a file open
 // nobody can create it anew, whether a handle is held just now or not.
-void COwnerFiles::EnterTwin(std::uint32_t owner) {
-    const std::uint32_t twin = m_owners.TwinOf(owner);
-    if (twin != CTdfOwners::kNoTwin &&
-        !m_openTwins.emplace(twin, m_states[owner].fileNumber).second) {
+void COwnerFiles::EnterSharedLabel(std::uint32_t owner) {
+    const std::uint32_t twin = m_owners.FirstWithSameLabel(owner);
+    if (twin != CTdfOwners::kUniqueLabel &&
+        !m_openSharedLabels.emplace(twin, m_states[owner].fileNumber).second) {
         throw frame::CWin32Exc(kCreateFailure, platform::win32err::kSharingViolation);
     }
 }
 
-void COwnerFiles::LeaveTwin(std::uint32_t owner) noexcept {
-    const std::uint32_t twin = m_owners.TwinOf(owner);
-    if (twin != CTdfOwners::kNoTwin) {
-        m_openTwins.erase({twin, m_states[owner].fileNumber});
+void COwnerFiles::LeaveSharedLabel(std::uint32_t owner) noexcept {
+    const std::uint32_t twin = m_owners.FirstWithSameLabel(owner);
+    if (twin != CTdfOwners::kUniqueLabel) {
+        m_openSharedLabels.erase({twin, m_states[owner].fileNumber});
     }
 }
 
@@ -109,7 +109,7 @@ void COwnerFiles::Close(std::uint32_t owner) {
         NeedHandle(owner);
     }
     m_handles.Remove(owner);
-    LeaveTwin(owner);
+    LeaveSharedLabel(owner);
     m_states[owner].writer->Close();
 }
 

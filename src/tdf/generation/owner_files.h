@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "idxdata/file_writer.h"
-#include "tdf/owner_queue.h"
-#include "tdf/tdf_owners.h"
+#include "idxdata/streams/file_writer.h"
+#include "tdf/generation/owner_queue.h"
+#include "tdf/generation/tdf_owners.h"
 
 namespace tdf {
 
@@ -79,8 +79,8 @@ private:
 
     void CreateNext(std::uint32_t owner);
     std::u16string PathOf(std::uint32_t owner) const;
-    void EnterTwin(std::uint32_t owner);
-    void LeaveTwin(std::uint32_t owner) noexcept;
+    void EnterSharedLabel(std::uint32_t owner);
+    void LeaveSharedLabel(std::uint32_t owner) noexcept;
     std::byte* Place(std::uint32_t owner, std::size_t bytes);
     void PutLongLine(std::uint32_t owner, std::u16string_view line);
     void NeedHandle(std::uint32_t owner);
@@ -100,7 +100,7 @@ private:
     COwnerQueue m_handles;        // owners whose writer holds one, longest unused first
     COwnerQueue m_buffers;        // the same of buffers
     // Files now open of owners that share a label: (first owner, file number).
-    std::set<std::pair<std::uint32_t, std::uint32_t>> m_openTwins;
+    std::set<std::pair<std::uint32_t, std::uint32_t>> m_openSharedLabels;
     std::u16string m_longLine;
 };
 

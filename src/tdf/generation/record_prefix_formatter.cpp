@@ -1,4 +1,4 @@
-#include "tdf/record_head.h"
+#include "tdf/generation/record_prefix_formatter.h"
 
 #include <algorithm>
 #include <cstring>
@@ -79,7 +79,7 @@ Date DateOf(std::uint32_t daysSince1601) {
 
 }  // namespace
 
-void CRecordHead::SetDay(std::uint32_t day) {
+void CRecordPrefixFormatter::SetDay(std::uint32_t day) {
     const Date date = DateOf(day);
     CUnits units(m_dayText.data());
     units.PutPair(date.month);
@@ -92,7 +92,7 @@ void CRecordHead::SetDay(std::uint32_t day) {
     m_day = day;
 }
 
-std::size_t CRecordHead::Write(std::int64_t ticks, std::int64_t size, std::byte* out) {
+std::size_t CRecordPrefixFormatter::Write(std::int64_t ticks, std::int64_t size, std::byte* out) {
     const std::uint64_t seconds =
         std::min(static_cast<std::uint64_t>(std::max(ticks, std::int64_t{0}) / kTicksPerSecond),
                  kLastSecond);

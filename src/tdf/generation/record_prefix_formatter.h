@@ -8,11 +8,11 @@
 namespace tdf {
 
 // Writes "MM/DD/YYYY HH:MM:SS, SIZE, ". Remembers the last day, so one thread at a time.
-class CRecordHead {
+class CRecordPrefixFormatter {
 public:
-    static constexpr std::size_t kMostUnits = 19 + 2 + 20 + 2;
+    static constexpr std::size_t kMaxUnits = 19 + 2 + 20 + 2;
 
-    // Writes at most kMostUnits code units to `out`, at any address, and returns their
+    // Writes at most kMaxUnits code units to `out`, at any address, and returns their
     // number. UTC, seconds cut. A time before 1601 is written as the first second of that
     // year, one after 9999 as the last second of it, so that the columns stay.
     std::size_t Write(std::int64_t ticks, std::int64_t size, std::byte* out);

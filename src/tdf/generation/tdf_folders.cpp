@@ -1,17 +1,17 @@
-#include "tdf/tdf_folders.h"
+#include "tdf/generation/tdf_folders.h"
 
 #include <span>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "tdf/crc_path.h"
+#include "tdf/naming/crc_path.h"
 
 namespace tdf {
 
 namespace {
 
-constexpr std::size_t kMostKept = 16 * 1024 * 1024;  // code units
-constexpr std::size_t kLongestKept = 64 * 1024;      // code units of one text
+constexpr std::size_t kMaxKept = 16 * 1024 * 1024;  // code units
+constexpr std::size_t kLongestKept = 64 * 1024;     // code units of one text
 // No system has paths near this long; 64 long names of a damaged table would take memory
 // without end.
 constexpr std::size_t kLongestPath = 16 * 1024 * 1024;  // code units
@@ -20,8 +20,8 @@ const std::byte* BytesOf(std::u16string_view text) noexcept {
     return std::as_bytes(std::span(text.data(), text.size())).data();
 }
 
-platform::TextSurvey SurveyOf(std::u16string_view text) noexcept {
-    return platform::SurveyText(BytesOf(text), text.size());
+text::TextStatistics SurveyOf(std::u16string_view text) noexcept {
+    return text::CollectTextStatistics(BytesOf(text), text.size());
 }
 
 }  // namespace
@@ -33,7 +33,7 @@ void CTdfFolders::Add(std::u16string_view name, std::int64_t parent) {
 
 CTdfFolders::Chain CTdfFolders::ChainOf(std::int64_t folder) const noexcept {
     Chain chain;
-    while (folder != 0 && chain.count < kMostFolders) {
+    while (folder != 0 && chain.count < kMaxFolders) {
         if (static_cast<std::uint64_t>(folder) >= m_parents.size()) {
             chain.missing = folder;
             break;
@@ -66,11 +66,11 @@ CFolderTexts::Text CFolderTexts::TextOf(std::int64_t folder, std::int64_t record
 
 // Only sound texts are kept: their surveys need no more than a number.
 CFolderTexts::Text CFolderTexts::Keep(Slot& slot) {
-    const platform::TextSurvey survey = SurveyOf(m_text);
+    const text::TextStatistics survey = SurveyOf(m_text);
     if (m_text.size() > kLongestKept || !survey.sound) {
         return {m_text, survey};
     }
-    if (m_kept.size() + m_text.size() > kMostKept) {
+    if (m_kept.size() + m_text.size() > kMaxKept) {
         m_kept.clear();
         ++m_round;
     }

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/unicode_text.h"
-#include "tdf/line_store.h"
+#include "text/line_store.h"
+#include "text/unicode_text.h"
 
 namespace tdf {
 
@@ -18,7 +18,7 @@ namespace tdf {
 // path; a path keeps the 64 folders nearest the file.
 class CTdfFolders {
 public:
-    static constexpr std::size_t kMostFolders = 64;
+    static constexpr std::size_t kMaxFolders = 64;
 
     void Add(std::u16string_view name, std::int64_t parent);
     std::size_t Count() const noexcept { return m_names.size(); }
@@ -26,14 +26,14 @@ public:
 
     // The folders from one up to the root, innermost first.
     struct Chain {
-        std::array<std::uint32_t, kMostFolders> folders;
+        std::array<std::uint32_t, kMaxFolders> folders;
         std::size_t count = 0;
         std::optional<std::int64_t> missing;  // the index that the table does not have
     };
     Chain ChainOf(std::int64_t folder) const noexcept;
 
 private:
-    CLineStore m_names;
+    text::CLineStore m_names;
     std::vector<std::int64_t> m_parents;
 };
 
@@ -49,7 +49,7 @@ public:
 
     struct Text {
         std::u16string_view text;  // "C:\Users\john\" or "ac906abf43d5"
-        platform::TextSurvey survey;
+        text::TextStatistics survey;
     };
     // Valid until the next call. `record` is the file record's position, for messages.
     Text TextOf(std::int64_t folder, std::int64_t record);

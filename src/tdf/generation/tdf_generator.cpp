@@ -1,11 +1,11 @@
-#include "tdf/tdf_generator.h"
+#include "tdf/generation/tdf_generator.h"
 
 #include <optional>
 
 #include "frame/file_system.h"
-#include "frame/logger.h"
-#include "mtf/opened_meta_file.h"
-#include "tdf/volume_generator.h"
+#include "frame/logging/logger.h"
+#include "mtf/tree/opened_meta_file.h"
+#include "tdf/generation/volume_generator.h"
 
 namespace tdf {
 

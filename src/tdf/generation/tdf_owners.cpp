@@ -1,21 +1,22 @@
-#include "tdf/tdf_owners.h"
+#include "tdf/generation/tdf_owners.h"
 
 #include <span>
 #include <unordered_map>
 
 #include "frame/conversions.h"
 #include "platform/files.h"
+#include "text/ascii_case.h"
 
 namespace tdf {
 
 namespace {
 
-void AddTo(CLineStore& store, std::u16string_view text) {
+void AddTo(text::CLineStore& store, std::u16string_view text) {
     store.Add(std::as_bytes(std::span(text.data(), text.size())).data(), text.size());
 }
 
 bool IsUnknown(const rec::COwnerRecord& record) {
-    return record.OwnerName.empty() || frame::EqualsNoCase(record.OwnerName, record.OwnerId);
+    return record.OwnerName.empty() || text::EqualsNoCase(record.OwnerName, record.OwnerId);
 }
 
 }  // namespace
@@ -31,14 +32,14 @@ void CTdfOwners::Add(const rec::COwnerRecord& record) {
     AddTo(m_ids, record.OwnerId);
 }
 
-void CTdfOwners::FindTwins() {
-    m_twins.assign(Count(), kNoTwin);
+void CTdfOwners::FindSharedLabels() {
+    m_firstWithLabel.assign(Count(), kUniqueLabel);
     std::unordered_map<std::u16string, std::uint32_t> firsts;
     firsts.reserve(Count());
     for (std::uint32_t owner = 0; owner < Count(); ++owner) {
         const auto [first, isNew] = firsts.emplace(platform::FoldFileName(m_labels[owner]), owner);
         if (!isNew) {
-            m_twins[first->second] = m_twins[owner] = first->second;
+            m_firstWithLabel[first->second] = m_firstWithLabel[owner] = first->second;
         }
     }
 }

@@ -1,4 +1,4 @@
-#include "tdf/volume_generator.h"
+#include "tdf/generation/volume_generator.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,7 +6,7 @@
 
 #include "frame/errors.h"
 #include "frame/file_system.h"
-#include "platform/unicode_text.h"
+#include "text/unicode_text.h"
 
 namespace tdf {
 
@@ -135,7 +135,7 @@ void CVolumeGenerator::ReadOwners() {
                    record.OwnerId.size() + record.OwnerName.size() + record.OwnerDomain.size());
         m_owners.Add(record);
     }
-    m_owners.FindTwins();
+    m_owners.FindSharedLabels();
 }
 
 void CVolumeGenerator::ReadFiles(COwnerFiles& files) {
@@ -165,8 +165,9 @@ void CVolumeGenerator::WriteRecord(COwnerFiles& files, const idxdata::FileRecord
 void CVolumeGenerator::WriteRecordLine(COwnerFiles& files, const idxdata::FileRecordView& record,
                                        std::int64_t index) {
     const CFolderTexts::Text folder = m_folderTexts->TextOf(record.dirIndex, index);
-    const std::size_t mostUnits = CRecordHead::kMostUnits + folder.text.size() + record.nameLength;
-    platform::TextSurvey survey = platform::SurveyText(record.nameBytes, record.nameLength);
+    const std::size_t mostUnits =
+        CRecordPrefixFormatter::kMaxUnits + folder.text.size() + record.nameLength;
+    text::TextStatistics survey = text::CollectTextStatistics(record.nameBytes, record.nameLength);
     survey += folder.survey;
     files.PutLine(record.ownerIndex, mostUnits, [&](std::byte* line) {
         CUnitsOut out(line);
@@ -174,14 +175,14 @@ void CVolumeGenerator::WriteRecordLine(COwnerFiles& files, const idxdata::FileRe
         survey.units += out.Units();  // plain ASCII
         out.Put(folder.text);
         out.Put(record.nameBytes, record.nameLength);
-        const bool passes = survey.Passes() || platform::ReadsAsUnicode(line, out.Units());
+        const bool passes = survey.Passes() || text::LooksLikeUtf16Text(line, out.Units());
         return passes ? out.Units() : 0;
     });
 }
 
 void CVolumeGenerator::WriteKeyLines(COwnerFiles& files, const idxdata::FileRecordView& record,
                                      std::int64_t index) {
-    if (!platform::ReadsAsUnicode(record.nameBytes, record.nameLength)) {
+    if (!text::LooksLikeUtf16Text(record.nameBytes, record.nameLength)) {
         return;
     }
     // Of the index only the low 32 bits count here.

@@ -7,14 +7,14 @@
 #include <string>
 #include <string_view>
 
-#include "idxdata/file_reader.h"
-#include "idxdata/file_record_cursor.h"
-#include "tdf/crc_path.h"
-#include "tdf/owner_files.h"
-#include "tdf/record_head.h"
-#include "tdf/tdf_folders.h"
-#include "tdf/tdf_generator.h"
-#include "tdf/tdf_owners.h"
+#include "idxdata/streams/file_reader.h"
+#include "idxdata/tables/file_record_cursor.h"
+#include "tdf/generation/owner_files.h"
+#include "tdf/generation/record_prefix_formatter.h"
+#include "tdf/generation/tdf_folders.h"
+#include "tdf/generation/tdf_generator.h"
+#include "tdf/generation/tdf_owners.h"
+#include "tdf/naming/crc_path.h"
 
 namespace tdf {
 
@@ -53,7 +53,7 @@ private:
     CTdfFolders m_folders;
     CTdfOwners m_owners;
     std::optional<CFolderTexts> m_folderTexts;
-    CRecordHead m_head;
+    CRecordPrefixFormatter m_head;
     CKeyNameCutter m_keyNames;
     std::u16string m_name;  // of the record whose key lines are written
 };

@@ -1,11 +1,11 @@
-#include "tdf/wildcard.h"
+#include "tdf/matching/wildcard.h"
 
 #include <span>
 
-#include "frame/conversions.h"
 #include "frame/errors.h"
-#include "idxdata/byte_order.h"
-#include "platform/text_scan.h"
+#include "text/ascii_case.h"
+#include "text/text_scan.h"
+#include "text/unaligned.h"
 
 namespace tdf {
 
@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::size_t kPathPrefix = 2;  // units before the first backslash: "C:"
 
-platform::CUnitTest TestOf(char16_t unit) noexcept {
-    const char16_t folded = frame::ToLowerAscii(unit);
+text::CUnitTest TestOf(char16_t unit) noexcept {
+    const char16_t folded = text::ToLowerAscii(unit);
     if (folded == u'?') {
         return {0xFFFF, 0xFFFF};
     }
@@ -40,12 +40,12 @@ public:
 
 private:
     bool Search(std::u16string_view token) noexcept {
-        const platform::CUnitTest first = TestOf(token.front());
-        const platform::CUnitTest last = TestOf(token.back());
+        const text::CUnitTest first = TestOf(token.front());
+        const text::CUnitTest last = TestOf(token.back());
         while (m_length >= token.size()) {
             const std::size_t starts = m_length - token.size() + 1;
             const std::size_t skipped =
-                platform::FindUnitPair(m_units, starts, first, last, token.size() - 1);
+                text::FindUnitPair(m_units, starts, first, last, token.size() - 1);
             if (skipped == starts) {
                 return false;
             }
@@ -60,7 +60,7 @@ private:
 
     bool Fits(std::u16string_view token) const noexcept {
         for (std::size_t i = 0; i < token.size(); ++i) {
-            if (!TestOf(token[i]).Passes(idxdata::LoadLittle<char16_t>(m_units + 2 * i))) {
+            if (!TestOf(token[i]).Passes(text::LoadLittle<char16_t>(m_units + 2 * i))) {
                 return false;
             }
         }
@@ -114,7 +114,7 @@ bool MatchWildcard(std::u16string_view name, std::u16string_view pattern, bool f
 CWildcardPattern::CWildcardPattern(std::u16string_view pattern, EStarRule rule)
     : m_floating(Floats(pattern, rule)) {
     for (std::u16string_view token = CutToken(pattern); !token.empty(); token = CutToken(pattern)) {
-        m_tokens.push_back(frame::ToLowerAscii(token));
+        m_tokens.push_back(text::ToLowerAscii(token));
     }
 }
 

@@ -1,9 +1,9 @@
-#include "tdf/crc_path.h"
+#include "tdf/naming/crc_path.h"
 
 #include <algorithm>
 #include <limits>
 
-#include "frame/conversions.h"
+#include "text/ascii_case.h"
 
 namespace tdf {
 
@@ -54,7 +54,7 @@ bool Longer(std::u16string_view a, std::u16string_view b) {
 std::uint16_t ElementCrc(std::u16string_view element) noexcept {
     std::uint32_t crc = kInitial;
     for (const char16_t unit : element) {
-        const std::uint32_t folded = frame::ToLowerAscii(unit);
+        const std::uint32_t folded = text::ToLowerAscii(unit);
         crc = static_cast<std::uint32_t>(kSecondTable[(crc >> 8) ^ (folded & 0xFF)] ^
                                          kByteTable[(crc & 0xFF) ^ (folded >> 8)]);
     }

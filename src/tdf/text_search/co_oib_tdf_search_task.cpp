@@ -1,6 +1,6 @@
-#include "tdf/co_oib_tdf_search_task.h"
+#include "tdf/text_search/co_oib_tdf_search_task.h"
 
-#include "platform/bstr.h"
+#include "automation/bstr.h"
 
 namespace coClasses {
 
@@ -13,10 +13,10 @@ CCoOibTDFSearchTask::CCoOibTDFSearchTask(std::u16string_view dataFile, const Sea
         m_searcher.SetSizeLimits(wanted.SizeFrom, wanted.SizeTill);
     }
     if (wanted.UnrestrictedExtentions != nullptr) {
-        m_searcher.SetUnrestrictedExtensions(platform::TextOf(wanted.UnrestrictedExtentions));
+        m_searcher.SetUnrestrictedExtensions(automation::TextOf(wanted.UnrestrictedExtentions));
     }
-    m_searcher.Search(dataFile, platform::TextOf(wanted.rootPath),
-                      platform::TextOf(wanted.FileNamePattern));
+    m_searcher.Search(dataFile, automation::TextOf(wanted.rootPath),
+                      automation::TextOf(wanted.FileNamePattern));
 }
 
 // What the record held before is overwritten, not freed.
@@ -29,7 +29,7 @@ HRESULT CCoOibTDFSearchTask::GetResult(INT index, SearchResult* srchResult) {
         double modifyTime = 0;
         std::int64_t size = 0;
         m_searcher.GetResultRecord(index, fileName, modifyTime, size);
-        *srchResult = {platform::NewBstr(fileName), modifyTime, size, nullptr};
+        *srchResult = {automation::NewBstr(fileName), modifyTime, size, nullptr};
         return S_OK;
     });
 }

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "frame/com_object.h"
-#include "tdf/text_data_searcher.h"
+#include "frame/objects/com_object.h"
+#include "tdf/text_search/text_data_searcher.h"
 
 namespace coClasses {
 

@@ -1,8 +1,8 @@
-#include "tdf/record_line_parser.h"
+#include "tdf/text_search/record_line_parser.h"
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "idxdata/byte_order.h"
+#include "text/unaligned.h"
 
 namespace tdf {
 
@@ -60,7 +60,7 @@ RecordLine ParseRecordLine(std::u16string_view line) {
     return record;
 }
 
-bool CUsualRecordLine::Take(const std::byte* units, std::size_t length) noexcept {
+bool CFastRecordLine::TryParse(const std::byte* units, std::size_t length) noexcept {
     m_units = units;
     return length > kSizeAt && TakeTime() && TakeSize(length);
 }
@@ -85,7 +85,7 @@ constexpr std::uint64_t GroupOf(const char16_t* units) {
 template <std::size_t kFirst>
 std::uint64_t DigitsAt(const std::byte* units) noexcept {
     constexpr std::uint64_t kZeros = GroupOf(kTemplate + kFirst);
-    return idxdata::LoadLittle<std::uint64_t>(units + 2 * kFirst) ^ kZeros;
+    return text::LoadLittle<std::uint64_t>(units + 2 * kFirst) ^ kZeros;
 }
 
 // Bits are set in the result when a unit of the group is above 9.
@@ -105,7 +105,7 @@ constexpr std::uint16_t Number(unsigned tens, unsigned ones) {
 
 }  // namespace
 
-bool CUsualRecordLine::TakeTime() noexcept {
+bool CFastRecordLine::TakeTime() noexcept {
     const std::uint64_t a = DigitsAt<0>(m_units);   // MM/D
     const std::uint64_t b = DigitsAt<4>(m_units);   // D/YY
     const std::uint64_t c = DigitsAt<8>(m_units);   // YY h
@@ -125,29 +125,27 @@ bool CUsualRecordLine::TakeTime() noexcept {
            m_time.minute < 60 && m_time.second < 60 && m_time.year >= 100;
 }
 
-bool CUsualRecordLine::TakeSize(std::size_t length) noexcept {
-    constexpr std::size_t kMostDigits = 18;
-    const auto at = [this](std::size_t i) {
-        return idxdata::LoadLittle<char16_t>(m_units + 2 * i);
-    };
+bool CFastRecordLine::TakeSize(std::size_t length) noexcept {
+    constexpr std::size_t kMaxDigits = 18;
+    const auto at = [this](std::size_t i) { return text::LoadLittle<char16_t>(m_units + 2 * i); };
     std::size_t i = kSizeAt;
     while (i < length && at(i) >= u'0' && at(i) <= u'9') {
         ++i;
     }
     m_sizeEnd = i;
-    return i - kSizeAt <= kMostDigits && i + 2 < length && at(i) == u',';
+    return i - kSizeAt <= kMaxDigits && i + 2 < length && at(i) == u',';
 }
 
-double CUsualRecordLine::ModifyTime() const noexcept {
+double CFastRecordLine::ModifyTime() const noexcept {
     double date = 0;
     platform::SystemTimeToDate(m_time, date);
     return date;
 }
 
-std::int64_t CUsualRecordLine::Size() const noexcept {
+std::int64_t CFastRecordLine::Size() const noexcept {
     std::int64_t size = 0;
     for (std::size_t i = kSizeAt; i < m_sizeEnd; ++i) {
-        size = size * 10 + (idxdata::LoadLittle<char16_t>(m_units + 2 * i) - u'0');
+        size = size * 10 + (text::LoadLittle<char16_t>(m_units + 2 * i) - u'0');
     }
     return size;
 }

@@ -20,11 +20,11 @@ RecordLine ParseRecordLine(std::u16string_view line);
 
 // A line in the form that the generator gives it, parsed where it lies, at any address,
 // and without converting its time before that is asked for.
-class CUsualRecordLine {
+class CFastRecordLine {
 public:
     // False for a line that is not in this form or that could fail to parse; whether it
     // does is for ParseRecordLine to tell. A line taken here parses to the same values.
-    bool Take(const std::byte* units, std::size_t length) noexcept;
+    bool TryParse(const std::byte* units, std::size_t length) noexcept;
 
     double ModifyTime() const noexcept;
     std::int64_t Size() const noexcept;

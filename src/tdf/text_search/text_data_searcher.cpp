@@ -1,12 +1,12 @@
-#include "tdf/text_data_searcher.h"
+#include "tdf/text_search/text_data_searcher.h"
 
 #include <cstring>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "idxdata/file_reader.h"
-#include "tdf/folded_text.h"
-#include "tdf/record_line_parser.h"
+#include "idxdata/streams/file_reader.h"
+#include "tdf/text_search/record_line_parser.h"
+#include "text/folded_text.h"
 
 namespace tdf {
 
@@ -26,7 +26,7 @@ bool HasFolder(const TextLine& line) noexcept {
     return line.firstBackslash != TextLine::kNone && line.firstBackslash >= kPathPrefix;
 }
 
-bool IsBelow(const TextLine& line, const CFoldedText& root) noexcept {
+bool IsBelow(const TextLine& line, const text::CFoldedText& root) noexcept {
     const std::size_t start = line.firstBackslash - kPathPrefix;
     return root.IsPrefixOf(line.units + 2 * start, line.lastBackslash + 1 - start);
 }
@@ -42,7 +42,7 @@ void CTextDataSearcher::Search(std::u16string_view dataFile, std::u16string_view
                                std::u16string_view pattern) {
     idxdata::CFileReader reader;
     reader.Open(dataFile);
-    const CFoldedText root(rootPath);
+    const text::CFoldedText root(rootPath);
     const CWildcardPattern wildcard(pattern);
     CTextLineCursor lines(reader);
     TextLine line{};
@@ -59,8 +59,8 @@ void CTextDataSearcher::Search(std::u16string_view dataFile, std::u16string_view
 
 // A line that does not parse ends the search whatever its name, so it is parsed first.
 bool CTextDataSearcher::Accepts(const TextLine& line, const CWildcardPattern& wildcard) const {
-    CUsualRecordLine usual;
-    if (!usual.Take(line.units, line.length)) {
+    CFastRecordLine fast;
+    if (!fast.TryParse(line.units, line.length)) {
         const std::u16string text = CopyOf(line);
         const RecordLine record = ParseRecordLine(text);
         return FitsName(line, wildcard) &&
@@ -68,8 +68,8 @@ bool CTextDataSearcher::Accepts(const TextLine& line, const CWildcardPattern& wi
                !(m_sizeLimits && m_sizeLimits->Rejects(record.size));
     }
     return FitsName(line, wildcard) &&
-           !(m_timeLimits && m_timeLimits->Rejects(usual.ModifyTime())) &&
-           !(m_sizeLimits && m_sizeLimits->Rejects(usual.Size()));
+           !(m_timeLimits && m_timeLimits->Rejects(fast.ModifyTime())) &&
+           !(m_sizeLimits && m_sizeLimits->Rejects(fast.Size()));
 }
 
 void CTextDataSearcher::GetResultRecord(std::int32_t index, std::u16string_view& fileName,

@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-#include "tdf/line_store.h"
-#include "tdf/search_limits.h"
-#include "tdf/text_line_cursor.h"
-#include "tdf/wildcard.h"
+#include "tdf/matching/search_limits.h"
+#include "tdf/matching/wildcard.h"
+#include "tdf/text_search/text_line_cursor.h"
+#include "text/line_store.h"
 
 namespace tdf {
 
@@ -34,7 +34,7 @@ public:
     std::int32_t GetResultsCount() const noexcept {
         return static_cast<std::int32_t>(m_results.size());
     }
-    const CLineStore& GetResults() const noexcept { return m_results; }
+    const text::CLineStore& GetResults() const noexcept { return m_results; }
     // `fileName` lives as long as the searcher. Throws CExc: E_INVALIDARG for an index that
     // names no result, E_FAIL for a line that does not parse.
     void GetResultRecord(std::int32_t index, std::u16string_view& fileName, double& modifyTime,
@@ -47,7 +47,7 @@ public:
 private:
     bool Accepts(const TextLine& line, const CWildcardPattern& wildcard) const;
 
-    CLineStore m_results;
+    text::CLineStore m_results;
     std::optional<TimeLimits> m_timeLimits;
     std::optional<SizeLimits> m_sizeLimits;
     std::u16string m_unrestrictedExtensions;

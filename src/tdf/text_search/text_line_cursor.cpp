@@ -1,16 +1,16 @@
-#include "tdf/text_line_cursor.h"
+#include "tdf/text_search/text_line_cursor.h"
 
 #include <algorithm>
 #include <bit>
 #include <span>
 
-#include "idxdata/byte_order.h"
+#include "text/unaligned.h"
 
 namespace tdf {
 
 namespace {
 
-constexpr std::size_t kBlock = platform::LineMarks::kUnits;
+constexpr std::size_t kBlock = text::LineMarks::kUnits;
 
 // The lowest bit of `bits` as a position in the window; kNone when no bit is set.
 std::size_t LowestAt(std::uint64_t bits, std::size_t block) noexcept {
@@ -42,7 +42,7 @@ bool CTextLineCursor::NextInWindow(TextLine& line) {
     const std::size_t blocks = m_marks.size();
     std::uint64_t todo = ~std::uint64_t{0} << (m_next % kBlock);
     for (std::size_t block = m_next / kBlock; block < blocks; ++block) {
-        const platform::LineMarks& marks = m_marks[block];
+        const text::LineMarks& marks = m_marks[block];
         const std::uint64_t end = marks.lineFeeds & todo;
         // The bits up to the line feed; all of them without one.
         const std::uint64_t inLine = todo & (end ^ (end - 1));
@@ -79,7 +79,7 @@ void CTextLineCursor::Finish(std::size_t end, std::size_t firstDropped, TextLine
 void CTextLineCursor::CopyWithoutDropped(std::size_t length, TextLine& line) {
     m_copy.clear();
     for (std::size_t i = 0; i < length; ++i) {
-        const auto unit = idxdata::LoadLittle<char16_t>(line.units + 2 * i);
+        const auto unit = text::LoadLittle<char16_t>(line.units + 2 * i);
         if (unit != u'\r' && unit != u'\uFEFF') {
             m_copy.push_back(unit);
         }
@@ -104,7 +104,7 @@ bool CTextLineCursor::Refill() {
     m_units = window.data();
     m_count = window.size() / 2;
     m_marks.resize((m_count + kBlock - 1) / kBlock);
-    platform::MarkLines(m_units, m_count, m_marks.data());
+    text::MarkLines(m_units, m_count, m_marks.data());
     return m_count > left;
 }
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "idxdata/file_reader.h"
-#include "platform/line_marks.h"
+#include "idxdata/streams/file_reader.h"
+#include "text/line_marks.h"
 
 namespace tdf {
 
@@ -45,11 +45,11 @@ private:
 
     idxdata::CFileReader& m_reader;
     std::uint64_t m_lineNumber = 0;
-    const std::byte* m_units = nullptr;        // the window
-    std::size_t m_count = 0;                   // its units
-    std::size_t m_next = 0;                    // unit that the next line begins with
-    std::vector<platform::LineMarks> m_marks;  // of the window
-    std::u16string m_copy;                     // a line that had to be copied
+    const std::byte* m_units = nullptr;    // the window
+    std::size_t m_count = 0;               // its units
+    std::size_t m_next = 0;                // unit that the next line begins with
+    std::vector<text::LineMarks> m_marks;  // of the window
+    std::u16string m_copy;                 // a line that had to be copied
 };
 
 }  // namespace tdf

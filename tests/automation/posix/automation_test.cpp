@@ -9,19 +9,19 @@
 #include <thread>
 #include <vector>
 
-#include "platform/bstr.h"
-#include "platform/com_ptr.h"
-#include "platform/variant.h"
+#include "automation/bstr.h"
+#include "automation/com_ptr.h"
+#include "automation/variant.h"
 #include "support/counted_object.h"
 
 namespace {
 
-using platform::CBstr;
-using platform::CComPtr;
-using platform::CSafeArrayPtr;
-using platform::CVariant;
-using platform::NewBstr;
-using platform::TextOf;
+using automation::CBstr;
+using automation::CComPtr;
+using automation::CSafeArrayPtr;
+using automation::CVariant;
+using automation::NewBstr;
+using automation::TextOf;
 
 const OLECHAR* Units(const std::u16string& text) {
     return reinterpret_cast<const OLECHAR*>(text.c_str());

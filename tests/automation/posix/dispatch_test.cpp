@@ -1,6 +1,6 @@
 // Late-bound calls against an interface with one method for each kind of parameter. Leaks
 // on any path are the sanitizers' to find.
-#include "platform/dispatch.h"
+#include "automation/dispatch.h"
 
 #include <gtest/gtest.h>
 
@@ -10,19 +10,19 @@
 #include <vector>
 
 #include "ZorelText.h"
-#include "platform/bstr.h"
-#include "platform/com_ptr.h"
-#include "platform/guid.h"
-#include "platform/variant.h"
+#include "automation/bstr.h"
+#include "automation/com_ptr.h"
+#include "automation/guid.h"
+#include "automation/variant.h"
 #include "support/counted_object.h"
 
 namespace {
 
-using platform::CBstr;
-using platform::CComPtr;
-using platform::CVariant;
-using platform::NewBstr;
-using platform::TextOf;
+using automation::CBstr;
+using automation::CComPtr;
+using automation::CVariant;
+using automation::NewBstr;
+using automation::TextOf;
 
 struct Pair {
     BSTR text;
@@ -55,15 +55,15 @@ protected:
     ~IProbe() = default;
 };
 
-constexpr platform::FieldDesc kPairFields[] = {
-    platform::Field<BSTR>(u"text", offsetof(Pair, text)),
-    platform::Field<LONGLONG>(u"number", offsetof(Pair, number)),
+constexpr automation::FieldDesc kPairFields[] = {
+    automation::Field<BSTR>(u"text", offsetof(Pair, text)),
+    automation::Field<LONGLONG>(u"number", offsetof(Pair, number)),
 };
-constexpr platform::RecordDesc kPair = {u"Pair", &kPairGuid, sizeof(Pair), kPairFields};
+constexpr automation::RecordDesc kPair = {u"Pair", &kPairGuid, sizeof(Pair), kPairFields};
 
 }  // namespace
 
-namespace platform {
+namespace automation {
 template <>
 struct RecordTraits<Pair> {
     static constexpr const RecordDesc& kDesc = kPair;
@@ -72,16 +72,16 @@ template <>
 struct InterfaceTraits<IProbe> {
     static constexpr const IID& kIid = kProbeIid;
 };
-}  // namespace platform
+}  // namespace automation
 
 namespace {
 
-using platform::In;
-using platform::Method;
-using platform::Out;
-using platform::PropertyGet;
-using platform::Retval;
-using platform::Unspecified;
+using automation::In;
+using automation::Method;
+using automation::Out;
+using automation::PropertyGet;
+using automation::Retval;
+using automation::Unspecified;
 
 enum EProbeId : DISPID {
     kTakeInt = 0x60020000,
@@ -101,7 +101,7 @@ enum EProbeId : DISPID {
     kGetPair,
 };
 
-constexpr auto kProbeMethods = platform::Methods(
+constexpr auto kProbeMethods = automation::Methods(
     kTakeInt, Method<&IProbe::TakeInt>(u"TakeInt", In(u"number"), Retval(u"seen")),
     Method<&IProbe::TakeULong>(u"TakeULong", In(u"number"), Retval(u"seen")),
     Method<&IProbe::TakeLong64>(u"TakeLong64", In(u"number"), Retval(u"seen")),
@@ -120,9 +120,10 @@ constexpr auto kProbeMethods = platform::Methods(
     PropertyGet<&IProbe::get_Total>(u"Total", Retval(u"total")),
     PropertyGet<&IProbe::get_Names>(u"Names", Retval(u"names")),
     PropertyGet<&IProbe::get_Pair>(u"Pair", Retval(u"pair")));
-constexpr platform::InterfaceTable kProbeTable = {u"IProbe", &kProbeIid, nullptr, 1, kProbeMethods};
+constexpr automation::InterfaceTable kProbeTable = {u"IProbe", &kProbeIid, nullptr, 1,
+                                                    kProbeMethods};
 
-HRESULT Tell(const std::string& text, BSTR* seen) {
+HRESULT PrintSummary(const std::string& text, BSTR* seen) {
     *seen = NewBstr(zorel::ToUtf16(text));
     return S_OK;
 }
@@ -147,51 +148,52 @@ public:
     ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
     ULONG STDMETHODCALLTYPE Release() override { return --references; }
     HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
-        return platform::DispatchGetTypeInfoCount(kProbeTable, count);
+        return automation::DispatchGetTypeInfoCount(kProbeTable, count);
     }
     HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) override {
-        return platform::DispatchGetTypeInfo(kProbeTable, index, locale, info);
+        return automation::DispatchGetTypeInfo(kProbeTable, index, locale, info);
     }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count,
                                             LCID locale, DISPID* ids) override {
-        return platform::DispatchGetIDsOfNames(kProbeTable, reserved, names, count, locale, ids);
+        return automation::DispatchGetIDsOfNames(kProbeTable, reserved, names, count, locale, ids);
     }
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID reserved, LCID locale, WORD flags,
                                      DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
                                      UINT* badArgument) override {
-        return platform::DispatchInvoke(kProbeTable, this, id, reserved, locale, flags, params,
-                                        result, exception, badArgument);
+        return automation::DispatchInvoke(kProbeTable, this, id, reserved, locale, flags, params,
+                                          result, exception, badArgument);
     }
 
     HRESULT STDMETHODCALLTYPE TakeInt(INT number, BSTR* seen) override {
-        return Tell(std::to_string(number), seen);
+        return PrintSummary(std::to_string(number), seen);
     }
     HRESULT STDMETHODCALLTYPE TakeULong(ULONG number, BSTR* seen) override {
-        return Tell(std::to_string(number), seen);
+        return PrintSummary(std::to_string(number), seen);
     }
     HRESULT STDMETHODCALLTYPE TakeLong64(LONGLONG number, BSTR* seen) override {
-        return Tell(std::to_string(number), seen);
+        return PrintSummary(std::to_string(number), seen);
     }
     HRESULT STDMETHODCALLTYPE TakeULong64(ULONGLONG number, BSTR* seen) override {
-        return Tell(std::to_string(number), seen);
+        return PrintSummary(std::to_string(number), seen);
     }
     HRESULT STDMETHODCALLTYPE TakeBool(VARIANT_BOOL flag, BSTR* seen) override {
-        return Tell(std::to_string(flag), seen);
+        return PrintSummary(std::to_string(flag), seen);
     }
     HRESULT STDMETHODCALLTYPE TakeDate(DATE date, BSTR* seen) override {
-        return Tell(std::to_string(date), seen);
+        return PrintSummary(std::to_string(date), seen);
     }
     HRESULT STDMETHODCALLTYPE TakeText(BSTR text, BSTR* seen) override {
-        return Tell(text == nullptr ? "(null)" : zorel::ToUtf8(TextOf(text)), seen);
+        return PrintSummary(text == nullptr ? "(null)" : zorel::ToUtf8(TextOf(text)), seen);
     }
     HRESULT STDMETHODCALLTYPE TakeGuid(GUID guid, GUID* seen) override {
         *seen = guid;
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE TakePairs(Pair byValue, Pair* byPointer, BSTR* seen) override {
-        return Tell(std::to_string(byValue.number) + "/" +
-                        (byPointer == nullptr ? "null" : zorel::ToUtf8(TextOf(byPointer->text))),
-                    seen);
+        return PrintSummary(
+            std::to_string(byValue.number) + "/" +
+                (byPointer == nullptr ? "null" : zorel::ToUtf8(TextOf(byPointer->text))),
+            seen);
     }
     HRESULT STDMETHODCALLTYPE GiveAll(INT hr, BSTR* text, INT* number, VARIANT_BOOL* flag,
                                       GUID* guid, SAFEARRAY** list, IProbe** self,
@@ -558,7 +560,7 @@ TEST(Dispatch, FillsVariablesOfTheExactType) {
     out.text = reinterpret_cast<BSTR>(&out.number);
     ASSERT_EQ(Call(probe, kGiveAll, out.References(S_OK)), S_OK);
     const CBstr text(out.text);
-    const platform::CSafeArrayPtr list(out.list);
+    const automation::CSafeArrayPtr list(out.list);
     const CBstr pairText(out.pair.text);
     EXPECT_EQ(TextOf(out.text), u"text");
     EXPECT_EQ(out.number, -7);
@@ -673,7 +675,7 @@ TEST(Dispatch, TakesRecordsAndGuids) {
     EXPECT_EQ(badArgument, 1U);
 
     GUID guid = kSampleGuid;
-    std::u16string plain = platform::UuidToString(guid);
+    std::u16string plain = automation::UuidToString(guid);
     VARIANT record = {};
     record.vt = VT_RECORD;
     record.pvRecord = &guid;
@@ -747,7 +749,7 @@ TEST(Dispatch, DescribesTheRecordsItGives) {
     EXPECT_EQ(info.RecordDestroy(copy), S_OK);
 
     CVariant guid;
-    const CVariant text = Value(VT_BSTR, platform::UuidToString(kSampleGuid).c_str());
+    const CVariant text = Value(VT_BSTR, automation::UuidToString(kSampleGuid).c_str());
     ASSERT_EQ(Call(probe, kTakeGuid, {text.Get()}, guid.Put()), S_OK);
     EXPECT_EQ(NameOf(*guid.Get().pRecInfo), u"GUID");
     EXPECT_FALSE(info.IsMatchingType(guid.Get().pRecInfo));

@@ -8,11 +8,12 @@
 #include <vector>
 
 #include "support/meta_files.h"
+#include "text/ascii_case.h"
 
 namespace {
 
-using platform::CBstr;
-using platform::CComPtr;
+using automation::CBstr;
+using automation::CComPtr;
 using support::Bstr;
 using support::Call;
 using support::CallResult;
@@ -62,8 +63,8 @@ protected:
                           .hr,
                       S_OK);
             EXPECT_TRUE(vmName && time) << "empty, not null";
-            list += (i == 0 ? u"" : u" ") + std::u16string(platform::TextOf(vmName.Get())) + u"/" +
-                    std::u16string(platform::TextOf(time.Get())) + u"/" +
+            list += (i == 0 ? u"" : u" ") + std::u16string(automation::TextOf(vmName.Get())) +
+                    u"/" + std::u16string(automation::TextOf(time.Get())) + u"/" +
                     frame::GuidToString(id, false);
         }
         return list;
@@ -290,7 +291,7 @@ public:
         }
         const std::u16string subtree = found->subtree;
         for (Line& line : lines) {
-            line.deleted |= frame::EqualsNoCase(line.subtree, subtree);
+            line.deleted |= text::EqualsNoCase(line.subtree, subtree);
         }
         return true;
     }

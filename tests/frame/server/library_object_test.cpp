@@ -3,10 +3,10 @@
 
 #include <regex>
 
-#include "frame/logger.h"
-#include "frame/module.h"
-#include "platform/com_ptr.h"
-#include "server/class_factory.h"
+#include "automation/com_ptr.h"
+#include "frame/logging/logger.h"
+#include "frame/objects/module.h"
+#include "frame/server/class_factory.h"
 #include "support/automation_check.h"
 #include "support/index_file_builder.h"
 #include "support/search_client.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-using platform::CComPtr;
+using automation::CComPtr;
 using support::Bstr;
 using support::CreateLibrary;
 using support::EBinding;

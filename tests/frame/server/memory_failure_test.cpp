@@ -7,7 +7,7 @@
 #include <functional>
 #include <new>
 
-#include "platform/com_ptr.h"
+#include "automation/com_ptr.h"
 #include "support/automation_check.h"
 #include "support/index_file_builder.h"
 #include "support/port_files.h"
@@ -72,7 +72,7 @@ void operator delete[](void* memory, std::size_t) noexcept {
 
 namespace {
 
-using platform::CComPtr;
+using automation::CComPtr;
 using support::Bstr;
 
 // Runs `call` with its first, second, … allocation failing until it succeeds.
@@ -110,7 +110,7 @@ TEST(MemoryFailure, EveryAllocationOfEveryCall) {
     CComPtr<IOibDFBrowser> browser;
     FailEveryAllocation("browse", [&] { return library->BrowseOibDF(path.Get(), browser.Put()); });
     FailEveryAllocation("folders", [&] {
-        platform::CSafeArrayPtr folders;
+        automation::CSafeArrayPtr folders;
         return browser->GetFolders(root.Get(), folders.Put());
     });
     FailEveryAllocation("files", [&] {
@@ -138,8 +138,8 @@ TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
     FailEveryAllocation("meta-file", [&] {
         CComPtr<IMtfMetaFile> file;
         CComPtr<IMtfAttrsTree> tree;
-        platform::CSafeArrayPtr names;
-        platform::CBstr value;
+        automation::CSafeArrayPtr names;
+        automation::CBstr value;
         HRESULT hr = library->CreateMetaFile(path.Get(), EIdxMetaLoad, file.Put());
         hr = hr == S_OK ? file->CreateAttrsTree(name.Get(), tree.Put()) : hr;
         hr = hr == S_OK ? tree->SetAttr(name.Get(), name.Get()) : hr;
@@ -149,7 +149,7 @@ TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
     FailEveryAllocation("session", [&] {
         CComPtr<IMtfBSessionMetaFile> session;
         CComPtr<ICatOibRefsEnumerator> refs;
-        platform::CBstr texts[2];
+        automation::CBstr texts[2];
         GUID id{};
         HRESULT hr = library->CreateBSessionMetaFile(path.Get(), EIdxMetaLoad, session.Put());
         hr = hr == S_OK ? session->EnumOibsRefs(refs.Put()) : hr;
@@ -160,7 +160,7 @@ TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
         CComPtr<IMtfPublicationMetaFileReader> reader;
         CComPtr<IMtfPublicationOrderingInfo> info;
         CComPtr<IMtfAddBSessionCmdAccessor> accessor;
-        platform::CBstr texts[4];
+        automation::CBstr texts[4];
         GUID id{};
         HRESULT hr = library->LoadPublication(path.Get(), reader.Put());
         hr = hr == S_OK ? reader->get_OrderingInfo(info.Put()) : hr;

@@ -7,9 +7,9 @@
 
 namespace {
 
-using platform::CBstr;
-using platform::CComPtr;
-using platform::CSafeArrayPtr;
+using automation::CBstr;
+using automation::CComPtr;
+using automation::CSafeArrayPtr;
 using support::Bstr;
 using support::Call;
 using support::CallResult;

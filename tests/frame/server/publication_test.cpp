@@ -8,8 +8,8 @@
 
 namespace {
 
-using platform::CBstr;
-using platform::CComPtr;
+using automation::CBstr;
+using automation::CComPtr;
 using support::Bstr;
 using support::Call;
 using support::CallResult;
@@ -76,7 +76,7 @@ protected:
         std::u16string joined;
         for (const CBstr& text : texts) {
             EXPECT_TRUE(text) << "empty, not null";
-            joined += std::u16string(platform::TextOf(text.Get())) + u"/";
+            joined += std::u16string(automation::TextOf(text.Get())) + u"/";
         }
         return joined;
     }
@@ -445,7 +445,7 @@ TEST_F(Publication, ManyKeysInAnyOrder) {
         GUID id{};
         ASSERT_EQ(accessor->GetOibRef(4, i, 0, t[0].Put(), t[1].Put(), &id, t[2].Put(), t[3].Put()),
                   S_OK);
-        ASSERT_EQ(platform::TextOf(t[0].Get()), names[static_cast<std::size_t>(i)]);
+        ASSERT_EQ(automation::TextOf(t[0].Get()), names[static_cast<std::size_t>(i)]);
     }
 }
 

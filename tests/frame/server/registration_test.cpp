@@ -1,5 +1,5 @@
 // Registration over the real scripts, with everything around them under the test's control.
-#include "server/registration.h"
+#include "frame/server/registration.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ constexpr HRESULT kRefusal = static_cast<HRESULT>(0x80070005U);
 constexpr LCID kThreadLocale = 0x407;
 
 // A module with quotes, blanks and percent signs in its path.
-class CTestSetup final : public platform::IModuleSetup {
+class CTestSetup final : public automation::IModuleSetup {
 public:
     // The step with this number, from 0, and all steps after it fail; registry calls are
     // counted by the registry.
@@ -29,8 +29,8 @@ public:
 
     support::CTestRegistry& Registry() override { return registry; }
     HRESULT LoadScript(std::uint16_t number, std::u16string& script) override {
-        const char* const name = number == platform::kAppIdScript ? "app_id.rgs" : "class.rgs";
-        std::ifstream file(std::string(ZOREL_SOURCE_DIR "/src/server/") + name);
+        const char* const name = number == automation::kAppIdScript ? "app_id.rgs" : "class.rgs";
+        std::ifstream file(std::string(ZOREL_SOURCE_DIR "/src/frame/server/") + name);
         script = zorel::ToUtf16(std::string{std::istreambuf_iterator<char>(file), {}});
         return Step(name);
     }
@@ -142,7 +142,7 @@ TEST(Registration, LeavesTheNeighboursAlone) {
 
 // Whatever fails, its code comes back, nothing runs after it, and the next try succeeds.
 template <class Refuse>
-int RefuseEveryStep(HRESULT (*action)(platform::IModuleSetup&) noexcept, const char* after,
+int RefuseEveryStep(HRESULT (*action)(automation::IModuleSetup&) noexcept, const char* after,
                     Refuse refuse) {
     for (int step = 0;; ++step) {
         CTestSetup setup;

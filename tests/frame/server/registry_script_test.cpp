@@ -1,4 +1,4 @@
-#include "server/registry_script.h"
+#include "frame/server/registry_script.h"
 
 #include <gtest/gtest.h>
 
@@ -115,7 +115,7 @@ TEST(RegistryScript, RefusesMalformedScripts) {
 // A script that lost its end is refused, wherever it was cut.
 TEST(RegistryScript, RefusesEveryBeginningOfAScript) {
     for (const char* const name : {"app_id.rgs", "class.rgs"}) {
-        std::ifstream file(std::string(ZOREL_SOURCE_DIR "/src/server/") + name);
+        std::ifstream file(std::string(ZOREL_SOURCE_DIR "/src/frame/server/") + name);
         const std::u16string whole =
             zorel::ToUtf16(std::string{std::istreambuf_iterator<char>(file), {}});
         const server::ScriptVariables variables = {{u"Module", u"C:\\x.dll"}, {u"APPID", u"{0}"}};

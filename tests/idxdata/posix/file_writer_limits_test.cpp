@@ -1,7 +1,7 @@
 // A writer whose file cannot grow.
 #include <gtest/gtest.h>
 
-#include "idxdata/file_writer.h"
+#include "idxdata/streams/file_writer.h"
 #include "support/child_process.h"
 #include "support/engine_failure.h"
 #include "support/port_files.h"

@@ -8,7 +8,7 @@
 #include <random>
 
 #include "frame/conversions.h"
-#include "mtf/opened_meta_file.h"
+#include "mtf/tree/opened_meta_file.h"
 #include "support/child_process.h"
 #include "support/disk_faults.h"
 #include "support/meta_file_model.h"

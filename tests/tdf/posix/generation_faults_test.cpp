@@ -10,8 +10,8 @@
 #include "support/tdf_generation.h"
 #include "support/tdf_model.h"
 #include "support/temp_folder.h"
-#include "tdf/tdf_generator.h"
-#include "tdf/volume_generator.h"
+#include "tdf/generation/tdf_generator.h"
+#include "tdf/generation/volume_generator.h"
 
 namespace tdf {
 namespace {

@@ -34,14 +34,14 @@ Volume ManyOwners(std::uint32_t owners, std::uint32_t files) {
 TEST_F(GenerationLimits, ServesMoreOwnersThanThereAreHandles) {
     const Volume volume = ManyOwners(20'000, 100'000);
     WriteVolume(volume.Bytes());
-    constexpr std::uint64_t kMostMemory = 300'000'000;
+    constexpr std::uint64_t kMaxMemory = 300'000'000;
     for (const std::uint64_t handles : {256U, 24U}) {
         EXPECT_EQ(support::RunInChild([&] {
                       support::LimitOpenFiles(handles);
                       if (Generate().result != 0) {
                           return 1;
                       }
-                      return support::PeakMemory() < kMostMemory ? 0 : 2;
+                      return support::PeakMemory() < kMaxMemory ? 0 : 2;
                   }),
                   0)
             << handles;

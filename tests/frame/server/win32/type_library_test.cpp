@@ -10,21 +10,21 @@
 #include <string>
 
 #include "ZorelText.h"
+#include "automation/bstr.h"
+#include "automation/com_ptr.h"
+#include "automation/dispatch.h"
+#include "automation/win32/type_library.h"
 #include "frame/conversions.h"
-#include "frame/interface_tables.h"
-#include "platform/bstr.h"
-#include "platform/com_ptr.h"
-#include "platform/dispatch.h"
-#include "platform/win32/type_library.h"
+#include "frame/objects/interface_tables.h"
 #include "support/temp_folder.h"
 
 namespace {
 
-using platform::CBstr;
-using platform::CComPtr;
+using automation::CBstr;
+using automation::CComPtr;
 
 std::string TextOf(const CBstr& text) {
-    return zorel::ToUtf8(platform::TextOf(text.Get()));
+    return zorel::ToUtf8(automation::TextOf(text.Get()));
 }
 
 std::string GuidText(const GUID& guid) {
@@ -192,10 +192,10 @@ std::string LibraryText(const CComPtr<ITypeLib>& library, TYPEKIND kind,
     }
     std::string all;
     // In the order of the tables: that of the library is the compiler's.
-    for (const platform::InterfaceTable* table : frame::AllInterfaceTables()) {
+    for (const automation::InterfaceTable* table : frame::AllInterfaceTables()) {
         all += std::exchange(byName[zorel::ToUtf8(table->name)], "");
     }
-    for (const platform::RecordDesc* record : frame::AllRecordDescs()) {
+    for (const automation::RecordDesc* record : frame::AllRecordDescs()) {
         all += std::exchange(byName[zorel::ToUtf8(record->name)], "");
     }
     for (const auto& [name, rest] : byName) {
@@ -289,33 +289,33 @@ TEST(TypeLibrary, HasTheHelpTextsOfSearchCriteria) {
 // Whichever version an interface asks for, it is described: by the library that is
 // registered, or by the module's own.
 TEST(TypeLibrary, AnswersForEveryInterface) {
-    for (const platform::InterfaceTable* table : frame::AllInterfaceTables()) {
+    for (const automation::InterfaceTable* table : frame::AllInterfaceTables()) {
         SCOPED_TRACE(zorel::ToUtf8(table->name));
         UINT count = 0;
-        EXPECT_EQ(platform::DispatchGetTypeInfoCount(*table, &count), S_OK);
+        EXPECT_EQ(automation::DispatchGetTypeInfoCount(*table, &count), S_OK);
         EXPECT_EQ(count, 1U);
         CComPtr<ITypeInfo> first;
         CComPtr<ITypeInfo> second;
-        EXPECT_EQ(platform::DispatchGetTypeInfo(*table, 1, 0, first.Put()), DISP_E_BADINDEX);
-        ASSERT_EQ(platform::DispatchGetTypeInfo(*table, 0, 0, first.Put()), S_OK);
-        ASSERT_EQ(platform::DispatchGetTypeInfo(*table, 0, 0x407, second.Put()), S_OK);
+        EXPECT_EQ(automation::DispatchGetTypeInfo(*table, 1, 0, first.Put()), DISP_E_BADINDEX);
+        ASSERT_EQ(automation::DispatchGetTypeInfo(*table, 0, 0, first.Put()), S_OK);
+        ASSERT_EQ(automation::DispatchGetTypeInfo(*table, 0, 0x407, second.Put()), S_OK);
         EXPECT_EQ(first.Get(), second.Get());
         const CTypeAttributes attributes(first);
         EXPECT_EQ(attributes->guid, *table->iid);
         // Inherited methods are found too.
         for (const auto* part = table; part != nullptr; part = part->base) {
-            for (const platform::MethodDesc& method : part->methods) {
+            for (const automation::MethodDesc& method : part->methods) {
                 auto* name = const_cast<LPOLESTR>(reinterpret_cast<LPCOLESTR>(method.name));
                 DISPID id = 0;
-                EXPECT_EQ(platform::DispatchGetIDsOfNames(*table, IID_NULL, &name, 1, 0, &id),
+                EXPECT_EQ(automation::DispatchGetIDsOfNames(*table, IID_NULL, &name, 1, 0, &id),
                           S_OK);
                 EXPECT_EQ(id, method.id) << zorel::ToUtf8(method.name);
             }
         }
     }
     const auto& table = frame::TableOf<IOibIdxLib>();
-    EXPECT_EQ(platform::DispatchGetTypeInfoCount(table, nullptr), E_POINTER);
-    EXPECT_EQ(platform::DispatchGetTypeInfo(table, 0, 0, nullptr), E_POINTER);
+    EXPECT_EQ(automation::DispatchGetTypeInfoCount(table, nullptr), E_POINTER);
+    EXPECT_EQ(automation::DispatchGetTypeInfo(table, 0, 0, nullptr), E_POINTER);
 }
 
 // A module without a library of its own is served by the file beside it.
