@@ -1,19 +1,20 @@
 // Browsing a volume, against a plain pass over its file.
-#include "client.h"
+#include "ZorelClient.h"
 #include "limits.h"
 #include "synthetic_volume.h"
 
 namespace {
 
 using bench::Check;
-using bench::CRef;
-using bench::CString;
 using bench::SyntheticVolume;
+using zorel::client::CComPtr;
+using zorel::client::CString;
 
-CRef<IOibDFBrowser> Open(const SyntheticVolume& volume) {
-    CRef<IOibDFBrowser> browser;
-    const auto library = bench::Library();
-    Check(library->BrowseOibDF(CString(volume.path), browser.Put()) == S_OK, "the volume opens");
+CComPtr<IOibDFBrowser> Open(const SyntheticVolume& volume) {
+    CComPtr<IOibDFBrowser> browser;
+    const auto library = zorel::client::CreateLibrary();
+    Check(library->BrowseOibDF(CString::FromUtf8(volume.path), browser.Put()) == S_OK,
+          "the volume opens");
     return browser;
 }
 
@@ -22,7 +23,7 @@ const SyntheticVolume& VolumeFor(const benchmark::State& state) {
 }
 
 ULONG ListFiles(IOibDFBrowser& browser, const CString& path, bool recursive, BSTR endings) {
-    CRef<IOibFilesArray> files;
+    CComPtr<IOibFilesArray> files;
     const HRESULT hr =
         browser.GetFilesEx(path, recursive ? VARIANT_TRUE : VARIANT_FALSE, endings, files.Put());
     ULONG count = 0;
@@ -92,7 +93,7 @@ void GetFilesRecursiveByExtension(benchmark::State& state) {
 
 // One call through the interface for a path of 100 units; the limit is 100 ns.
 void WildcardMatch(benchmark::State& state) {
-    const auto library = bench::Library();
+    const auto library = zorel::client::CreateLibrary();
     std::u16string path = u"C:\\";
     path.append(60, u'd').append(u"\\").append(26, u'n').append(u"Report.txt");
     Check(path.size() == 100, "the path has 100 units");

@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-#include "client.h"
+#include "ZorelClient.h"
 #include "limits.h"
 #include "synthetic_volume.h"
 
@@ -18,9 +18,9 @@ namespace {
 
 namespace fs = std::filesystem;
 using bench::Check;
-using bench::CRef;
-using bench::CString;
 using bench::SyntheticVolume;
+using zorel::client::CComPtr;
+using zorel::client::CString;
 
 const SyntheticVolume& VolumeFor(const benchmark::State& state) {
     return bench::VolumeOf(static_cast<std::uint64_t>(state.range(0)));
@@ -138,11 +138,12 @@ double RewriteSeconds(const fs::path& source, const fs::path& target) {
 // ----- Generation -----------------------------------------------------------------------
 
 void GenerateInto(const SyntheticVolume& volume, const fs::path& folder, bool crc, INT records) {
-    const auto library = bench::Library();
+    const auto library = zorel::client::CreateLibrary();
     const _FILETIME time = {0, 30'000'000};
-    Check(library->GenerateOibTDFs(
-              CString(volume.folder + "/summary.txt"), CString(folder.string()), time, records,
-              crc ? VARIANT_TRUE : VARIANT_FALSE, 3, crc ? 2 : 0, CString(u"._- ")) == S_OK,
+    Check(library->GenerateOibTDFs(CString::FromUtf8(volume.folder + "/summary.txt"),
+                                   CString::FromUtf8(folder.string()), time, records,
+                                   crc ? VARIANT_TRUE : VARIANT_FALSE, 3, crc ? 2 : 0,
+                                   CString(u"._- ")) == S_OK,
           "the generation succeeds");
 }
 
@@ -182,9 +183,10 @@ void GenerateKeyLines(benchmark::State& state) {
 
 // ----- The catalogue ----------------------------------------------------------------------
 
-CRef<IOibBDFSearchTask> Load(const SyntheticVolume& volume) {
-    CRef<IOibBDFSearchTask> task;
-    Check(bench::Library()->FindInOibBDF(CString(volume.folder), task.Put()) == S_OK,
+CComPtr<IOibBDFSearchTask> Load(const SyntheticVolume& volume) {
+    CComPtr<IOibBDFSearchTask> task;
+    Check(zorel::client::CreateLibrary()->FindInOibBDF(CString::FromUtf8(volume.folder),
+                                                       task.Put()) == S_OK,
           "the catalogue loads");
     return task;
 }
@@ -282,10 +284,10 @@ void CheckFound(const SyntheticVolume& volume, SearchSpec criteria, INT found) {
 void FindInText(benchmark::State& state, SearchSpec criteria) {
     const SyntheticVolume& volume = VolumeFor(state);
     const std::string& path = TextOf(volume);
-    const auto library = bench::Library();
-    const CString file(path);
+    const auto library = zorel::client::CreateLibrary();
+    const CString file = CString::FromUtf8(path);
     const auto search = [&] {
-        CRef<IOibTDFSearchTask> task;
+        CComPtr<IOibTDFSearchTask> task;
         Check(library->FindInOibTDF2(file, &criteria, task.Put()) == S_OK, "the search succeeds");
         return FoundBy(*task);
     };
@@ -310,8 +312,8 @@ void FindInTextByEverything(benchmark::State& state) {
 void FindLinesInText(benchmark::State& state) {
     const SyntheticVolume& volume = VolumeFor(state);
     const std::string& path = TextOf(volume);
-    const auto library = bench::Library();
-    const CString file(path);
+    const auto library = zorel::client::CreateLibrary();
+    const CString file = CString::FromUtf8(path);
     const CString root(u"");
     const CString name(RareName(volume));
     const auto search = [&] {

@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-#include "client.h"
+#include "ZorelClient.h"
 #include "key_file.h"
 #include "limits.h"
 
@@ -18,8 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using bench::Check;
-using bench::CRef;
-using bench::CString;
+using zorel::client::CComPtr;
+using zorel::client::CString;
 
 constexpr std::uint64_t kSubtreesOf = 5;  // attributes in each subtree
 
@@ -94,9 +94,10 @@ double KeyFileSeconds(std::uint64_t attributes) {
     return bench::FastestKeyFileLoad(path.string());
 }
 
-CRef<IMtfMetaFile> Open(const std::string& path, INT mode) {
-    CRef<IMtfMetaFile> file;
-    Check(bench::Library()->CreateMetaFile(CString(path), mode, file.Put()) == S_OK,
+CComPtr<IMtfMetaFile> Open(const std::string& path, INT mode) {
+    CComPtr<IMtfMetaFile> file;
+    Check(zorel::client::CreateLibrary()->CreateMetaFile(CString::FromUtf8(path), mode,
+                                                         file.Put()) == S_OK,
           "the meta-file opens");
     return file;
 }
@@ -131,10 +132,10 @@ void LoadMetaFile(benchmark::State& state) {
     const double glib = KeyFileSeconds(AttributesFor(state));
     double fastest = std::numeric_limits<double>::max();
     for ([[maybe_unused]] auto _ : state) {
-        CRef<IMtfMetaFile> file;
+        CComPtr<IMtfMetaFile> file;
         fastest = std::min(fastest, bench::SecondsOf([&] { file = Open(path, EIdxMetaLoad); }));
         state.PauseTiming();
-        file = CRef<IMtfMetaFile>();
+        file = CComPtr<IMtfMetaFile>();
         state.ResumeTiming();
     }
     Check(CountAttributes(*Open(path, EIdxMetaLoad)) == AttributesFor(state), "all are there");
@@ -180,7 +181,8 @@ void AppendOneAttribute(benchmark::State& state) {
     const CString value(u"v");
     std::uint64_t number = 0;
     for ([[maybe_unused]] auto _ : state) {
-        Check(file->SetAttr(CString("Appended.A" + std::to_string(number++)), value) == S_OK &&
+        Check(file->SetAttr(CString::FromUtf8("Appended.A" + std::to_string(number++)), value) ==
+                      S_OK &&
                   file->FlushChanges() == S_OK,
               "the attribute is appended");
     }
@@ -214,7 +216,8 @@ void FillOneNode(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) {
         const auto file = Open((Folder() / "none.mtf").string(), EIdxMetaCreateNewDetached);
         for (std::uint64_t i = 0; i < AttributesFor(state); ++i) {
-            file->SetAttr(CString("Node.A" + std::to_string(i * 7919 % 1'000'003)), value);
+            file->SetAttr(CString::FromUtf8("Node.A" + std::to_string(i * 7919 % 1'000'003)),
+                          value);
         }
         Check(CountAttributes(*file) == AttributesFor(state), "all are set");
     }
@@ -226,7 +229,8 @@ void FillManySubtrees(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) {
         const auto file = Open((Folder() / "none.mtf").string(), EIdxMetaCreateNewDetached);
         for (std::uint64_t i = 0; i < subtrees; ++i) {
-            file->SetAttr(CString("Node.T" + std::to_string(i * 7919 % 1'000'003) + ".A"), value);
+            file->SetAttr(CString::FromUtf8("Node.T" + std::to_string(i * 7919 % 1'000'003) + ".A"),
+                          value);
         }
         Check(CountAttributes(*file) == subtrees, "all are set");
     }
@@ -249,12 +253,12 @@ void ListSessionReferences(benchmark::State& state) {
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(text.data()),
                static_cast<std::streamsize>(text.size() * 2));
-    CRef<IMtfBSessionMetaFile> session;
-    Check(bench::Library()->CreateBSessionMetaFile(CString(path.string()), EIdxMetaLoad,
-                                                   session.Put()) == S_OK,
+    CComPtr<IMtfBSessionMetaFile> session;
+    Check(zorel::client::CreateLibrary()->CreateBSessionMetaFile(
+              CString::FromUtf8(path.string()), EIdxMetaLoad, session.Put()) == S_OK,
           "the session opens");
     for ([[maybe_unused]] auto _ : state) {
-        CRef<ICatOibRefsEnumerator> references;
+        CComPtr<ICatOibRefsEnumerator> references;
         INT count = 0;
         Check(session->EnumOibsRefs(references.Put()) == S_OK &&
                   references->get_RefsCount(&count) == S_OK &&

@@ -9,6 +9,7 @@ install(TARGETS ZorelOibIdxComLib EXPORT ZorelOibIdxLibTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES
   include/ZorelAutomation.h
+  include/ZorelClient.h
   include/ZorelOibIdxLib.h
   include/ZorelText.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

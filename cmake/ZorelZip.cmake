@@ -5,7 +5,8 @@ set(zip_files
   $<TARGET_FILE:ZorelOibIdxComLib>
   ${PROJECT_BINARY_DIR}/generated/ZorelOibIdxLib.tlb)
 install(FILES ${zip_files} DESTINATION . COMPONENT zip)
-install(FILES include/ZorelAutomation.h include/ZorelOibIdxLib.h include/ZorelText.h
+install(FILES include/ZorelAutomation.h include/ZorelClient.h include/ZorelOibIdxLib.h
+  include/ZorelText.h
   DESTINATION include COMPONENT zip)
 install(FILES doc/windows.md DESTINATION . RENAME README.md COMPONENT zip)
 install(FILES doc/interface.md doc/index-data-file.md doc/meta-file.md doc/text-data-files.md

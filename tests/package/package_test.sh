@@ -37,6 +37,7 @@ bin/oibidx
 lib/.*libZorelOibIdxComLib\.so
 include/ZorelOibIdxLib\.h
 include/ZorelAutomation\.h
+include/ZorelClient\.h
 include/ZorelText\.h
 lib/.*cmake/ZorelOibIdxLib/ZorelOibIdxLibConfig\.cmake
 lib/.*cmake/ZorelOibIdxLib/ZorelOibIdxLibTargets\.cmake

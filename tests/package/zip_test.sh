@@ -20,7 +20,7 @@ cmake -E tar xf "$archive"
 # All may lie in one folder named like the archive.
 [[ ! -d ZorelOibIdxLib-$version-win64 ]] || cd "ZorelOibIdxLib-$version-win64"
 for file in ZorelOibIdxComLib.dll ZorelOibIdxLib.tlb README.md interface.md \
-    include/ZorelOibIdxLib.h include/ZorelAutomation.h include/ZorelText.h \
+    include/ZorelOibIdxLib.h include/ZorelAutomation.h include/ZorelClient.h include/ZorelText.h \
     samples/vbscript/catalogue.vbs samples/jscript/catalogue.js samples/powershell/browse.ps1 \
     samples/cpp/generate_and_search.cpp samples/cpp/browse_by_name.cpp samples/python/example.py; do
     [[ -s $file ]] || fail "not in the archive: $file"
