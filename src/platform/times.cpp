@@ -1,7 +1,8 @@
-// The arithmetic is this library's own on every system: the system's routines read years
-// below 100 as two-digit ones and disagree about values out of range.
+// No calendar function of the system is used: on some systems these take years below 100 for
+// two-digit ones, and they differ for values out of range.
 #include "platform/times.h"
 
+#include <chrono>
 #include <cmath>
 
 #include "platform/errors.h"
@@ -10,41 +11,39 @@ namespace platform {
 
 namespace {
 
-constexpr std::int64_t kSecondsPerDay = 86400;
+namespace chrono = std::chrono;
+using namespace std::chrono_literals;
 
-// Days are counted from 0000-03-01, so that the leap day ends a year. These are the days
-// of 1601-01-01, 1899-12-30, 0100-01-01 and 9999-12-31.
-constexpr std::int64_t kTicksEpoch = 584'694;
-constexpr std::int64_t kDateEpoch = 693'899;
-constexpr std::int64_t kFirstDay = 36'465;
-constexpr std::int64_t kLastDay = 3'652'364;
-
-constexpr std::uint32_t kDaysPer400Years = 146'097;
-
-constexpr std::int64_t DayNumber(std::uint32_t year, std::uint32_t month, std::uint32_t day) {
-    const std::uint32_t y = month <= 2 ? year - 1 : year;
-    const std::uint32_t fromMarch = month <= 2 ? month + 9 : month - 3;
-    return std::int64_t{y} * 365 + y / 4 - y / 100 + y / 400 + (153 * fromMarch + 2) / 5 + day - 1;
+// Days are counted from 1970-01-01.
+constexpr std::int64_t DayNumber(chrono::year_month_day date) noexcept {
+    return chrono::sys_days(date).time_since_epoch().count();
 }
-static_assert(DayNumber(1601, 1, 1) == kTicksEpoch && DayNumber(1899, 12, 30) == kDateEpoch);
-static_assert(DayNumber(100, 1, 1) == kFirstDay && DayNumber(9999, 12, 31) == kLastDay);
+
+constexpr std::int64_t kTicksEpoch = DayNumber(1601y / 1 / 1);
+constexpr std::int64_t kDateEpoch = DayNumber(1899y / 12 / 30);
+constexpr std::int64_t kFirstDay = DayNumber(100y / 1 / 1);
+constexpr std::int64_t kLastDay = DayNumber(9999y / 12 / 31);
+static_assert(kMinDate == kFirstDay - kDateEpoch && kEndOfDates == kLastDay + 1 - kDateEpoch);
+
+chrono::sys_days DayOf(std::int64_t dayNumber) noexcept {
+    return chrono::sys_days(chrono::days(dayNumber));
+}
+
+CalendarDate CalendarDateOf(chrono::sys_days day) noexcept {
+    const chrono::year_month_day date(day);
+    return {static_cast<std::uint32_t>(static_cast<int>(date.year())),
+            static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day())};
+}
 
 // The calendar day and the time of day; milliseconds become 0.
-SystemTime MakeSystemTime(std::int64_t dayNumber, std::uint32_t secondOfDay) noexcept {
-    const auto days = static_cast<std::uint32_t>(dayNumber);
-    const std::uint32_t inEra = days % kDaysPer400Years;
-    const std::uint32_t yearOfEra =
-        (inEra - inEra / 1460 + inEra / 36524 - inEra / (kDaysPer400Years - 1)) / 365;
-    const std::uint32_t inYear = inEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::uint32_t fromMarch = (5 * inYear + 2) / 153;
-    const std::uint32_t month = fromMarch < 10 ? fromMarch + 3 : fromMarch - 9;
-    const std::uint32_t year = days / kDaysPer400Years * 400 + yearOfEra + (month <= 2 ? 1U : 0U);
-
+SystemTime MakeSystemTime(std::int64_t dayNumber, std::int64_t secondOfDay) noexcept {
+    const chrono::sys_days day = DayOf(dayNumber);
+    const CalendarDate date = CalendarDateOf(day);
     SystemTime time{};
-    time.year = static_cast<std::uint16_t>(year);
-    time.month = static_cast<std::uint16_t>(month);
-    time.dayOfWeek = static_cast<std::uint16_t>((days + 3) % 7);
-    time.day = static_cast<std::uint16_t>(inYear - (153 * fromMarch + 2) / 5 + 1);
+    time.year = static_cast<std::uint16_t>(date.year);
+    time.month = static_cast<std::uint16_t>(date.month);
+    time.dayOfWeek = static_cast<std::uint16_t>(chrono::weekday(day).c_encoding());
+    time.day = static_cast<std::uint16_t>(date.day);
     time.hour = static_cast<std::uint16_t>(secondOfDay / 3600);
     time.minute = static_cast<std::uint16_t>(secondOfDay / 60 % 60);
     time.second = static_cast<std::uint16_t>(secondOfDay % 60);
@@ -53,11 +52,15 @@ SystemTime MakeSystemTime(std::int64_t dayNumber, std::uint32_t secondOfDay) noe
 
 double MakeDate(std::int64_t dayNumber, std::int64_t secondOfDay) noexcept {
     const auto days = static_cast<double>(dayNumber - kDateEpoch);
-    const double fraction = static_cast<double>(secondOfDay) / 86400.0;
+    const double fraction = static_cast<double>(secondOfDay) / double{kSecondsPerDay};
     return days < 0 ? days - fraction : days + fraction;
 }
 
 }  // namespace
+
+CalendarDate DateOfDay(std::uint32_t day) noexcept {
+    return CalendarDateOf(DayOf(kTicksEpoch + day));
+}
 
 bool FileTimeToSystemTime(std::int64_t ticks, SystemTime& time) noexcept {
     if (ticks < 0) {
@@ -65,8 +68,7 @@ bool FileTimeToSystemTime(std::int64_t ticks, SystemTime& time) noexcept {
         return false;
     }
     const std::int64_t seconds = ticks / kTicksPerSecond;
-    time = MakeSystemTime(kTicksEpoch + seconds / kSecondsPerDay,
-                          static_cast<std::uint32_t>(seconds % kSecondsPerDay));
+    time = MakeSystemTime(kTicksEpoch + seconds / kSecondsPerDay, seconds % kSecondsPerDay);
     time.milliseconds = static_cast<std::uint16_t>(ticks / 10'000 % 1000);
     return true;
 }
@@ -76,7 +78,7 @@ bool SystemTimeToDate(const SystemTime& time, double& date) noexcept {
         time.hour > 23 || time.minute > 59 || time.second > 59) {
         return false;
     }
-    const std::int64_t day = DayNumber(time.year, time.month, 1) + time.day - 1;
+    const std::int64_t day = DayNumber(chrono::year(time.year) / time.month / 1) + time.day - 1;
     if (day < kFirstDay) {
         return false;
     }
@@ -86,17 +88,17 @@ bool SystemTimeToDate(const SystemTime& time, double& date) noexcept {
 
 bool DateToSystemTime(double date, SystemTime& time) noexcept {
     const double whole = std::trunc(date);
-    if (!(whole >= static_cast<double>(kFirstDay - kDateEpoch) &&
-          whole <= static_cast<double>(kLastDay - kDateEpoch))) {
+    if (!(whole >= kMinDate && whole < kEndOfDates)) {
         return false;
     }
-    const auto seconds = static_cast<std::int64_t>(std::abs(date - whole) * 86400.0 + 0.5);
+    const auto seconds =
+        static_cast<std::int64_t>(std::abs(date - whole) * double{kSecondsPerDay} + 0.5);
     const std::int64_t day =
         kDateEpoch + static_cast<std::int64_t>(whole) + seconds / kSecondsPerDay;
     if (day > kLastDay) {
         return false;
     }
-    time = MakeSystemTime(day, static_cast<std::uint32_t>(seconds % kSecondsPerDay));
+    time = MakeSystemTime(day, seconds % kSecondsPerDay);
     return true;
 }
 

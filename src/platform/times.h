@@ -1,4 +1,4 @@
-// Calendar arithmetic of the system: FILETIME ticks, calendar times, automation dates.
+// Conversions between FILETIME ticks, calendar times and automation dates, and the clock.
 //
 // Ticks are 100-nanosecond intervals since 1601-01-01 UTC. A DATE counts days since
 // 1899-12-30; before that day the time of day is added to the magnitude, so -1.25 is
@@ -10,6 +10,18 @@
 namespace platform {
 
 inline constexpr std::int64_t kTicksPerSecond = 10'000'000;
+inline constexpr std::int64_t kSecondsPerDay = 86'400;
+inline constexpr double kMinDate = -657'434;      // 0100-01-01, the first DATE
+inline constexpr double kEndOfDates = 2'958'466;  // the day after 9999-12-31
+
+struct CalendarDate {
+    std::uint32_t year;
+    std::uint32_t month;  // 1 to 12
+    std::uint32_t day;    // 1 to 31
+};
+
+// The date of a day that is counted from 1601-01-01, up to the year 32767.
+CalendarDate DateOfDay(std::uint32_t day) noexcept;
 
 struct SystemTime {
     std::uint16_t year;
@@ -28,23 +40,23 @@ bool FileTimeToSystemTime(std::int64_t ticks, SystemTime& time) noexcept;
 
 // Keeps whole seconds, ignores milliseconds and dayOfWeek. True for the years 100 to
 // 9999, months 1 to 12, days 0 to 31, hours 0 to 23, minutes and seconds 0 to 59; a day
-// past the end of its month runs on into the next, day 0 is the last day of the month
-// before. False, with `date` untouched, for anything else and where day 0 leaves year 100.
+// past the end of its month counts on into the next month, and day 0 is the last day of the
+// previous month. False, with `date` untouched, for anything else and for day 0 of 0100-01.
 bool SystemTimeToDate(const SystemTime& time, double& date) noexcept;
 
 // Rounds to whole seconds; milliseconds become 0. False, with `time` untouched, for dates
 // outside the years 100 to 9999 and for values that are not numbers.
 bool DateToSystemTime(double date, SystemTime& time) noexcept;
 
-// The two conversions above in one step: ticks to a DATE of whole seconds, bit for bit the
-// same result and last error. False, with `date` untouched, where either refuses. Fast enough
-// for one call per file of a listing.
+// Converts ticks to a DATE of whole seconds with the results and the last error of
+// FileTimeToSystemTime followed by SystemTimeToDate. False, with `date` untouched, where
+// either fails. Fast enough for one call per file of a listing.
 bool FileTimeToDate(std::int64_t ticks, double& date) noexcept;
 
-// This moment, by the clock and time zone of the machine.
+// The current time, by the clock and time zone of the machine.
 SystemTime GetLocalTime() noexcept;
 
-// This moment in UTC, as ticks.
+// The current time in UTC, as ticks.
 std::int64_t GetSystemTimeAsTicks() noexcept;
 
 void Sleep(std::uint32_t milliseconds) noexcept;

@@ -1,6 +1,6 @@
 #include "text/line_marks.h"
 
-#include <cstring>
+#include "text/unaligned.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -12,12 +12,6 @@ namespace {
 
 constexpr char16_t kByteOrderMark = u'\uFEFF';
 
-char16_t UnitAt(const std::byte* units, std::size_t i) noexcept {
-    char16_t unit;
-    std::memcpy(&unit, units + 2 * i, sizeof unit);
-    return unit;
-}
-
 }  // namespace
 
 void MarkLinesScalar(const std::byte* units, std::size_t count, LineMarks* marks) noexcept {
@@ -27,7 +21,7 @@ void MarkLinesScalar(const std::byte* units, std::size_t count, LineMarks* marks
             block = {};
         }
         const std::uint64_t bit = std::uint64_t{1} << (i % LineMarks::kUnits);
-        const char16_t unit = UnitAt(units, i);
+        const char16_t unit = LoadUnit(units, i);
         block.lineFeeds |= unit == u'\n' ? bit : 0;
         block.backslashes |= unit == u'\\' ? bit : 0;
         block.dropped |= unit == u'\r' || unit == kByteOrderMark ? bit : 0;

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
-#include <cstring>
+
+#include "text/unaligned.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -21,9 +22,7 @@ std::byte PackUnit(char16_t unit) noexcept {
 
 void PackUnitsScalar(const std::byte* units, std::size_t count, std::byte* packed) noexcept {
     for (std::size_t i = 0; i < count; ++i) {
-        char16_t unit;
-        std::memcpy(&unit, units + 2 * i, sizeof unit);
-        packed[i] = PackUnit(unit);
+        packed[i] = PackUnit(LoadUnit(units, i));
     }
 }
 

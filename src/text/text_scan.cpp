@@ -1,7 +1,8 @@
 #include "text/text_scan.h"
 
 #include <bit>
-#include <cstring>
+
+#include "text/unaligned.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -9,20 +10,10 @@
 
 namespace text {
 
-namespace {
-
-char16_t UnitAt(const std::byte* units, std::size_t i) noexcept {
-    char16_t unit;
-    std::memcpy(&unit, units + 2 * i, sizeof unit);
-    return unit;
-}
-
-}  // namespace
-
 std::size_t FindUnitPairScalar(const std::byte* units, std::size_t starts, CUnitTest first,
                                CUnitTest last, std::size_t distance) noexcept {
     for (std::size_t i = 0; i < starts; ++i) {
-        if (first.Passes(UnitAt(units, i)) && last.Passes(UnitAt(units, i + distance))) {
+        if (first.Passes(LoadUnit(units, i)) && last.Passes(LoadUnit(units, i + distance))) {
             return i;
         }
     }

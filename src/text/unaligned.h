@@ -1,4 +1,4 @@
-// Little-endian numbers and UTF-16 units in bytes, at any alignment.
+// Little-endian numbers and UTF-16 code units in bytes, at any alignment.
 #pragma once
 
 #include <bit>

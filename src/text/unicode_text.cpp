@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "text/unaligned.h"
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -15,12 +17,6 @@ namespace {
 constexpr std::size_t kMinUnits = 3;  // below, nothing is taken for eight-bit text
 constexpr std::int64_t kVerdictBits = 8;
 constexpr std::int64_t kForeign = -16;
-
-std::uint32_t UnitAt(const std::byte* units, std::size_t i) noexcept {
-    std::uint16_t unit;
-    std::memcpy(&unit, units + 2 * i, sizeof unit);
-    return unit;
-}
 
 bool IsPrintable(std::uint32_t c) {
     return c >= 0x20 && c <= 0x7E;
@@ -50,14 +46,14 @@ bool IsNoncharacter(std::uint32_t scalar) {
 
 // Whether the unit at `i` may stand between its neighbours.
 bool IsSound(const std::byte* units, std::size_t i, std::size_t count) noexcept {
-    const std::uint32_t unit = UnitAt(units, i);
+    const std::uint32_t unit = LoadUnit(units, i);
     if (IsHighSurrogate(unit)) {
-        const std::uint32_t next = i + 1 < count ? UnitAt(units, i + 1) : 0;
+        const std::uint32_t next = i + 1 < count ? LoadUnit(units, i + 1) : 0;
         const std::uint32_t scalar = 0x10000U + ((unit & 0x3FFU) << 10) + (next & 0x3FFU);
         return IsLowSurrogate(next) && !IsNoncharacter(scalar);
     }
     if (IsLowSurrogate(unit)) {
-        return i > 0 && IsHighSurrogate(UnitAt(units, i - 1));
+        return i > 0 && IsHighSurrogate(LoadUnit(units, i - 1));
     }
     return !IsNoncharacter(unit) && !BreaksLines(unit);
 }
@@ -110,9 +106,9 @@ bool ReadsAsEightBit(const std::byte* units, std::size_t count) noexcept {
     }
     std::int64_t bits = 0;
     for (std::size_t i = 0; i + 1 < count; ++i) {
-        bits += Weigh(UnitAt(units, i));
+        bits += Weigh(LoadUnit(units, i));
     }
-    const std::uint32_t last = UnitAt(units, count - 1);
+    const std::uint32_t last = LoadUnit(units, count - 1);
     bits += IsPrintable(last) ? 0 : Weigh(last);
     return bits >= kVerdictBits;
 }
@@ -242,7 +238,7 @@ TextStatistics CollectTextStatistics(const std::byte* units, std::size_t count) 
 TextStatistics CollectTextStatistics(const std::byte* units, std::size_t count) noexcept {
     TextStatistics survey{AreSound(units, 0, count, count), count, 0};
     for (std::size_t i = 0; i < count; ++i) {
-        survey.eightBit += Weigh(UnitAt(units, i)) != kForeign ? 1 : 0;
+        survey.eightBit += Weigh(LoadUnit(units, i)) != kForeign ? 1 : 0;
     }
     return survey;
 }

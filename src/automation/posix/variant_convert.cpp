@@ -19,9 +19,6 @@ namespace {
 
 using Number = std::variant<std::int64_t, std::uint64_t, double>;
 
-constexpr double kFirstDate = -657434.0;   // 0100-01-01
-constexpr double kEndOfDates = 2958466.0;  // the day after 9999-12-31
-
 // ----- Reading ------------------------------------------------------------------
 
 // The text without the blanks around it; a code unit outside ASCII becomes '?', which no
@@ -279,7 +276,7 @@ HRESULT ConvertToDate(const VARIANT& source, DATE& date) {
         return hr;
     }
     const double value = RealOf(number);
-    if (!(value >= kFirstDate && value < kEndOfDates)) {
+    if (!(value >= platform::kMinDate && value < platform::kEndOfDates)) {
         return DISP_E_OVERFLOW;
     }
     date = value;

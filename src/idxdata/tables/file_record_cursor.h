@@ -21,9 +21,7 @@ struct FileRecordView {
     std::int64_t modifyTime;  // ticks
     std::int64_t size;        // bytes
 
-    char16_t NameUnit(std::size_t i) const noexcept {
-        return text::LoadLittle<char16_t>(nameBytes + 2 * i);
-    }
+    char16_t NameUnit(std::size_t i) const noexcept { return text::LoadUnit(nameBytes, i); }
     void AppendNameTo(std::u16string& text) const;
 };
 

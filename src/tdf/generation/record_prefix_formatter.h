@@ -12,13 +12,13 @@ class CRecordPrefixFormatter {
 public:
     static constexpr std::size_t kMaxUnits = 19 + 2 + 20 + 2;
 
-    // Writes at most kMaxUnits code units to `out`, at any address, and returns their
+    // Writes at most kMaxUnits code units to `line`, at any address, and returns their
     // number. UTC, seconds cut. A time before 1601 is written as the first second of that
     // year, one after 9999 as the last second of it, so that the columns stay.
-    std::size_t Write(std::int64_t ticks, std::int64_t size, std::byte* out);
+    std::size_t Write(std::int64_t ticks, std::int64_t size, std::byte* line);
 
 private:
-    static constexpr std::size_t kDayUnits = 11;  // with the blank behind it
+    static constexpr std::size_t kDayUnits = 11;  // with the blank after it
 
     void SetDay(std::uint32_t day);
 

@@ -1,12 +1,12 @@
 #include "tdf/generation/volume_generator.h"
 
-#include <algorithm>
-#include <cstring>
+#include <array>
 #include <exception>
 
 #include "frame/errors.h"
 #include "frame/file_system.h"
 #include "text/unicode_text.h"
+#include "text/unit_writer.h"
 
 namespace tdf {
 
@@ -41,31 +41,11 @@ private:
     std::uint64_t m_left;  // bytes
 };
 
-// Code units put one behind the other at any address.
-class CUnitsOut {
-public:
-    explicit CUnitsOut(std::byte* begin) noexcept : m_begin(begin), m_at(begin) {}
-
-    void Skip(std::size_t units) noexcept { m_at += 2 * units; }
-    void Put(const void* units, std::size_t count) noexcept {
-        if (count != 0) {
-            std::memcpy(m_at, units, 2 * count);
-            m_at += 2 * count;
-        }
+void PutReversed(text::CUnitWriter& out, std::u16string_view text) noexcept {
+    for (std::size_t i = text.size(); i > 0; --i) {
+        out.Put(text[i - 1]);
     }
-    void Put(std::u16string_view text) noexcept { Put(text.data(), text.size()); }
-    void PutReversed(std::u16string_view text) noexcept {
-        for (std::size_t i = text.size(); i-- > 0; m_at += 2) {
-            std::memcpy(m_at, &text[i], 2);
-        }
-    }
-    std::byte* At() const noexcept { return m_at; }
-    std::size_t Units() const noexcept { return static_cast<std::size_t>(m_at - m_begin) / 2; }
-
-private:
-    std::byte* m_begin;
-    std::byte* m_at;
-};
+}
 
 }  // namespace
 
@@ -170,13 +150,13 @@ void CVolumeGenerator::WriteRecordLine(COwnerFiles& files, const idxdata::FileRe
     text::TextStatistics survey = text::CollectTextStatistics(record.nameBytes, record.nameLength);
     survey += folder.survey;
     files.PutLine(record.ownerIndex, mostUnits, [&](std::byte* line) {
-        CUnitsOut out(line);
+        text::CUnitWriter out(line);
         out.Skip(m_head.Write(record.modifyTime, record.size, line));
-        survey.units += out.Units();  // plain ASCII
+        survey.units += out.Count();  // plain ASCII
         out.Put(folder.text);
         out.Put(record.nameBytes, record.nameLength);
-        const bool passes = survey.Passes() || text::LooksLikeUtf16Text(line, out.Units());
-        return passes ? out.Units() : 0;
+        const bool passes = survey.Passes() || text::LooksLikeUtf16Text(line, out.Count());
+        return passes ? out.Count() : 0;
     });
 }
 
@@ -205,18 +185,17 @@ void CVolumeGenerator::WriteKeyLine(COwnerFiles& files, std::uint32_t owner, EKe
     const std::u16string_view extension = m_keyNames.Extension();
     const std::size_t units = extension.size() + 3 + fingerprint.size() + 1 + text.size();
     files.PutLine(owner, units, [&](std::byte* line) {
-        const char16_t head[] = {u' ', static_cast<char16_t>(tag), u'h'};
-        CUnitsOut out(line);
+        text::CUnitWriter out(line);
         out.Put(extension);
-        out.Put(head, std::size(head));
+        out.Put(std::array{u' ', static_cast<char16_t>(tag), u'h'});
         out.Put(fingerprint);
-        out.Put(u" ", 1);
+        out.Put(u' ');
         if (tag == EKeyTag::ReversedPart) {
-            out.PutReversed(text);
+            PutReversed(out, text);
         } else {
             out.Put(text);
         }
-        return out.Units();
+        return out.Count();
     });
 }
 

@@ -60,7 +60,7 @@ private:
 
     bool Fits(std::u16string_view token) const noexcept {
         for (std::size_t i = 0; i < token.size(); ++i) {
-            if (!TestOf(token[i]).Passes(text::LoadLittle<char16_t>(m_units + 2 * i))) {
+            if (!TestOf(token[i]).Passes(text::LoadUnit(m_units, i))) {
                 return false;
             }
         }

@@ -127,7 +127,7 @@ bool CFastRecordLine::TakeTime() noexcept {
 
 bool CFastRecordLine::TakeSize(std::size_t length) noexcept {
     constexpr std::size_t kMaxDigits = 18;
-    const auto at = [this](std::size_t i) { return text::LoadLittle<char16_t>(m_units + 2 * i); };
+    const auto at = [this](std::size_t i) { return text::LoadUnit(m_units, i); };
     std::size_t i = kSizeAt;
     while (i < length && at(i) >= u'0' && at(i) <= u'9') {
         ++i;
@@ -145,7 +145,7 @@ double CFastRecordLine::ModifyTime() const noexcept {
 std::int64_t CFastRecordLine::Size() const noexcept {
     std::int64_t size = 0;
     for (std::size_t i = kSizeAt; i < m_sizeEnd; ++i) {
-        size = size * 10 + (text::LoadLittle<char16_t>(m_units + 2 * i) - u'0');
+        size = size * 10 + (text::LoadUnit(m_units, i) - u'0');
     }
     return size;
 }

@@ -79,7 +79,7 @@ void CTextLineCursor::Finish(std::size_t end, std::size_t firstDropped, TextLine
 void CTextLineCursor::CopyWithoutDropped(std::size_t length, TextLine& line) {
     m_copy.clear();
     for (std::size_t i = 0; i < length; ++i) {
-        const auto unit = text::LoadLittle<char16_t>(line.units + 2 * i);
+        const auto unit = text::LoadUnit(line.units, i);
         if (unit != u'\r' && unit != u'\uFEFF') {
             m_copy.push_back(unit);
         }
