@@ -1,11 +1,17 @@
 // What is left of a meta-file when a save is broken off: by a fault of the disk at every
 // step, by the end of the process, by a power cut.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <functional>
+#include <new>
 #include <random>
+#include <thread>
 
 #include "frame/conversions.h"
 #include "mtf/tree/opened_meta_file.h"
@@ -310,8 +316,9 @@ TEST(MetaFileStart, StartingAnewLeavesNoBrokenFileAlone) {
     }
 }
 
-// What a process does that saves for ever: it appends items, one to four at a time, every
-// third step rewrites the file, every fortieth step deletes the items.
+// Step `step` of an endless sequence of saves: it appends one to four items; every third
+// step rewrites the file instead, every fortieth step deletes the items first. No two steps
+// leave the same content.
 template <class SetAttr, class DelSubtree>
 void TakeStep(int step, SetAttr&& setAttr, DelSubtree&& delSubtree) {
     const std::u16string number = frame::IntToString(step);
@@ -328,69 +335,85 @@ void TakeStep(int step, SetAttr&& setAttr, DelSubtree&& delSubtree) {
     }
 }
 
-[[noreturn]] void SaveForEver(const std::u16string& path, int step, int manner) {
-    for (File file;; ++step) {
-        if (file == nullptr || manner != 0) {
+enum class ESaver { KeepsOpen, Loads, OpensEachTime };
+
+// Takes the steps after `lastSaved` until the process is killed, and counts the saves there.
+[[noreturn]] void SaveEndlessly(const std::u16string& path, std::atomic<int>& lastSaved,
+                                ESaver saver) {
+    for (File file;; ++lastSaved) {
+        if (file == nullptr || saver != ESaver::KeepsOpen) {
             file.reset();
-            const bool load = manner == 1 && CMtfMetaFile::Exists(path);
+            const bool load = saver == ESaver::Loads && CMtfMetaFile::Exists(path);
             file = CMtfOpenedMetaFile::Open(path, load ? kLoad : kOpenRW);
         }
         CMtfAttrsTreeData& tree = file->Tree();
         TakeStep(
-            step, [&](const auto& name, const auto& value) { tree.SetAttr(0, name, value); },
+            lastSaved + 1,
+            [&](const auto& name, const auto& value) { tree.SetAttr(0, name, value); },
             [&](const auto& name) { tree.DelSubtree(0, name); });
         file->File().Save();
     }
 }
 
-// The content as a sequence of steps.
+// The expected content after each step.
 struct Sequence {
     support::CMetaFileModel model;
     int step = 0;
 
     Sequence() { model.Open(kOpenRW); }
-    void Advance() {
-        TakeStep(
-            ++step, [&](const auto& name, const auto& value) { model.SetAttr(name, value); },
-            [&](const auto& name) { model.DelSubtree(name); });
-        model.Save();
-    }
-    // Goes on to the step whose content this is; false when there is none.
-    bool AdvanceTo(std::u16string_view content) {
-        for (const int last = step + 20000; step < last; Advance()) {
-            if (MetaFileBytes(content) == *model.Disk()) {
-                return true;
-            }
+    std::string ContentAt(int wanted) {
+        while (step < wanted) {
+            TakeStep(
+                ++step, [&](const auto& name, const auto& value) { model.SetAttr(name, value); },
+                [&](const auto& name) { model.DelSubtree(name); });
+            model.Save();
         }
-        return false;
+        return *model.Disk();
     }
 };
 
+// Each child is killed after a few finished saves and a random part of a save's duration,
+// whatever the speed of the machine. The file then holds all finished saves and, at most, the
+// save that was interrupted.
 TEST(MetaFileKill, KilledSavesLeaveWholeContents) {
+    using Clock = std::chrono::steady_clock;
     const support::CTempFolder folder(support::QuickFolder());
     const std::u16string path = folder.Path(u"m");
+    auto& lastSaved = *new (::mmap(nullptr, sizeof(std::atomic<int>), PROT_READ | PROT_WRITE,
+                                   MAP_SHARED | MAP_ANONYMOUS, -1, 0)) std::atomic<int>(0);
     std::mt19937 random(7);
     Sequence sequence;
-    int kills = 0;
-    int brokenRewrites = 0;
-    for (; kills < 300 && !testing::Test::HasFailure(); ++kills) {
+    int interruptedRewrites = 0;
+    const auto deadline = Clock::now() + std::chrono::minutes(1);
+    const auto isDone = [&](int kills) {
+        return kills >= 200 || (kills >= 40 && Clock::now() > deadline);
+    };
+    for (int kill = 0; !isDone(kill) && !testing::Test::HasFailure(); ++kill) {
+        const int first = lastSaved;
+        const auto start = Clock::now();
         const pid_t child = ::fork();
         if (child == 0) {
-            SaveForEver(path, sequence.step + 1, kills % 3);
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            SaveEndlessly(path, lastSaved, static_cast<ESaver>(kill % 3));
         }
-        ::usleep(static_cast<useconds_t>(std::uniform_int_distribution<>(0, 4000)(random)));
+        const int saves = std::uniform_int_distribution<>(1, 4)(random);
+        while (lastSaved < first + saves && ::waitpid(child, nullptr, WNOHANG) == 0) {
+            ::usleep(20);
+        }
+        ASSERT_GE(lastSaved, first + saves) << "the child ended by itself";
+        const double pause = std::uniform_real_distribution<>(0, 1.5)(random) / saves;
+        std::this_thread::sleep_for((Clock::now() - start) * pause);
         ::kill(child, SIGKILL);
         ::waitpid(child, nullptr, 0);
-        if (!CMtfMetaFile::Exists(path)) {
-            EXPECT_EQ(sequence.step, 0) << "the file is gone";
-            continue;
-        }
-        brokenRewrites += support::ReadWhole(path + u".old") == "<none>" ? 0 : 1;
+
+        interruptedRewrites += support::ReadWhole(path + u".old") == "<none>" ? 0 : 1;
         CMtfMetaFile::Open(path, kOpenRW);
-        EXPECT_TRUE(sequence.AdvanceTo(LoadedText(path))) << "kill " << kills;
+        const std::string found = MetaFileBytes(LoadedText(path));
+        if (found != sequence.ContentAt(lastSaved)) {
+            EXPECT_TRUE(found == sequence.ContentAt(++lastSaved)) << "kill " << kill;
+        }
     }
-    EXPECT_GT(sequence.step, kills);
-    EXPECT_GT(brokenRewrites, 0) << "no save was broken off";
+    EXPECT_GT(interruptedRewrites, 0) << "no kill interrupted a rewrite";
 }
 
 }  // namespace
