@@ -5,6 +5,7 @@
 #   build    the module and the command-line client
 #   test     what the tests need on top of it
 #   windows  what the cross-build for Windows and its tests need
+#   arm64    what the cross-build for 64-bit ARM and its tests need on top of test
 #   bench    what the benchmarks need on top of it
 #   compare  the programs that bench/compare runs beside the client
 #   lint     the formatter and the static analyser
@@ -16,6 +17,7 @@ declare -A packages=(
     [test]="libgtest-dev libgmock-dev binutils dpkg-dev file clang-format pkg-config python3"
     [windows]="cmake ninja-build mingw-w64 g++-mingw-w64-x86-64-posix mingw-w64-tools wine
         wine64 wine64-tools libwine-dev googletest python3"
+    [arm64]="g++-aarch64-linux-gnu qemu-user googletest"
     [bench]="libbenchmark-dev libglib2.0-dev pkg-config"
     [compare]="plocate sqlite3 ripgrep python3"
     [lint]="clang clang-format clang-tidy"

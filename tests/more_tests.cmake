@@ -1,8 +1,8 @@
 # Tests that are not GoogleTest programs.
 
 # The layers and the port, and the format of the sources: the same for every system, and
-# looked at where the sources are native.
-if(NOT WIN32)
+# checked once, by the native build.
+if(NOT CMAKE_CROSSCOMPILING)
   add_test(NAME layers/includes
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/layers/check_layers.sh ${PROJECT_SOURCE_DIR}/src)
   add_test(NAME layers/self_check COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/layers/self_check.sh)
@@ -21,10 +21,22 @@ endif()
 
 # An installation and its clients. The rules do not depend on sanitizers, but clients of a
 # sanitized module would have to be linked like it.
-if(NOT WIN32 AND NOT ZOREL_SANITIZE)
+if(NOT CMAKE_CROSSCOMPILING AND NOT ZOREL_SANITIZE)
   add_test(NAME install/consumers
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/install/install_test.sh
             ${CMAKE_COMMAND} ${CMAKE_GENERATOR} ${PROJECT_BINARY_DIR} ${CMAKE_CXX_COMPILER})
+endif()
+
+# The client as the tests start it: a cross-built one through the emulator.
+if(NOT WIN32 AND TARGET oibidx)
+  set(oibidx_program $<TARGET_FILE:oibidx>)
+  if(CMAKE_CROSSCOMPILING)
+    set(oibidx_program ${PROJECT_BINARY_DIR}/emulated-oibidx)
+    file(GENERATE OUTPUT ${oibidx_program}
+      CONTENT "#!/bin/sh\nexec ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:oibidx> \"$@\"\n"
+      FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+  endif()
+  find_package(Python3 3.11 REQUIRED COMPONENTS Interpreter)
 endif()
 
 # The binary interface, by a client in C that knows nothing else.
@@ -34,7 +46,8 @@ if(NOT WIN32 AND TARGET oibidx)
   target_link_libraries(abi_client PRIVATE zorel_options m ${CMAKE_DL_LIBS})
   add_test(NAME abi/client
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/abi/abi_test.sh
-            $<TARGET_FILE:abi_client> $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx>)
+            ${oibidx_program} $<TARGET_FILE:ZorelOibIdxComLib>
+            ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:abi_client>)
 endif()
 
 # What the thread sanitizer has to see: tests with the label tsan, built by this target.
@@ -48,31 +61,29 @@ add_dependencies(tsan_tests threads_tests)
 
 # The command-line client, compared with what the file system and plain models say.
 if(NOT WIN32 AND TARGET oibidx)
-  find_package(Python3 REQUIRED COMPONENTS Interpreter)
   add_test(NAME cli/oibidx
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/cli/oibidx_test.py
-            $<TARGET_FILE:oibidx>)
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/oibidx_test.py
+            ${oibidx_program})
   add_test(NAME cli/meta
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/cli/meta_test.py
-            $<TARGET_FILE:oibidx>)
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/meta_test.py
+            ${oibidx_program})
   add_test(NAME cli/search
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/cli/search_test.py
-            $<TARGET_FILE:oibidx>)
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/search_test.py
+            ${oibidx_program})
   set_tests_properties(cli/oibidx cli/meta cli/search PROPERTIES TIMEOUT 300 LABELS cli)
 endif()
 
 # The Python client. The interpreter cannot load a sanitized module: its run-time library
 # would have to come first and does not find what the interpreter is not linked to.
-if(NOT WIN32 AND TARGET oibidx AND NOT ZOREL_SANITIZE)
-  find_package(Python3 3.11 REQUIRED COMPONENTS Interpreter)
+if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)
   add_test(NAME bindings/python
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/bindings/python_client_test.py
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/bindings/python_client_test.py
             $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx>)
   set_tests_properties(bindings/python PROPERTIES TIMEOUT 300 LABELS bindings)
 endif()
 
 # The Debian package.
-if(NOT WIN32 AND TARGET oibidx AND NOT ZOREL_SANITIZE)
+if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)
   find_program(ZOREL_DPKG_DEB dpkg-deb)
   if(NOT ZOREL_DPKG_DEB)
     message(FATAL_ERROR "The test of the Debian package needs dpkg-deb; without it, build with "
@@ -86,9 +97,9 @@ endif()
 
 # The interface document: its Python and C++ examples run. Programs that load a sanitized
 # module would have to be linked like it.
-if(NOT WIN32 AND TARGET oibidx AND NOT ZOREL_SANITIZE)
+if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)
   add_test(NAME doc/interface_document
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/doc/interface_doc_test.py
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/doc/interface_doc_test.py
             $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx>
             ${CMAKE_CXX_COMPILER})
   set_tests_properties(doc/interface_document PROPERTIES TIMEOUT 120 LABELS bindings)

@@ -16,7 +16,7 @@ function(zorel_under_wine)
   endif()
 endfunction()
 
-if(CMAKE_CROSSCOMPILING)
+if(WIN32 AND CMAKE_CROSSCOMPILING)
   foreach(step start stop)
     add_test(NAME wine/${step}
       COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/windows/wine.sh ${step})

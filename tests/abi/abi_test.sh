@@ -2,10 +2,10 @@
 # Makes a small folder, lets the command-line client write its catalogue, and runs the C
 # client on it.
 #
-# Usage: abi_test.sh ABI-CLIENT MODULE OIBIDX
+# Usage: abi_test.sh OIBIDX MODULE ABI-CLIENT...      (the client's command may have a prefix)
 set -euo pipefail
 
-client=$1 module=$2 oibidx=$3
+oibidx=$1 module=$2 client=("${@:3}")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
@@ -19,4 +19,4 @@ printf '%13s' photo >tree/Docs/2019/photo.jpg
 find tree -type f -exec touch -d '2013-01-15 09:05:07 UTC' {} +
 
 "$oibidx" scan tree -o catalogue
-"$client" "$module" "$folder"
+"${client[@]}" "$module" "$folder"
