@@ -48,12 +48,17 @@ function(zorel_sources variable folder)
   set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 
-# zorel_layer(NAME FOLDER) makes a layer from all sources below src/FOLDER. Layers are object
-# libraries, so that the module and the tests contain every symbol, exports included.
+# zorel_layer(NAME FOLDER [EXCLUDE REGEX]) makes a layer from all sources below src/FOLDER that
+# do not match REGEX. Layers are object libraries, so that the module and the tests contain
+# every symbol, exports included.
 function(zorel_layer name folder)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "EXCLUDE" "")
   zorel_sources(sources ${CMAKE_CURRENT_SOURCE_DIR}/${folder})
   if(NOT folder MATCHES "/")
     list(FILTER sources EXCLUDE REGEX "/${folder}/server/")
+  endif()
+  if(arg_EXCLUDE)
+    list(FILTER sources EXCLUDE REGEX "${arg_EXCLUDE}")
   endif()
   add_library(zorel_${name} OBJECT ${sources})
   set_target_properties(zorel_${name} PROPERTIES LINKER_LANGUAGE CXX)

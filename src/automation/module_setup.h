@@ -1,4 +1,4 @@
-// What registering this module asks of the system.
+// The calls of the system that registration needs.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ namespace automation {
 inline constexpr std::uint16_t kAppIdScript = 101;
 inline constexpr std::uint16_t kClassScript = 102;
 
-// Results are the system's; calls may throw std::bad_alloc and nothing else.
+// Calls return the system's results and throw std::bad_alloc only.
 class IModuleSetup {
 public:
     virtual ~IModuleSetup() = default;
@@ -21,16 +21,16 @@ public:
     virtual platform::IRegistry& Registry() = 0;
     virtual HRESULT LoadScript(std::uint16_t number, std::u16string& script) = 0;
     virtual HRESULT GetModulePath(std::u16string& path) = 0;
-    // The library that the module carries, or else the file beside it that differs from it
-    // in its extension .tlb. It is registered with `modulePath` as its place.
+    // The type library in the module's resources; without one, the file beside the module
+    // with the same name and the extension .tlb. It is registered under `modulePath`.
     virtual HRESULT RegisterTypeLibrary(const std::u16string& modulePath) = 0;
     virtual HRESULT UnregisterTypeLibrary(const std::u16string& modulePath) = 0;
-    // The system's own locale for this thread, and back.
+    // Sets the thread's locale to the system's and returns the former one.
     virtual LCID EnterSystemLocale() noexcept = 0;
     virtual void RestoreLocale(LCID locale) noexcept = 0;
 };
 
-// Linux has no registration: there every call that can fail answers E_NOTIMPL.
+// The setup of this module. Windows only.
 IModuleSetup& ModuleSetup() noexcept;
 
 }  // namespace automation

@@ -1,5 +1,5 @@
-// The calling thread's last error, in Win32 codes on every system, and the system's
-// texts for them.
+// The calling thread's last error, as a Win32 code on every system, and the system's texts
+// for these codes.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,6 @@
 
 namespace platform {
 
-// The Win32 error codes that the engines, their tests and the port name.
 namespace win32err {
 inline constexpr std::uint32_t kSuccess = 0;
 inline constexpr std::uint32_t kFileNotFound = 2;
@@ -41,14 +40,14 @@ inline constexpr std::uint32_t kIoDevice = 1117;
 inline constexpr std::uint32_t kCantResolveFilename = 1921;
 }  // namespace win32err
 
-// The code of this thread's last failed call of the port. Calls that succeed leave it
-// alone unless their contract says otherwise.
+// The code of this thread's last failed platform call. A call that succeeds does not change
+// it unless its contract states otherwise.
 std::uint32_t GetLastError() noexcept;
 void SetLastError(std::uint32_t code) noexcept;
 
-// The system's text for a Win32 code or for an HRESULT made of one, with the line break
-// that the system puts at its end; empty when it has none (FormatMessageW from the system,
-// neutral language, without ignoring inserts). English on Linux. Leaves the last error alone.
+// The system's text for a Win32 code, or for an HRESULT that contains one, with the line
+// break at its end; empty when the system has no text. As FormatMessageW returns it for the
+// neutral language without inserts; English on Linux. Does not change the last error.
 std::u16string SystemMessage(std::uint32_t code);
 
 }  // namespace platform

@@ -1,23 +1,23 @@
-// Files and folders of the system, under the names and with the contracts of the Win32
-// calls. Each call reports failure by its result and sets the thread's last error
-// (errors.h) to a Win32 code; success leaves the last error alone unless said otherwise.
+// Files and folders, under the names and with the contracts of the Win32 calls. Each call
+// reports a failure by its result and sets the thread's last error (errors.h) to a Win32
+// code. A success does not change the last error unless stated otherwise.
 //
-// Paths are UTF-16. A leading \\?\ is accepted everywhere. On Linux both / and \ separate
-// elements, \\?\UNC\x and \\x mean //x, and a drive letter ("C:" alone or before a
-// separator) names nothing: error 3, as for an empty path. A path with an embedded NUL is
-// refused with error 123. Paths may have any length that the system takes.
+// Paths are UTF-16 and of any length that the system accepts. A leading \\?\ is accepted
+// everywhere. On Linux both / and \ separate elements, \\?\UNC\x and \\x mean //x, and a
+// drive letter ("C:" alone or before a separator) gives error 3, as does an empty path. A
+// path with an embedded NUL gives error 123.
 //
-// Calls that take a path convert text: they may throw std::bad_alloc and nothing else.
+// Calls that take a path convert text and throw std::bad_alloc only.
 //
-// Calls interrupted by a signal are taken up again. A transfer moves all bytes asked for
-// unless the end of the file or a failure comes first.
+// A call that a signal interrupts is continued. A transfer moves all requested bytes unless
+// the end of the file or a failure comes first.
 //
-// A file or folder with the read-only attribute (on Linux: one that nobody may write, for
-// the superuser too) is not opened for writing, replaced, overwritten by a copy or removed:
-// error 5. Reading the entries of a folder and its attributes takes no part in sharing. A
-// file in use is neither deleted nor renamed (error 32) nor replaced by a renaming (error 5).
-// On Linux only writers, and readers that share nothing, use a file in this sense; whoever has
-// no right to read a file removes it unasked.
+// A file or folder with the read-only attribute (on Linux: without any write permission, for
+// the superuser too) cannot be opened for writing, replaced, overwritten by a copy or
+// removed: error 5. Sharing does not apply to reading attributes or the entries of a folder.
+// A file in use cannot be deleted or renamed (error 32) or replaced by a rename (error 5). On
+// Linux a file is in use while a writer or a reader without sharing has it open; this is not
+// checked for a file that the caller has no permission to read.
 #pragma once
 
 #include <cstddef>
@@ -61,19 +61,20 @@ inline constexpr std::uint32_t kInvalidAttributes = 0xFFFFFFFFU;
 // Codes: 2 missing file, 3 missing folder or drive letter, 5 no permission or a folder
 // without kFlagBackupSemantics, 32 refused by sharing, 80 kCreateNew on an existing file,
 // 87 unknown disposition, 123 bad name. A success of kCreateAlways or kOpenAlways sets the
-// last error too: 183 when the file was there before, 0 when it is new.
+// last error too: 183 when the file existed before, 0 when it is new.
 //
-// Sharing holds between all users of this library, in every process: an open for reading
-// (share read) admits further readers; an open for writing admits nobody else; the second
-// of two that exclude each other fails with 32 and changes nothing on the disk. A reader
-// that shares writing as well takes no part in it: it comes in beside a writer and lets one
-// in. Nor do opens for kReadAttributes or kWriteAttributes only. kCreateAlways counts as
-// writing; it empties an existing file only when nobody excludes it. On Linux a file system
-// without such locks is used without them.
+// Sharing applies to all users of this library, in every process. An open for reading that
+// shares reading allows other such opens; an open for writing allows no other open. Of two
+// opens that exclude each other the second fails with 32 and changes nothing on the disk. An
+// open for reading that also shares writing, and an open for kReadAttributes or
+// kWriteAttributes only, excludes no other open and is excluded by none. kCreateAlways counts
+// as writing and empties an existing file only after it has excluded the others. On Linux, on
+// a file system without locks, no open excludes another.
 FileHandle CreateFileW(std::u16string_view path, std::uint32_t access, std::uint32_t share,
                        std::uint32_t disposition, std::uint32_t flags);
 
-// False when the system reports a failed write only now; the handle is gone all the same.
+// False when the system reports a failed write at the close. The handle is closed in every
+// case.
 bool CloseHandle(FileHandle handle) noexcept;
 
 // A handle without the right that a call needs (read, write, write attributes) gives 5, a
@@ -84,41 +85,42 @@ bool CloseHandle(FileHandle handle) noexcept;
 bool ReadFile(FileHandle handle, void* buffer, std::size_t length,
               std::size_t& transferred) noexcept;
 
-// Writes at the file position. On failure `transferred` tells how many bytes reached the
-// file before it; 112 for a full disk.
+// Writes at the file position. After a failure `transferred` is the number of bytes written
+// before it; 112 for a full disk.
 bool WriteFile(FileHandle handle, const void* buffer, std::size_t length,
                std::size_t& transferred) noexcept;
 
 enum class EMoveMethod { Begin, Current, End };
 
 // Moves the file position; `newPosition` may be null. A position before the start of the
-// file fails with 131. The handle position may lie past the end.
+// file fails with 131; a position past the end is allowed.
 bool SetFilePointerEx(FileHandle handle, std::int64_t distance, std::int64_t* newPosition,
                       EMoveMethod method) noexcept;
 bool GetFileSizeEx(FileHandle handle, std::int64_t& size) noexcept;
 // Cuts or extends the file at the file position.
 bool SetEndOfFile(FileHandle handle) noexcept;
-// Brings the file's content to the disk (and, on Linux, the entry in its folder).
+// Writes the file's content to the disk (and, on Linux, its entry in the folder).
 bool FlushFileBuffers(FileHandle handle) noexcept;
 
-// Times as ticks (times.h); a null pointer, and 0 to set, leave that time alone. Times set
-// on an open file stay: later writes through the same handle do not move them. -1 keeps the
-// present time in that way, -2 lets it move again, lower values give 87. Linux has no
-// creation time to set; it reads as the earliest time known of the file.
+// Times in ticks (times.h). A null pointer, and 0 for a time to set, leave that time
+// unchanged. A time set on an open file stays: later writes through the same handle do not
+// change it. -1 keeps the current time in this way, -2 lets writes change it again, lower
+// values give 87. Linux cannot set a creation time; it reports the earliest of the file's
+// times.
 bool GetFileTime(FileHandle handle, std::int64_t* creation, std::int64_t* lastAccess,
                  std::int64_t* lastWrite) noexcept;
 bool SetFileTime(FileHandle handle, const std::int64_t* creation, const std::int64_t* lastAccess,
                  const std::int64_t* lastWrite) noexcept;
 
-// kInvalidAttributes on failure. On Linux a folder has 0x10, any other entry 0x20, and
-// 0x1 stands beside it when nobody may write the entry.
+// kInvalidAttributes on failure. On Linux a folder has 0x10, any other entry 0x20, and an
+// entry without any write permission has 0x1 in addition.
 std::uint32_t GetFileAttributesW(std::u16string_view path);
-// On Linux only the read-only bit has an effect: setting it takes the right to write from
-// everybody, clearing it gives it to the owner.
+// On Linux only the read-only bit has an effect: setting it removes all write permissions,
+// clearing it adds that of the owner.
 bool SetFileAttributesW(std::u16string_view path, std::uint32_t attributes);
 
-// The same text for all names that the file system takes for one: letters in one case where
-// their case does not count (Windows), the name itself elsewhere.
+// The same text for all names that name one file: letters in one case where the file system
+// ignores case (Windows), the name itself elsewhere.
 std::u16string FoldFileName(std::u16string_view name);
 
 struct FindData {
@@ -133,14 +135,16 @@ struct FindData {
 using FindHandle = void*;
 inline const FindHandle kInvalidFindHandle = reinterpret_cast<void*>(std::intptr_t{-1});
 
-// The first entry that `pattern` names; * and ? are wildcards in its last element only
-// (elsewhere: error 123). "*" in a folder gives "." and ".." first, and "*.*" equals "*";
-// the other entries follow in the order of their names' code units. A pattern without
-// wildcards gives that one entry. Letter case counts as it does for the file system. 2: nothing
-// matches, or the pattern ends with a separator; 3: the folder is missing. On Linux a link
-// to a folder is told as an entry that is no folder, so that walks of a tree do not leave it;
-// letter case counts for wildcards. On Windows a drive's root has neither "." nor "..", a
-// pattern may match a file's short name too, and ? stands for no unit at a name's end.
+// The first entry that matches `pattern`; * and ? are wildcards in its last element only
+// (elsewhere: error 123). Entries are in the order of their names' code units, but "." and
+// ".." come first. "*.*" equals "*". A pattern without wildcards matches one entry. Letter
+// case counts as it does for the file system. Error 2: nothing matches, or the pattern ends
+// with a separator; error 3: the folder is missing.
+//
+// On Linux a link to a folder is reported as an entry that is not a folder, so that a walk of
+// a tree does not leave the tree; letter case counts for wildcards. On Windows the root of a
+// drive has neither "." nor "..", a pattern also matches short names, and a ? at the end of a
+// name also matches no unit.
 FindHandle FindFirstFileW(std::u16string_view pattern, FindData& data);
 // False with last error 18 after the last entry.
 bool FindNextFileW(FindHandle handle, FindData& data);
@@ -149,23 +153,22 @@ bool FindClose(FindHandle handle) noexcept;
 bool CreateDirectoryW(std::u16string_view path);  // 183 when the name is taken
 bool RemoveDirectoryW(std::u16string_view path);  // 145 not empty, 267 not a folder
 bool DeleteFileW(std::u16string_view path);       // 5 for a folder, 32 in use
-// Copies content, the read-only attribute and the last-write time; overwrites the target
-// unless `failIfExists` (80). The source is read beside a writer of it, the target counts as
-// opened for writing (32), and a file is not copied onto itself (32). A failed copy leaves
-// no partial target that was not there before. A new target has the source's permissions.
+// Copies content, the read-only attribute and the last-write time. Overwrites the target
+// unless `failIfExists` (80). The source may be open for writing; the target must not be open
+// (32) or be the source itself (32). A failed copy removes a target that it created. A new
+// target has the source's permissions.
 bool CopyFileW(std::u16string_view source, std::u16string_view target, bool failIfExists);
 
 inline constexpr std::uint32_t kMoveReplaceExisting = 1;
 inline constexpr std::uint32_t kMoveCopyAllowed = 2;
 inline constexpr std::uint32_t kMoveWriteThrough = 8;
-// A file in use is not moved (32). Without kMoveReplaceExisting a taken name gives 183; with it
-// the replacement is atomic on one volume, and neither a folder nor a read-only file nor one
-// in use is replaced (5). Another volume
-// gives 17 unless kMoveCopyAllowed and a file. kMoveWriteThrough: on return the move is on
-// the disk.
+// A file in use is not moved (32). An existing target gives 183 without kMoveReplaceExisting;
+// with it the replacement is atomic on one volume, and a folder, a read-only file and a file
+// in use are not replaced (5). A move to another volume gives 17 unless the source is a file
+// and kMoveCopyAllowed is set. With kMoveWriteThrough the move is on the disk on return.
 bool MoveFileExW(std::u16string_view source, std::u16string_view target, std::uint32_t flags);
 
-// Owners.
+// Handles that close themselves.
 struct FileHandleTraits {
     using Value = FileHandle;
     static Value Empty() noexcept { return kInvalidFileHandle; }

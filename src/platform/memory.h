@@ -1,4 +1,4 @@
-// Memory for what is read from files.
+// Large memory blocks for buffers and tables.
 #pragma once
 
 #include <cstddef>
@@ -11,20 +11,19 @@ struct BlockDelete {
 };
 using CBlockPtr = std::unique_ptr<std::byte[], BlockDelete>;
 
-// A block at the start of a memory page, its bytes unset. Reads into it are fast: some
-// processors copy several times slower when the target lies a few bytes behind a page's
-// start and the source at one. Throws std::bad_alloc.
+// An uninitialised block that begins at a memory page. Some processors copy several times
+// slower from the start of a page to an address a few bytes after one. Throws std::bad_alloc.
 CBlockPtr AllocateBlock(std::size_t bytes);
 
-// The same for content that will be used as a whole, with PreferLargePages.
+// The same, with PreferLargePages.
 CBlockPtr AllocateLargeBlock(std::size_t bytes);
 
-// Says that fresh memory will be used as a whole, so that the system may back it with few
-// large pages when it is first touched. A hint: it cannot fail.
+// Lets the system use large pages for memory that is not yet in use and will be used as a
+// whole. This is a hint; failure is ignored.
 void PreferLargePages(void* memory, std::size_t bytes) noexcept;
 
-// Asks for memory that will be written soon, so that it is near by then; any address will
-// do. A hint: it costs little and cannot fail.
+// Loads memory that will be written soon into the cache. Any address is allowed. This is a
+// hint; failure is ignored.
 inline void PrefetchForWriting(const void* memory, std::size_t bytes) noexcept {
     constexpr std::size_t kCacheLine = 64;
     const auto* const first = static_cast<const std::byte*>(memory);

@@ -1,7 +1,8 @@
 // The system's registry: keys that hold subkeys and named values. Names are compared
-// without regard to case and may hold anything but backslashes; 255 code units at most.
+// without regard to case, may hold anything but backslashes and have at most 255 code units.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -21,17 +22,32 @@ struct RegistryKey {
 // REG_SZ and REG_DWORD, the two types that registration writes.
 using RegistryValue = std::variant<std::u16string, std::uint32_t>;
 
+// Whether a path names a key below its root: every element has 1 to 255 code units.
+inline bool IsRegistryPath(std::u16string_view path) noexcept {
+    constexpr std::size_t kMaxName = 255;
+    for (;;) {
+        const std::size_t end = std::min(path.find(u'\\'), path.size());
+        if (end == 0 || end > kMaxName || path.substr(0, end).find(u'\0') < end) {
+            return false;
+        }
+        if (end == path.size()) {
+            return true;
+        }
+        path.remove_prefix(end + 1);
+    }
+}
+
 // Every call returns a Win32 code, 0 for success; a missing key or value is error 2, a path
-// with an empty element error 87. Calls may throw std::bad_alloc and nothing else.
+// with an empty element error 87. Calls throw std::bad_alloc only.
 class IRegistry {
 public:
     virtual ~IRegistry() = default;
 
-    // Creates the key and what is missing above it; one that exists is left alone.
+    // Creates the key and its missing parents; an existing key is not changed.
     virtual std::uint32_t CreateKey(const RegistryKey& key) = 0;
     // Deletes the key with everything below it.
     virtual std::uint32_t DeleteTree(const RegistryKey& key) = 0;
-    // In no given order.
+    // In unspecified order.
     virtual std::uint32_t ListSubkeys(const RegistryKey& key,
                                       std::vector<std::u16string>& names) = 0;
 
@@ -44,11 +60,7 @@ public:
     virtual std::uint32_t DeleteValue(const RegistryKey& key, std::u16string_view name) = 0;
 };
 
-// The registry of the system. Linux has none: there it is a store in the process's memory,
-// empty at first. Any thread may use it.
+// The registry of the system. Windows only. Any thread may use it.
 IRegistry& SystemRegistry() noexcept;
-
-// Whether a path names a key below its root: every element has 1 to 255 code units.
-bool IsRegistryPath(std::u16string_view path) noexcept;
 
 }  // namespace platform

@@ -1,12 +1,12 @@
-// One owner for everything that the system hands out and wants back.
+// The owner of a resource that must be released.
 #pragma once
 
 #include <utility>
 
 namespace platform {
 
-// A move-only holder of one value. Traits name the value's type, its empty value and how
-// it is given back: `Value`, `static Value Empty()`, `static void Release(Value)`.
+// A move-only holder of one value. The traits give the value's type, its empty value and its
+// release function: `Value`, `static Value Empty()`, `static void Release(Value)`.
 template <class Traits>
 class CUniqueResource {
 public:
@@ -34,7 +34,7 @@ public:
             Traits::Release(old);
         }
     }
-    // For calls that store their result through a pointer; releases what was held.
+    // For calls that store their result through a pointer; releases the old value first.
     Value* Put() noexcept {
         Reset();
         return &m_value;

@@ -43,7 +43,7 @@ row() { # LABEL FILE TEXT REPORT
 valid_tree
 expect "valid tree" ""
 row "later layer" idxdata/a.cpp '#include "mtf/lines.h"' "idxdata/a.cpp:1: include of a later layer: mtf/lines.h"
-row "top of the frame" tdf/a.cpp '#include "frame/server/registration.h"' "include of a later layer"
+row "top of the frame" tdf/a.cpp '#include "frame/server/registration/registration.h"' "include of a later layer"
 row "text uses the system" text/a.cpp '#include "platform/files.h"' "include of a later layer"
 row "one system" platform/a.cpp '#include "platform/posix/path.h"' "include of one system"
 row "blanks in the line" platform/a.h '  #  include "frame/errors.h"' "include of a later layer"

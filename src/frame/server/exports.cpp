@@ -2,7 +2,6 @@
 #include "automation/automation.h"
 #include "frame/objects/module.h"
 #include "frame/server/class_factory.h"
-#include "frame/server/registration.h"
 
 extern "C" {
 
@@ -19,14 +18,6 @@ ZOREL_EXPORT HRESULT DllGetClassObject(const CLSID& clsid, const IID& iid, void*
 
 ZOREL_EXPORT HRESULT DllCanUnloadNow() {
     return frame::ModuleCanUnload() ? S_OK : S_FALSE;
-}
-
-ZOREL_EXPORT HRESULT DllRegisterServer() {
-    return server::RegisterServer(automation::ModuleSetup());
-}
-
-ZOREL_EXPORT HRESULT DllUnregisterServer() {
-    return server::UnregisterServer(automation::ModuleSetup());
 }
 
 ZOREL_EXPORT HRESULT CreateOibIdxLib(IUnknown* outer, const IID* iid, void** ppv) {

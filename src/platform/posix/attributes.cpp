@@ -22,16 +22,16 @@ using posix::OpenFile;
 
 namespace {
 
-// Values of a time to set that are no times.
-constexpr std::int64_t kLeaveAlone = 0;
-constexpr std::int64_t kKeepFromNowOn = -1;
+// Special values of a time to set.
+constexpr std::int64_t kUnchanged = 0;
+constexpr std::int64_t kKeepCurrent = -1;
 constexpr std::int64_t kFollowChanges = -2;
 
 bool IsValidTime(const std::int64_t* ticks) {
     return ticks == nullptr || *ticks >= kFollowChanges;
 }
 
-// What a call of SetFileTime does to one of the times.
+// The effect of a SetFileTime call on one of the times.
 struct TimeChange {
     std::timespec set{0, UTIME_OMIT};
     std::timespec kept;
@@ -39,10 +39,10 @@ struct TimeChange {
     TimeChange(const std::int64_t* ticks, const std::timespec& current,
                const std::timespec& keptNow)
         : kept(keptNow) {
-        if (ticks == nullptr || *ticks == kLeaveAlone) {
+        if (ticks == nullptr || *ticks == kUnchanged) {
             return;
         }
-        if (*ticks == kKeepFromNowOn) {
+        if (*ticks == kKeepCurrent) {
             kept = current;
         } else if (*ticks == kFollowChanges) {
             kept = {0, UTIME_OMIT};
@@ -52,7 +52,7 @@ struct TimeChange {
     }
 };
 
-// Sets the times of an open file, of one opened by path only (O_PATH) too; 0 or -1.
+// Sets the times of an open file, also of one opened with O_PATH; 0 or -1.
 int SetTimes(int descriptor, const std::timespec (&times)[2]) noexcept {
     if (::futimens(descriptor, times) == 0) {
         return 0;
@@ -84,7 +84,7 @@ std::int64_t CreationTicks(int folder, const char* name, int flags, const struct
 
 std::uint32_t AttributesOf(const struct stat& info) noexcept {
     const std::uint32_t kind = S_ISDIR(info.st_mode) ? kAttributeDirectory : kAttributeArchive;
-    // The permissions of a link itself mean nothing.
+    // The permissions of a link itself have no effect.
     const bool readOnly = !S_ISLNK(info.st_mode) && IsReadOnly(info);
     return readOnly ? kind | kAttributeReadOnly : kind;
 }

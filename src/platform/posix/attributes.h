@@ -1,4 +1,4 @@
-// What the system tells about an entry, in the terms of files.h.
+// Conversions of stat results to the attributes and times of files.h.
 #pragma once
 
 #include <sys/stat.h>
@@ -9,8 +9,8 @@ namespace platform::posix {
 
 std::uint32_t AttributesOf(const struct stat& info) noexcept;
 
-// The earliest time known of an entry, in ticks; `folder`, `name` and `flags` as for
-// statx, `info` what stat told of the same entry.
+// The earliest of an entry's times, in ticks. `folder`, `name` and `flags` as for statx;
+// `info` is the result of stat for the same entry.
 std::int64_t CreationTicks(int folder, const char* name, int flags, const struct stat& info);
 
 }  // namespace platform::posix

@@ -18,7 +18,7 @@ SystemTime GetLocalTime() noexcept {
     time.day = static_cast<std::uint16_t>(local.tm_mday);
     time.hour = static_cast<std::uint16_t>(local.tm_hour);
     time.minute = static_cast<std::uint16_t>(local.tm_min);
-    // The system's minutes have no leap second.
+    // SystemTime has no leap second.
     time.second = static_cast<std::uint16_t>(local.tm_sec < 60 ? local.tm_sec : 59);
     time.milliseconds = static_cast<std::uint16_t>(now.tv_nsec / 1'000'000);
     return time;

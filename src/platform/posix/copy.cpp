@@ -31,7 +31,7 @@ bool WriteAll(int target, const char* data, std::size_t length) noexcept {
     return true;
 }
 
-bool CopyByHand(int source, int target) noexcept {
+bool CopyByReading(int source, int target) noexcept {
     std::array<char, kBlock> block;
     for (;;) {
         const ssize_t count = ::read(source, block.data(), block.size());
@@ -47,19 +47,18 @@ bool CopyByHand(int source, int target) noexcept {
     }
 }
 
-// Both start at their file positions. Whatever the system does not copy by itself (another
-// volume, a kind of file that it cannot, a file that claims to be empty) is read and
-// written from there on.
+// Copies from the file positions on. Content that copy_file_range does not copy (another
+// volume, a special file, a file with size 0 that has content) is read and written.
 bool CopyContent(int source, int target) noexcept {
-    constexpr std::size_t kAtOnce = std::size_t{1} << 30;
+    constexpr std::size_t kMaxPiece = std::size_t{1} << 30;
     ssize_t count = 0;
     do {
-        count = ::copy_file_range(source, nullptr, target, nullptr, kAtOnce, 0);
+        count = ::copy_file_range(source, nullptr, target, nullptr, kMaxPiece, 0);
     } while (count > 0 || (count < 0 && errno == EINTR));
     if (count < 0 && (errno == ENOSPC || errno == EDQUOT || errno == EIO || errno == EFBIG)) {
         return false;
     }
-    return CopyByHand(source, target);
+    return CopyByReading(source, target);
 }
 
 // The read-only attribute and the last-write time.
@@ -76,13 +75,13 @@ bool CopyAttributes(const struct stat& source, const Opened& target) noexcept {
     return ::futimens(descriptor, times) == 0;
 }
 
-bool Fill(const Opened& source, Opened& target, bool sync) noexcept {
+bool CopyToOpened(const Opened& source, Opened& target, bool sync) noexcept {
     const int descriptor = target.descriptor.Get();
     if (!Truncate(descriptor) || !CopyContent(source.descriptor.Get(), descriptor) ||
         !CopyAttributes(source.info, target) || (sync && ::fsync(descriptor) != 0)) {
         return false;
     }
-    // Some file systems report a failed write only here.
+    // Some file systems report a failed write at the close only.
     return ::close(target.descriptor.Detach()) == 0 || errno == EINTR;
 }
 
@@ -90,7 +89,7 @@ bool Fill(const Opened& source, Opened& target, bool sync) noexcept {
 
 bool CopyFileTo(const std::string& source, const std::string& target, bool failIfExists,
                 bool sync) {
-    // The source admits a writer, so that the holder of a file can copy it.
+    // The source may be open for writing, so that its writer can copy it.
     const Opened from =
         OpenShared({source, kGenericRead, kShareRead | kShareWrite, kOpenExisting, 0});
     if (!from.descriptor) {
@@ -104,7 +103,7 @@ bool CopyFileTo(const std::string& source, const std::string& target, bool failI
     if (to.info.st_dev == from.info.st_dev && to.info.st_ino == from.info.st_ino) {
         return Fail(win32err::kSharingViolation);
     }
-    if (Fill(from, to, sync)) {
+    if (CopyToOpened(from, to, sync)) {
         return true;
     }
     const std::uint32_t code = Win32FromErrno(errno);

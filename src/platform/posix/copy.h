@@ -5,7 +5,7 @@
 
 namespace platform::posix {
 
-// CopyFileW on paths as the system takes them; `sync` also brings the content to the disk.
+// CopyFileW on native paths; `sync` also writes the content to the disk.
 bool CopyFileTo(const std::string& source, const std::string& target, bool failIfExists, bool sync);
 
 }  // namespace platform::posix

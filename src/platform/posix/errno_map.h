@@ -1,4 +1,4 @@
-// From the system's error numbers to Win32 codes.
+// Conversion of errno values to Win32 codes.
 #pragma once
 
 #include <cstdint>
@@ -8,12 +8,12 @@ namespace platform::posix {
 
 std::uint32_t Win32FromErrno(int error) noexcept;
 
-// The same for a failed call on `path` (as the system takes it): what is missing is the
-// file (2) or the folder that should hold it (3).
+// The same for a failed call on the native path `path`. ENOENT gives 3 when the folder of
+// `path` is missing, otherwise 2.
 std::uint32_t Win32FromErrno(int error, const std::string& path);
 
-// Set the last error and return false: the code given, the one of errno, the one of errno
-// for a call on `path`.
+// Set the last error to `code`, to the code of errno, or to the code of errno for a call on
+// `path`, and return false.
 bool Fail(std::uint32_t code) noexcept;
 bool FailErrno() noexcept;
 bool FailErrno(const std::string& path);

@@ -15,7 +15,7 @@ struct SystemText {
     std::u16string_view text;
 };
 
-// Texts that take inserts are left out: the system has none to give without them.
+// Without the texts that contain inserts, which the system does not return either.
 constexpr SystemText kSystemTexts[] = {
     {0, u"The operation completed successfully."},
     {1, u"Incorrect function."},
@@ -115,7 +115,7 @@ constexpr bool ByCode(const SystemText& a, const SystemText& b) {
 }
 static_assert(std::is_sorted(std::begin(kSystemTexts), std::end(kSystemTexts), ByCode));
 
-// The Win32 facility of a failed HRESULT.
+// The upper half of an HRESULT that contains a Win32 code.
 constexpr std::uint32_t kWin32HResult = 0x80070000U;
 
 }  // namespace

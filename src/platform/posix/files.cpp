@@ -23,7 +23,7 @@ using posix::OpenFile;
 
 namespace {
 
-// The folder of `path`, independent of later changes of the working folder.
+// The absolute path of the folder that contains `path`.
 std::string AbsoluteFolder(const std::string& path) {
     std::string folder = posix::ParentFolder(path);
     char working[PATH_MAX];
@@ -41,8 +41,9 @@ std::unique_ptr<OpenFile> NewFile(std::uint32_t access) {
     return file;
 }
 
-// Moves `length` bytes by calls of `transfer`(offset, rest), taking up interrupted and
-// short ones; 0 ends it early. False with errno; `transferred` counts in every case.
+// Moves `length` bytes by calls of `transfer`(offset, rest) and continues after interrupted
+// and short ones; 0 ends the transfer early. False with errno; `transferred` is set in every
+// case.
 template <class Transfer>
 bool TransferAll(std::size_t length, std::size_t& transferred, Transfer transfer) noexcept {
     transferred = 0;
@@ -60,7 +61,7 @@ bool TransferAll(std::size_t length, std::size_t& transferred, Transfer transfer
     return true;
 }
 
-// The position that a move leads to, or the code that refuses it.
+// Stores the new position in `target`. Returns 0, or the Win32 code of the failure.
 std::uint32_t MoveTarget(const OpenFile& file, std::int64_t distance, EMoveMethod method,
                          std::int64_t& target) noexcept {
     std::int64_t base = 0;
@@ -119,7 +120,7 @@ bool CloseHandle(FileHandle handle) noexcept {
     if (!file) {
         return false;
     }
-    // An interrupted close has released the descriptor all the same.
+    // An interrupted close has released the descriptor.
     return ::close(file->descriptor.Detach()) == 0 || errno == EINTR || FailErrno();
 }
 
@@ -235,7 +236,7 @@ bool FlushFileBuffers(FileHandle handle) noexcept {
     do {
         result = ::fsync(file->descriptor.Get());
     } while (result != 0 && errno == EINTR);
-    // EINVAL: nothing stands behind such a file.
+    // EINVAL: a special file without storage.
     if (result != 0 && errno != EINVAL) {
         return FailErrno();
     }

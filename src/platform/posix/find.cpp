@@ -28,23 +28,23 @@ struct FolderTraits {
     static void Release(Value value) noexcept { ::closedir(value); }
 };
 
-// The entries that a pattern found and that were not yet told.
+// The entries that match a pattern.
 struct Find {
     CUniqueResource<FolderTraits> folder;  // null for a pattern without wildcards
     std::vector<std::u16string> names;
-    std::size_t next = 0;
+    std::size_t next = 0;  // the first entry not yet returned
 };
 
 bool HasWildcards(std::string_view text) {
     return text.find_first_of("*?") != std::string_view::npos;
 }
 
-// * stands for any number of code units, ? for one.
+// * matches any number of code units, ? matches one.
 bool Matches(std::u16string_view pattern, std::u16string_view name) {
     std::size_t p = 0;
     std::size_t n = 0;
     std::size_t star = std::u16string_view::npos;
-    std::size_t covered = 0;  // code units of the name that precede the last star's rest
+    std::size_t covered = 0;  // units of the name up to the end of the last star's match
     while (n < name.size()) {
         if (p < pattern.size() && pattern[p] == u'*') {
             star = p++;
@@ -86,9 +86,9 @@ bool InOrder(const std::u16string& a, const std::u16string& b) {
     return rank(a) != rank(b) ? rank(a) < rank(b) : a < b;
 }
 
-// Tells about the entry `name` of `folder`; false with errno. A link to a file tells of
-// the file. A link to a folder tells of itself, so that who empties a folder tree removes
-// the link and not what it leads to.
+// Describes the entry `name` of `folder`; false with errno. For a link to a file: the file.
+// For a link to a folder: the link itself, so that the removal of a folder tree removes the
+// link and not the content of its target.
 bool Describe(int folder, const std::string& name, FindData& data) {
     struct stat info {};
     int flags = AT_SYMLINK_NOFOLLOW;
@@ -109,7 +109,7 @@ bool Describe(int folder, const std::string& name, FindData& data) {
     return true;
 }
 
-// Entries that have gone since the folder was read are left out.
+// Skips entries that were removed after the folder was read.
 bool NextEntry(Find& find, FindData& data) {
     while (find.next < find.names.size()) {
         std::u16string& name = find.names[find.next++];

@@ -1,4 +1,4 @@
-// Making, removing and moving entries.
+// Creating, removing and moving entries.
 #include <fcntl.h>
 
 #include <cerrno>
@@ -23,9 +23,9 @@ bool IsProtected(const struct stat& info) {
     return !S_ISLNK(info.st_mode) && posix::IsReadOnly(info);
 }
 
-// rename() that refuses a taken name with EEXIST; -1 with errno on failure. Where the file
-// system cannot do both at once, a name taken in between is replaced.
-int RenameToFree(const char* source, const char* target) noexcept {
+// rename() that fails with EEXIST when the target exists; -1 with errno. On a file system
+// without RENAME_NOREPLACE, a target created between the check and the rename is replaced.
+int RenameWithoutReplacing(const char* source, const char* target) noexcept {
     if (::renameat2(AT_FDCWD, source, AT_FDCWD, target, RENAME_NOREPLACE) == 0) {
         return 0;
     }
@@ -40,8 +40,8 @@ int RenameToFree(const char* source, const char* target) noexcept {
     return ::rename(source, target);
 }
 
-// Whether an entry may take the place of `target`, which `lock` then keeps from writers; sets
-// the last error.
+// Whether an entry may replace `target`. If so, `lock` excludes writers of `target`; if not,
+// sets the last error.
 bool MayReplace(const struct stat& source, const std::string& target, posix::CDescriptor& lock) {
     struct stat info {};
     if (::lstat(target.c_str(), &info) != 0) {
@@ -57,7 +57,7 @@ bool MoveToOtherVolume(const std::string& source, const std::string& target, std
         return Fail(GetLastError() == win32err::kFileExists ? win32err::kAlreadyExists
                                                             : GetLastError());
     }
-    // As documented for the call: the move stands although the source cannot be removed.
+    // The move succeeds even if the source cannot be removed, as documented for the call.
     ::unlink(source.c_str());
     return true;
 }
@@ -81,7 +81,7 @@ bool Move(const std::string& source, const std::string& target, std::uint32_t fl
         return false;
     }
     if ((replace ? ::rename(source.c_str(), target.c_str())
-                 : RenameToFree(source.c_str(), target.c_str())) == 0) {
+                 : RenameWithoutReplacing(source.c_str(), target.c_str())) == 0) {
         return true;
     }
     if (errno == EXDEV && (flags & kMoveCopyAllowed) != 0 && S_ISREG(info.st_mode)) {

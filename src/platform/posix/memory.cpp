@@ -6,7 +6,7 @@
 
 namespace platform {
 
-// Only whole large pages inside the block are asked for.
+// Applies to the whole large pages inside the block.
 void PreferLargePages(void* memory, std::size_t bytes) noexcept {
     constexpr std::uintptr_t kLargePage = 2 * 1024 * 1024;
     const auto start = reinterpret_cast<std::uintptr_t>(memory);

@@ -12,7 +12,7 @@ namespace platform::posix {
 
 namespace {
 
-// A name that others keep replacing between the open and the lock counts as in use.
+// A file that other processes replace this often between open and lock counts as in use.
 constexpr int kMaxAttempts = 100;
 
 bool Writes(const OpenRequest& request) {
@@ -23,8 +23,8 @@ bool MayCreate(const OpenRequest& request) {
     return request.disposition != kOpenExisting;
 }
 
-// The lock that stands for the open's access and sharing, 0 for none. A reader that lets
-// others write gives no promise and needs none.
+// The lock for the open's access and sharing, 0 for none. A reader that shares writing needs
+// none.
 int LockOf(const OpenRequest& request) {
     if (Writes(request)) {
         return LOCK_EX;
@@ -39,7 +39,7 @@ int LockOf(const OpenRequest& request) {
 }
 
 int OpenFlags(const OpenRequest& request) {
-    // Without O_NONBLOCK the open of a pipe would wait for its other end.
+    // Without O_NONBLOCK, opening a pipe waits for its other end.
     constexpr int kAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     if (Writes(request)) {
         const bool reads = (request.access & kGenericRead) != 0;
@@ -67,14 +67,14 @@ int OpenExisting(const OpenRequest& request) {
     return descriptor;
 }
 
-// Creates; `exclusive` refuses any name that exists, a link to nothing included.
+// Creates; `exclusive` fails for any existing name, also for a dangling link.
 int Create(const OpenRequest& request, bool exclusive) {
     return OpenRetrying(request.path.c_str(),
                         OpenFlags(request) | O_CREAT | (exclusive ? O_EXCL : 0), request.mode);
 }
 
-// One try to open by the disposition; a negative descriptor with errno on failure.
-int OpenOnce(const OpenRequest& request, bool firstTry, bool& created) {
+// One attempt to open by the disposition; a negative descriptor with errno on failure.
+int OpenOnce(const OpenRequest& request, bool firstAttempt, bool& created) {
     created = request.disposition == kCreateNew;
     if (created) {
         return Create(request, true);
@@ -84,10 +84,10 @@ int OpenOnce(const OpenRequest& request, bool firstTry, bool& created) {
         return existing;
     }
     created = true;
-    return Create(request, firstTry);
+    return Create(request, firstAttempt);
 }
 
-// What may be opened at all; sets the last error.
+// Whether the entry may be opened; sets the last error if not.
 bool CheckKind(const OpenRequest& request, const Opened& opened) {
     const mode_t mode = opened.info.st_mode;
     if (S_ISDIR(mode)) {
@@ -115,8 +115,7 @@ bool NamesFile(const std::string& path, const struct stat& info) {
            named.st_ino == info.st_ino;
 }
 
-// False when somebody excludes the lock. File systems without such locks are used without
-// them.
+// False when another holder excludes the lock. A file system without locks excludes none.
 bool TryLock(int descriptor, int kind) noexcept {
     int result = 0;
     do {
@@ -177,7 +176,7 @@ Opened OpenShared(const OpenRequest& request) {
         opened.descriptor.Reset(OpenOnce(request, attempt == 0, opened.created));
         if (!opened.descriptor) {
             if (errno == EEXIST && request.disposition != kCreateNew) {
-                continue;  // made by another one since it was missing
+                continue;  // created by another process in the meantime
             }
             SetLastError(OpenError(request));
             return opened;
@@ -208,8 +207,8 @@ bool LockForRemoval(const std::string& path, const struct stat& info, CDescripto
         return true;
     }
     lock.Reset(OpenRetrying(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW, 0));
-    // Readers go on with a file that has lost its name; a file that cannot be opened cannot
-    // be asked.
+    // Readers may continue to use a file without a name. A file that cannot be opened is not
+    // checked.
     return !lock || TryLock(lock.Get(), LOCK_SH) || Fail(win32err::kSharingViolation);
 }
 
@@ -224,7 +223,7 @@ bool Truncate(int descriptor) noexcept {
 bool SyncFolder(const std::string& folder) noexcept {
     const CDescriptor descriptor(
         OpenRetrying(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0));
-    // EINVAL: the file system has nothing to bring to the disk.
+    // EINVAL: the file system does not write folders separately.
     return descriptor && (::fsync(descriptor.Get()) == 0 || errno == EINVAL);
 }
 

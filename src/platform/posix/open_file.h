@@ -1,4 +1,4 @@
-// Open files of the port: what a FileHandle points to, and how one comes to be.
+// Open files: the object that a FileHandle points to, and how files are opened.
 #pragma once
 
 #include <sys/stat.h>
@@ -24,42 +24,42 @@ using CDescriptor = CUniqueResource<DescriptorTraits>;
 inline constexpr mode_t kWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
 inline constexpr mode_t kDefaultMode = 0666;
 
-// The read-only attribute: nobody may write the entry.
+// The read-only attribute: no write permission.
 inline bool IsReadOnly(const struct stat& info) {
     return (info.st_mode & kWriteBits) == 0;
 }
 
-// What the handles of one open have in common.
+// The state that the handles of one open share.
 struct OpenState {
-    // Access and write time that stay, UTIME_OMIT where the system's own rules hold.
+    // The access and write time to restore after a write; UTIME_OMIT for none.
     std::timespec keptTimes[2];
     // The folder of a new file whose entry is not yet on the disk, else empty.
     std::string folderToSync;
 };
 
-// One handle. A handle and its duplicates belong to one thread at a time.
+// One handle. One thread at a time may use a handle and its duplicates.
 struct OpenFile {
     CDescriptor descriptor;
     std::uint32_t access = 0;
     std::shared_ptr<OpenState> state;
 
-    // Rights include `wanted`; otherwise false with last error 5.
+    // Whether the rights include `wanted`; if not, sets last error 5.
     bool Allows(std::uint32_t wanted) const noexcept;
-    // Sets the kept times again; false with errno.
+    // Restores the kept times; false with errno.
     bool RestoreTimes() const noexcept;
 };
 
-// The file behind a handle; null with last error 6 for no handle.
+// The open file of a handle; null with last error 6 for a null or invalid handle.
 OpenFile* FileOf(FileHandle handle) noexcept;
 FileHandle MakeHandle(std::unique_ptr<OpenFile> file) noexcept;
 
 struct OpenRequest {
-    std::string path;  // as the system takes it
+    std::string path;  // native
     std::uint32_t access = 0;
     std::uint32_t share = 0;
     std::uint32_t disposition = kOpenExisting;
     std::uint32_t flags = 0;
-    mode_t mode = kDefaultMode;  // of a new file, cut by the process's mask
+    mode_t mode = kDefaultMode;  // of a new file, before the process's umask
 };
 
 struct Opened {
@@ -68,17 +68,17 @@ struct Opened {
     bool created = false;
 };
 
-// Opens or creates under the sharing rules of files.h. Cuts nothing: with kCreateAlways
-// the caller truncates the file that it now holds.
+// Opens or creates under the sharing rules of files.h. Does not truncate: with kCreateAlways
+// the caller does so after this call.
 Opened OpenShared(const OpenRequest& request);
 
-// Before the entry `info` at `path` loses its name: false with last error 32 while a writer
-// holds the file. `lock` keeps writers out until it is let go.
+// To be called before the entry `info` at `path` is removed or renamed. False with last error
+// 32 while a writer has the file open. `lock` excludes writers until it is released.
 bool LockForRemoval(const std::string& path, const struct stat& info, CDescriptor& lock) noexcept;
 
-// Empties a file; anything that has no length stays as it is. False with errno.
+// Empties a file; no effect on an entry without a length. False with errno.
 bool Truncate(int descriptor) noexcept;
-// Brings the entries of a folder to the disk; false with errno.
+// Writes the entries of a folder to the disk; false with errno.
 bool SyncFolder(const std::string& folder) noexcept;
 
 }  // namespace platform::posix

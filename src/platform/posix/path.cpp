@@ -16,7 +16,7 @@ bool IsSeparator(char16_t unit) {
     return unit == u'/' || unit == u'\\';
 }
 
-// "UNC" before a separator; its last unit left in place makes //server/share.
+// "UNC" before a separator. Without its first three units the path becomes /server/share.
 bool StartsWithUnc(std::u16string_view path) {
     return path.size() >= 4 && text::ToLowerAscii(path[0]) == u'u' &&
            text::ToLowerAscii(path[1]) == u'n' && text::ToLowerAscii(path[2]) == u'c' &&

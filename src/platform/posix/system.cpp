@@ -27,14 +27,14 @@ using posix::FailErrno;
 
 namespace {
 
-// Where the module that holds `address` is loaded; null when there is none.
+// The load address of the module that contains `address`; null when there is none.
 void* ModuleAt(const void* address) noexcept {
     Dl_info info{};
     return ::dladdr(address, &info) != 0 ? info.dli_fbase : nullptr;
 }
 
-// The path of a loaded module, links resolved; empty with errno on failure. The loader
-// knows the program under the name it was called by, which need not be a path.
+// The path of a loaded module, links resolved; empty with errno on failure. The loader knows
+// the program by the name it was started with, which need not be a path.
 std::string ModulePath(ModuleHandle module) {
     const void* program =
         ModuleAt(reinterpret_cast<const void*>(::getauxval(AT_PHDR)));  // NOLINT: an address
@@ -51,7 +51,7 @@ std::string ModulePath(ModuleHandle module) {
     return ::realpath(name, path) == nullptr ? std::string() : std::string(path);
 }
 
-// Blanks separate, double quotes hold together.
+// Splits at blanks that are not inside double quotes.
 std::vector<std::string> SplitArguments(std::string_view line) {
     std::vector<std::string> pieces;
     bool inPiece = false;
@@ -71,8 +71,8 @@ std::vector<std::string> SplitArguments(std::string_view line) {
     return pieces;
 }
 
-// Runs in a forked child and does not return: starts the program as a grandchild, which
-// nobody has to wait for, and tells errno through the pipe when it cannot.
+// Runs in a forked child and does not return: starts the program as a grandchild, which this
+// process need not wait for, and writes errno to the pipe when that fails.
 [[noreturn]] void RunDetached(const char* program, char* const* arguments, int report) noexcept {
     const pid_t child = ::fork();
     if (child > 0) {
@@ -82,12 +82,12 @@ std::vector<std::string> SplitArguments(std::string_view line) {
         ::execv(program, arguments);
     }
     const int error = errno;
-    [[maybe_unused]] const ssize_t told = ::write(report, &error, sizeof error);
+    [[maybe_unused]] const ssize_t written = ::write(report, &error, sizeof error);
     ::_exit(1);
 }
 
-// The error that the child tells; 0 when the pipe ends without one, closed by the program
-// that now runs.
+// The error that the child wrote; 0 when the pipe was closed without one, by the start of the
+// program.
 int AwaitReport(int report) noexcept {
     int error = 0;
     ssize_t count = 0;

@@ -1,4 +1,4 @@
-// Ticks (times.h) and the system's own times.
+// Conversions between ticks (times.h) and timespec.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace platform::posix {
 // 1601-01-01 to 1970-01-01.
 inline constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;
 
-// Times before 1601 come out as 0, times past the range of ticks as the last tick.
+// A time before 1601 gives 0, a time past the range of ticks gives the last tick.
 inline std::int64_t TicksFromTimespec(const std::timespec& time) noexcept {
     constexpr std::int64_t kLastSecond = INT64_MAX / kTicksPerSecond - 1;
     if (time.tv_sec < -kSecondsTo1970) {

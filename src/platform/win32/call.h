@@ -1,4 +1,4 @@
-// How calls of the system are made so that they keep the port's contracts.
+// Helpers that adapt system calls to the contracts of the platform headers.
 #pragma once
 
 #include <windows.h>
@@ -13,8 +13,8 @@ namespace platform::win32 {
 // Sets the last error and returns false.
 bool Fail(std::uint32_t code) noexcept;
 
-// Makes a call of the system that tells its success. Success leaves the last error alone,
-// as the port promises and the system does not.
+// Makes a system call that returns whether it succeeded. Restores the last error after a
+// success, which the system does not guarantee.
 template <class Call>
 bool Succeeds(Call call) noexcept(noexcept(call())) {
     const DWORD before = ::GetLastError();
@@ -25,8 +25,8 @@ bool Succeeds(Call call) noexcept(noexcept(call())) {
     return true;
 }
 
-// A path as the system takes it. Nothing, with last error 123, for one with an embedded
-// NUL, which the system would take for its end.
+// The path for a system call. Nothing, with last error 123, for a path with an embedded NUL,
+// which the system would read as its end.
 std::optional<std::u16string> NativePath(std::u16string_view path);
 
 }  // namespace platform::win32

@@ -28,7 +28,7 @@ std::u16string SystemMessage(std::uint32_t code) {
     constexpr DWORD kFlags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_ALLOCATE_BUFFER;
     const DWORD before = ::GetLastError();
     CUniqueResource<LocalTextTraits> text;
-    // With that flag the parameter of the buffer takes its address.
+    // With FORMAT_MESSAGE_ALLOCATE_BUFFER the parameter is the address of the pointer.
     ::FormatMessageW(kFlags, nullptr, code, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
                      reinterpret_cast<wchar_t*>(text.Put()), 0, nullptr);
     std::u16string message(text ? win32::Units(text.Get()) : std::u16string_view());

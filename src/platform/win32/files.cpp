@@ -17,17 +17,17 @@ using win32::Wide;
 
 namespace {
 
-// Moves `length` bytes by calls of `transfer`(offset, length, count), which takes 32 bits of
-// length; 0 ends it early. `transferred` counts in every case. A transfer of nothing is one
-// call too, so that the handle is looked at.
+// Moves `length` bytes by calls of `transfer`(offset, length, count), whose length has 32
+// bits; a count of 0 ends the transfer early. `transferred` is set in every case. A transfer
+// of 0 bytes makes one call too, which checks the handle.
 template <class Transfer>
 bool TransferAll(std::size_t length, std::size_t& transferred, Transfer transfer) noexcept {
-    constexpr std::size_t kAtOnce = std::size_t{1} << 30;
+    constexpr std::size_t kMaxPiece = std::size_t{1} << 30;
     transferred = 0;
     DWORD count = 0;
     do {
         count = 0;
-        const auto wanted = static_cast<DWORD>(std::min(length - transferred, kAtOnce));
+        const auto wanted = static_cast<DWORD>(std::min(length - transferred, kMaxPiece));
         const bool done = transfer(transferred, wanted, count) != FALSE;
         transferred += count;
         if (!done) {
@@ -37,7 +37,7 @@ bool TransferAll(std::size_t length, std::size_t& transferred, Transfer transfer
     return true;
 }
 
-// A time to set as the system takes it; null stays null.
+// A time to set as FILETIME; null stays null.
 class CTimeArgument {
 public:
     explicit CTimeArgument(const std::int64_t* ticks) noexcept
@@ -66,14 +66,14 @@ FileHandle CreateFileW(std::u16string_view path, std::uint32_t access, std::uint
     const DWORD before = ::GetLastError();
     const HANDLE handle =
         ::CreateFileW(Wide(native->c_str()), access, share, nullptr, disposition, flags, nullptr);
-    const bool toldByError = disposition == kCreateAlways || disposition == kOpenAlways;
-    if (handle != kInvalidFileHandle && !toldByError) {
+    const bool setsLastError = disposition == kCreateAlways || disposition == kOpenAlways;
+    if (handle != kInvalidFileHandle && !setsLastError) {
         ::SetLastError(before);
     }
     return handle;
 }
 
-// The value of an invalid handle is this process's to the system.
+// For the system the value of kInvalidFileHandle is the handle of this process.
 bool CloseHandle(FileHandle handle) noexcept {
     if (handle == kInvalidFileHandle) {
         return Fail(win32err::kInvalidHandle);
@@ -163,8 +163,8 @@ bool GetFileTime(FileHandle handle, std::int64_t* creation, std::int64_t* lastAc
     return true;
 }
 
-// The file system keeps what was set while the handle is open, and reads 0, -1 and -2 as
-// the port does.
+// The file system keeps the times while the handle is open, and treats 0, -1 and -2 as the
+// contract requires.
 bool SetFileTime(FileHandle handle, const std::int64_t* creation, const std::int64_t* lastAccess,
                  const std::int64_t* lastWrite) noexcept {
     const CTimeArgument created(creation);

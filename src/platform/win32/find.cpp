@@ -21,10 +21,10 @@ struct SearchTraits {
     static void Release(Value value) noexcept { ::FindClose(value); }
 };
 
-// The entries that a pattern found, in order, and how many were told.
+// The entries that match a pattern, in order.
 struct Find {
     std::vector<FindData> entries;
-    std::size_t next = 0;
+    std::size_t next = 0;  // the first entry not yet returned
 };
 
 FindData DataOf(const WIN32_FIND_DATAW& found) {
@@ -47,7 +47,7 @@ bool InOrder(const FindData& a, const FindData& b) {
     return rank(a.name) != rank(b.name) ? rank(a.name) < rank(b.name) : a.name < b.name;
 }
 
-// All entries that the pattern finds, in the system's order; false with the last error.
+// Reads all entries that match the pattern, in the system's order; false with the last error.
 bool ReadEntries(const std::u16string& pattern, std::vector<FindData>& entries) {
     WIN32_FIND_DATAW found{};
     const CUniqueResource<SearchTraits> search(

@@ -1,4 +1,4 @@
-// Entries of folders: attributes, making, removing, copying, moving.
+// Entries of folders: attributes, creating, removing, copying, moving.
 #include "platform/errors.h"
 #include "platform/files.h"
 #include "platform/win32/call.h"

@@ -2,7 +2,7 @@
 
 namespace platform {
 
-// Large pages need a right that services rarely have; the system chooses by itself.
+// Large pages need a privilege that services rarely have.
 void PreferLargePages(void*, std::size_t) noexcept {}
 
 }  // namespace platform

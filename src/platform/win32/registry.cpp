@@ -40,7 +40,7 @@ std::uint32_t Open(const RegistryKey& key, REGSAM access, CKey& opened) noexcept
         ::RegOpenKeyExW(RootOf(key), Wide(key.path.c_str()), 0, access, opened.Put()));
 }
 
-// The bytes of a value, read again while they grow.
+// The bytes of a value. Reads again when another process has made the value longer.
 std::uint32_t ReadBytes(HKEY key, const wchar_t* name, DWORD& type, std::u16string& bytes) {
     DWORD size = 0;
     LSTATUS status = ::RegQueryValueExW(key, name, nullptr, &type, nullptr, &size);

@@ -24,7 +24,7 @@ struct ProcessHandleTraits {
 };
 using CProcessHandle = CUniqueResource<ProcessHandleTraits>;
 
-// The conversions of the system count in ints.
+// The system's text conversions take lengths as int.
 int CountOf(std::size_t size) {
     if (size > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         throw std::bad_alloc();
@@ -32,9 +32,9 @@ int CountOf(std::size_t size) {
     return static_cast<int>(size);
 }
 
-// Text that a call stores into a buffer: `call`(buffer, size) returns the text's length, or
-// the size that it needs with the NUL, or 0 for no text. False with the last error when it
-// returned 0 and set one.
+// Gets text from a call that stores it in a buffer: `call`(buffer, size) returns the length of
+// the text, the required size with the NUL, or 0 for no text. False when it returned 0 and
+// set the last error.
 template <class Call>
 bool FetchText(std::u16string& text, Call call) {
     std::u16string buffer(MAX_PATH, u'\0');
@@ -96,7 +96,7 @@ ModuleHandle OwnModule() noexcept {
         GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
     HMODULE module = nullptr;
     Succeeds([&] {
-        // With that flag the parameter of the name takes an address.
+        // With GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS the parameter is an address.
         return ::GetModuleHandleExW(kFlags, reinterpret_cast<const wchar_t*>(&kAnchor), &module);
     });
     return module;
@@ -110,7 +110,7 @@ std::uint32_t GetModuleFileNameW(ModuleHandle module, char16_t* buffer,
             return stored > 0 && stored < size;
         }) &&
         stored > 0) {
-        buffer[size - 1] = u'\0';  // old systems leave a path that they cut without its end
+        buffer[size - 1] = u'\0';  // old systems do not terminate a path that they cut
     }
     return stored;
 }

@@ -1,4 +1,4 @@
-// The system's file times and the port's ticks.
+// Conversions between ticks (times.h) and FILETIME.
 #pragma once
 
 #include <windows.h>

@@ -1,5 +1,5 @@
-// The port's UTF-16 and the system's: two types with the same representation. They meet
-// here only.
+// Conversions between char16_t and wchar_t text, which have the same representation. No other
+// file converts between the two types.
 #pragma once
 
 #include <windows.h>

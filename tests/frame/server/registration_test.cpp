@@ -1,5 +1,5 @@
 // Registration over the real scripts, with everything around them under the test's control.
-#include "frame/server/registration.h"
+#include "frame/server/registration/registration.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 
 #include "ZorelText.h"
 #include "support/automation_check.h"
-#include "support/test_registry.h"
+#include "support/memory_registry.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ public:
     // counted by the registry.
     void RefuseFrom(int step) { m_stepsLeft = step; }
 
-    support::CTestRegistry& Registry() override { return registry; }
+    support::CMemoryRegistry& Registry() override { return registry; }
     HRESULT LoadScript(std::uint16_t number, std::u16string& script) override {
         const char* const name = number == automation::kAppIdScript ? "app_id.rgs" : "class.rgs";
         std::ifstream file(std::string(ZOREL_SOURCE_DIR "/src/frame/server/") + name);
@@ -44,11 +44,11 @@ public:
     void RestoreLocale(LCID former) noexcept override { locale = former; }
 
     std::string Entries() {
-        return registry.Dump(ERegistryRoot::ClassesRoot,
-                             {u"", u"AppID", u"ThreadingModel", u"stale"});
+        return support::DumpRegistry(registry, {ERegistryRoot::ClassesRoot, u""},
+                                     {u"", u"AppID", u"ThreadingModel", u"stale"});
     }
 
-    support::CTestRegistry registry;
+    support::CMemoryRegistry registry;
     LCID locale = kThreadLocale;
     std::string steps;
 

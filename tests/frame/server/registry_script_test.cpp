@@ -1,4 +1,4 @@
-#include "frame/server/registry_script.h"
+#include "frame/server/registration/registry_script.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <string>
 
 #include "frame/errors.h"
-#include "support/test_registry.h"
+#include "support/memory_registry.h"
 
 namespace {
 
@@ -15,11 +15,11 @@ using platform::ERegistryRoot;
 
 const server::ScriptVariables kVariables = {{u"One", u"1 '' }"}, {u"KEY", u"%One%"}};
 
-std::string EntriesOf(support::CTestRegistry& registry) {
+std::string EntriesOf(support::CMemoryRegistry& registry) {
     std::string text;
     for (const auto root : {ERegistryRoot::ClassesRoot, ERegistryRoot::CurrentUser,
                             ERegistryRoot::LocalMachine, ERegistryRoot::Users}) {
-        text += registry.Dump(root, {u"", u"v", u"val", u"}"});
+        text += support::DumpRegistry(registry, {root, u""}, {u"", u"v", u"val", u"}"});
     }
     return text;
 }
@@ -49,7 +49,7 @@ TEST(RegistryScript, RegistersAndUnregisters) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(zorel::ToUtf8(row.script));
-        support::CTestRegistry registry;
+        support::CMemoryRegistry registry;
         const server::CRegistryScript script(row.script, kVariables);
         EXPECT_EQ(script.Register(registry), 0U);
         EXPECT_EQ(EntriesOf(registry), row.registered);

@@ -1,4 +1,4 @@
-#include "frame/server/registry_script.h"
+#include "frame/server/registration/registry_script.h"
 
 #include <algorithm>
 #include <iterator>

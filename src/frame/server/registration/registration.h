@@ -5,10 +5,8 @@
 namespace server {
 
 // Registers and unregisters the class, its application identifier and the type library
-// with the system, under the system's locale. The first failure ends the work and is the
-// result; what was written before it stays and is replaced by the next registration.
-// Clients on Linux create the object through the module's exports, and the setup of that
-// system answers E_NOTIMPL.
+// with the system, under the system's locale. Returns the first failure and stops there;
+// the entries written before it remain, and the next registration replaces them.
 HRESULT RegisterServer(automation::IModuleSetup& setup) noexcept;
 HRESULT UnregisterServer(automation::IModuleSetup& setup) noexcept;
 

@@ -1,9 +1,9 @@
-#include "frame/server/registration.h"
+#include "frame/server/registration/registration.h"
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "frame/objects/boundary.h"
-#include "frame/server/registry_script.h"
+#include "frame/server/registration/registry_script.h"
 
 namespace server {
 
