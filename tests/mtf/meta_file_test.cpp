@@ -9,7 +9,7 @@
 
 #include "frame/conversions.h"
 #include "mtf/tree/opened_meta_file.h"
-#include "mtf/tree/path_elements.h"
+#include "mtf/store/path_elements.h"
 #include "support/meta_file_model.h"
 #include "support/port_files.h"
 #include "support/temp_folder.h"

@@ -6,7 +6,7 @@
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "mtf/store/attr_lines.h"
-#include "mtf/tree/path_elements.h"
+#include "mtf/store/path_elements.h"
 #include "text/ascii_case.h"
 
 namespace mtf {

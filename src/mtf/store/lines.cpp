@@ -5,7 +5,7 @@
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "mtf/tree/path_elements.h"
+#include "mtf/store/path_elements.h"
 #include "text/ascii_case.h"
 #include "text/text_scan.h"
 

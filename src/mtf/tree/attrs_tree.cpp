@@ -1,10 +1,11 @@
 #include "mtf/tree/attrs_tree.h"
 
 #include <array>
+#include <new>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
-#include "mtf/tree/path_elements.h"
+#include "mtf/store/path_elements.h"
 
 namespace mtf {
 
@@ -15,8 +16,8 @@ using frame::kFail;
 
 constexpr std::size_t kMaxPathNames = 100;
 
-// Runs `body`; a CExc that leaves it gets `text` in front, with %1 the path given, %2 the
-// starting node's path and %3 the meta-file. Nothing is put together unless it fails.
+// Runs `body`; a CExc that leaves it gets `text` in front, with %1 the given path, %2 the
+// starting node's path and %3 the meta-file. The message is composed only on failure.
 template <class Body>
 decltype(auto) InContext(std::u16string_view text, const CMtfAttrsTreeData& tree,
                          std::uint64_t node, std::u16string_view path, Body&& body) {
@@ -43,7 +44,7 @@ CMtfAttrsTreeData::CMtfAttrsTreeData(std::shared_ptr<CMtfLines> lines, std::u16s
 std::shared_ptr<CMtfAttrsTreeData> CMtfAttrsTreeData::Build(std::shared_ptr<CMtfLines> lines,
                                                             std::u16string_view name) {
     const std::shared_ptr<CMtfAttrsTreeData> tree(new CMtfAttrsTreeData(lines, name));
-    // Lines of one subtree mostly follow each other.
+    // Consecutive lines mostly belong to the same subtree.
     std::u16string_view lastSubtree;
     std::uint64_t lastNode = kRoot;
     CMtfAttrLine attr;
@@ -54,15 +55,15 @@ std::shared_ptr<CMtfAttrsTreeData> CMtfAttrsTreeData::Build(std::shared_ptr<CMtf
         const CMtfAttrPath path = SplitAttrPath(attr.name);
         const bool borrow = lines->IsLoadedText(attr.line);
         if (path.subtree != lastSubtree) {
-            lastNode = tree->Obtain(kRoot, path.subtree, borrow);
+            lastNode = tree->FindOrAddSubtree(kRoot, path.subtree, borrow);
             lastSubtree = path.subtree;
         }
-        tree->m_table.SetAttrEntry(lastNode, path.name, attr.value, attr.line, borrow);
+        tree->m_table.SetAttrEntry({lastNode, path.name}, attr.value, attr.line, borrow);
     }
     return tree;
 }
 
-std::uint64_t CMtfAttrsTreeData::Resolve(std::uint64_t node, std::u16string_view path) const {
+std::uint64_t CMtfAttrsTreeData::FindNode(std::uint64_t node, std::u16string_view path) const {
     m_table.Get(node);
     std::u16string_view element;
     while (node != kNoNode && NextPathElement(path, element)) {
@@ -71,7 +72,8 @@ std::uint64_t CMtfAttrsTreeData::Resolve(std::uint64_t node, std::u16string_view
     return node;
 }
 
-std::uint64_t CMtfAttrsTreeData::Obtain(std::uint64_t node, std::u16string_view path, bool borrow) {
+std::uint64_t CMtfAttrsTreeData::FindOrAddSubtree(std::uint64_t node, std::u16string_view path,
+                                                  bool borrow) {
     m_table.Get(node);
     std::u16string_view element;
     while (NextPathElement(path, element)) {
@@ -82,19 +84,19 @@ std::uint64_t CMtfAttrsTreeData::Obtain(std::uint64_t node, std::u16string_view 
 
 std::uint64_t CMtfAttrsTreeData::FindSubtree(std::uint64_t node, std::u16string_view path) const {
     return InContext(u"Failed to find subtree  \"%1\" of the tree \"%2\". Meta-file: \"%3\".",
-                     *this, node, path, [&] { return Resolve(node, path); });
+                     *this, node, path, [&] { return FindNode(node, path); });
 }
 
 std::uint64_t CMtfAttrsTreeData::CreateSubtree(std::uint64_t node, std::u16string_view path) {
     return InContext(u"Failed to create subtree  \"%1\" of the tree \"%2\". Meta-file: \"%3\".",
-                     *this, node, path, [&] { return Obtain(node, path, false); });
+                     *this, node, path, [&] { return FindOrAddSubtree(node, path, false); });
 }
 
 std::uint64_t CMtfAttrsTreeData::GetExistingSubtree(std::uint64_t node,
                                                     std::u16string_view path) const {
     const std::uint64_t found = FindSubtree(node, path);
     if (found == kNoNode) {
-        // The text names the subtree "2"; kept on purpose.
+        // The text names the subtree "2". Kept for compatibility.
         throw CExc(u"The meta-file \"%1\" does not contain subtree \"2\".", {m_name}, kFail);
     }
     return found;
@@ -103,7 +105,7 @@ std::uint64_t CMtfAttrsTreeData::GetExistingSubtree(std::uint64_t node,
 void CMtfAttrsTreeData::DelSubtree(std::uint64_t node, std::u16string_view path) {
     InContext(u"Failed to delete subtree  \"%1\" of the tree \"%2\". Meta-file: \"%3\".", *this,
               node, path, [&] {
-                  const std::uint64_t found = Resolve(node, path);
+                  const std::uint64_t found = FindNode(node, path);
                   if (found != kNoNode && found != kRoot) {
                       DeleteWithChildren(found);
                   }
@@ -111,7 +113,7 @@ void CMtfAttrsTreeData::DelSubtree(std::uint64_t node, std::u16string_view path)
 }
 
 void CMtfAttrsTreeData::DeleteWithChildren(std::uint64_t node) {
-    // From leaf to leaf: the way back leads over the parents, so that no depth needs a stack.
+    // Deletes the leaves first. The parent IDs lead back, so that a deep tree needs no stack.
     for (std::uint64_t next = node;;) {
         const CMtfTreeNode& current = m_table.Get(next);
         if (current.firstChild != CMtfTreeNode::kNone) {
@@ -156,35 +158,28 @@ void CMtfAttrsTreeData::SetAttr(std::uint64_t node, std::u16string_view path,
     InContext(u"Failed to create attribute \"%1\" in the tree \"%2\". Meta-file:\"%3\".", *this,
               node, path, [&] {
                   const CMtfAttrPath split = SplitAttrPath(path);
-                  const std::uint64_t target = Obtain(node, split.subtree, false);
+                  const std::uint64_t target = FindOrAddSubtree(node, split.subtree, false);
                   const std::u16string fullName = JoinNames(NodePath(target), split.name);
-                  if (const CMtfAttrEntry* entry = m_table.FindAttr(target, split.name)) {
+                  const CMtfAttrKey key(target, split.name);
+                  if (CMtfAttrEntry* const entry = m_table.FindAttr(key)) {
                       CMtfText kept = CMtfText::Copy(value);
                       m_lines->ReplaceAttrLine(entry->line, fullName, value);
-                      m_table.SetValue(target, split.name, std::move(kept));
+                      entry->value = std::move(kept);
                   } else {
-                      AddAttr(target, split.name, fullName, value);
+                      AddAttr(key, fullName, value);
                   }
               });
 }
 
-void CMtfAttrsTreeData::AddAttr(std::uint64_t node, std::u16string_view name,
-                                std::u16string_view fullName, std::u16string_view value) {
-    // When memory runs out, tree and lines stay alike.
-    struct Undo {
-        CMtfMetaTable* table;
-        std::uint64_t node;
-        std::u16string_view name;
-        ~Undo() {
-            if (table != nullptr) {
-                table->EraseAttr(node, name);
-            }
-        }
-    };
-    m_table.SetAttrEntry(node, name, value, m_lines->Count(), false);
-    Undo undo{&m_table, node, name};
-    m_lines->AppendAttrLine(fullName, value);
-    undo.table = nullptr;
+void CMtfAttrsTreeData::AddAttr(const CMtfAttrKey& key, std::u16string_view fullName,
+                                std::u16string_view value) {
+    m_table.SetAttrEntry(key, value, m_lines->Count(), false);
+    try {
+        m_lines->AppendAttrLine(fullName, value);
+    } catch (const std::bad_alloc&) {
+        m_table.EraseAttr(key);  // the tree has no attribute without a line
+        throw;
+    }
 }
 
 bool CMtfAttrsTreeData::FindAttr(std::uint64_t node, std::u16string_view path,
@@ -192,9 +187,9 @@ bool CMtfAttrsTreeData::FindAttr(std::uint64_t node, std::u16string_view path,
     return InContext(u"Failed to find attribute \"%1\" in meta-file \"%3\". Search root is \"%2\"",
                      *this, node, path, [&] {
                          const CMtfAttrPath split = SplitAttrPath(path);
-                         const std::uint64_t target = Resolve(node, split.subtree);
+                         const std::uint64_t target = FindNode(node, split.subtree);
                          const CMtfAttrEntry* entry =
-                             target == kNoNode ? nullptr : m_table.FindAttr(target, split.name);
+                             target == kNoNode ? nullptr : m_table.FindAttr({target, split.name});
                          if (entry != nullptr) {
                              value = entry->value.View();
                          }
@@ -216,13 +211,14 @@ void CMtfAttrsTreeData::DelAttr(std::uint64_t node, std::u16string_view path) {
     InContext(u"Failed to delete attribute \"%1\" from the tree \"%2\". Meta-file: \"%3\".", *this,
               node, path, [&] {
                   const CMtfAttrPath split = SplitAttrPath(path);
-                  const std::uint64_t target = Resolve(node, split.subtree);
+                  const std::uint64_t target = FindNode(node, split.subtree);
                   if (target == kNoNode) {
                       return;
                   }
-                  if (const CMtfAttrEntry* entry = m_table.FindAttr(target, split.name)) {
+                  const CMtfAttrKey key(target, split.name);
+                  if (const CMtfAttrEntry* const entry = m_table.FindAttr(key)) {
                       m_lines->MarkDeleted(entry->line);
-                      m_table.EraseAttr(target, split.name);
+                      m_table.EraseAttr(key);
                   }
               });
 }

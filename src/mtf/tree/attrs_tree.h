@@ -14,11 +14,11 @@
 namespace mtf {
 
 // The subtrees and attributes of one meta-file. Every change goes to the tree and to the
-// lines; a subtree exists in the file only through its attribute lines. Shared by all who
-// refer to its nodes; no locks.
+// lines; a subtree is stored in the file only as the names of its attributes. Shared by the
+// references to its nodes; no locks.
 //
 // All operations take the ID of the node to start from (0 is the root) and a path relative
-// to it, and put their own message in front of every failure. Views handed out stay valid
+// to it, and put their own message in front of every failure. Returned views stay valid
 // until the tree changes.
 class CMtfAttrsTreeData {
 public:
@@ -34,7 +34,7 @@ public:
     std::uint64_t CreateSubtree(std::uint64_t node, std::u16string_view path);
     // Throws CExc when there is none.
     std::uint64_t GetExistingSubtree(std::uint64_t node, std::u16string_view path) const;
-    // Nothing happens to a missing subtree and to the root.
+    // Does nothing for a missing subtree and for the root.
     void DelSubtree(std::uint64_t node, std::u16string_view path);
     // In the order of creation.
     std::vector<std::u16string> EnumChildTrees(std::uint64_t node) const;
@@ -48,10 +48,10 @@ public:
     // The full paths of all attributes, node by node in the order of creation.
     std::vector<std::u16string> EnumAllAttrs() const;
 
-    // The names from below the root to the node, joined by dots; of a deeper node its 100
-    // innermost names (a limit kept on purpose). Throws CExc for a deleted node.
+    // The names on the way from the root to the node, joined by dots; of a path of more than
+    // 100 names the last 100. Kept for compatibility. Throws CExc for a deleted node.
     std::u16string NodePath(std::uint64_t node) const;
-    // The node's path for messages; its ID when it has none any more.
+    // The node's path for messages; the ID of a deleted node.
     std::u16string DisplayPath(std::uint64_t node) const;
 
     const std::u16string& GetName() const noexcept { return m_name; }
@@ -60,10 +60,9 @@ public:
 private:
     CMtfAttrsTreeData(std::shared_ptr<CMtfLines> lines, std::u16string_view name);
 
-    std::uint64_t Resolve(std::uint64_t node, std::u16string_view path) const;
-    std::uint64_t Obtain(std::uint64_t node, std::u16string_view path, bool borrow);
-    void AddAttr(std::uint64_t node, std::u16string_view name, std::u16string_view fullName,
-                 std::u16string_view value);
+    std::uint64_t FindNode(std::uint64_t node, std::u16string_view path) const;
+    std::uint64_t FindOrAddSubtree(std::uint64_t node, std::u16string_view path, bool borrow);
+    void AddAttr(const CMtfAttrKey& key, std::u16string_view fullName, std::u16string_view value);
     void DeleteWithChildren(std::uint64_t node);
 
     std::shared_ptr<CMtfLines> m_lines;
@@ -71,14 +70,12 @@ private:
     CMtfMetaTable m_table;
 };
 
-// A node of a tree that it keeps alive: the same operations, from its own node on.
+// A reference to a node, which keeps the tree alive: the same operations with paths relative
+// to the node.
 class CMtfTreeRef {
 public:
     CMtfTreeRef(std::shared_ptr<CMtfAttrsTreeData> tree, std::uint64_t node)
         : m_tree(std::move(tree)), m_node(node) {}
-
-    std::uint64_t GetNode() const noexcept { return m_node; }
-    const std::shared_ptr<CMtfAttrsTreeData>& GetTree() const noexcept { return m_tree; }
 
     std::optional<CMtfTreeRef> FindSubtree(std::u16string_view path) const;
     CMtfTreeRef CreateSubtree(std::u16string_view path) const;
@@ -89,7 +86,7 @@ public:
     void SetAttr(std::u16string_view path, std::u16string_view value) const;
     bool FindAttr(std::u16string_view path, std::u16string_view& value) const;
     std::u16string_view GetExistingAttr(std::u16string_view path) const;
-    // As GetExistingAttr, with a message of its own.
+    // As GetExistingAttr, with a different message.
     std::u16string_view GetExistingAttrHere(std::u16string_view path) const;
     void DelAttr(std::u16string_view path) const;
 

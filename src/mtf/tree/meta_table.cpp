@@ -1,7 +1,9 @@
 #include "mtf/tree/meta_table.h"
 
 #include <algorithm>
+#include <bit>
 #include <new>
+#include <utility>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
@@ -12,10 +14,29 @@ namespace mtf {
 namespace {
 
 constexpr std::uint32_t kNone = CMtfTreeNode::kNone;
-constexpr std::uint32_t kLongestChain = CMtfTreeNode::kLongestChain;
+constexpr std::uint32_t kMaxUnindexedAttrs = CMtfTreeNode::kMaxUnindexedAttrs;
 
-std::uint32_t Short(std::uint64_t id) noexcept {
+std::uint32_t Narrow(std::uint64_t id) noexcept {
     return static_cast<std::uint32_t>(id);
+}
+
+// A multiplicative hash that mixes the bits of all units.
+template <class Fold>
+std::uint32_t HashUnits(std::uint32_t node, std::u16string_view name, Fold fold) noexcept {
+    constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15U;
+    std::uint64_t hash = (node + 1) * kMultiplier;
+    for (const char16_t unit : name) {
+        hash = (std::rotl(hash, 23) ^ fold(unit)) * kMultiplier;
+    }
+    return static_cast<std::uint32_t>(hash >> 32);
+}
+
+std::uint32_t HashChild(std::uint32_t parent, std::u16string_view name) noexcept {
+    return HashUnits(parent, name, [](char16_t unit) { return text::ToLowerAscii(unit); });
+}
+
+std::uint32_t HashAttr(std::uint32_t node, std::u16string_view name) noexcept {
+    return HashUnits(node, name, [](char16_t unit) { return unit; });
 }
 
 std::uint8_t TagOf(std::uint32_t hash) noexcept {
@@ -27,6 +48,9 @@ CMtfText Keep(std::u16string_view text, bool borrow) {
 }
 
 }  // namespace
+
+CMtfAttrKey::CMtfAttrKey(std::uint64_t nodeId, std::u16string_view attrName) noexcept
+    : node(Narrow(nodeId)), hash(HashAttr(node, attrName)), name(attrName) {}
 
 CMtfMetaTable::CMtfMetaTable() {
     m_nodes.Append();
@@ -48,8 +72,8 @@ const CMtfTreeNode& CMtfMetaTable::Get(std::uint64_t id) const {
     return At(id);
 }
 
-std::uint32_t CMtfMetaTable::FindChildAt(std::uint32_t hash, std::uint32_t parent,
-                                         std::u16string_view name) const noexcept {
+std::uint32_t CMtfMetaTable::FindChildByHash(std::uint32_t hash, std::uint32_t parent,
+                                             std::u16string_view name) const noexcept {
     return m_childIndex.Find(hash, [&](std::uint32_t child) {
         return m_nodes[child].parent == parent &&
                text::EqualsNoCase(m_nodes[child].name.View(), name);
@@ -57,16 +81,16 @@ std::uint32_t CMtfMetaTable::FindChildAt(std::uint32_t hash, std::uint32_t paren
 }
 
 std::uint64_t CMtfMetaTable::FindChild(std::uint64_t id, std::u16string_view name) const noexcept {
-    const std::uint32_t parent = Short(id);
-    const std::uint32_t child = FindChildAt(HashNameNoCase(parent, name), parent, name);
+    const std::uint32_t parent = Narrow(id);
+    const std::uint32_t child = FindChildByHash(HashChild(parent, name), parent, name);
     return child == kNone ? kNoNode : child;
 }
 
 std::uint64_t CMtfMetaTable::FindOrAddChild(std::uint64_t id, std::u16string_view name,
                                             bool borrow) {
-    const std::uint32_t parent = Short(id);
-    const std::uint32_t hash = HashNameNoCase(parent, name);
-    const std::uint32_t found = FindChildAt(hash, parent, name);
+    const std::uint32_t parent = Narrow(id);
+    const std::uint32_t hash = HashChild(parent, name);
+    const std::uint32_t found = FindChildByHash(hash, parent, name);
     if (found != kNone) {
         return found;
     }
@@ -75,7 +99,7 @@ std::uint64_t CMtfMetaTable::FindOrAddChild(std::uint64_t id, std::u16string_vie
     }
     CMtfText kept = Keep(name, borrow);
     m_childIndex.ReserveMore(1);
-    const std::uint32_t added = Short(m_nodes.Size());
+    const std::uint32_t added = Narrow(m_nodes.Size());
     CMtfTreeNode& node = m_nodes.Append();
     node.name = std::move(kept);
     node.parent = parent;
@@ -91,9 +115,10 @@ std::uint64_t CMtfMetaTable::FindOrAddChild(std::uint64_t id, std::u16string_vie
 void CMtfMetaTable::Delete(std::uint64_t id) noexcept {
     CMtfTreeNode& node = At(id);
     while (node.firstAttr != kNone) {
-        RemoveAttr(node.firstAttr);
+        const CMtfAttrEntry& attr = m_attrs[node.firstAttr];
+        RemoveAttr(node.firstAttr, HashAttr(attr.node, attr.name.View()));
     }
-    m_childIndex.Erase(node.hash, Short(id));
+    m_childIndex.Erase(node.hash, Narrow(id));
     CMtfTreeNode& owner = m_nodes[node.parent];
     (node.prevSibling == kNone ? owner.firstChild : m_nodes[node.prevSibling].nextSibling) =
         node.nextSibling;
@@ -103,51 +128,46 @@ void CMtfMetaTable::Delete(std::uint64_t id) noexcept {
     node.deleted = true;
 }
 
-std::uint32_t CMtfMetaTable::FindAttrAt(std::uint32_t id, std::uint32_t hash,
-                                        std::u16string_view name) const noexcept {
-    const CMtfTreeNode& node = At(id);
+std::uint32_t CMtfMetaTable::FindAttrIndex(const CMtfAttrKey& key) const noexcept {
+    const CMtfTreeNode& node = At(key.node);
     if (node.attrsIndexed) {
-        return m_attrIndex.Find(hash, [&](std::uint32_t attr) {
-            return m_attrs[attr].node == id && m_attrs[attr].name.View() == name;
+        return m_attrIndex.Find(key.hash, [&](std::uint32_t attr) {
+            return m_attrs[attr].node == key.node && m_attrs[attr].name.View() == key.name;
         });
     }
     const auto tagsEnd = node.attrTags.begin() + node.attrCount;
-    if (std::find(node.attrTags.begin(), tagsEnd, TagOf(hash)) == tagsEnd) {
+    if (std::find(node.attrTags.begin(), tagsEnd, TagOf(key.hash)) == tagsEnd) {
         return kNone;
     }
     std::uint32_t attr = node.firstAttr;
-    while (attr != kNone && m_attrs[attr].name.View() != name) {
+    while (attr != kNone && m_attrs[attr].name.View() != key.name) {
         attr = m_attrs[attr].next;
     }
     return attr;
 }
 
-const CMtfAttrEntry* CMtfMetaTable::FindAttr(std::uint64_t id,
-                                             std::u16string_view name) const noexcept {
-    const std::uint32_t attr = FindAttrAt(Short(id), HashName(Short(id), name), name);
+const CMtfAttrEntry* CMtfMetaTable::FindAttr(const CMtfAttrKey& key) const noexcept {
+    const std::uint32_t attr = FindAttrIndex(key);
     return attr == kNone ? nullptr : &m_attrs[attr];
 }
 
-void CMtfMetaTable::SetAttrEntry(std::uint64_t id, std::u16string_view name,
-                                 std::u16string_view value, std::uint64_t line, bool borrow) {
-    const std::uint32_t hash = HashName(Short(id), name);
+CMtfAttrEntry* CMtfMetaTable::FindAttr(const CMtfAttrKey& key) noexcept {
+    return const_cast<CMtfAttrEntry*>(std::as_const(*this).FindAttr(key));
+}
+
+void CMtfMetaTable::SetAttrEntry(const CMtfAttrKey& key, std::u16string_view value,
+                                 std::uint64_t line, bool borrow) {
     CMtfText kept = Keep(value, borrow);
-    std::uint32_t attr = FindAttrAt(Short(id), hash, name);
-    if (attr == kNone) {
-        attr = AddAttr(Short(id), hash, Keep(name, borrow));
-    }
-    m_attrs[attr].value = std::move(kept);
-    m_attrs[attr].line = line;
+    CMtfAttrEntry* const found = FindAttr(key);
+    CMtfAttrEntry& entry = found != nullptr ? *found : AddAttr(key, Keep(key.name, borrow));
+    entry.value = std::move(kept);
+    entry.line = line;
 }
 
-void CMtfMetaTable::SetValue(std::uint64_t id, std::u16string_view name, CMtfText value) noexcept {
-    m_attrs[FindAttrAt(Short(id), HashName(Short(id), name), name)].value = std::move(value);
-}
-
-std::uint32_t CMtfMetaTable::AddAttr(std::uint32_t id, std::uint32_t hash, CMtfText name) {
-    CMtfTreeNode& node = At(id);
-    if (!node.attrsIndexed && node.attrCount == kLongestChain) {
-        IndexAttrs(id);
+CMtfAttrEntry& CMtfMetaTable::AddAttr(const CMtfAttrKey& key, CMtfText name) {
+    CMtfTreeNode& node = At(key.node);
+    if (!node.attrsIndexed && node.attrCount == kMaxUnindexedAttrs) {
+        IndexAttrs(key.node);
     }
     if (node.attrsIndexed) {
         m_attrIndex.ReserveMore(1);
@@ -157,47 +177,46 @@ std::uint32_t CMtfMetaTable::AddAttr(std::uint32_t id, std::uint32_t hash, CMtfT
             throw std::bad_alloc();
         }
         m_attrs.Append();
-        m_freeAttr = Short(m_attrs.Size() - 1);
+        m_freeAttr = Narrow(m_attrs.Size() - 1);
     }
     const std::uint32_t index = m_freeAttr;
     CMtfAttrEntry& attr = m_attrs[index];
     m_freeAttr = attr.next;
     attr.name = std::move(name);
-    attr.node = id;
+    attr.node = key.node;
     attr.next = node.firstAttr;
     if (attr.next != kNone) {
         m_attrs[attr.next].prev = index;
     }
     node.firstAttr = index;
     if (node.attrsIndexed) {
-        m_attrIndex.Insert(hash, index);
+        m_attrIndex.Insert(key.hash, index);
     } else {
-        node.attrTags[node.attrCount] = TagOf(hash);
+        node.attrTags[node.attrCount] = TagOf(key.hash);
     }
     ++node.attrCount;
-    return index;
+    return attr;
 }
 
 void CMtfMetaTable::IndexAttrs(std::uint32_t id) {
     CMtfTreeNode& node = At(id);
     m_attrIndex.ReserveMore(node.attrCount);
     for (std::uint32_t attr = node.firstAttr; attr != kNone; attr = m_attrs[attr].next) {
-        m_attrIndex.Insert(HashName(id, m_attrs[attr].name.View()), attr);
+        m_attrIndex.Insert(HashAttr(id, m_attrs[attr].name.View()), attr);
     }
     node.attrsIndexed = true;
 }
 
-void CMtfMetaTable::EraseAttr(std::uint64_t id, std::u16string_view name) noexcept {
-    const std::uint32_t attr = FindAttrAt(Short(id), HashName(Short(id), name), name);
+void CMtfMetaTable::EraseAttr(const CMtfAttrKey& key) noexcept {
+    const std::uint32_t attr = FindAttrIndex(key);
     if (attr != kNone) {
-        RemoveAttr(attr);
+        RemoveAttr(attr, key.hash);
     }
 }
 
-void CMtfMetaTable::RemoveAttr(std::uint32_t index) noexcept {
+void CMtfMetaTable::RemoveAttr(std::uint32_t index, std::uint32_t hash) noexcept {
     CMtfAttrEntry& attr = m_attrs[index];
     CMtfTreeNode& node = At(attr.node);
-    const std::uint32_t hash = HashName(attr.node, attr.name.View());
     if (node.attrsIndexed) {
         m_attrIndex.Erase(hash, index);
     } else {

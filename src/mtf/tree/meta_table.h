@@ -9,17 +9,17 @@
 
 #include "mtf/store/stable_array.h"
 #include "mtf/store/text.h"
-#include "mtf/tree/name_index.h"
+#include "mtf/tree/hash_index.h"
 
 namespace mtf {
 
-// A subtree. Children and attributes hang on it as chains through the table.
+// A subtree. Its children and its attributes are linked lists of table indices.
 struct CMtfTreeNode {
     static constexpr std::uint32_t kNone = ~std::uint32_t{0};
-    // Attributes that are searched one by one; beyond, the table's index takes over.
-    static constexpr std::uint32_t kLongestChain = 8;
+    // A node with more attributes has them in the table's hash index.
+    static constexpr std::uint32_t kMaxUnindexedAttrs = 8;
 
-    CMtfText name;  // as first spelled; empty for the root
+    CMtfText name;  // spelled as at its creation; empty for the root
     std::uint32_t parent = kNone;
     std::uint32_t hash = 0;  // of parent and folded name
     // Children in the order of their creation.
@@ -27,11 +27,11 @@ struct CMtfTreeNode {
     std::uint32_t lastChild = kNone;
     std::uint32_t prevSibling = kNone;
     std::uint32_t nextSibling = kNone;
-    std::uint32_t firstAttr = kNone;  // of a chain in no order
+    std::uint32_t firstAttr = kNone;  // the list is not sorted
     std::uint32_t attrCount = 0;
-    // A byte of each attribute's hash, in no order: tells most absent names without a look
-    // at the attributes, which may lie far from each other.
-    std::array<std::uint8_t, kLongestChain> attrTags{};
+    // One byte of each attribute's hash, not sorted. A search for an absent name mostly ends
+    // here and does not read the attributes.
+    std::array<std::uint8_t, kMaxUnindexedAttrs> attrTags{};
     bool attrsIndexed = false;
     bool deleted = false;
 };
@@ -43,17 +43,26 @@ struct CMtfAttrEntry {
     std::uint64_t line = 0;
     std::uint32_t node = 0;
     std::uint32_t prev = CMtfTreeNode::kNone;
-    std::uint32_t next = CMtfTreeNode::kNone;  // of the node, or of the free entries
+    std::uint32_t next = CMtfTreeNode::kNone;  // in the node's list or the list of free entries
+};
+
+// The name of an attribute of a node with its hash, which several calls can use.
+struct CMtfAttrKey {
+    CMtfAttrKey(std::uint64_t nodeId, std::u16string_view attrName) noexcept;
+
+    std::uint32_t node;
+    std::uint32_t hash;
+    std::u16string_view name;
 };
 
 // Owns nodes and attributes. Children are found by name without regard to (ASCII) case,
-// attributes by their exact name, both in constant time. Node IDs are never used again.
-// Borrowed texts are not copied: the owner of the table keeps what they point into.
+// attributes by their exact name, both in constant time. Node IDs are never reused.
+// Borrowed texts are not copied; their memory must outlive the table.
 class CMtfMetaTable {
 public:
     static constexpr std::uint64_t kNoNode = ~std::uint64_t{0};
 
-    // The root, node 0, is there from the start.
+    // Creates the root, node 0.
     CMtfMetaTable();
 
     std::uint64_t Size() const noexcept { return m_nodes.Size(); }
@@ -67,22 +76,21 @@ public:
     std::uint64_t FindChild(std::uint64_t id, std::u16string_view name) const noexcept;
     // Finds the child or adds it.
     std::uint64_t FindOrAddChild(std::uint64_t id, std::u16string_view name, bool borrow);
-    // Takes a node without children out of its parent, its attributes with it.
+    // Deletes a node without children, with its attributes.
     void Delete(std::uint64_t id) noexcept;
 
-    // False for a deleted node, too.
+    // False for a deleted node.
     bool HasAttrs(std::uint64_t id) const noexcept {
         return At(id).firstAttr != CMtfTreeNode::kNone;
     }
     // Null when the node has no such attribute. Valid until attributes change.
-    const CMtfAttrEntry* FindAttr(std::uint64_t id, std::u16string_view name) const noexcept;
+    const CMtfAttrEntry* FindAttr(const CMtfAttrKey& key) const noexcept;
+    CMtfAttrEntry* FindAttr(const CMtfAttrKey& key) noexcept;
     // Inserts or overwrites.
-    void SetAttrEntry(std::uint64_t id, std::u16string_view name, std::u16string_view value,
-                      std::uint64_t line, bool borrow);
-    // Requires that the attribute is there.
-    void SetValue(std::uint64_t id, std::u16string_view name, CMtfText value) noexcept;
-    // Removes the attribute if it is there.
-    void EraseAttr(std::uint64_t id, std::u16string_view name) noexcept;
+    void SetAttrEntry(const CMtfAttrKey& key, std::u16string_view value, std::uint64_t line,
+                      bool borrow);
+    // Removes the attribute if the node has it.
+    void EraseAttr(const CMtfAttrKey& key) noexcept;
     std::vector<std::uint64_t> CollectAttrLines(std::uint64_t id) const;
     // In ordinal order.
     std::vector<std::u16string_view> ListAttrNames(std::uint64_t id) const;
@@ -92,20 +100,19 @@ private:
     const CMtfTreeNode& At(std::uint64_t id) const noexcept {
         return m_nodes[static_cast<std::size_t>(id)];
     }
-    std::uint32_t FindChildAt(std::uint32_t hash, std::uint32_t parent,
-                              std::u16string_view name) const noexcept;
-    // `hash` is that of node and name.
-    std::uint32_t FindAttrAt(std::uint32_t id, std::uint32_t hash,
-                             std::u16string_view name) const noexcept;
-    std::uint32_t AddAttr(std::uint32_t id, std::uint32_t hash, CMtfText name);
+    std::uint32_t FindChildByHash(std::uint32_t hash, std::uint32_t parent,
+                                  std::u16string_view name) const noexcept;
+    // kNone when the node has no such attribute.
+    std::uint32_t FindAttrIndex(const CMtfAttrKey& key) const noexcept;
+    CMtfAttrEntry& AddAttr(const CMtfAttrKey& key, CMtfText name);
     void IndexAttrs(std::uint32_t id);
-    void RemoveAttr(std::uint32_t index) noexcept;
+    void RemoveAttr(std::uint32_t index, std::uint32_t hash) noexcept;
 
     CStableArray<CMtfTreeNode> m_nodes;
     CStableArray<CMtfAttrEntry> m_attrs;
-    std::uint32_t m_freeAttr = CMtfTreeNode::kNone;  // first of the entries to be used again
-    CMtfNameIndex m_childIndex;
-    CMtfNameIndex m_attrIndex;  // of the nodes with attrsIndexed
+    std::uint32_t m_freeAttr = CMtfTreeNode::kNone;  // first of the free entries
+    CHashIndex m_childIndex;
+    CHashIndex m_attrIndex;  // of nodes with attrsIndexed
 };
 
 }  // namespace mtf

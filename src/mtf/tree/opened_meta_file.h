@@ -1,4 +1,4 @@
-// A meta-file together with the tree over its lines: what meta-file objects hold.
+// A meta-file together with the tree over its lines.
 #pragma once
 
 #include <memory>
@@ -9,18 +9,17 @@
 
 namespace mtf {
 
-// Meta-file objects share it; the tree also lives on in the trees handed out.
+// Shared by meta-file objects. References to the tree's nodes can outlive it.
 class CMtfOpenedMetaFile {
 public:
     static std::shared_ptr<CMtfOpenedMetaFile> Open(std::u16string_view path, EMtfOpenMode mode);
-    // A fresh tree over the current lines of a meta-file that is open already.
+    // Builds a new tree over the current lines of an open meta-file.
     explicit CMtfOpenedMetaFile(std::shared_ptr<CMtfMetaFile> file);
 
     CMtfMetaFile& File() const noexcept { return *m_file; }
     CMtfLines& Lines() const noexcept { return *m_file->GetLines(); }
     CMtfAttrsTreeData& Tree() const noexcept { return *m_tree; }
     CMtfTreeRef Root() const { return CMtfTreeRef(m_tree, CMtfAttrsTreeData::kRoot); }
-    CMtfTreeRef RefTo(std::uint64_t node) const { return CMtfTreeRef(m_tree, node); }
 
 private:
     std::shared_ptr<CMtfMetaFile> m_file;

@@ -1,4 +1,4 @@
-#include "mtf/tree/path_elements.h"
+#include "mtf/store/path_elements.h"
 
 #include <algorithm>
 
