@@ -1,5 +1,5 @@
-// Letter case of the ASCII letters. All comparisons of names without regard to case fold
-// exactly this: A-Z to a-z, every other code unit unchanged.
+// Folding of ASCII letters: A-Z become a-z, every other code unit is unchanged. All
+// case-insensitive comparisons of names use it.
 #pragma once
 
 #include <string>

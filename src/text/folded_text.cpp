@@ -13,12 +13,12 @@ namespace {
 constexpr std::size_t kStep = sizeof(std::uint64_t) / sizeof(char16_t);  // units at a time
 
 template <class Number>
-bool Passes(const std::byte* units, const std::u16string& masks, const std::u16string& values,
-            std::size_t i) noexcept {
-    const auto at = [i](const std::u16string& text) {
+bool Matches(const std::byte* units, const std::u16string& masks, const std::u16string& values,
+             std::size_t i) noexcept {
+    const auto load = [i](const std::u16string& text) {
         return LoadLittle<Number>(std::as_bytes(std::span(text)).data() + 2 * i);
     };
-    return (LoadLittle<Number>(units + 2 * i) | at(masks)) == at(values);
+    return (LoadLittle<Number>(units + 2 * i) | load(masks)) == load(values);
 }
 
 }  // namespace
@@ -36,12 +36,12 @@ bool CFoldedText::IsPrefixOf(const std::byte* units, std::size_t count) const no
     }
     std::size_t i = 0;
     for (; size - i >= kStep; i += kStep) {
-        if (!Passes<std::uint64_t>(units, m_masks, m_values, i)) {
+        if (!Matches<std::uint64_t>(units, m_masks, m_values, i)) {
             return false;
         }
     }
     for (; i < size; ++i) {
-        if (!Passes<std::uint16_t>(units, m_masks, m_values, i)) {
+        if (!Matches<std::uint16_t>(units, m_masks, m_values, i)) {
             return false;
         }
     }

@@ -1,4 +1,4 @@
-// A text that others are compared with, without regard to the case of ASCII letters.
+// Case-insensitive comparison of one text with many others.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,8 @@
 
 namespace text {
 
-// Folded once, then compared with units at any address, in either case.
+// Folds its text once. The texts that it is compared with are at any alignment and not folded;
+// only the case of ASCII letters is ignored.
 class CFoldedText {
 public:
     explicit CFoldedText(std::u16string_view text);

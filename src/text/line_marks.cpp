@@ -12,8 +12,6 @@ namespace {
 
 constexpr char16_t kByteOrderMark = u'\uFEFF';
 
-}  // namespace
-
 void MarkLinesScalar(const std::byte* units, std::size_t count, LineMarks* marks) noexcept {
     for (std::size_t i = 0; i < count; ++i) {
         LineMarks& block = marks[i / LineMarks::kUnits];
@@ -27,6 +25,8 @@ void MarkLinesScalar(const std::byte* units, std::size_t count, LineMarks* marks
         block.dropped |= unit == u'\r' || unit == kByteOrderMark ? bit : 0;
     }
 }
+
+}  // namespace
 
 #if defined(__SSE2__)
 
@@ -48,8 +48,8 @@ std::uint64_t ByteOrderMarks(__m128i low, __m128i high) noexcept {
         _mm_packs_epi16(_mm_cmpeq_epi16(low, mark), _mm_cmpeq_epi16(high, mark))));
 }
 
-// Packing saturates: units of 0x80 to 0x7FFF become bytes of 0x80 and above, those from
-// 0x8000 on become 0, so that only these can hide a byte order mark.
+// Packing saturates: units of 0x80 to 0x7FFF become bytes of 0x80 and above, units of 0x8000
+// and above become 0. A block without such a byte has no byte order mark.
 void MarkBlock(const std::byte* units, LineMarks& block) noexcept {
     LineMarks marks{};
     for (std::size_t i = 0; i < LineMarks::kUnits; i += kLanes) {

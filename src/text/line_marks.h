@@ -1,4 +1,4 @@
-// Marks the units that matter for cutting UTF-16 text into lines and paths.
+// Finds the code units that separate lines and folders in UTF-16 text.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 
 namespace text {
 
-// What stands where among kUnits code units: bit i is unit i.
+// The positions of these units in kUnits code units: bit i is unit i.
 struct LineMarks {
     static constexpr std::size_t kUnits = 64;
 
@@ -15,11 +15,8 @@ struct LineMarks {
     std::uint64_t dropped;  // CR and U+FEFF
 };
 
-// Marks `count` units, which may lie at any address, into `marks`, one entry for each
-// kUnits of them begun; bits behind the last unit are 0.
+// Marks `count` units at any alignment. `marks` has one entry for each kUnits units, rounded
+// up; bits after the last unit are 0.
 void MarkLines(const std::byte* units, std::size_t count, LineMarks* marks) noexcept;
-
-// The same, one unit at a time.
-void MarkLinesScalar(const std::byte* units, std::size_t count, LineMarks* marks) noexcept;
 
 }  // namespace text

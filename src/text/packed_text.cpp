@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstdint>
 
+#include "text/ascii_case.h"
 #include "text/unaligned.h"
 
 #if defined(__SSE2__)
@@ -13,12 +14,13 @@
 namespace text {
 
 std::byte PackUnit(char16_t unit) noexcept {
-    if (unit >= u'A' && unit <= u'Z') {
-        return static_cast<std::byte>(unit | 0x20U);
+    if (unit < 0x80) {
+        return static_cast<std::byte>(ToLowerAscii(unit));
     }
-    const auto low = static_cast<unsigned>(unit & 0x7FU);
-    return static_cast<std::byte>(unit < 0x80 ? low : std::min(low | 0x80U, 0xFEU));
+    return static_cast<std::byte>(std::min((unit & 0x7FU) | 0x80U, 0xFEU));
 }
+
+namespace {
 
 void PackUnitsScalar(const std::byte* units, std::size_t count, std::byte* packed) noexcept {
     for (std::size_t i = 0; i < count; ++i) {
@@ -35,6 +37,8 @@ std::size_t FindBytePairScalar(const std::byte* bytes, std::size_t starts, std::
     }
     return starts;
 }
+
+}  // namespace
 
 #if defined(__SSE2__)
 

@@ -10,6 +10,8 @@
 
 namespace text {
 
+namespace {
+
 std::size_t FindUnitPairScalar(const std::byte* units, std::size_t starts, CUnitTest first,
                                CUnitTest last, std::size_t distance) noexcept {
     for (std::size_t i = 0; i < starts; ++i) {
@@ -19,6 +21,8 @@ std::size_t FindUnitPairScalar(const std::byte* units, std::size_t starts, CUnit
     }
     return starts;
 }
+
+}  // namespace
 
 #if defined(__SSE2__)
 
@@ -42,10 +46,6 @@ private:
     __m128i m_value;
 };
 
-}  // namespace
-
-namespace {
-
 // The lanes at `units` where both tests pass, as bits: two for each lane.
 unsigned BothPass(const CLaneTest& first, const CLaneTest& last, const std::byte* units,
                   std::size_t distance) noexcept {
@@ -55,7 +55,7 @@ unsigned BothPass(const CLaneTest& first, const CLaneTest& last, const std::byte
 
 }  // namespace
 
-// What is left behind the last whole vector is covered by one that overlaps it.
+// The last vector overlaps the one before it.
 std::size_t FindUnitPair(const std::byte* units, std::size_t starts, CUnitTest first,
                          CUnitTest last, std::size_t distance) noexcept {
     if (starts < kLanes) {

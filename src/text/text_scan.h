@@ -1,4 +1,4 @@
-// Fast searches in UTF-16 text that may lie at an odd address.
+// Fast searches in UTF-16 text at any alignment.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,8 @@
 namespace text {
 
 // A test of one code unit: passes when the unit with the bits of `mask` set equals `value`.
-// A mask of 0x20 makes one test of both cases of an ASCII letter, 0xFFFF passes everything.
+// With a mask of 0x20 both cases of an ASCII letter pass; with mask and value 0xFFFF every unit
+// passes.
 struct CUnitTest {
     std::uint16_t mask = 0;
     std::uint16_t value = 0;
@@ -19,9 +20,5 @@ struct CUnitTest {
 // `last`; `starts` when there is none. `units` holds starts + distance units.
 std::size_t FindUnitPair(const std::byte* units, std::size_t starts, CUnitTest first,
                          CUnitTest last, std::size_t distance) noexcept;
-
-// The same, one unit at a time.
-std::size_t FindUnitPairScalar(const std::byte* units, std::size_t starts, CUnitTest first,
-                               CUnitTest last, std::size_t distance) noexcept;
 
 }  // namespace text

@@ -14,9 +14,9 @@ namespace text {
 
 namespace {
 
-constexpr std::size_t kMinUnits = 3;  // below, nothing is taken for eight-bit text
-constexpr std::int64_t kVerdictBits = 8;
-constexpr std::int64_t kForeign = -16;
+constexpr std::size_t kMinUnits = 3;  // shorter text is never taken for eight-bit text
+constexpr std::int64_t kThresholdBits = 8;
+constexpr std::int64_t kNotEightBit = -16;
 
 bool IsPrintable(std::uint32_t c) {
     return c >= 0x20 && c <= 0x7E;
@@ -24,10 +24,10 @@ bool IsPrintable(std::uint32_t c) {
 bool IsDigit(std::uint32_t c) {
     return c >= '0' && c <= '9';
 }
-bool IsSmall(std::uint32_t c) {
+bool IsLower(std::uint32_t c) {
     return c >= 'a' && c <= 'z';
 }
-bool IsCapital(std::uint32_t c) {
+bool IsUpper(std::uint32_t c) {
     return c >= 'A' && c <= 'Z';
 }
 bool IsHighSurrogate(std::uint32_t unit) {
@@ -36,7 +36,7 @@ bool IsHighSurrogate(std::uint32_t unit) {
 bool IsLowSurrogate(std::uint32_t unit) {
     return (unit & 0xFC00U) == 0xDC00U;
 }
-bool BreaksLines(std::uint32_t unit) {
+bool EndsLine(std::uint32_t unit) {
     return unit == 0 || unit == '\n' || unit == '\r';
 }
 
@@ -44,8 +44,8 @@ bool IsNoncharacter(std::uint32_t scalar) {
     return (scalar & 0xFFFEU) == 0xFFFEU || (scalar >= 0xFDD0 && scalar <= 0xFDEF);
 }
 
-// Whether the unit at `i` may stand between its neighbours.
-bool IsSound(const std::byte* units, std::size_t i, std::size_t count) noexcept {
+// Whether the unit at `i` is valid between its neighbours.
+bool IsValidAt(const std::byte* units, std::size_t i, std::size_t count) noexcept {
     const std::uint32_t unit = LoadUnit(units, i);
     if (IsHighSurrogate(unit)) {
         const std::uint32_t next = i + 1 < count ? LoadUnit(units, i + 1) : 0;
@@ -55,69 +55,65 @@ bool IsSound(const std::byte* units, std::size_t i, std::size_t count) noexcept 
     if (IsLowSurrogate(unit)) {
         return i > 0 && IsHighSurrogate(LoadUnit(units, i - 1));
     }
-    return !IsNoncharacter(unit) && !BreaksLines(unit);
+    return !IsNoncharacter(unit) && !EndsLine(unit);
 }
 
-// The same for the units from `begin` on, up to `end`.
-bool AreSound(const std::byte* units, std::size_t begin, std::size_t end,
+// The same for the units from `begin` to before `end`.
+bool AreValid(const std::byte* units, std::size_t begin, std::size_t end,
               std::size_t count) noexcept {
-    while (begin < end && IsSound(units, begin, count)) {
+    while (begin < end && IsValidAt(units, begin, count)) {
         ++begin;
     }
     return begin == end;
 }
 
-// The weight of an ideograph (0x4E00 to 0x7E7E) by the two characters it would come from;
-// the first byte of eight-bit text is the low one.
-std::int64_t WeighIdeograph(std::uint32_t first, std::uint32_t second) {
-    if (IsSmall(second)) {
-        if (IsSmall(first)) {
+// The weight of an ideograph (0x4E00 to 0x7E7E) by the two characters of eight-bit text, of
+// which the first is the low byte.
+std::int64_t WeightOfIdeograph(std::uint32_t first, std::uint32_t second) {
+    if (IsLower(second)) {
+        if (IsLower(first)) {
             return 4;
         }
-        return IsCapital(first) ? 0 : IsDigit(first) ? -1 : 1;
+        return IsUpper(first) ? 0 : IsDigit(first) ? -1 : 1;
     }
-    return second == '_' && IsSmall(first) ? 1 : -2;
+    return second == '_' && IsLower(first) ? 1 : -2;
 }
 
-// How many bits speak for eight-bit text rather than for a unit of its own.
-std::int64_t Weigh(std::uint32_t unit) {
+// The weight of a unit, in bits.
+std::int64_t WeightOf(std::uint32_t unit) {
     const std::uint32_t first = unit & 0xFFU;
     const std::uint32_t second = unit >> 8;
     if (first >= 0xC0 && second >= 0xC0) {
-        // Below lie Hangul and surrogates, above Arabic forms: these are no evidence.
-        return second < 0xE0 ? kForeign : second <= 0xF8 ? 4 : 0;
+        // Hangul and surrogates below, Arabic forms above: none from eight-bit text.
+        return second < 0xE0 ? kNotEightBit : second <= 0xF8 ? 4 : 0;
     }
     if (!IsPrintable(first) || !IsPrintable(second)) {
-        return kForeign;
+        return kNotEightBit;
     }
     if (second >= 0x4E) {
-        return WeighIdeograph(first, second);
+        return WeightOfIdeograph(first, second);
     }
     if (second >= 0x34 || second == '.') {
         return 8;
     }
-    // The kana of block 0x30 stay aside, and so do jamo, symbols and punctuation.
+    // Kana, jamo, symbols and punctuation have no weight.
     return IsDigit(first) && (second == '0' || second == '2' || second == '3') ? 6 : 0;
 }
 
-bool ReadsAsEightBit(const std::byte* units, std::size_t count) noexcept {
+bool LooksLikeEightBitText(const std::byte* units, std::size_t count) noexcept {
     if (count < kMinUnits) {
         return false;
     }
     std::int64_t bits = 0;
     for (std::size_t i = 0; i + 1 < count; ++i) {
-        bits += Weigh(LoadUnit(units, i));
+        bits += WeightOf(LoadUnit(units, i));
     }
     const std::uint32_t last = LoadUnit(units, count - 1);
-    bits += IsPrintable(last) ? 0 : Weigh(last);
-    return bits >= kVerdictBits;
+    bits += IsPrintable(last) ? 0 : WeightOf(last);
+    return bits >= kThresholdBits;
 }
 
 }  // namespace
-
-bool LooksLikeUtf16TextScalar(const std::byte* units, std::size_t count) noexcept {
-    return count != 0 && AreSound(units, 0, count, count) && !ReadsAsEightBit(units, count);
-}
 
 #if defined(__SSE2__)
 
@@ -153,7 +149,7 @@ __m128i Unusual(__m128i units) noexcept {
     return _mm_or_si128(_mm_or_si128(controls, surrogates), noncharacters);
 }
 
-// Units whose weight may be other than kForeign.
+// All units with a weight other than kNotEightBit, and some others.
 __m128i MayBeEightBit(__m128i units) noexcept {
     const __m128i shifted = _mm_sub_epi8(units, _mm_set1_epi8(0x20));
     const __m128i printable =
@@ -161,34 +157,35 @@ __m128i MayBeEightBit(__m128i units) noexcept {
     return _mm_or_si128(_mm_cmpeq_epi16(printable, All(0xFFFF)), Masked(units, 0xC0C0, 0xC0C0));
 }
 
-// Eight lanes off and eight on; taken from n on, the last n lanes are on.
+// Eight lanes off, then eight on. Loaded at index n, the last n lanes are on.
 constexpr std::uint16_t kLastLanes[2 * kLanes] = {
     0, 0, 0, 0, 0, 0, 0, 0, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
 
-// A pass over a text, eight units at a time.
-class CSurvey {
+// Collects the statistics of a text, eight units at a time.
+class CStatisticsCollector {
 public:
-    CSurvey(const std::byte* units, std::size_t count) noexcept : m_units(units), m_count(count) {
+    CStatisticsCollector(const std::byte* units, std::size_t count) noexcept
+        : m_units(units), m_count(count) {
         std::size_t at = 0;
-        for (; m_sound && count - at >= 2 * kLanes; at += 2 * kLanes) {
+        for (; m_valid && count - at >= 2 * kLanes; at += 2 * kLanes) {
             const __m128i first = Load(units + 2 * at);
             const __m128i second = Load(units + 2 * (at + kLanes));
             if (Mask(_mm_or_si128(BeyondAscii(first), BeyondAscii(second))) != 0) {
-                Look(first, at, All(0xFFFF));
-                Look(second, at + kLanes, All(0xFFFF));
+                Add(first, at, All(0xFFFF));
+                Add(second, at + kLanes, All(0xFFFF));
             }
         }
-        if (m_sound && count - at >= kLanes) {
-            Look(Load(units + 2 * at), at, All(0xFFFF));
+        if (m_valid && count - at >= kLanes) {
+            Add(Load(units + 2 * at), at, All(0xFFFF));
             at += kLanes;
         }
-        if (m_sound && at < count) {
-            LookAtRest(count - at);
+        if (m_valid && at < count) {
+            AddRest(count - at);
         }
     }
 
-    bool IsSound() const noexcept { return m_sound; }
-    // Of a sound text; at least as many as weigh more than kForeign.
+    bool IsValid() const noexcept { return m_valid; }
+    // Of a valid text; at least the number of units with a weight above kNotEightBit.
     std::size_t EightBitUnits() const noexcept {
         std::uint64_t halves[2];
         std::memcpy(halves, &m_eightBit, sizeof halves);
@@ -196,25 +193,25 @@ public:
     }
 
 private:
-    void LookAtRest(std::size_t left) noexcept {
+    void AddRest(std::size_t left) noexcept {
         if (m_count >= kLanes) {
             const std::size_t at = m_count - kLanes;
-            Look(Load(m_units + 2 * at), at, Load(kLastLanes + left));
+            Add(Load(m_units + 2 * at), at, Load(kLastLanes + left));
             return;
         }
         __m128i rest = All(u'a');
         std::memcpy(&rest, m_units, 2 * left);
-        Look(rest, 0, All(0xFFFF));
+        Add(rest, 0, All(0xFFFF));
     }
 
-    // `units` are those from `at` on; those in the lanes of `counted` are new.
-    void Look(__m128i units, std::size_t at, __m128i counted) noexcept {
+    // `units` are those at `at`; the units in the lanes of `counted` are new.
+    void Add(__m128i units, std::size_t at, __m128i counted) noexcept {
         if (Mask(BeyondAscii(units)) == 0) {
             return;
         }
         const std::size_t end = std::min(at + kLanes, m_count);
-        if (Mask(Unusual(units)) != 0 && !AreSound(m_units, at, end, m_count)) {
-            m_sound = false;
+        if (Mask(Unusual(units)) != 0 && !AreValid(m_units, at, end, m_count)) {
+            m_valid = false;
         }
         const __m128i ones = _mm_and_si128(_mm_and_si128(MayBeEightBit(units), counted), All(1));
         m_eightBit = _mm_add_epi64(m_eightBit, _mm_sad_epu8(ones, _mm_setzero_si128()));
@@ -223,31 +220,32 @@ private:
     const std::byte* m_units;
     std::size_t m_count;
     __m128i m_eightBit = _mm_setzero_si128();  // two sums
-    bool m_sound = true;
+    bool m_valid = true;
 };
 
 }  // namespace
 
 TextStatistics CollectTextStatistics(const std::byte* units, std::size_t count) noexcept {
-    const CSurvey survey(units, count);
-    return {survey.IsSound(), count, survey.EightBitUnits()};
+    const CStatisticsCollector collector(units, count);
+    return {collector.IsValid(), count, collector.EightBitUnits()};
 }
 
 #else
 
 TextStatistics CollectTextStatistics(const std::byte* units, std::size_t count) noexcept {
-    TextStatistics survey{AreSound(units, 0, count, count), count, 0};
+    TextStatistics statistics{AreValid(units, 0, count, count), count, 0};
     for (std::size_t i = 0; i < count; ++i) {
-        survey.eightBit += Weigh(LoadUnit(units, i)) != kForeign ? 1 : 0;
+        statistics.eightBit += WeightOf(LoadUnit(units, i)) != kNotEightBit ? 1 : 0;
     }
-    return survey;
+    return statistics;
 }
 
 #endif
 
 bool LooksLikeUtf16Text(const std::byte* units, std::size_t count) noexcept {
-    const TextStatistics survey = CollectTextStatistics(units, count);
-    return survey.Passes() || (survey.sound && count != 0 && !ReadsAsEightBit(units, count));
+    const TextStatistics statistics = CollectTextStatistics(units, count);
+    return statistics.Passes() ||
+           (statistics.valid && count != 0 && !LooksLikeEightBitText(units, count));
 }
 
 }  // namespace text

@@ -1,52 +1,47 @@
-// The statistical test for Unicode text that names and lines have to pass. Windows has a test
-// of its own, which is not asked: both systems write the same files from one catalogue.
+// The statistical test for Unicode text that names and lines must pass. The test of Windows is
+// not used: both systems write the same files from one catalogue.
 //
-// Text passes when it is not empty and
-//   - is well-formed UTF-16 without noncharacters (the byte-order mark turned round is one)
-//     and without NUL, LF and CR, which would break a line of text;
-//   - does not read as eight-bit text taken for UTF-16: two of its bytes in each unit.
+// A text passes if it is not empty and
+//   - is well-formed UTF-16 without noncharacters (U+FFFE is one) and without NUL, LF and CR;
+//   - is not eight-bit text read as UTF-16, that is, with two characters in each unit.
 //
-// Eight-bit text has no NUL bytes, and its bytes are letters, digits and punctuation. Each
-// unit is weighed by how much more often eight-bit names give it than Chinese and Japanese
-// names do, in bits: 4 for two small ASCII letters, 8 for an unusual ideograph out of two
-// other name characters, 4 for two letters of an eight-bit Cyrillic or Greek page, 0 for
-// kana and small symbols, -16 for anything that eight-bit text cannot give. (A last unit
-// of plain ASCII counts 0: text of an odd length ends so.) Three units or more that weigh
-// 8 bits together fail.
+// Eight-bit text has no NUL bytes, and its bytes are letters, digits and punctuation. Each unit
+// has a weight in bits, the logarithm of how much more often it occurs in eight-bit names read
+// as UTF-16 than in Chinese and Japanese names: 4 for two lower-case ASCII letters, 8 for a
+// rare ideograph from two other name characters, 4 for two letters of an eight-bit Cyrillic or
+// Greek code page, 0 for kana and small symbols, -16 for a unit that eight-bit text cannot
+// contain. A last unit of plain ASCII has weight 0, because eight-bit text of odd length ends
+// with one. A text of three units or more with a total weight of 8 bits or more fails.
 //
-// The price: of Chinese names without any ASCII character and three units long about one
-// in 2000 drawn at random fails, of longer ones far fewer; one or two units always pass,
-// and so does everything with a few ASCII characters in it, whole lines above all. Eight-bit
-// names of digits and capitals only may pass.
+// Errors of the test: of random Chinese names of three units without an ASCII character about
+// one in 2000 fails, of longer ones far fewer. A text of one or two units and a text with a few
+// ASCII characters always pass. Eight-bit names of digits and capital letters may pass.
 #pragma once
 
 #include <cstddef>
 
 namespace text {
 
-// `units` may lie at any address; `count` is in code units.
+// `units` may have any alignment; `count` is in code units.
 bool LooksLikeUtf16Text(const std::byte* units, std::size_t count) noexcept;
 
-// What a piece of a text adds to the verdict on the whole. Pieces must begin and end with
-// whole characters; the surveys of all pieces, added, are the survey of the text.
+// The statistics of a text or a part of one. A part begins and ends between characters. The sum
+// of the statistics of all parts is that of the text.
 struct TextStatistics {
-    bool sound = true;         // well-formed, without what text may not hold
+    bool valid = true;         // meets the first condition above, except that it may be empty
     std::size_t units = 0;     // code units
-    std::size_t eightBit = 0;  // units that eight-bit text may give; meaningless if not sound
+    std::size_t eightBit = 0;  // units that eight-bit text may contain; undefined if not valid
 
-    TextStatistics& operator+=(const TextStatistics& piece) noexcept {
-        sound = sound && piece.sound;
-        units += piece.units;
-        eightBit += piece.eightBit;
+    TextStatistics& operator+=(const TextStatistics& part) noexcept {
+        valid = valid && part.valid;
+        units += part.units;
+        eightBit += part.eightBit;
         return *this;
     }
-    // The text passes, whatever its units weigh: a unit weighs 8 bits at most and one that
-    // eight-bit text cannot give -16. (The last unit may count for neither.)
-    bool Passes() const noexcept { return sound && eightBit + 1 < 2 * (units - eightBit); }
+    // Whether the text passes for any weights of its units: a unit that eight-bit text may
+    // contain has at most 8 bits, any other unit has -16, and the last unit may have 0.
+    bool Passes() const noexcept { return valid && eightBit + 1 < 2 * (units - eightBit); }
 };
 TextStatistics CollectTextStatistics(const std::byte* units, std::size_t count) noexcept;
-
-// The same verdict as LooksLikeUtf16Text, one unit at a time.
-bool LooksLikeUtf16TextScalar(const std::byte* units, std::size_t count) noexcept;
 
 }  // namespace text

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "text/unicode_text.h"
+#include "support/text_model.h"
 
 namespace support {
 
@@ -21,12 +21,6 @@ std::u16string Lower(std::u16string_view text) {
         c = c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
     }
     return out;
-}
-
-bool IsText(std::u16string_view text) {
-    const std::string bytes = Utf16Bytes(text);
-    return text::LooksLikeUtf16TextScalar(
-        static_cast<const std::byte*>(static_cast<const void*>(bytes.data())), text.size());
 }
 
 // "CORP.jsmith" and "CORP\jsmith", or twice "unkn0".
@@ -86,7 +80,7 @@ Lines RecordLines(const Volume& volume, const FileRow& file, const TdfModelSetti
         line += folder + u"\\";
     }
     line += file.name;
-    return IsText(line) ? Lines{line} : Lines{};
+    return IsUnicodeText(line) ? Lines{line} : Lines{};
 }
 
 std::u16string Fingerprint(const Volume& volume, const FileRow& file,
@@ -123,7 +117,7 @@ Lines PartsOf(std::u16string_view base, const TdfModelSettings& settings) {
 }
 
 Lines KeyLines(const Volume& volume, const FileRow& file, const TdfModelSettings& settings) {
-    if (!IsText(file.name)) {
+    if (!IsUnicodeText(file.name)) {
         return {};
     }
     const std::size_t dot = file.name.rfind(u'.');

@@ -67,7 +67,7 @@ CFolderTexts::Text CFolderTexts::TextOf(std::int64_t folder, std::int64_t record
 // Only sound texts are kept: their surveys need no more than a number.
 CFolderTexts::Text CFolderTexts::Keep(Slot& slot) {
     const text::TextStatistics survey = SurveyOf(m_text);
-    if (m_text.size() > kLongestKept || !survey.sound) {
+    if (m_text.size() > kLongestKept || !survey.valid) {
         return {m_text, survey};
     }
     if (m_kept.size() + m_text.size() > kMaxKept) {
