@@ -31,7 +31,7 @@ ULONG ListFiles(IOibDFBrowser& browser, const CString& path, bool recursive, BST
     return count;
 }
 
-// Memory per folder is what an open browser holds, names included.
+// The memory for each folder is that of an open browser, names included.
 void OpenBrowser(benchmark::State& state) {
     const SyntheticVolume& volume = VolumeFor(state);
     const double limit = bench::PlainPassSeconds(volume.path);

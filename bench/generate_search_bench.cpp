@@ -26,7 +26,7 @@ const SyntheticVolume& VolumeFor(const benchmark::State& state) {
     return bench::VolumeOf(static_cast<std::uint64_t>(state.range(0)));
 }
 
-// Fits the one file of this number; with some luck others share it.
+// A pattern that matches the file of this number and few others.
 std::u16string RareName(const SyntheticVolume& volume) {
     return u"*_" + std::u16string(std::to_string(volume.files).size() - 1, u'7') + u".";
 }
@@ -202,8 +202,8 @@ INT FoundBy(IOibTDFSearchTask& task) {
     return count;
 }
 
-// Times the second Find of a loaded task: each round searches anew with the task's own
-// criteria. The first one, which may prepare, is told beside it.
+// Times the second Find of a loaded task with the same criteria. The first Find may prepare
+// data; its time is a counter of its own.
 void FindInCatalogue(benchmark::State& state, SearchSpec criteria, double leastShare,
                      double mostShare) {
     const SyntheticVolume& volume = VolumeFor(state);
@@ -257,7 +257,7 @@ void FindHalf(benchmark::State& state) {
 
 // ----- The text --------------------------------------------------------------------------
 
-// One text data file with all the volume's files in it.
+// One text data file that holds all files of the volume.
 const std::string& TextOf(const SyntheticVolume& volume) {
     static std::string path;
     static std::string of;
@@ -273,8 +273,8 @@ const std::string& TextOf(const SyntheticVolume& volume) {
     return path;
 }
 
-// The catalogue holds as many files that fit. The pattern has to mean the same to both
-// searches: it begins with a star.
+// The number of results equals that of the catalogue search. The pattern begins with a star,
+// so that it has the same meaning in both searches.
 void CheckFound(const SyntheticVolume& volume, SearchSpec criteria, INT found) {
     const auto task = Load(volume);
     Check(task->Find(&criteria) == S_OK, "Find succeeds");

@@ -1,4 +1,4 @@
-// What the workloads are held against, measured in the same run.
+// The limits of the workloads, measured in the same run.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -23,13 +23,13 @@ double PlainPassSeconds(const std::string& path);
 // "ratio", the loop's fastest time over it.
 void RunAgainst(benchmark::State& state, double limitSeconds, const std::function<void()>& body);
 
-// Ends the program with a message when a workload's result is wrong: nothing is timed
-// that does not do its work.
+// Ends the program with a message when the result of a workload is wrong. Each workload is
+// checked before it is timed.
 void Check(bool correct, const char* what);
 
 // Peak memory of the process in bytes.
 std::uint64_t PeakMemory();
-// Starts the count of PeakMemory anew, where the system allows it.
+// Resets the count of PeakMemory, where the system allows it.
 void ResetPeakMemory();
 
 }  // namespace bench

@@ -1,4 +1,4 @@
-// Meta-files: loading, saving and everything that could grow faster than they do.
+// Meta-files: loading, saving, and operations whose cost could grow faster than the file.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -23,8 +23,8 @@ using zorel::client::CString;
 
 constexpr std::uint64_t kSubtreesOf = 5;  // attributes in each subtree
 
-// Where the files stand: in memory when the system has such a folder, so that saving is
-// measured without the disk's sync.
+// The folder of the files: in memory when the system has such a folder, so that the time of
+// a save does not include the disk's sync.
 fs::path Folder() {
     static const fs::path folder = [] {
         const fs::path base = fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path();

@@ -12,7 +12,7 @@ namespace bench {
 // million files about one in five ends with .txt, and 80,000 folders and 200 owners hold
 // them.
 struct SyntheticVolume {
-    std::string folder;  // where the catalogue stands: C.dat and summary.txt
+    std::string folder;  // the catalogue: C.dat and summary.txt
     std::string path;    // of C.dat
     std::uint64_t bytes = 0;
     std::uint64_t files = 0;
@@ -24,8 +24,8 @@ struct SyntheticVolume {
     std::uint64_t sampleFiles = 0;
 };
 
-// Writes the volume as a catalogue into a folder, which is made when missing. Exits the
-// program when it cannot be written.
+// Writes the volume as a catalogue into a folder, which is created when missing. Exits the
+// program when a write fails.
 SyntheticVolume WriteVolume(std::uint64_t files, const std::string& folder);
 
 // The same on first use, below the system's folder for temporary files; it is

@@ -1,5 +1,5 @@
-# What an installation holds: the module, the headers, a CMake package and a pkg-config
-# file. Both find the rest by their own place, so an installed tree can be moved.
+# The contents of an installation: the module, the headers, a CMake package and a pkg-config
+# file. Both use paths relative to their own folder, so an installed tree can be moved.
 
 include(CMakePackageConfigHelpers)
 

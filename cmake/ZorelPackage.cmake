@@ -1,4 +1,4 @@
-# The Debian package, made by `cpack` in the build folder: what an installation holds, the
+# The Debian package, made by `cpack` in the build folder: the contents of an installation, the
 # Python client, the documents and the samples of client programs.
 
 set(ZOREL_PYTHON_DIR lib/python3/dist-packages CACHE STRING
@@ -29,10 +29,10 @@ set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "python3 (>= 3.11)")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 find_program(ZOREL_DPKG_SHLIBDEPS dpkg-shlibdeps)
-find_program(ZOREL_FILE file)  # tells the packager which files are programs
+find_program(ZOREL_FILE file)  # used by the packager to detect programs
 if(ZOREL_DPKG_SHLIBDEPS AND ZOREL_FILE)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  # Where the client's own module lies while the dependencies are looked up.
+  # The folder of the client's own module, for the search for dependencies.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
 else()
   set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6, libgcc-s1, libstdc++6")

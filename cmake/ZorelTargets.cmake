@@ -6,17 +6,17 @@ add_library(zorel_options INTERFACE)
 target_compile_options(zorel_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # GCC 12 reports overlaps in string concatenation that are not there.
+  # GCC 12 reports overlaps in string concatenation that do not exist.
   target_compile_options(zorel_options INTERFACE -Wno-restrict)
 endif()
 if(WIN32)
   target_compile_definitions(zorel_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN)
-  # Nothing but the system's own libraries is needed at run time.
+  # At run time only the system's own libraries are needed.
   target_link_options(zorel_options INTERFACE -static)
   target_link_libraries(zorel_options INTERFACE ole32 oleaut32 uuid advapi32 version)
 endif()
 if(ZOREL_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # Sanitized code makes GCC 12 see uses before initialisation inside std::function.
+  # In sanitized code GCC 12 reports false uses before initialisation inside std::function.
   target_compile_options(zorel_options INTERFACE -Wno-maybe-uninitialized)
 endif()
 if(ZOREL_SANITIZE)
@@ -24,7 +24,7 @@ if(ZOREL_SANITIZE)
     -fsanitize=${ZOREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(zorel_options INTERFACE -fsanitize=${ZOREL_SANITIZE})
   if(ZOREL_SANITIZE MATCHES "undefined")
-    # Objects of clients in other languages have vtables, but no C++ type behind them.
+    # Objects of clients in other languages have vtables, but no C++ type information.
     target_compile_options(zorel_options INTERFACE -fno-sanitize=vptr)
     target_link_options(zorel_options INTERFACE -fno-sanitize=vptr)
   endif()

@@ -1,5 +1,5 @@
 # The resources of the Windows module, the type library among them: the target
-# zorel_resources, to be linked into the module and into whatever stands in for it.
+# zorel_resources, to be linked into the module and into the test programs that replace it.
 
 set(server ${PROJECT_SOURCE_DIR}/src/frame/server)
 set(generated ${PROJECT_BINARY_DIR}/generated)
@@ -16,7 +16,7 @@ find_path(ZOREL_WIDL_LIBRARIES stdole2.tlb REQUIRED NO_CMAKE_FIND_ROOT_PATH
 set(type_library ${generated}/ZorelOibIdxLib.tlb)
 add_custom_command(
   OUTPUT ${type_library}
-  # The system's record of that name stands aside for the library's own.
+  # The library's own record of that name replaces the system's.
   COMMAND ${ZOREL_WIDL} -m64 -D_FILETIME=_SystemFileTime -I ${ZOREL_WIDL_INCLUDES}
           -L ${ZOREL_WIDL_LIBRARIES} -t -o ${generated}/compiled.tlb ${server}/ZorelOibIdxLib.idl
   COMMAND Python3::Interpreter ${server}/finish_type_library.py

@@ -1,4 +1,4 @@
-# What demo, test and bench share; to be sourced, with the repository as working folder.
+# Functions of demo, test and bench. Source this file with the repository as working folder.
 
 say() {
     printf '\n== %s\n' "$*"

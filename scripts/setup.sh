@@ -38,7 +38,7 @@ missing_of() {
     done
 }
 
-(($# > 0)) || fail "say what for: ${!packages[*]}"
+(($# > 0)) || fail "give a purpose: ${!packages[*]}"
 command -v dpkg-query >/dev/null ||
     fail "this is not Debian; install the counterparts of: ${packages[*]}"
 

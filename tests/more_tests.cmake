@@ -39,7 +39,7 @@ if(NOT WIN32 AND TARGET oibidx)
   find_package(Python3 3.11 REQUIRED COMPONENTS Interpreter)
 endif()
 
-# The binary interface, by a client in C that knows nothing else.
+# The binary interface, used by a client in C without the library's headers.
 if(NOT WIN32 AND TARGET oibidx)
   file(GLOB abi_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/abi/*.c)
   add_executable(abi_client ${abi_sources})
@@ -50,7 +50,7 @@ if(NOT WIN32 AND TARGET oibidx)
             ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:abi_client>)
 endif()
 
-# What the thread sanitizer has to see: tests with the label tsan, built by this target.
+# The tests for the thread sanitizer: they have the label tsan, and this target builds them.
 add_custom_target(tsan_tests)
 file(GLOB thread_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/threads/*_test.cpp)
 add_executable(threads_tests ${thread_sources})
@@ -59,7 +59,7 @@ target_link_libraries(threads_tests PRIVATE
 zorel_gtest(threads_tests threads tsan)
 add_dependencies(tsan_tests threads_tests)
 
-# The command-line client, compared with what the file system and plain models say.
+# The command-line client, compared with the file system and with plain models.
 if(NOT WIN32 AND TARGET oibidx)
   add_test(NAME cli/oibidx
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/oibidx_test.py
@@ -74,7 +74,7 @@ if(NOT WIN32 AND TARGET oibidx)
 endif()
 
 # The Python client. The interpreter cannot load a sanitized module: its run-time library
-# would have to come first and does not find what the interpreter is not linked to.
+# must be loaded first, and the interpreter is not linked to it.
 if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)
   add_test(NAME bindings/python
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/bindings/python_client_test.py

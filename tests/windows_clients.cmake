@@ -32,7 +32,7 @@ zorel_client_test(cpp ${CMAKE_CURRENT_SOURCE_DIR}/windows/cpp_client_test.sh
 zorel_client_test(cpp_by_name ${CMAKE_CURRENT_SOURCE_DIR}/windows/by_name_client_test.sh
   $<TARGET_FILE:browse_by_name> ${example})
 
-# What needs this system's build as well; it comes from the preset "release".
+# Tests that also need the native build, which is that of the preset "release".
 set(ZOREL_NATIVE_BUILD ${PROJECT_SOURCE_DIR}/build/release CACHE PATH
     "The build for this system, with write_files and oibidx")
 zorel_client_test(same_files ${CMAKE_CURRENT_SOURCE_DIR}/same_files/same_files_test.sh

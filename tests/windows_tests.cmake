@@ -1,9 +1,9 @@
-# Tests of the Windows module as the system sees it.
+# Tests of the Windows module as the system loads it.
 
 set(type_library ${PROJECT_BINARY_DIR}/generated/ZorelOibIdxLib.tlb)
 target_compile_definitions(server_tests PRIVATE ZOREL_TYPE_LIBRARY="${type_library}")
 
-# What the module shows and needs.
+# The exports and imports of the module.
 set(objdump x86_64-w64-mingw32-objdump)
 set(functions DllCanUnloadNow DllGetClassObject DllRegisterServer DllUnregisterServer)
 add_test(NAME windows/exports
@@ -13,7 +13,7 @@ add_test(NAME windows/exports_self_check
   COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/windows/exports_self_check.sh ${objdump}
           $<TARGET_FILE:ZorelOibIdxComLib> ${CMAKE_C_COMPILER} ${functions})
 
-# What registering it writes. The lock keeps the tests that change the registry apart.
+# The registry entries of the module. The lock keeps the tests that change the registry apart.
 add_test(NAME windows/registration
   COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/windows/registration_test.sh
           $<TARGET_FILE:ZorelOibIdxComLib> ${type_library}
@@ -21,7 +21,7 @@ add_test(NAME windows/registration
 set_tests_properties(windows/registration PROPERTIES TIMEOUT 120 RESOURCE_LOCK wine_registry)
 zorel_under_wine(windows/registration)
 
-# Clients in C++ of the module that the system finds.
+# Clients in C++ of the registered module.
 add_executable(module_tests windows/module_test.cpp support/target.cpp)
 target_include_directories(module_tests PRIVATE ${PROJECT_SOURCE_DIR}/src
                                                 ${PROJECT_SOURCE_DIR}/include)

@@ -6,7 +6,7 @@ set(zorel_wine_environment
   WINEPREFIX=${zorel_wine_prefix} WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=)
 
 # zorel_under_wine(TEST...) gives the tests Wine's environment and the running server;
-# nothing on Windows itself.
+# on Windows itself it does nothing.
 function(zorel_under_wine)
   if(CMAKE_CROSSCOMPILING)
     foreach(test IN LISTS ARGN)

@@ -1,4 +1,4 @@
-# Cross-builds for 64-bit Windows with Debian's MinGW-w64; what was built runs under Wine.
+# Cross-builds for 64-bit Windows with Debian's MinGW-w64; the programs run under Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
