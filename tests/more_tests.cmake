@@ -95,14 +95,15 @@ if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)
   set_tests_properties(package/debian PROPERTIES TIMEOUT 120 LABELS package)
 endif()
 
-# The interface document: its Python and C++ examples run. Programs that load a sanitized
-# module would have to be linked like it.
+# The documents: their tour and examples run. Programs that load a sanitized module would have
+# to be linked like it.
 if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)
-  add_test(NAME doc/interface_document
-    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/doc/interface_doc_test.py
-            $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx>
-            ${CMAKE_CXX_COMPILER})
-  set_tests_properties(doc/interface_document PROPERTIES TIMEOUT 120 LABELS bindings)
+  foreach(document readme interface_doc)
+    add_test(NAME doc/${document}
+      COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/doc/${document}_test.py
+              $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx> ${CMAKE_CXX_COMPILER})
+    set_tests_properties(doc/${document} PROPERTIES TIMEOUT 300 LABELS doc)
+  endforeach()
 endif()
 
 # A program that writes every kind of file, for the comparison of the two systems.
@@ -121,7 +122,3 @@ if(NOT ZOREL_SANITIZE)
     target_link_libraries(write_files PRIVATE ZorelOibIdxComLib)
   endif()
 endif()
-
-# The README shows the script that is run as a sample.
-add_test(NAME doc/readme_sample COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/doc/readme_test.sh
-  ${PROJECT_SOURCE_DIR})

@@ -1,4 +1,4 @@
-"""The interface document's examples and the folder in which they run."""
+"""The examples of README.md and doc/interface.md, and what is needed to run them."""
 
 import os
 import re
@@ -6,9 +6,6 @@ import subprocess
 from datetime import datetime, timezone
 
 SOURCES = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-with open(os.path.join(SOURCES, "doc/interface.md"), encoding="utf-8") as document:
-    DOCUMENT = document.read()
-BLOCKS = re.findall(r"^```(\w+)\n(.*?)^```$", DOCUMENT, re.MULTILINE | re.DOTALL)
 TIME = datetime(2013, 1, 15, 9, 5, 7, tzinfo=timezone.utc).timestamp()
 RECORDS = """01/15/2013 09:05:07, 3, C:\\a.txt
 01/15/2013 09:05:07, 7, C:\\Docs\\report.txt
@@ -29,7 +26,7 @@ cmd.7.grp.0.BackupFile.0.Path=D:\\Backup\\daily.bak"""
 
 
 def prepare(folder, oibidx):
-    """Makes the folder in which the document's examples run, with the client `oibidx`."""
+    """Writes the files that the interface document's examples use, with the client `oibidx`."""
     for name, size in [("a.txt", 3), ("Docs/report.txt", 7), ("Docs/2019/old.txt", 11),
                        ("Docs/2019/photo.jpg", 13)]:
         path = os.path.join(folder, "tree", name)
@@ -45,12 +42,32 @@ def prepare(folder, oibidx):
             file.write(("\ufeff" + text.replace("\n", "\r\n")).encode("utf-16-le"))
 
 
-def examples(language):
-    """(code, what it prints) for each example, in order."""
-    found = []
-    for kind, code in BLOCKS:
+def read(name):
+    with open(os.path.join(SOURCES, name), encoding="utf-8") as document:
+        return document.read()
+
+
+def examples(name, language):
+    """(code, what it prints) for each example of a document in a language, in order. A text
+    block is the output of the last example of every language since the text block before."""
+    found, has_output = [], True
+    for kind, code in re.findall(r"^```(\w+)\n(.*?)^```$", read(name), re.MULTILINE | re.DOTALL):
         if kind == language:
             found.append([code, ""])
-        elif kind == "text" and found:
+            has_output = False
+        elif kind == "text" and not has_output:
             found[-1][1] = code
+            has_output = True
     return found
+
+
+def run_cpp(folder, source, module, compiler):
+    """Compiles a program against the public headers and the module; returns what it prints."""
+    with open(os.path.join(folder, "example.cpp"), "w", encoding="utf-8") as file:
+        file.write(source)
+    subprocess.run([compiler, "-std=c++17", "-Wall", "-Wextra", "-Werror",
+                    "-I", os.path.join(SOURCES, "include"), "example.cpp", module,
+                    "-Wl,-rpath," + os.path.dirname(module), "-o", "example"],
+                   cwd=folder, check=True)
+    done = subprocess.run(["./example"], cwd=folder, check=True, capture_output=True)
+    return done.stdout.decode().replace("\r", "")

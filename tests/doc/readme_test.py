@@ -1,0 +1,55 @@
+#!/usr/bin/env python3
+"""README.md: the tour and the C++ program print what it shows, and links lead to files.
+
+Usage: readme_test.py MODULE OIBIDX C++-COMPILER
+"""
+
+import glob
+import os
+import pwd
+import re
+import socket
+import subprocess
+import sys
+import tempfile
+import unittest
+
+from documents import SOURCES, examples, read, run_cpp
+
+MODULE, OIBIDX, COMPILER = sys.argv[1:4]
+del sys.argv[1:4]
+
+
+def normalized(text):
+    """The README shows the user ann on srv01; columns are as wide as the longest owner."""
+    host = socket.gethostname().split(".")[0].upper()
+    user = pwd.getpwuid(os.getuid()).pw_name
+    return re.sub(" +", " ", text.replace(f"{host}\\{user}", "SRV01\\ann"))
+
+
+class Readme(unittest.TestCase):
+    maxDiff = None
+
+    def test_tour(self):
+        [(tour, _)] = examples("README.md", "console")
+        [(program, program_output)] = examples("README.md", "cpp")
+        environment = os.environ | {"PATH": os.path.dirname(OIBIDX) + ":" + os.environ["PATH"]}
+        steps = re.findall(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", tour, re.MULTILINE)
+        self.assertGreater(len(steps), 10)
+        with tempfile.TemporaryDirectory() as folder:
+            for command, expected in steps:
+                done = subprocess.run(["bash", "-c", command], cwd=folder, env=environment,
+                                      stdout=subprocess.PIPE, text=True, check=True)
+                self.assertEqual(normalized(done.stdout), normalized(expected), command)
+            self.assertEqual(run_cpp(folder, program, MODULE, COMPILER), program_output)
+
+    def test_links(self):
+        for path in ["README.md", "CONTRIBUTING.md", "CHANGELOG.md", "samples/README.md",
+                     *glob.glob("doc/*.md", root_dir=SOURCES)]:
+            for link in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", read(path)):
+                target = os.path.join(SOURCES, os.path.dirname(path), link)
+                self.assertTrue(os.path.exists(target), f"{path}: {link}")
+
+
+if __name__ == "__main__":
+    unittest.main()
