@@ -12,7 +12,8 @@ install(FILES doc/windows.md DESTINATION . RENAME README.md COMPONENT zip)
 install(FILES doc/interface.md doc/index-data-file.md doc/meta-file.md doc/text-data-files.md
   DESTINATION . COMPONENT zip)
 install(DIRECTORY samples/vbscript samples/jscript samples/powershell samples/cpp bindings/python
-  DESTINATION samples COMPONENT zip PATTERN __pycache__ EXCLUDE)
+  DESTINATION samples COMPONENT zip PATTERN __pycache__ EXCLUDE PATTERN VERSION EXCLUDE)
+install(FILES VERSION DESTINATION samples/python COMPONENT zip)  # a link in the source folder
 
 set(CPACK_GENERATOR ZIP)
 set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Lists a folder of a catalogue and finds files in it; the same on Linux and on Windows.
+"""Lists a folder of a catalogue and searches the catalogue, on Linux and on Windows.
 
 Usage: example.py CATALOGUE-FOLDER [VOLUME-FOLDER [PATTERN]]
 
-CATALOGUE-FOLDER holds summary.txt and the index data files it names, as "oibidx scan" writes
-them; VOLUME-FOLDER is, for example, C:\\docs.
+CATALOGUE-FOLDER contains summary.txt and the index data files that it names, as "oibidx scan"
+writes them; VOLUME-FOLDER is, for example, C:\\docs.
 """
 
 import os

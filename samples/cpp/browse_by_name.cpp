@@ -1,5 +1,5 @@
-// Lists a folder of a catalogue and searches a text data file, late bound: no header of the
-// library, every method by its name, as a script engine does it.
+// Lists a folder of a catalogue and searches a text data file through IDispatch, as a script
+// engine does: without the library's headers, every method by its name.
 //
 //     x86_64-w64-mingw32-g++ -std=c++20 -static -municode browse_by_name.cpp
 //         -lole32 -loleaut32 -luuid
@@ -15,7 +15,7 @@
 
 namespace {
 
-struct CValue : VARIANT {  // the caller's own
+struct CValue : VARIANT {  // frees its content
     CValue() : VARIANT{} {}
     CValue(CValue&& other) noexcept : VARIANT(other) { other.vt = VT_EMPTY; }
     explicit CValue(const wchar_t* text) : CValue() {
@@ -30,8 +30,7 @@ struct CValue : VARIANT {  // the caller's own
     std::exit(1);
 }
 
-// Calls a method, or reads a property. A failure ends the program with the library's own
-// message.
+// Calls a method or reads a property. A failure ends the program with the library's message.
 template <class... Arguments>
 CValue Call(IDispatch* object, const wchar_t* name, const Arguments&... arguments) {
     LPOLESTR names = const_cast<LPOLESTR>(name);
@@ -41,7 +40,7 @@ CValue Call(IDispatch* object, const wchar_t* name, const Arguments&... argument
         Fail(result, names);
     }
     std::vector<VARIANT> list = {arguments...};
-    std::reverse(list.begin(), list.end());  // the last argument comes first
+    std::reverse(list.begin(), list.end());  // DISPPARAMS begins with the last argument
     DISPPARAMS params = {list.data(), nullptr, static_cast<UINT>(list.size()), 0};
     CValue value;
     EXCEPINFO error = {};
@@ -90,7 +89,7 @@ void Browse(const CValue& library, const wchar_t* catalogue, const wchar_t* fold
                 Call(files.pdispVal, L"TotalSize").ullVal);
 }
 
-// The lines of the files below the folder whose names fit the pattern.
+// Prints the lines of the files below the folder whose names match the pattern.
 void Search(const CValue& library, const wchar_t* text, const wchar_t* folder,
             const wchar_t* pattern) {
     PrintList(

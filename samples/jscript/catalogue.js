@@ -1,4 +1,4 @@
-// Browses a folder of a catalogue and notes in a meta-file what it found.
+// Lists a folder of a catalogue and writes the number of documents to a meta-file.
 // cscript //nologo catalogue.js C:\catalogue\C.dat C:\docs C:\catalogue\notes.mtf
 var EIdxMetaOpenRW = 1;
 var path = WScript.Arguments(0), folder = WScript.Arguments(1);
@@ -16,7 +16,7 @@ try {
     WScript.Echo("Documents.Count = " + notes.GetExistingAttr("Documents.Count"));
     notes.Close();
 } catch (error) {
-    // The library's own message; its lines run from the outermost context inwards.
+    // The library's message: the failed operation first, the cause last.
     WScript.Echo("0x" + (error.number >>> 0).toString(16) + ": " + error.description);
     WScript.Quit(1);
 }

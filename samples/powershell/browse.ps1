@@ -1,11 +1,11 @@
 <#
 .SYNOPSIS
-Lists a folder of a catalogue and shows how meta-files and failures look from PowerShell.
+Lists a folder of a catalogue, writes a meta-file and shows the errors of the library.
 
 .DESCRIPTION
 Needs the registered Windows module (regsvr32 ZorelOibIdxComLib.dll) and a 64-bit PowerShell.
-Records (the files of a listing, search criteria and results) do not pass to PowerShell; lists
-of strings, numbers, strings and objects do.
+PowerShell can use lists of strings, numbers, strings and objects, but not records (the files of a
+listing, search criteria and results).
 
 .EXAMPLE
 .\browse.ps1 -DataFile C:\catalogue\C.dat -Folder C:\docs
@@ -32,12 +32,12 @@ try {
         "folder  $name"
     }
 
-    # Without name endings every file counts; an empty list would permit none.
+    # An empty list of name endings selects no files, so GetFiles is called without one.
     $files = if ($Extensions) { $browser.GetFilesEx($Folder, $true, $Extensions) }
              else { $browser.GetFiles($Folder) }
     "{0} files, {1} bytes" -f $files.FilesCount, $files.TotalSize
 
-    # A meta-file beside the catalogue; 2 is EIdxMetaCreateNewDetached.
+    # The meta-file is in the folder of the catalogue; 2 is EIdxMetaCreateNewDetached.
     $path = [System.IO.Path]::ChangeExtension($DataFile, '.mtf')
     $file = $library.CreateMetaFile($path, 2)
     $file.SetAttr('Listing.Folder', $Folder)
@@ -46,7 +46,7 @@ try {
     $file.EnumAllAttrs() | ForEach-Object { "{0} = {1}" -f $_, $file.GetExistingAttr($_) }
 }
 catch [System.Runtime.InteropServices.COMException] {
-    # The library's own message; its lines run from the outermost context inwards.
+    # The library's message: the failed operation first, the cause last.
     Write-Error ("0x{0:X8} {1}: {2}" -f $_.Exception.HResult, $_.Exception.Source,
                  $_.Exception.Message) -ErrorAction Continue
     exit 1

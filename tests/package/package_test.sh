@@ -72,6 +72,7 @@ fi
 
 echo "-- use"
 [[ $("$root/usr/bin/oibidx" --version) == "oibidx $version" ]] || fail "another client runs"
+grep -q "\"oibidx $version\"" "$root/usr/share/man/man1/oibidx.1" || fail "the manual is of another version"
 mkdir -p "$folder/tree/Docs"
 echo "12345" >"$folder/tree/Docs/report.txt"
 "$root/usr/bin/oibidx" scan "$folder/tree" -o "$folder/catalogue" >/dev/null

@@ -7,8 +7,8 @@
             for file in browser.GetFiles("C:\\docs"):
                 print(file.ModifyTime, file.Size, file.FileName)
 
-Objects have the methods and properties of the published interfaces, whose names are found
-without regard to case. A call that fails raises OibError.
+Objects have the methods and properties of the published interfaces; names are found without
+case. A call that fails raises OibError.
 """
 
 import os
@@ -35,10 +35,10 @@ __all__ = [
 
 
 def create_library(path=None):
-    """Creates the library object, the one that hands out all others.
+    """Creates the library object, whose methods return all other objects.
 
-    `path` is the module file. Without one, Linux takes the environment variable
-    ZOREL_OIBIDX_MODULE or looks libZorelOibIdxComLib.so up like any library; Windows creates
-    the registered class, and takes no path.
+    `path` is the file of the module. Without a path, Linux uses the environment variable
+    ZOREL_OIBIDX_MODULE, or else the loader's search for libZorelOibIdxComLib.so. Windows
+    creates the registered class; there a path raises ValueError.
     """
     return AutomationObject(_system.create_library(path))

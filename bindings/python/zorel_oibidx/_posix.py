@@ -1,4 +1,4 @@
-"""Late-bound calls on systems without OLE Automation: the module brings its own."""
+"""Late-bound calls on Linux, through the automation functions that the module exports."""
 
 import ctypes
 import functools
@@ -81,7 +81,7 @@ class _SearchSpec(ctypes.Structure):
     ]
 
 
-class _FileRecord(ctypes.Structure):  # SearchResult and OibFileInfo alike
+class _FileRecord(ctypes.Structure):  # SearchResult and OibFileInfo have the same layout
     _fields_ = [("name", c_void_p), ("time", c_double), ("size", c_int64), ("owner", c_void_p)]
 
 
@@ -96,7 +96,7 @@ _FILE_RECORDS = {
 
 
 def _slot(number, result, *arguments):
-    """The method at a place of the vtable, as a function of the object and its arguments."""
+    """The method in a vtable slot, as a function of the object and its arguments."""
     prototype = ctypes.CFUNCTYPE(result, c_void_p, *arguments)
     functions = {}
 
@@ -121,8 +121,8 @@ _record_guid = _slot(6, c_int32, POINTER(_Guid))
 
 
 class _RecordInfo:
-    """What tells the module which record an argument is: an IRecordInfo that knows the
-    record's identifier and size and refuses everything else. Lives for ever."""
+    """An IRecordInfo that returns the identifier and the size of a record type; its other
+    methods return E_NOTIMPL. Never freed."""
 
     _SLOTS = 19
     _E_NOTIMPL = c_int32(0x80004001).value
@@ -136,8 +136,8 @@ class _RecordInfo:
             bytes_out[0] = size
             return 0
 
-        self._methods = [_plain_method(lambda _: self._E_NOTIMPL)] * self._SLOTS
-        self._methods[1] = self._methods[2] = _plain_method(lambda _: 1)
+        self._methods = [_self_method(lambda _: self._E_NOTIMPL)] * self._SLOTS
+        self._methods[1] = self._methods[2] = _self_method(lambda _: 1)
         self._methods[6] = ctypes.CFUNCTYPE(c_int32, c_void_p, POINTER(_Guid))(get_guid)
         self._methods[8] = ctypes.CFUNCTYPE(c_int32, c_void_p, POINTER(c_uint32))(get_size)
         self._table = (c_void_p * self._SLOTS)(
@@ -146,7 +146,7 @@ class _RecordInfo:
         self.pointer = ctypes.addressof(self._object)
 
 
-_plain_method = ctypes.CFUNCTYPE(c_int32, c_void_p)
+_self_method = ctypes.CFUNCTYPE(c_int32, c_void_p)
 _SEARCH_SPEC = _RecordInfo("0c1f0ba5-09d6-4f5f-9ab1-0961fc36b976", ctypes.sizeof(_SearchSpec))
 _FILE_TIME = _RecordInfo("49caf78e-0807-43d0-9090-9a06a76af5a0", 8)
 
@@ -175,10 +175,10 @@ class _Module:
         self.access = function("SafeArrayAccessData", c_int32, c_void_p, POINTER(c_void_p))
         self.unaccess = function("SafeArrayUnaccessData", c_int32, c_void_p)
 
-    # ----- Text: lone surrogates stand for what is no text -----
+    # ----- Text: lone surrogates are preserved -----
 
     def string(self, text):
-        """A string of the module's, to be freed there; the null string for None."""
+        """A new BSTR, which the caller frees; the null string for None."""
         if text is None:
             return None
         units = text.encode("utf-16-le", "surrogatepass")
@@ -198,7 +198,7 @@ class _Module:
         self.free_string(string)
         return text
 
-    # ----- What comes out -----
+    # ----- Results -----
 
     def texts(self, array):
         first, last, data = c_int32(), c_int32(), c_void_p()
@@ -213,7 +213,7 @@ class _Module:
             self.unaccess(array)
 
     def record(self, record):
-        """A GUID's record has no identifier of its own."""
+        """The value of a record; a record type without an identifier is a GUID."""
         guid = _Guid()
         _check("record", _record_guid(record.info, byref(guid)))
         kind = guid.uuid()
@@ -224,7 +224,7 @@ class _Module:
             self.text(file.name), datetime_from_date(file.time), file.size, self.text(file.owner))
 
     def take(self, variant):
-        """The value of a variant. A reference passes to the Reference made for it."""
+        """The value of a variant. The returned Reference takes over a VT_DISPATCH reference."""
         kind = variant.vt
         if kind in (_VT_EMPTY, _VT_NULL):
             return None
@@ -257,9 +257,9 @@ def _check(call, result):
 
 
 class _Arguments:
-    """The variants of one call, the last argument first, until close().
+    """The variants of one call, in reverse order of the arguments, until close().
 
-    Strings are the module's; records stay here, and only their strings are the module's.
+    The module allocates strings; this object owns the records and frees the strings.
     """
 
     def __init__(self, module, values, outputs):
@@ -339,7 +339,7 @@ class _Arguments:
 
 
 class Reference:
-    """One reference to an object, given up by release() or with the last use of this."""
+    """One reference to an object, released by release() or with this object."""
 
     def __init__(self, module, pointer):
         self._module = module
@@ -360,7 +360,7 @@ class Reference:
         return self._pointer
 
     def find(self, names):
-        """The identifiers of a member and of its arguments."""
+        """The identifiers of a member and its arguments."""
         texts = [ctypes.create_string_buffer(name.encode("utf-16-le", "surrogatepass") + b"\0\0")
                  for name in names]
         pointers = (c_void_p * len(names))(*map(ctypes.addressof, texts))
@@ -370,7 +370,8 @@ class Reference:
         return list(ids)
 
     def invoke(self, call, member_id, flags, values, outputs):
-        """Calls the member; its return value, and a value for each letter of `outputs`."""
+        """Calls the member. Returns its return value and a list with a value for each letter of
+        `outputs`."""
         pointer = self._held()
         arguments = _Arguments(self._module, values, len(outputs))
         result, exception, bad_argument = _Variant(), _ExcepInfo(), c_uint32()

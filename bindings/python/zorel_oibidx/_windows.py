@@ -24,7 +24,7 @@ _LIBRARY = ("{b61b642b-ea60-4c62-918f-26f54f0f815d}", 1, 0, 0x409)
 _SEARCH_SPEC = "{0c1f0ba5-09d6-4f5f-9ab1-0961fc36b976}"
 _FILE_TIME = "{49caf78e-0807-43d0-9090-9a06a76af5a0}"
 
-# What stands by reference for each letter of a method's outputs.
+# The variant type of each letter in objects._OUTPUTS.
 _OUTPUT_TYPES = {
     "s": pythoncom.VT_BSTR,
     "g": pythoncom.VT_VARIANT,
@@ -43,7 +43,7 @@ def _new_record(record_id, fields):
 def _argument(value):
     value = as_record(value)
     if value is None:
-        # By value the package would pass the text "None".
+        # Without VT_BYREF the package passes the text "None".
         return VARIANT(pythoncom.VT_BYREF | pythoncom.VT_BSTR, None)
     if isinstance(value, (bool, int, float)):
         return value
@@ -58,7 +58,7 @@ def _argument(value):
 
 
 def _utc(time):
-    """The package reads automation dates as they stand, under whichever zone."""
+    """The package returns the fields of a date unchanged but with an arbitrary time zone."""
     return datetime(*time.timetuple()[:6], time.microsecond, timezone.utc)
 
 
@@ -87,7 +87,7 @@ def _error(call, failure):
 
 
 class Reference:
-    """One reference to an object, given up by release() or with the last use of this."""
+    """One reference to an object, released by release() or with this object."""
 
     def __init__(self, dispatch):
         self._dispatch = dispatch
@@ -121,7 +121,7 @@ class Reference:
 
 def create_library(path):
     if path is not None:
-        raise ValueError("on Windows the library object comes from the registered class")
+        raise ValueError("on Windows the registered class is created; it takes no path")
     try:
         return Reference(pythoncom.CoCreateInstance(
             _PROG_ID, None, pythoncom.CLSCTX_INPROC_SERVER, pythoncom.IID_IDispatch))

@@ -1,4 +1,4 @@
-"""Automation objects as Python objects, the same on all systems."""
+"""Automation objects as Python objects, for all systems."""
 
 import collections
 
@@ -13,8 +13,8 @@ RetargetedOibRef = collections.namedtuple(
 BackupFile = collections.namedtuple("BackupFile", "BackupSrv Path ModificationTimeUTC")
 BSessionInfo = collections.namedtuple("BSessionInfo", "JobName BackupServer SessionDateUtc")
 
-# Methods that answer through their last arguments instead of a return value: by name and
-# number of inputs, what they give back and of which types (string, GUID, object).
+# Methods with output arguments: by name and number of inputs, the constructor of the result
+# and the types of the outputs (s: string, g: GUID, o: object).
 _OUTPUTS = {
     ("getoibref", 1): (OibRef, "ssg"),
     ("getoibref", 3): (RetargetedOibRef, "ssgss"),
@@ -25,7 +25,7 @@ _OUTPUTS = {
 }
 _NO_OUTPUTS = (None, "")
 
-# Objects that hold a list: the property that counts it, the method that gives an item.
+# Objects with a list: the property with its length, the method that returns an element.
 _LISTS = (("FilesCount", "GetFileInfo"), ("ResultsCount", "GetResult"), ("RefsCount", "GetOibRef"))
 
 
@@ -33,12 +33,12 @@ class AutomationObject:
     """One object of the library.
 
     Its attributes are its methods and properties; methods take arguments by position or by
-    their published names. A `with` block ends by closing the object, where it has a Close,
-    and giving it up; otherwise that happens when nothing refers to the object any more. A
-    list of files, results or references can be iterated and has a length.
+    their published names. The end of a `with` block closes the object, if it has a method
+    Close, and releases it; without a `with` block Python's last reference releases it. A list
+    of files, results or references can be iterated and has a length.
 
-    Calls of one object from several threads are the caller's to order; different objects
-    that share no file may be used at the same time.
+    The caller serializes calls of one object; different objects that share no file may be
+    used at the same time.
     """
 
     __slots__ = ("_reference", "_member_ids", "_methods", "__weakref__")
@@ -58,7 +58,7 @@ class AutomationObject:
             self._member_ids[name] = ids[0]
         member_id = self._member_ids[name]
         if name not in self._methods:
-            # A method refuses to be read, before anything is called.
+            # Reading a method as a property fails without calling it.
             try:
                 return self._wrap(self._reference.invoke(name, member_id, _PROPERTY_GET, [], "")[0])
             except OibError as error:
@@ -90,7 +90,7 @@ class AutomationObject:
         given = dict(enumerate(values)) | dict(zip(ids[1:], named.values()))
         if sorted(given) != list(range(len(values) + len(named))):
             raise TypeError(f"{name}: an argument is missing or given twice")
-        return [given[place] for place in sorted(given)]
+        return [given[position] for position in sorted(given)]
 
     def _wrap(self, value):
         return AutomationObject(value) if isinstance(value, type(self._reference)) else value
@@ -102,7 +102,7 @@ class AutomationObject:
             count = getattr(self, property_name, None)
             if count is not None:
                 return count, getattr(self, method)
-        raise TypeError("the object holds no list")
+        raise TypeError("the object is not a list")
 
     def __iter__(self):
         count, item = self._list()
@@ -114,10 +114,10 @@ class AutomationObject:
     def __bool__(self):
         return True
 
-    # ----- Life -----
+    # ----- Lifetime -----
 
     def release(self):
-        """Gives the object up; it cannot be called any more. Further calls do nothing."""
+        """Releases the object, which cannot be called afterwards. A second call has no effect."""
         self._reference.release()
 
     def __enter__(self):

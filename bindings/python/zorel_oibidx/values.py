@@ -1,4 +1,4 @@
-"""What goes into calls and comes out of them: records, times, errors."""
+"""Values of arguments and results: records, times, errors."""
 
 import dataclasses
 import enum
@@ -26,9 +26,9 @@ class OibError(Exception):
     """A call that failed.
 
     hresult      the result code, as an unsigned number: 0x80070002
-    source       what reported the failure; None when the reporter gives no name
-    description  the full message, outermost context first, lines ended by CR LF; None for a
-                 failure that comes without one, as null arguments do
+    source       the class that failed; None if the object gives no source
+    description  the full message: the failed operation first, the cause last, separated by
+                 CR LF; None for a failure without a message, such as a null argument
     call         the method or property
     """
 
@@ -67,10 +67,10 @@ def _as_utc(time):
 
 
 def date_from_datetime(time):
-    """An automation date. A time without a zone is taken for UTC."""
+    """An automation date. A time without a zone is UTC."""
     since = _as_utc(time) - _DATE_ZERO
     day_part = (since.seconds + since.microseconds / 1e6) / 86400
-    # Before day 0 the time of day still counts forward.
+    # The fraction is the time of day after midnight also for negative dates.
     return since.days + day_part if since.days >= 0 else since.days - day_part
 
 
@@ -89,11 +89,11 @@ class FileTime:
 
     def __post_init__(self):
         if not 0 <= self.ticks < 2**64:
-            raise OverflowError("a time outside the range of file times")
+            raise OverflowError("the time is outside the range of file times")
 
     @classmethod
     def from_datetime(cls, time):
-        """A time without a zone is taken for UTC."""
+        """A time without a zone is UTC."""
         return cls((_as_utc(time) - _FILE_TIME_ZERO) // timedelta(microseconds=1) * 10)
 
 
@@ -102,10 +102,10 @@ class FileTime:
 
 @dataclasses.dataclass
 class SearchSpec:
-    """What a search looks for; a dict with the same keys does as well.
+    """The criteria of a search. Methods also accept a dict with the same keys.
 
-    A limit that is not given is open. Whether the limits are used at all follows from
-    whether one is given, unless UseTimeLimits or UseSizeLimits says it.
+    A limit of None is open. If UseTimeLimits or UseSizeLimits is None, the limits are used
+    when at least one of the two is given.
     """
 
     rootPath: str | None = None
@@ -121,7 +121,7 @@ class SearchSpec:
     UnrestrictedExtentions: str | None = None
 
     def fields(self):
-        """(name, value) for each field, every value given: dates as numbers."""
+        """(name, value) for each field of the record; dates are numbers, defaults are filled in."""
         times = [self.ModifyTimeFrom, self.ModifyTimeTill]
         sizes = [self.SizeFrom, self.SizeTill]
         used = {"UseTimeLimits": times, "UseSizeLimits": sizes}
@@ -138,7 +138,7 @@ class SearchSpec:
 
 @dataclasses.dataclass(frozen=True)
 class SearchResult:
-    """A file that a search found; Owner is None where the search does not know it."""
+    """A result of a search; Owner is None in results of a text search."""
 
     FileFullName: str
     ModifyTime: datetime  # UTC
@@ -157,5 +157,5 @@ class OibFileInfo:
 
 
 def as_record(value):
-    """The SearchSpec of a dict; anything else as it is."""
+    """A dict converted to SearchSpec; other values unchanged."""
     return SearchSpec(**value) if isinstance(value, Mapping) else value
