@@ -1,4 +1,4 @@
-// Browsing a volume, against a plain pass over its file.
+// Browsing a volume, compared with a plain pass over its file.
 #include "ZorelClient.h"
 #include "limits.h"
 #include "synthetic_volume.h"

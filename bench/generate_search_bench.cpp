@@ -52,7 +52,7 @@ struct ManyCriteria {
 
 // ----- Limits -------------------------------------------------------------------------
 
-// Reading a whole file into memory that was not used before.
+// Seconds to read a whole file into newly mapped memory.
 double FreshReadSeconds(const std::string& path) {
     return bench::FastestSeconds([&] {
         const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -71,7 +71,7 @@ double FreshReadSeconds(const std::string& path) {
     });
 }
 
-// A walk over the file records in memory that reads only their length fields.
+// Seconds to step through the file records in memory, reading only their length fields.
 double LengthWalkSeconds(const SyntheticVolume& volume) {
     std::vector<char> content(volume.bytes);
     const int file = ::open(volume.path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -101,7 +101,7 @@ double LengthWalkSeconds(const SyntheticVolume& volume) {
     });
 }
 
-// Reading a file in pieces of 1 MiB and counting line feeds.
+// Seconds to read a file in pieces of 1 MiB and count its line feeds.
 double LineCountSeconds(const std::string& path) {
     static std::vector<char> buffer(1 << 20);
     return bench::FastestSeconds([&] {
@@ -115,7 +115,7 @@ double LineCountSeconds(const std::string& path) {
     });
 }
 
-// Writing the bytes of all files of `source` to as many files in pieces of 64 KiB.
+// Seconds to write as many files of the same sizes as in `source`, in pieces of 64 KiB.
 double RewriteSeconds(const fs::path& source, const fs::path& target) {
     constexpr std::size_t kPiece = 64 * 1024;
     static const std::vector<char> piece(kPiece, 'x');

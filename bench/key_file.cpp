@@ -1,4 +1,4 @@
-// Apart from the other benchmarks: GLib and the automation headers share names.
+// A separate file: GLib and the automation headers define the same names.
 #include "key_file.h"
 
 #include <glib.h>

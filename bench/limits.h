@@ -20,7 +20,7 @@ double FastestSeconds(const std::function<void()>& body);
 double PlainPassSeconds(const std::string& path);
 
 // Times `body` in the state's loop and sets the counters "limit_ms", the given limit, and
-// "ratio", the loop's fastest time over it.
+// "ratio", the loop's fastest time divided by it.
 void RunAgainst(benchmark::State& state, double limitSeconds, const std::function<void()>& body);
 
 // Ends the program with a message when the result of a workload is wrong. Each workload is

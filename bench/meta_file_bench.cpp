@@ -44,8 +44,8 @@ std::string LineOf(std::uint64_t i) {
            std::to_string(i % kSubtreesOf) + "=value number " + std::to_string(i);
 }
 
-// A meta-file with `attributes` attributes, five in each subtree below "Jobs", filled up
-// with comment text to `bytes` in all when that is more.
+// A meta-file with `attributes` attributes, five in each subtree below "Jobs", padded
+// with comment text to `bytes` bytes if it is smaller.
 std::string MetaFileOf(std::uint64_t attributes, std::uint64_t bytes) {
     const fs::path path = Folder() / ("load" + std::to_string(attributes) + ".mtf");
     if (!fs::exists(path)) {
@@ -65,7 +65,7 @@ std::string MetaFileOf(std::uint64_t attributes, std::uint64_t bytes) {
     return path.string();
 }
 
-// Reading the file and looking for its line ends.
+// Seconds to read the file and find its line ends.
 double LineScanSeconds(const std::string& path) {
     static std::vector<char> buffer(1 << 20);
     return bench::FastestSeconds([&] {
@@ -79,7 +79,7 @@ double LineScanSeconds(const std::string& path) {
     });
 }
 
-// The same attributes as groups of a key file, loaded by GLib.
+// Seconds in which GLib loads the same attributes as groups of a key file.
 double KeyFileSeconds(std::uint64_t attributes) {
     const fs::path path = Folder() / ("keys" + std::to_string(attributes));
     {
@@ -114,7 +114,7 @@ std::uint64_t AttributesFor(const benchmark::State& state) {
     return static_cast<std::uint64_t>(state.range(0));
 }
 
-// The largest size is filled up to one byte pair below the limit of meta-files.
+// The largest file is two bytes smaller than the limit for meta-files.
 std::string FileFor(const benchmark::State& state) {
     constexpr std::uint64_t kLargest = 1'000'000;
     const std::uint64_t attributes = AttributesFor(state);
@@ -145,7 +145,7 @@ void LoadMetaFile(benchmark::State& state) {
     state.counters["glib_ratio"] = fastest / glib;
 }
 
-// A full rewrite of a changed file in memory, against a plain write of the same bytes.
+// A full rewrite of a changed file in memory, compared with a plain write of the same bytes.
 void SaveMetaFile(benchmark::State& state) {
     const std::string source = FileFor(state);
     const fs::path target = Folder() / "saved.mtf";
@@ -165,7 +165,7 @@ void SaveMetaFile(benchmark::State& state) {
     double fastest = std::numeric_limits<double>::max();
     for ([[maybe_unused]] auto _ : state) {
         state.PauseTiming();
-        std::remove(source.c_str());  // so that no safety copy is made and timed
+        std::remove(source.c_str());  // so that no recovery copy is made and timed
         state.ResumeTiming();
         fastest = std::min(fastest, bench::SecondsOf([&] {
                                Check(file->FlushChanges() == S_OK, "the file is saved");
@@ -236,7 +236,7 @@ void FillManySubtrees(benchmark::State& state) {
     }
 }
 
-// The groups of a backup session, in no order.
+// The groups of a backup session, in random order.
 void ListSessionReferences(benchmark::State& state) {
     const std::uint64_t groups = AttributesFor(state) / kSubtreesOf;
     std::vector<std::uint64_t> numbers(groups);

@@ -8,7 +8,7 @@
 
 namespace bench {
 
-// Folders nested up to nine deep, names as file servers have them, a fixed seed. Of every
+// Folders nested up to nine levels, names as on file servers, a fixed seed. Of every
 // million files about one in five ends with .txt, and 80,000 folders and 200 owners hold
 // them.
 struct SyntheticVolume {
@@ -28,8 +28,8 @@ struct SyntheticVolume {
 // program when a write fails.
 SyntheticVolume WriteVolume(std::uint64_t files, const std::string& folder);
 
-// The same on first use, below the system's folder for temporary files; it is
-// removed when the program ends.
+// The volume of this size, written at the first call below the system's folder for
+// temporary files and removed when the program ends.
 const SyntheticVolume& VolumeOf(std::uint64_t files);
 
 }  // namespace bench

@@ -2,7 +2,7 @@
 # Python client, the documents and the samples of client programs.
 
 set(ZOREL_PYTHON_DIR lib/python3/dist-packages CACHE STRING
-    "Where the Python client is installed, below the prefix")
+    "Folder of the Python package, below the prefix")
 install(DIRECTORY bindings/python/zorel_oibidx DESTINATION ${ZOREL_PYTHON_DIR}
   PATTERN __pycache__ EXCLUDE)
 set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/zorel-oibidx)

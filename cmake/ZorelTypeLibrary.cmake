@@ -7,7 +7,7 @@ file(MAKE_DIRECTORY ${generated})
 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 find_program(ZOREL_WIDL x86_64-w64-mingw32-widl REQUIRED)
-# Files of the build machine's Wine; the compiler has none of its own.
+# Files of Wine on the build machine; the compiler has none.
 find_path(ZOREL_WIDL_INCLUDES oaidl.idl REQUIRED NO_CMAKE_FIND_ROOT_PATH
   PATHS /usr/include/wine/wine/windows /usr/include/wine/windows)
 find_path(ZOREL_WIDL_LIBRARIES stdole2.tlb REQUIRED NO_CMAKE_FIND_ROOT_PATH

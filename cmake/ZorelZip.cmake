@@ -1,5 +1,5 @@
 # The archive for Windows users, made by `cpack` in the build folder: the module, its type
-# library, the headers, samples and a text that explains them. It is unpacked anywhere.
+# library, the headers, samples and documents.
 
 set(zip_files
   $<TARGET_FILE:ZorelOibIdxComLib>

@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a job needs and that are not there yet.
+# Installs the missing Debian packages for one or more purposes.
 #
 # Usage: scripts/setup.sh PURPOSE...
 #   build    the module and the command-line client
-#   test     what the tests need on top of it
-#   windows  what the cross-build for Windows and its tests need
+#   test     in addition, the tests
+#   windows  the cross-build for Windows and its tests
 #   arm64    what the cross-build for 64-bit ARM and its tests need on top of test
-#   bench    what the benchmarks need on top of it
+#   bench    in addition to build, the benchmarks
 #   compare  the programs that bench/compare runs beside the client
 #   lint     the formatter and the static analyser
-# Does nothing, and needs no rights, when everything is installed.
+# Does nothing, and needs no privileges, if everything is installed.
 set -euo pipefail
 
 declare -A packages=(
@@ -28,7 +28,7 @@ fail() {
     exit 1
 }
 
-# Prints those of the given packages that are not installed.
+# missing_of PACKAGE...: prints the packages that are not installed.
 missing_of() {
     local package
     for package in "$@"; do
@@ -40,7 +40,7 @@ missing_of() {
 
 (($# > 0)) || fail "give a purpose: ${!packages[*]}"
 command -v dpkg-query >/dev/null ||
-    fail "this is not Debian; install the counterparts of: ${packages[*]}"
+    fail "this is not Debian; install the equivalents of: ${packages[*]}"
 
 wanted=()
 for purpose in "$@"; do

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the build, moves the installed tree, and builds and runs a client against it:
-# once through the CMake package, once through pkg-config.
+# Installs the build, moves the installed tree, and builds and runs a client with it, through
+# the CMake package and through pkg-config.
 #
 # Usage: install_test.sh CMAKE GENERATOR BUILD-FOLDER C++-COMPILER
 set -euo pipefail
@@ -14,7 +14,7 @@ trap 'rm -rf "$folder"' EXIT
     { cat "$folder/log"; exit 1; }
 mv "$folder/staged" "$folder/prefix"
 if grep -rlI -e "$build" -e "$folder/staged" "$folder/prefix"; then
-    echo "these installed files name the build or the folder they were first put in"
+    echo "these installed files contain the path of the build or of the first installation"
     exit 1
 fi
 

@@ -1,4 +1,4 @@
-# What the package tests share; to be sourced: a folder of the test's own, and its end.
+# For the package tests; sourced: a temporary folder and a failure.
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the Debian package, looks into it, installs it into a root folder of its own, uses
-# what is installed there, and removes it again. Needs no rights.
+# Builds the Debian package, checks its contents, installs it into a folder as root, uses the
+# installed programs, and removes it. Needs no privileges.
 #
 # Usage: package_test.sh CPACK BUILD-FOLDER VERSION PYTHON
 set -euo pipefail
@@ -24,7 +24,7 @@ field() {
 [[ $(field Architecture) == "$architecture" ]] || fail "it is for $(field Architecture)"
 for library in 'libc6 (>=' 'libstdc++6 (>='; do
     [[ $(field Depends) == *"$library"* ]] ||
-        fail "the package depends on $(field Depends), and not on $library"
+        fail "the package depends on $(field Depends), not on $library"
 done
 [[ $(field Maintainer) == *@* && -n $(field Description) ]] || fail "a field is missing"
 
@@ -49,11 +49,12 @@ share/doc/zorel-oibidx/examples/example\.py
 FILES
 if grep -vE '^./usr/(bin|lib|include|share)/' "$folder/files" ||
     grep -E '__pycache__|gtest|gmock|_test|\.a$' "$folder/files"; then
-    fail "these files do not belong into the package"
+    fail "these files do not belong in the package"
 fi
 
 echo "-- installation"
-# Maintainer scripts run outside the root folder; what they call is recorded instead.
+# Maintainer scripts run outside the root folder; ldconfig is replaced by a script that
+# records the call.
 root=$folder/root
 mkdir -p "$folder/bin" "$root/var/lib/dpkg/"{info,updates,triggers}
 touch "$root/var/lib/dpkg/"{status,available}
@@ -65,7 +66,7 @@ as_installer() {
         fail "$(cat "$folder/log")"
 }
 as_installer -i "$package"
-[[ -s $folder/called ]] || fail "the new module is not made known to the loader"
+[[ -s $folder/called ]] || fail "ldconfig is not called for the new module"
 if grep -rlI -e "$build" -e "$folder/package" "$root/usr"; then
     fail "these installed files name the build"
 fi

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the archive for Windows users, looks into it, unpacks it into a folder with a blank,
-# registers the module from there, runs a sample, and unregisters it again.
+# Builds the archive for Windows users, unpacks it into a folder with a blank in its name,
+# checks its contents, registers the module, runs the script samples, unregisters the module.
 #
 # Usage: zip_test.sh CPACK BUILD-FOLDER VERSION EXAMPLE-CATALOGUE
 set -euo pipefail
@@ -17,7 +17,7 @@ echo "-- contents"
 mkdir "$folder/un packed"
 cd "$folder/un packed"
 cmake -E tar xf "$archive"
-# All may lie in one folder named like the archive.
+# The archive may contain one folder with its name.
 [[ ! -d ZorelOibIdxLib-$version-win64 ]] || cd "ZorelOibIdxLib-$version-win64"
 for file in ZorelOibIdxComLib.dll ZorelOibIdxLib.tlb README.md interface.md \
     include/ZorelOibIdxLib.h include/ZorelAutomation.h include/ZorelClient.h include/ZorelText.h \
@@ -28,11 +28,11 @@ done
 links=0
 while IFS=: read -r text link; do
     ((++links))
-    [[ -e $(dirname "$text")/$link ]] || fail "$text leads to $link, which is not there"
+    [[ -e $(dirname "$text")/$link ]] || fail "$text links to $link, which is missing"
 done < <(grep -roP --include='*.md' '\]\(\K(?!https?:|#)[^)#]+' .)
-((links > 0)) || fail "the texts lead nowhere"
+((links > 0)) || fail "the documents have no links"
 if find . | grep -E '__pycache__|gtest|gmock|_test|\.a$|\.exe$'; then
-    fail "these files do not belong into the archive"
+    fail "these files do not belong in the archive"
 fi
 
 echo "-- use"
@@ -46,11 +46,11 @@ for sample in samples/vbscript/catalogue.vbs samples/jscript/catalogue.js; do
         "$(winepath -w "$folder/C.dat")" 'C:\docs' "$(winepath -w "$folder/notes.mtf")" \
         >"$folder/raw" 2>/dev/null </dev/null || fail "$sample fails: $? $(cat "$folder/raw")"
     tr -d '\r' <"$folder/raw" >"$folder/output"
-    diff "$folder/output" - <<'OUTPUT' || fail "$sample tells something else"
+    diff "$folder/output" - <<'OUTPUT' || fail "$sample prints something else"
 1 files, 1234 bytes
 Documents.Count = 1
 OUTPUT
-    [[ -s $folder/notes.mtf ]] || fail "$sample leaves no meta-file"
+    [[ -s $folder/notes.mtf ]] || fail "$sample writes no meta-file"
     cd - >/dev/null
 done
 
