@@ -21,10 +21,11 @@ del sys.argv[1:4]
 
 
 def normalized(text):
-    """The README shows the user ann on srv01; columns are as wide as the longest owner."""
+    """The README shows the user ann on srv01; the width of a column depends on these."""
     host = socket.gethostname().split(".")[0].upper()
     user = pwd.getpwuid(os.getuid()).pw_name
-    return re.sub(" +", " ", text.replace(f"{host}\\{user}", "SRV01\\ann"))
+    text = text.replace(f" {host}\\{user} ", " SRV01\\ann ").replace(f" {user} ", " ann ")
+    return re.sub(" +", " ", re.sub(r"(?m)^(Time +)[0-9.]+ s$", r"\g<1>0.00 s", text))
 
 
 class Readme(unittest.TestCase):
