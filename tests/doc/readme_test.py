@@ -22,7 +22,7 @@ del sys.argv[1:4]
 
 def normalized(text):
     """The README shows the user ann on srv01; the width of a column depends on these."""
-    host = socket.gethostname().split(".")[0].upper()
+    host = socket.gethostname().upper()
     user = pwd.getpwuid(os.getuid()).pw_name
     text = text.replace(f" {host}\\{user} ", " SRV01\\ann ").replace(f" {user} ", " ann ")
     return re.sub(" +", " ", re.sub(r"(?m)^(Time +)[0-9.]+ s$", r"\g<1>0.00 s", text))
