@@ -148,8 +148,11 @@ std::vector<std::u16string> CMtfAttrsTreeData::EnumChildAttrs(std::uint64_t node
     return InContext(u"Failed to enumerate attributes of the tree \"%2\". Meta-file: %3.", *this,
                      node, {}, [&] {
                          m_table.Get(node);
-                         const auto names = m_table.ListAttrNames(node);
-                         return std::vector<std::u16string>(names.begin(), names.end());
+                         std::vector<std::u16string> names;
+                         for (const CMtfAttrEntry* attr : m_table.ListAttrs(node)) {
+                             names.emplace_back(attr->name.View());
+                         }
+                         return names;
                      });
 }
 
@@ -224,19 +227,27 @@ void CMtfAttrsTreeData::DelAttr(std::uint64_t node, std::u16string_view path) {
 }
 
 std::vector<std::u16string> CMtfAttrsTreeData::EnumAllAttrs() const {
+    std::vector<std::u16string> paths;
+    for (CMtfListedAttr& attr : ListAllAttrs()) {
+        paths.push_back(std::move(attr.path));
+    }
+    return paths;
+}
+
+std::vector<CMtfListedAttr> CMtfAttrsTreeData::ListAllAttrs() const {
     return frame::WithContext(
         u"List of the attributes stored in meta-file \"%1\" is not available.", {m_name}, [&] {
-            std::vector<std::u16string> paths;
+            std::vector<CMtfListedAttr> attrs;
             for (std::uint64_t node = 0; node < m_table.Size(); ++node) {
                 if (!m_table.HasAttrs(node)) {
                     continue;
                 }
                 const std::u16string prefix = NodePath(node);
-                for (const std::u16string_view name : m_table.ListAttrNames(node)) {
-                    paths.push_back(JoinNames(prefix, name));
+                for (const CMtfAttrEntry* attr : m_table.ListAttrs(node)) {
+                    attrs.push_back({JoinNames(prefix, attr->name.View()), attr->value.View()});
                 }
             }
-            return paths;
+            return attrs;
         });
 }
 

@@ -13,6 +13,12 @@
 
 namespace mtf {
 
+// An attribute and its path. The value is valid until the tree changes.
+struct CMtfListedAttr {
+    std::u16string path;
+    std::u16string_view value;
+};
+
 // The subtrees and attributes of one meta-file. Every change goes to the tree and to the
 // lines; a subtree is stored in the file only as the names of its attributes. Shared by the
 // references to its nodes; no locks.
@@ -47,6 +53,8 @@ public:
     void DelAttr(std::uint64_t node, std::u16string_view path);
     // The full paths of all attributes, node by node in the order of creation.
     std::vector<std::u16string> EnumAllAttrs() const;
+    // The same attributes with their values.
+    std::vector<CMtfListedAttr> ListAllAttrs() const;
 
     // The names on the way from the root to the node, joined by dots; of a path of more than
     // 100 names the last 100. Kept for compatibility. Throws CExc for a deleted node.

@@ -241,13 +241,15 @@ std::vector<std::uint64_t> CMtfMetaTable::CollectAttrLines(std::uint64_t id) con
     return lines;
 }
 
-std::vector<std::u16string_view> CMtfMetaTable::ListAttrNames(std::uint64_t id) const {
-    std::vector<std::u16string_view> names;
+std::vector<const CMtfAttrEntry*> CMtfMetaTable::ListAttrs(std::uint64_t id) const {
+    std::vector<const CMtfAttrEntry*> attrs;
     for (std::uint32_t i = At(id).firstAttr; i != kNone; i = m_attrs[i].next) {
-        names.push_back(m_attrs[i].name.View());
+        attrs.push_back(&m_attrs[i]);
     }
-    std::sort(names.begin(), names.end());
-    return names;
+    std::sort(attrs.begin(), attrs.end(), [](const CMtfAttrEntry* a, const CMtfAttrEntry* b) {
+        return a->name.View() < b->name.View();
+    });
+    return attrs;
 }
 
 }  // namespace mtf

@@ -92,8 +92,8 @@ public:
     // Removes the attribute if the node has it.
     void EraseAttr(const CMtfAttrKey& key) noexcept;
     std::vector<std::uint64_t> CollectAttrLines(std::uint64_t id) const;
-    // In ordinal order.
-    std::vector<std::u16string_view> ListAttrNames(std::uint64_t id) const;
+    // In the ordinal order of their names. Valid until attributes change.
+    std::vector<const CMtfAttrEntry*> ListAttrs(std::uint64_t id) const;
 
 private:
     CMtfTreeNode& At(std::uint64_t id) noexcept { return m_nodes[static_cast<std::size_t>(id)]; }

@@ -12,13 +12,13 @@ namespace tdf {
 
 namespace {
 
-// The criteria, made ready once for a search of all volumes.
+// The criteria, compiled once for the search of all volumes.
 struct PreparedSearch {
     explicit PreparedSearch(const SearchCriteria& criteria)
         : rootPath(criteria.rootPath),
           pattern(criteria.namePattern, criteria.starRule),
           sizeLimits(criteria.sizeLimits),
-          // Lowered, so that a name whose ending has capital letters is not permitted.
+          // Folded, while names are not: an extension with capital letters is not permitted.
           extensions(!criteria.permittedExtensions.empty(),
                      text::ToLowerAscii(criteria.permittedExtensions)) {
         if (!criteria.owner.empty()) {
@@ -47,7 +47,7 @@ public:
         : m_search(search), m_volume(volume), m_number(volumeNumber), m_results(results) {}
 
     void Run() {
-        if (ChooseOwner() && ChooseFolders()) {
+        if (FindOwner() && FindRootFolders()) {
             if (const CPackedNames* names = m_volume.Names()) {
                 RunOver(*names);
             } else {
@@ -57,16 +57,16 @@ public:
     }
 
 private:
-    // The owners and the folders are read even where nothing asks for them, so that damage
-    // shows. False when the volume holds nothing to find.
-    bool ChooseOwner() {
+    // Both read their table even if no criterion needs it, so that damage is reported. They
+    // return false when no file of the volume can match.
+    bool FindOwner() {
         const COwnerList& owners = m_volume.Owners();
         if (m_search.owner) {
             m_owner = owners.Find(*m_search.owner);
         }
         return m_owner.has_value() || !m_search.owner;
     }
-    bool ChooseFolders() {
+    bool FindRootFolders() {
         m_folders = &m_volume.Folders();
         if (!m_search.rootPath.empty()) {
             m_root.emplace(m_folders->Folders(), m_search.rootPath);
@@ -75,27 +75,27 @@ private:
     }
 
     void RunOver(const CPackedNames& names) {
-        const CNamePrefilter probe(m_search.pattern, names);
-        const bool readAll = probe.IsDense() && (m_owner || m_root);
-        if (!probe.IsUsable() || readAll) {
+        const CNamePrefilter prefilter(m_search.pattern, names);
+        const bool readAll = prefilter.IsDense() && (m_owner || m_root);
+        if (!prefilter.IsUsable() || readAll) {
             for (std::size_t i = 0; i < names.Count(); ++i) {
                 Test(names.RecordAt(i), i, false);
             }
             return;
         }
-        const bool nameDecides = probe.IsExact() && !AsksForMoreThanNames() &&
-                                 names.StaysBelow(m_folders->Folders().size()) &&
-                                 m_folders->AllLeadToRoot();
-        for (std::size_t i = names.Next(0, probe); i < names.Count();
-             i = names.Next(i + 1, probe)) {
-            if (nameDecides) {
+        const bool nameIsEnough = prefilter.IsExact() && !HasOtherCriteria() &&
+                                  names.FolderIndexesAreBelow(m_folders->Folders().size()) &&
+                                  m_folders->AllLeadToRoot();
+        for (std::size_t i = names.Next(0, prefilter); i < names.Count();
+             i = names.Next(i + 1, prefilter)) {
+            if (nameIsEnough) {
                 Add(names.AddressOf(i));
             } else {
-                Test(names.RecordAt(i), i, probe.IsExact());
+                Test(names.RecordAt(i), i, prefilter.IsExact());
             }
         }
     }
-    bool AsksForMoreThanNames() const noexcept {
+    bool HasOtherCriteria() const noexcept {
         return m_owner || m_root || m_search.extensions.IsEnabled() || m_search.tickLimits ||
                m_search.sizeLimits;
     }
@@ -108,8 +108,8 @@ private:
         }
     }
 
-    void Test(const idxdata::FileRecordView& file, std::uint64_t number, bool nameFits) {
-        if (!Accepts(file, nameFits)) {
+    void Test(const idxdata::FileRecordView& file, std::uint64_t number, bool nameMatches) {
+        if (!Accepts(file, nameMatches)) {
             return;
         }
         if (!m_folders->LeadsToRoot(file.dirIndex)) {
@@ -118,12 +118,12 @@ private:
         Add(file.nameBytes - sizeof file.nameLength);
     }
     void Add(const std::byte* record) { m_results.push_back({record, m_number}); }
-    // The time comes behind the tests that need none: it fails only for a file that they
-    // let pass.
-    bool Accepts(const idxdata::FileRecordView& file, bool nameFits) const {
+    // The time is tested after the names because it can throw: it does so only for a file
+    // that meets the criteria before it.
+    bool Accepts(const idxdata::FileRecordView& file, bool nameMatches) const {
         return (!m_owner || file.ownerIndex == *m_owner) &&
                (!m_root || m_root->Contains(file.dirIndex)) &&
-               (nameFits || m_search.pattern.Match(file.nameBytes, file.nameLength)) &&
+               (nameMatches || m_search.pattern.Match(file.nameBytes, file.nameLength)) &&
                m_search.extensions.IsPermitted(file.nameBytes, file.nameLength) &&
                !(m_search.tickLimits && m_search.tickLimits->Rejects(file.modifyTime)) &&
                !(m_search.sizeLimits && m_search.sizeLimits->Rejects(file.size));
@@ -166,7 +166,7 @@ void CBinDataSearcher::GetResultRecord(std::int32_t index, ResultRecord& record)
     record.fileName = volume.Folders().PathOf(file.dirIndex);
     file.AppendNameTo(record.fileName);
     if (file.nameLength > 0) {
-        // Like every name that is joined to a path, it loses one separator at its end.
+        // A joined path has no separator at its end.
         record.fileName.resize(frame::StripTrailingSeparator(record.fileName).size());
     }
     record.modifyTime = DateOfTicks(file.modifyTime);

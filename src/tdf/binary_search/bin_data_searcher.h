@@ -15,7 +15,7 @@
 
 namespace tdf {
 
-// What to search for. Texts in any case; an empty one asks for nothing.
+// The criteria of a search. Texts may be in any case; an empty text is no criterion.
 struct SearchCriteria {
     std::u16string rootPath;
     std::u16string namePattern;
@@ -26,18 +26,19 @@ struct SearchCriteria {
     std::optional<SizeLimits> sizeLimits;
 };
 
-// Holds all volumes in memory for its life, the criteria, and the results of all searches
-// so far. One thread at a time.
+// Holds all volumes in memory, the criteria, and the results of all searches so far. For one
+// thread at a time.
 class CBinDataSearcher {
 public:
     explicit CBinDataSearcher(VolumeList volumes) : m_volumes(std::move(volumes)) {}
 
-    // Criteria stay for later searches until they are set anew.
+    // Criteria keep their values for later searches.
     SearchCriteria& Criteria() noexcept { return m_criteria; }
 
-    // Appends the files that meet the criteria, in the order of volumes and file tables.
-    // Throws CExc for a table that cannot be read, a time that is none (E_FAIL), and a
-    // folder that is none (E_INVALIDARG); the results before it stay.
+    // Appends the files that meet the criteria, in the order of the volumes and of their
+    // file tables. Throws CExc for a table that cannot be read, for a time out of range
+    // (E_FAIL) and for an invalid folder index (E_INVALIDARG); the results found before the
+    // failure are kept.
     void Search();
 
     std::int32_t GetResultsCount() const noexcept {
@@ -50,14 +51,14 @@ public:
         std::int64_t size = 0;    // bytes
         std::u16string_view owner;
     };
-    // Reuses the memory of `record`. Throws CExc: E_INVALIDARG for an index that names no
-    // result, E_FAIL for a time that is none.
+    // Reuses the memory of `record`. Throws CExc: E_INVALIDARG for an index out of range,
+    // E_FAIL for a time out of range.
     void GetResultRecord(std::int32_t index, ResultRecord& record);
 
 private:
     class CVolumeSearch;
 
-    // The file's record where it lies in its volume.
+    // The address of the file's record in the loaded volume.
     struct Result {
         const std::byte* record;
         std::uint32_t volume;

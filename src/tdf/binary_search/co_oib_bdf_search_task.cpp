@@ -12,26 +12,26 @@ void SetIfGiven(std::u16string& criterion, BSTR text) {
     }
 }
 
-// What a record of criteria does not give stays as earlier searches set it.
-void AddTo(tdf::SearchCriteria& criteria, const SearchSpec& wanted) {
-    SetIfGiven(criteria.rootPath, wanted.rootPath);
-    SetIfGiven(criteria.namePattern, wanted.FileNamePattern);
-    SetIfGiven(criteria.owner, wanted.Owner);
-    if (wanted.UseTimeLimits != VARIANT_FALSE) {
-        criteria.timeLimits = {wanted.ModifyTimeFrom, wanted.ModifyTimeTill};
+// Criteria that `spec` does not give keep the values of earlier searches.
+void AddTo(tdf::SearchCriteria& criteria, const SearchSpec& spec) {
+    SetIfGiven(criteria.rootPath, spec.rootPath);
+    SetIfGiven(criteria.namePattern, spec.FileNamePattern);
+    SetIfGiven(criteria.owner, spec.Owner);
+    if (spec.UseTimeLimits != VARIANT_FALSE) {
+        criteria.timeLimits = {spec.ModifyTimeFrom, spec.ModifyTimeTill};
     }
-    if (wanted.UseSizeLimits != VARIANT_FALSE) {
-        criteria.sizeLimits = {wanted.SizeFrom, wanted.SizeTill};
+    if (spec.UseSizeLimits != VARIANT_FALSE) {
+        criteria.sizeLimits = {spec.SizeFrom, spec.SizeTill};
     }
-    if (wanted.UseSearchServerRule != VARIANT_FALSE) {
+    if (spec.UseSearchServerRule != VARIANT_FALSE) {
         criteria.starRule = tdf::EStarRule::LeadingStar;
     }
-    SetIfGiven(criteria.permittedExtensions, wanted.UnrestrictedExtentions);
+    SetIfGiven(criteria.permittedExtensions, spec.UnrestrictedExtentions);
 }
 
 }  // namespace
 
-// The errors carry the identifier of IOibTDFSearchTask on purpose.
+// Errors carry the identifier of IOibTDFSearchTask. Kept for compatibility.
 CCoOibBDFSearchTask::CCoOibBDFSearchTask(std::u16string_view dataPath)
     : CCoObject(IID_IOibTDFSearchTask), m_searcher(tdf::LoadVolumes(dataPath)) {}
 
@@ -46,7 +46,7 @@ HRESULT CCoOibBDFSearchTask::Find(SearchSpec* srchSpec) {
     });
 }
 
-// What the record held before is overwritten, not freed.
+// Earlier contents of the record are overwritten, not freed.
 HRESULT CCoOibBDFSearchTask::GetResult(INT index, SearchResult* srchResult) {
     return Unlocked([&]() -> HRESULT {
         if (srchResult == nullptr) {

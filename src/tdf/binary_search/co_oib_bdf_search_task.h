@@ -7,10 +7,10 @@
 
 namespace coClasses {
 
-// IOibBDFSearchTask over the volumes of one folder. Belongs to one thread at a time.
+// IOibBDFSearchTask over the volumes of one folder. For one thread at a time.
 class CCoOibBDFSearchTask final : public frame::CCoObject<IOibBDFSearchTask> {
 public:
-    // Loads all volumes; throws what that throws.
+    // Loads all volumes. Throws what LoadVolumes throws.
     explicit CCoOibBDFSearchTask(std::u16string_view dataPath);
 
     HRESULT STDMETHODCALLTYPE GetResult(INT index, SearchResult* srchResult) override;
@@ -19,7 +19,7 @@ public:
 
 private:
     tdf::CBinDataSearcher m_searcher;
-    tdf::CBinDataSearcher::ResultRecord m_record;  // the last one read, for its memory
+    tdf::CBinDataSearcher::ResultRecord m_record;  // read last; its memory is reused
 };
 
 }  // namespace coClasses

@@ -11,10 +11,10 @@ namespace tdf {
 
 namespace {
 
-constexpr std::size_t kDenseShare = 8;  // one name in so many is dense
+constexpr std::size_t kDenseShare = 8;  // dense: at least one name in 8
 
-// Whether the token stands at `packed`, where as many bytes lie.
-bool StandsAt(const PackedToken& token, const std::byte* packed) noexcept {
+// Whether the bytes at `packed`, as many as the token has, match it.
+bool MatchesAt(const PackedToken& token, const std::byte* packed) noexcept {
     for (std::size_t i = 0; i < token.size(); ++i) {
         const bool fits =
             token[i] == kAny ? packed[i] != text::kPackedSeparator : packed[i] == token[i];
@@ -67,7 +67,7 @@ std::size_t CTokenFinder::Find(std::span<const std::byte> packed) const noexcept
             break;
         }
         at += skipped;
-        if (StandsAt(m_token, packed.data() + at)) {
+        if (MatchesAt(m_token, packed.data() + at)) {
             return at;
         }
     }
@@ -95,8 +95,8 @@ CNamePrefilter::CNamePrefilter(CWildcardPattern pattern, const CPackedNames& ind
     ChooseToken(index);
 }
 
-// Takes the token that occurs least in a sample of the names. One that must stand at the
-// start of a name is sought with the separator in front.
+// Chooses the token that is rarest in a sample of the names. A token that must match at the
+// start of a name is searched for together with the separator before it.
 void CNamePrefilter::ChooseToken(const CPackedNames& index) {
     const std::span<const std::byte> sample = index.Sample();
     const ByteCounts counts = CountBytes(sample);
@@ -122,7 +122,7 @@ void CNamePrefilter::ChooseToken(const CPackedNames& index) {
 bool CNamePrefilter::FitsAll(std::span<const std::byte> name) const noexcept {
     bool floating = m_floating;
     for (const PackedToken& token : m_tokens) {
-        while (name.size() >= token.size() && !StandsAt(token, name.data())) {
+        while (name.size() >= token.size() && !MatchesAt(token, name.data())) {
             if (!floating) {
                 return false;
             }

@@ -1,4 +1,4 @@
-// A wildcard pattern made ready for packed names.
+// A wildcard pattern compiled for packed names.
 #pragma once
 
 #include <array>
@@ -12,23 +12,23 @@
 
 namespace tdf {
 
-// Packed units of a token; kAny where any unit may stand.
+// Packed units of a token; kAny matches any unit.
 using PackedToken = std::vector<std::byte>;
-// In a token '?' is no character, so its byte is free.
+// A token holds no literal '?', so this byte is unused.
 inline constexpr std::byte kAny{'?'};
 
-// How often each byte occurs somewhere.
+// The number of occurrences of each byte.
 using ByteCounts = std::array<std::uint32_t, 256>;
 
-// Finds a token by the two of its bytes that occur least.
+// Finds a token by searching for its two rarest bytes.
 class CTokenFinder {
 public:
     CTokenFinder() = default;
-    // The token holds a byte that is not kAny.
+    // The token must hold a byte that is not kAny.
     CTokenFinder(PackedToken token, const ByteCounts& counts);
 
     bool IsEmpty() const noexcept { return m_token.empty(); }
-    // The token's first position in names behind separators; their size when there is none.
+    // The first position of the token in packed names; their size if there is none.
     std::size_t Find(std::span<const std::byte> packed) const noexcept;
     std::size_t CountIn(std::span<const std::byte> packed) const noexcept;
 
@@ -38,21 +38,21 @@ private:
     std::size_t m_last = 0;
 };
 
-// Looks for the one token of the pattern that fewest names hold, and for the others only
-// in these names.
+// Searches for the rarest token of the pattern and tests the other tokens only in the names
+// that hold it.
 class CNamePrefilter {
 public:
     CNamePrefilter(CWildcardPattern pattern, const CPackedNames& index);
 
-    // False when the pattern holds nothing to look for.
+    // False when the pattern holds no token that can be searched for.
     bool IsUsable() const noexcept { return !m_finder.IsEmpty(); }
-    // Whether a name whose packed form fits does fit the pattern.
+    // True when a name matches the pattern whenever its packed form does.
     bool IsExact() const noexcept { return m_exact; }
-    // Whether so many names may fit that reading all records in a row is no slower.
+    // True when so many names may match that reading all records in sequence is not slower.
     bool IsDense() const noexcept { return m_dense; }
 
     const CTokenFinder& Finder() const noexcept { return m_finder; }
-    // Whether a packed name in which the finder found its token fits the pattern.
+    // Whether a packed name that holds the finder's token matches the pattern.
     bool Fits(std::span<const std::byte> name) const noexcept {
         return m_tokens.size() == 1 || FitsAll(name);
     }

@@ -13,12 +13,12 @@ constexpr std::size_t kSampleNames = 1024;
 
 }  // namespace
 
-// A record takes two bytes for each unit of its name and more than two beside it, so half
-// of what the reader still holds is room enough; what is not used is never touched.
+// A record has two bytes for each unit of its name and more than two other bytes, so half of
+// the remaining bytes are enough. Unused memory is never touched.
 CPackedNames::CPackedNames(idxdata::CSeqTableReader& table) {
     idxdata::IReader& reader = table.Reader();
-    const auto room = static_cast<std::size_t>(reader.Remaining() / 2);
-    m_packed = platform::AllocateLargeBlock(room);
+    const auto capacity = static_cast<std::size_t>(reader.Remaining() / 2);
+    m_packed = platform::AllocateLargeBlock(capacity);
     m_firstRecord = reader.Window(0).data();
     m_starts.reserve(static_cast<std::size_t>(std::max<std::int64_t>(table.RecordCount(), 0)) + 1);
     idxdata::CFileRecordCursor cursor(table);
@@ -36,12 +36,12 @@ void CPackedNames::Append(const idxdata::FileRecordView& file) noexcept {
     *out = text::kPackedSeparator;
     text::PackUnits(file.nameBytes, file.nameLength, out + 1);
     m_size += file.nameLength + std::size_t{1};
-    // The largest value of all stays the largest.
+    // The largest unsigned value cannot be incremented.
     const auto folder = static_cast<std::uint64_t>(file.dirIndex);
     m_foldersEnd = std::max(m_foldersEnd, std::max(folder, folder + 1));
 }
 
-// From the middle: the first names of a volume are often not like the others.
+// From the middle: the first names of a volume are often not typical.
 void CPackedNames::ChooseSample() noexcept {
     m_sampleStart = Count() / 2;
     m_sampleEnd = std::min(m_sampleStart + kSampleNames, Count());
@@ -56,14 +56,14 @@ std::span<const std::byte> CPackedNames::PackedName(std::size_t record) const no
     return {m_packed.get() + m_starts[record] + 1, m_starts[record + 1] - m_starts[record] - 1};
 }
 
-// All records before this one take kFixedSize bytes and two for each unit of their names;
+// Each record before this one has kFixedSize bytes and two bytes for each unit of its name.
 // m_starts counts these units and one separator for each record.
 const std::byte* CPackedNames::AddressOf(std::size_t record) const noexcept {
     const std::size_t units = m_starts[record] - record;
     return m_firstRecord + record * idxdata::FileRecordView::kFixedSize + 2 * units;
 }
 
-// Hits come in order and often close together: steps double from `from` on.
+// Hits are in ascending order and often close together: an exponential search from `from`.
 std::size_t CPackedNames::RecordOf(std::size_t position, std::size_t from) const noexcept {
     std::size_t low = from;
     std::size_t step = 1;
@@ -74,20 +74,20 @@ std::size_t CPackedNames::RecordOf(std::size_t position, std::size_t from) const
     const auto first = m_starts.begin() + static_cast<std::ptrdiff_t>(low);
     const auto last =
         m_starts.begin() + static_cast<std::ptrdiff_t>(std::min(low + step, m_starts.size()));
-    const auto behind = std::upper_bound(first, last, position);
-    return static_cast<std::size_t>(behind - m_starts.begin()) - 1;
+    const auto next = std::upper_bound(first, last, position);
+    return static_cast<std::size_t>(next - m_starts.begin()) - 1;
 }
 
-std::size_t CPackedNames::Next(std::size_t from, const CNamePrefilter& probe) const noexcept {
+std::size_t CPackedNames::Next(std::size_t from, const CNamePrefilter& prefilter) const noexcept {
     while (from < Count()) {
         const std::size_t start = m_starts[from];
         const std::size_t found =
-            start + probe.Finder().Find({m_packed.get() + start, m_size - start});
+            start + prefilter.Finder().Find({m_packed.get() + start, m_size - start});
         if (found == m_size) {
             break;
         }
         from = RecordOf(found, from);
-        if (probe.Fits(PackedName(from))) {
+        if (prefilter.Fits(PackedName(from))) {
             return from;
         }
         ++from;

@@ -13,12 +13,12 @@ namespace tdf {
 
 class CNamePrefilter;
 
-// One byte for each code unit of each name, in table order, each name behind a separator;
-// and from there the way back to the records, which stay where they lie. Made once when
-// a volume is loaded; a search then passes over the names only.
+// One byte for each code unit of each name, in table order, with a separator before each
+// name. Positions in the packed names can be converted to record addresses. Built once when
+// a volume is loaded, so that a search reads the packed names instead of the records.
 class CPackedNames {
 public:
-    // `table` stands at its first record; its reader's content must outlive the index.
+    // `table` is at its first record; the content of its reader must outlive this object.
     // Throws what reading the records throws.
     explicit CPackedNames(idxdata::CSeqTableReader& table);
 
@@ -27,15 +27,16 @@ public:
     idxdata::FileRecordView RecordAt(std::size_t record) const noexcept {
         return idxdata::ViewFileRecord(AddressOf(record));
     }
-    // Whether every record's folder index lies within 0 to `folders` - 1.
-    bool StaysBelow(std::size_t folders) const noexcept { return m_foldersEnd <= folders; }
+    // Whether the folder index of every record is in the range 0 to `folders` - 1.
+    bool FolderIndexesAreBelow(std::size_t folders) const noexcept {
+        return m_foldersEnd <= folders;
+    }
 
-    // The first record from `from` on whose packed name fits the probe; Count() when there
-    // is none. Needs a usable probe.
-    std::size_t Next(std::size_t from, const CNamePrefilter& probe) const noexcept;
+    // The first record from `from` on whose packed name passes the prefilter, which must be
+    // usable; Count() if there is none.
+    std::size_t Next(std::size_t from, const CNamePrefilter& prefilter) const noexcept;
 
-    // Some names in a row, from a name's separator on, and how many they are: what can be
-    // expected of all.
+    // Some consecutive names with their separators, as a sample of all names.
     std::span<const std::byte> Sample() const noexcept;
     std::size_t SampleCount() const noexcept { return m_sampleEnd - m_sampleStart; }
 
@@ -48,9 +49,9 @@ private:
     const std::byte* m_firstRecord = nullptr;
     platform::CBlockPtr m_packed;
     std::size_t m_size = 0;  // bytes of m_packed in use
-    // Position of each name's separator, and behind the last one the size.
+    // Position of each name's separator, then m_size.
     std::vector<std::uint32_t> m_starts;
-    std::uint64_t m_foldersEnd = 0;  // above every folder index, read as unsigned
+    std::uint64_t m_foldersEnd = 0;  // greater than every folder index, as unsigned
     std::size_t m_sampleStart = 0;   // records
     std::size_t m_sampleEnd = 0;
 };

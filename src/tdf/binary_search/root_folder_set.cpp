@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::int64_t kNoFolder = -1;
 
-std::vector<text::CFoldedText> CutAtBackslashes(std::u16string_view path) {
+std::vector<text::CFoldedText> SplitAtBackslashes(std::u16string_view path) {
     std::vector<text::CFoldedText> elements;
     while (!path.empty()) {
         const std::u16string_view element = path.substr(0, path.find(u'\\'));
@@ -20,19 +20,20 @@ std::vector<text::CFoldedText> CutAtBackslashes(std::u16string_view path) {
     return elements;
 }
 
-// A nameless folder, such as the volume's root, meets any element.
-bool Meets(const Folder& folder, const text::CFoldedText& element, std::int64_t matched) noexcept {
+// A folder without a name, such as the volume's root, matches any element.
+bool Matches(const Folder& folder, const text::CFoldedText& element,
+             std::int64_t matched) noexcept {
     return folder.nameLength == 0 ||
            (folder.parent == matched && element.Equals(folder.name, folder.nameLength));
 }
 
 }  // namespace
 
-// A path of backslashes only has no element to find: every volume is searched, and no
-// folder is in the set.
+// For a path of backslashes only, every volume is searched and no folder is in the set. Kept
+// for compatibility.
 CRootFolderSet::CRootFolderSet(const std::vector<Folder>& folders, std::u16string_view rootPath)
     : m_members(folders.size()) {
-    const std::vector<text::CFoldedText> elements = CutAtBackslashes(rootPath);
+    const std::vector<text::CFoldedText> elements = SplitAtBackslashes(rootPath);
     m_found = elements.empty();
     if (m_found) {
         return;
@@ -41,7 +42,7 @@ CRootFolderSet::CRootFolderSet(const std::vector<Folder>& folders, std::u16strin
     std::int64_t matched = kNoFolder;
     for (std::size_t i = 0; i < folders.size(); ++i) {
         const Folder& folder = folders[i];
-        if (current < elements.size() && Meets(folder, elements[current], matched)) {
+        if (current < elements.size() && Matches(folder, elements[current], matched)) {
             matched = static_cast<std::int64_t>(i);
             ++current;
         }

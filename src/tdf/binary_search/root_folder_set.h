@@ -9,14 +9,15 @@
 
 namespace tdf {
 
-// Made once for each volume from its folders, in the order of their table: a parent that
-// comes after its child does not count for it.
+// Built from the folders of one volume in table order. A parent that comes after its child
+// in the table is not recognised.
 class CRootFolderSet {
 public:
-    // `rootPath` is cut at backslashes; its first element meets the volume's root.
+    // The elements of `rootPath` are separated by backslashes; the first one matches the
+    // root of every volume.
     CRootFolderSet(const std::vector<Folder>& folders, std::u16string_view rootPath);
 
-    // Whether there is nothing to search in the volume.
+    // True when the volume has no such folder and need not be searched.
     bool IsEmpty() const noexcept { return !m_found; }
     bool Contains(std::int64_t index) const noexcept {
         return static_cast<std::uint64_t>(index) < m_members.size() &&
@@ -24,7 +25,7 @@ public:
     }
 
 private:
-    bool m_found = false;  // every element of the root path
+    bool m_found = false;  // all elements of the root path matched
     std::vector<bool> m_members;
 };
 

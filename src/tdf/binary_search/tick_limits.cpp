@@ -15,8 +15,8 @@ double DateOfTicks(std::int64_t ticks) {
 
 namespace {
 
-// The first of the ticks `first` to `last` whose date passes `test`, which all later ones
-// pass too; last + 1 when none does.
+// The first of the ticks `first` to `last` for whose date `test` is true; last + 1 if there
+// is none. `test` is true for all later ticks as well.
 template <class Test>
 std::int64_t FirstPassing(std::int64_t first, std::int64_t last, Test&& test) noexcept {
     std::int64_t end = last + 1;

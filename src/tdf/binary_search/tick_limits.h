@@ -1,4 +1,4 @@
-// Times of file records against a range of dates.
+// Compares the times of file records with a range of dates.
 #pragma once
 
 #include <cstdint>
@@ -7,10 +7,10 @@
 
 namespace tdf {
 
-// The DATE of a file time, of whole seconds. Throws CExc (E_FAIL) for ticks that have none.
+// The DATE of a file time, in whole seconds. Throws CExc (E_FAIL) for ticks out of range.
 double DateOfTicks(std::int64_t ticks);
 
-// The same answers as TimeLimits gives for the ticks' dates, without converting each.
+// Gives the same results as TimeLimits for the ticks' dates, without converting each time.
 class CTickLimits {
 public:
     explicit CTickLimits(const TimeLimits& limits) noexcept;
@@ -24,14 +24,14 @@ public:
     }
 
 private:
-    // Dates grow with the ticks from 1899-12-30 to the last second of 9999; before that
-    // the time of day counts backwards.
+    // Dates grow with the ticks from 1899-12-30 to the last second of 9999. Before
+    // 1899-12-30 the fraction of a date counts backwards.
     static constexpr std::int64_t kTicksPerDay = 864'000'000'000;
     static constexpr std::int64_t kFirst = 109'205 * kTicksPerDay;
     static constexpr std::int64_t kLast = 3'067'671 * kTicksPerDay - 1;
 
     TimeLimits m_limits;
-    std::int64_t m_from;  // the ticks within kFirst to kLast that are not rejected
+    std::int64_t m_from;  // of kFirst to kLast, m_from to m_till are not rejected
     std::int64_t m_till;
 };
 

@@ -77,11 +77,10 @@ VolumeList LoadVolumes(std::u16string_view dataPath) {
     const auto summary = mtf::CMtfOpenedMetaFile::Open(frame::CombinePath(dataPath, u"summary.txt"),
                                                        mtf::EMtfOpenMode::EMtfLoad);
     VolumeList volumes;
-    for (const std::u16string& attribute : summary->Tree().EnumAllAttrs()) {
-        const std::u16string_view file = summary->Root().GetExistingAttr(attribute);
-        if (!file.empty()) {
-            volumes.push_back(
-                std::make_unique<CVolumeCatalogue>(attribute, frame::CombinePath(dataPath, file)));
+    for (const mtf::CMtfListedAttr& volume : summary->Tree().ListAllAttrs()) {
+        if (!volume.value.empty()) {
+            volumes.push_back(std::make_unique<CVolumeCatalogue>(
+                volume.path, frame::CombinePath(dataPath, volume.value)));
         }
     }
     return volumes;

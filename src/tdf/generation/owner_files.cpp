@@ -16,7 +16,7 @@ namespace {
 constexpr char16_t kCreateFailure[] = u"Cannot create file in CFileWriter::Create";
 constexpr char16_t kByteOrderMark = u'\uFEFF';
 
-// Characters that separate, name drives and streams or stand for others on some system.
+// Path separators, drive and stream separators, wildcards and control characters.
 bool IsReserved(char16_t unit) {
     constexpr std::u16string_view kReserved = u"<>:\"/\\|?*";
     return unit < u' ' || kReserved.find(unit) != std::u16string_view::npos;
@@ -28,10 +28,10 @@ COwnerFiles::COwnerFiles(const CTdfOwners& owners, OwnerFilesSettings settings,
                          const OwnerFilesLimits& limits)
     : m_owners(owners),
       m_settings(std::move(settings)),
-      m_mostHandles(limits.openFiles),
+      m_maxHandles(limits.openFiles),
       m_bufferSize(std::clamp(std::bit_floor(limits.buffers / (owners.Count() + 1)),
-                              limits.smallestBuffer, limits.largestBuffer)),
-      m_mostBuffers(std::max(limits.buffers / m_bufferSize, std::size_t{1})),
+                              limits.minBuffer, limits.maxBuffer)),
+      m_maxBuffers(std::max(limits.buffers / m_bufferSize, std::size_t{1})),
       m_states(owners.Count()),
       m_handles(owners.Count()),
       m_buffers(owners.Count()) {}
@@ -56,45 +56,45 @@ void COwnerFiles::CreateNext(std::uint32_t owner) {
         state.writer = std::make_unique<idxdata::CFileWriter>(m_bufferSize);
     }
     const std::u16string path = PathOf(owner);
-    EnterSharedLabel(owner);
-    WithRoomForHandle([&] { state.writer->Create(path); });
+    MarkSharedLabelOpen(owner);
+    OpenWithFreeHandle([&] { state.writer->Create(path); });
     m_handles.PushBack(owner);
     state.writer->SetAllFileTimes(m_settings.fileTimes);
-    NeedBuffer(owner);
+    AcquireBuffer(owner);
     state.writer->WriteWord(kByteOrderMark);
 }
 
-// Owners that share a label share their files' names. While one of them has a file open
-// nobody can create it anew, whether a handle is held just now or not.
-void COwnerFiles::EnterSharedLabel(std::uint32_t owner) {
-    const std::uint32_t twin = m_owners.FirstWithSameLabel(owner);
-    if (twin != CTdfOwners::kUniqueLabel &&
-        !m_openSharedLabels.emplace(twin, m_states[owner].fileNumber).second) {
+// Owners that share a label share their files' names. While one of them has a file open,
+// another owner cannot create that file, even if no handle is held at the moment.
+void COwnerFiles::MarkSharedLabelOpen(std::uint32_t owner) {
+    const std::uint32_t first = m_owners.FirstWithSameLabel(owner);
+    if (first != CTdfOwners::kUniqueLabel &&
+        !m_openSharedLabels.emplace(first, m_states[owner].fileNumber).second) {
         throw frame::CWin32Exc(kCreateFailure, platform::win32err::kSharingViolation);
     }
 }
 
-void COwnerFiles::LeaveSharedLabel(std::uint32_t owner) noexcept {
-    const std::uint32_t twin = m_owners.FirstWithSameLabel(owner);
-    if (twin != CTdfOwners::kUniqueLabel) {
-        m_openSharedLabels.erase({twin, m_states[owner].fileNumber});
+void COwnerFiles::MarkSharedLabelClosed(std::uint32_t owner) noexcept {
+    const std::uint32_t first = m_owners.FirstWithSameLabel(owner);
+    if (first != CTdfOwners::kUniqueLabel) {
+        m_openSharedLabels.erase({first, m_states[owner].fileNumber});
     }
 }
 
-// Room in the owner's buffer; null when the buffer is too small at all.
-std::byte* COwnerFiles::Place(std::uint32_t owner, std::size_t bytes) {
+// Space in the owner's buffer; null when the whole buffer is too small.
+std::byte* COwnerFiles::Reserve(std::uint32_t owner, std::size_t bytes) {
     idxdata::CFileWriter& writer = *m_states[owner].writer;
     if (!writer.HoldsBuffer()) {
-        NeedBuffer(owner);
+        AcquireBuffer(owner);
     } else {
-        NeedHandle(owner);
+        AcquireHandle(owner);
         m_buffers.PushBack(owner);
     }
     return writer.Reserve(bytes);
 }
 
 void COwnerFiles::PutLongLine(std::uint32_t owner, std::u16string_view line) {
-    NeedHandle(owner);
+    AcquireHandle(owner);
     m_states[owner].writer->WriteTextString(line);
 }
 
@@ -106,10 +106,10 @@ void COwnerFiles::Complete(std::uint32_t owner) {
 
 void COwnerFiles::Close(std::uint32_t owner) {
     if (m_states[owner].writer->IsPending()) {
-        NeedHandle(owner);
+        AcquireHandle(owner);
     }
     m_handles.Remove(owner);
-    LeaveSharedLabel(owner);
+    MarkSharedLabelClosed(owner);
     m_states[owner].writer->Close();
 }
 
@@ -136,56 +136,56 @@ void COwnerFiles::CloseAll() {
     }
 }
 
-void COwnerFiles::CreateBeside(idxdata::CFileWriter& writer, std::u16string_view path) {
-    WithRoomForHandle([&] { writer.Create(path); });
+void COwnerFiles::CreateExtraFile(idxdata::CFileWriter& writer, std::u16string_view path) {
+    OpenWithFreeHandle([&] { writer.Create(path); });
 }
 
-void COwnerFiles::NeedHandle(std::uint32_t owner) {
+void COwnerFiles::AcquireHandle(std::uint32_t owner) {
     idxdata::CFileWriter& writer = *m_states[owner].writer;
     if (!writer.HoldsHandle()) {
-        WithRoomForHandle([&] { writer.Resume(); });
+        OpenWithFreeHandle([&] { writer.Resume(); });
     }
     m_handles.PushBack(owner);
 }
 
-void COwnerFiles::NeedBuffer(std::uint32_t owner) {
+void COwnerFiles::AcquireBuffer(std::uint32_t owner) {
     if (!m_buffers.Holds(owner)) {
-        while (m_buffers.Size() >= m_mostBuffers) {
-            const std::uint32_t waiting = m_buffers.Front();
-            idxdata::CFileWriter& writer = *m_states[waiting].writer;
+        while (m_buffers.Size() >= m_maxBuffers) {
+            const std::uint32_t oldest = m_buffers.Front();
+            idxdata::CFileWriter& writer = *m_states[oldest].writer;
             if (writer.IsPending()) {
-                NeedHandle(waiting);
+                AcquireHandle(oldest);
             }
             writer.ReleaseBuffer();
-            m_buffers.Remove(waiting);
+            m_buffers.Remove(oldest);
         }
     }
     m_buffers.PushBack(owner);
 }
 
-// Runs `opening`, which opens one file. When the process has no handle left, files that
-// wait give theirs until there is one.
-template <class Opening>
-void COwnerFiles::WithRoomForHandle(Opening opening) {
-    while (m_handles.Size() >= m_mostHandles) {
-        PauseFront();
+// Calls `open`, which opens one file. When the process has no free file handle, closes the
+// files that were unused longest and tries again.
+template <class OpenCall>
+void COwnerFiles::OpenWithFreeHandle(OpenCall open) {
+    while (m_handles.Size() >= m_maxHandles) {
+        PauseOldest();
     }
     for (;;) {
         try {
-            return opening();
+            return open();
         } catch (const frame::CWin32Exc& exc) {
             if (exc.GetCode() != platform::win32err::kTooManyOpenFiles || m_handles.Size() == 0) {
                 throw;
             }
         }
-        m_mostHandles = std::max<std::size_t>(m_handles.Size() * 3 / 4, 1);
+        m_maxHandles = std::max<std::size_t>(m_handles.Size() * 3 / 4, 1);
         do {
-            PauseFront();
-        } while (m_handles.Size() > m_mostHandles);
+            PauseOldest();
+        } while (m_handles.Size() > m_maxHandles);
     }
 }
 
-void COwnerFiles::PauseFront() {
+void COwnerFiles::PauseOldest() {
     const std::uint32_t owner = m_handles.Front();
     m_handles.Remove(owner);
     m_states[owner].writer->Pause();

@@ -120,10 +120,10 @@ void CFolderTexts::ComposePath(const CTdfFolders::Chain& chain, std::int64_t fol
 
 void CFolderTexts::ComposeGroups(const CTdfFolders::Chain& chain) {
     CGroupLimit limit(*m_groupLimit);
-    if (limit.Take()) {
+    if (limit.TryAdd()) {
         AppendCrcGroup(m_text, ElementCrc(m_volumeName + u":"));
     }
-    for (std::size_t i = chain.count; i-- > 0 && limit.Take();) {
+    for (std::size_t i = chain.count; i-- > 0 && limit.TryAdd();) {
         AppendCrcGroup(m_text, ElementCrc(m_folders.NameOf(chain.folders[i])));
     }
 }

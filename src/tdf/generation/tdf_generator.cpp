@@ -1,7 +1,5 @@
 #include "tdf/generation/tdf_generator.h"
 
-#include <optional>
-
 #include "frame/file_system.h"
 #include "frame/logging/logger.h"
 #include "mtf/tree/opened_meta_file.h"
@@ -15,10 +13,12 @@ void GenerateTextDataFiles(const TdfSettings& settings) {
     const std::u16string_view folder = frame::SplitPath(settings.binIndexFile).head;
     const auto list =
         mtf::CMtfOpenedMetaFile::Open(settings.binIndexFile, mtf::EMtfOpenMode::EMtfLoad);
-    if (const std::optional<mtf::CMtfTreeRef> volumes = list->Root().FindSubtree(u"Volume")) {
-        for (const std::u16string& name : volumes->EnumChildAttrs()) {
-            const std::u16string_view file = volumes->GetExistingAttr(name);
-            CVolumeGenerator(settings, name).Run(frame::CombinePath(folder, file));
+    using Tree = mtf::CMtfAttrsTreeData;
+    const std::uint64_t volumes = list->Tree().FindSubtree(Tree::kRoot, u"Volume");
+    if (volumes != Tree::kNoNode) {
+        for (const mtf::CMtfAttrEntry* volume : list->Tree().GetTable().ListAttrs(volumes)) {
+            CVolumeGenerator(settings, volume->name.View())
+                .Run(frame::CombinePath(folder, volume->value.View()));
         }
     }
     scope.Ok();

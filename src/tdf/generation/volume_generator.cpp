@@ -61,7 +61,7 @@ void CVolumeGenerator::Run(std::u16string_view dataFile) {
         m_owners,
         {m_settings.outpFolder, m_volumeName, m_settings.txtDateTime, m_settings.recsNumPerTxt},
         m_limits);
-    // What was written before a failure is brought to its files all the same.
+    // After a failure the lines written so far are saved as well.
     const auto saveLines = [&] {
         try {
             files.CloseAll();
@@ -75,7 +75,7 @@ void CVolumeGenerator::Run(std::u16string_view dataFile) {
     } catch (const frame::CExc&) {
         saveLines();
         throw;
-    } catch (const std::exception&) {  // memory that is short, mostly
+    } catch (const std::exception&) {
         saveLines();
         throw;
     }
@@ -145,14 +145,14 @@ void CVolumeGenerator::WriteRecord(COwnerFiles& files, const idxdata::FileRecord
 void CVolumeGenerator::WriteRecordLine(COwnerFiles& files, const idxdata::FileRecordView& record,
                                        std::int64_t index) {
     const CFolderTexts::Text folder = m_folderTexts->TextOf(record.dirIndex, index);
-    const std::size_t mostUnits =
+    const std::size_t maxUnits =
         CRecordPrefixFormatter::kMaxUnits + folder.text.size() + record.nameLength;
     text::TextStatistics survey = text::CollectTextStatistics(record.nameBytes, record.nameLength);
     survey += folder.survey;
-    files.PutLine(record.ownerIndex, mostUnits, [&](std::byte* line) {
+    files.PutLine(record.ownerIndex, maxUnits, [&](std::byte* line) {
         text::CUnitWriter out(line);
-        out.Skip(m_head.Write(record.modifyTime, record.size, line));
-        survey.units += out.Count();  // plain ASCII
+        out.Skip(m_recordPrefix.Write(record.modifyTime, record.size, line));
+        survey.units += out.Count();  // ASCII only
         out.Put(folder.text);
         out.Put(record.nameBytes, record.nameLength);
         const bool passes = survey.Passes() || text::LooksLikeUtf16Text(line, out.Count());
@@ -165,7 +165,7 @@ void CVolumeGenerator::WriteKeyLines(COwnerFiles& files, const idxdata::FileReco
     if (!text::LooksLikeUtf16Text(record.nameBytes, record.nameLength)) {
         return;
     }
-    // Of the index only the low 32 bits count here.
+    // Key lines use the low 32 bits of the index only.
     const std::u16string_view fingerprint =
         m_folderTexts->TextOf(static_cast<std::uint32_t>(record.dirIndex), index).text;
     m_name.clear();
@@ -204,7 +204,7 @@ void CVolumeGenerator::WriteOwnersMap(COwnerFiles& files) {
     const std::u16string shownPath = frame::CombinePath(m_settings.outpFolder, name);
     frame::WithContext(u"Failed to create owners map file. File path:[%1].", {shownPath}, [&] {
         idxdata::CFileWriter map;
-        files.CreateBeside(map, files.PathFor(name));
+        files.CreateExtraFile(map, files.PathFor(name));
         map.WriteWord(u'\uFEFF');
         for (std::size_t owner = 0; owner < m_owners.Count(); ++owner) {
             map.WriteTextString(m_owners.MapLineOf(owner));

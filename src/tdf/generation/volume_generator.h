@@ -18,7 +18,7 @@
 
 namespace tdf {
 
-// Reads a volume's tables in order, then turns its file records into lines, one at a time.
+// Reads the folder and owner tables of a volume, then writes a line for each file record.
 // For one run on one thread; `settings` must outlive it.
 class CVolumeGenerator {
 public:
@@ -53,9 +53,9 @@ private:
     CTdfFolders m_folders;
     CTdfOwners m_owners;
     std::optional<CFolderTexts> m_folderTexts;
-    CRecordPrefixFormatter m_head;
+    CRecordPrefixFormatter m_recordPrefix;
     CKeyNameCutter m_keyNames;
-    std::u16string m_name;  // of the record whose key lines are written
+    std::u16string m_name;  // of the record being written
 };
 
 }  // namespace tdf

@@ -5,7 +5,7 @@
 
 namespace tdf {
 
-// Both ends are included. Written so that an end that is not a number rejects nothing.
+// Both bounds are included. A bound that is not a number rejects nothing.
 struct TimeLimits {
     double from;  // DATE
     double till;

@@ -11,8 +11,6 @@ namespace tdf {
 
 namespace {
 
-constexpr std::size_t kPathPrefix = 2;  // units before the first backslash: "C:"
-
 text::CUnitTest TestOf(char16_t unit) noexcept {
     const char16_t folded = text::ToLowerAscii(unit);
     if (folded == u'?') {
@@ -22,13 +20,13 @@ text::CUnitTest TestOf(char16_t unit) noexcept {
     return {static_cast<std::uint16_t>(letter ? 0x20 : 0), folded};
 }
 
-// The part of a name that is still to be matched.
+// The part of a name that is not matched yet.
 class CNameRest {
 public:
     CNameRest(const std::byte* units, std::size_t length, bool floating) noexcept
         : m_units(units), m_length(length), m_floating(floating) {}
 
-    // Moves to the place where `token` (not empty) fits; false when it fits nowhere.
+    // Moves to the first position where `token` (not empty) matches; false if there is none.
     bool MoveTo(std::u16string_view token) noexcept {
         if (m_length < token.size()) {
             return false;
@@ -81,7 +79,7 @@ const std::byte* BytesOf(std::u16string_view text) noexcept {
     return std::as_bytes(std::span(text.data(), text.size())).data();
 }
 
-// Cuts the next token off the front of `pattern`; empty when there is none left.
+// Removes the next token from the front of `pattern`; empty when no token is left.
 std::u16string_view CutToken(std::u16string_view& pattern) noexcept {
     while (!pattern.empty() && pattern.front() == u'*') {
         pattern.remove_prefix(1);
@@ -152,11 +150,11 @@ bool CWildcardPattern::Match(const std::byte* name, std::size_t length) const no
 
 CutLineParts CutLine(std::u16string_view line) {
     const std::size_t first = line.find(u'\\');
-    if (first == std::u16string_view::npos || first < kPathPrefix) {
+    if (first == std::u16string_view::npos || first < kDriveLength) {
         throw frame::CExc(u"Cannot find a folder in the line: [%1].", {line}, frame::kFail);
     }
     const std::size_t nameAt = line.rfind(u'\\') + 1;
-    const std::size_t folderAt = first - kPathPrefix;
+    const std::size_t folderAt = first - kDriveLength;
     return {line.substr(folderAt, nameAt - folderAt), line.substr(nameAt)};
 }
 

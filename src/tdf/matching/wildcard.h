@@ -1,10 +1,10 @@
-// Wildcard matching of file names, and the cut of a line into folder and name.
+// Wildcard matching of file names, and the division of a line into folder and name.
 //
-// The rule is this library's own. A pattern is cut at '*' into tokens. The first token
-// must stand at the start of the name unless the pattern floats; every further one may
-// stand anywhere from the place where the one before it matched, that place included.
-// Nothing is anchored at the end of the name. '?' takes exactly one code unit; A-Z and a-z
-// are the same, every other unit is compared exactly.
+// The rule is specific to this library. The characters '*' divide a pattern into tokens.
+// The first token must match at the start of the name, unless the pattern floats. Each
+// later token may match at any position from the one where the token before it matched,
+// that position included. Nothing is anchored at the end of the name. '?' matches exactly
+// one code unit. A-Z and a-z are equal; every other unit is compared exactly.
 #pragma once
 
 #include <cstddef>
@@ -16,40 +16,42 @@ namespace tdf {
 
 enum class EStarRule {
     LeadingStar,  // floats when the pattern begins with '*'
-    Standard,     // floats then, and when a pattern that is not empty has no '*' at all
+    Standard,     // also floats when a non-empty pattern holds no '*'
 };
 
-// Whether a pattern floats under a rule.
+// Whether the first token of `pattern` may match at any position.
 bool Floats(std::u16string_view pattern, EStarRule rule) noexcept;
 
-// One match, without preparation and without memory. Takes name and pattern in any case.
-// What IsWildcardMatch asks for is
-//     MatchWildcard(CutLine(line).name, pattern, Floats(pattern, EStarRule::LeadingStar))
+// Matches one name without compiling the pattern; allocates no memory. Name and pattern may
+// be in any case.
 bool MatchWildcard(std::u16string_view name, std::u16string_view pattern, bool floating) noexcept;
 
-// A compiled pattern, for matching many names. Matching changes nothing and may be done
-// from several threads; walking the tokens moves the cursor.
+// A compiled pattern, for matching many names. Several threads may call Match at the same
+// time; FirstToken and NextToken move a cursor.
 class CWildcardPattern {
 public:
-    // Folds the pattern itself.
+    // `pattern` may be in any case.
     explicit CWildcardPattern(std::u16string_view pattern, EStarRule rule = EStarRule::LeadingStar);
 
-    // Both give false when there is no (further) token and leave `token` alone then.
+    // Both return false, and leave `token` unchanged, when there is no further token.
     bool FirstToken(std::u16string_view& token, bool& floating) noexcept;
     bool NextToken(std::u16string_view& token) noexcept;
 
-    // Takes names in any case.
+    // The name may be in any case.
     bool Match(std::u16string_view name) const noexcept;
-    // The same for a name of `length` units that lies at any address.
+    // The same for a name of `length` units at any address.
     bool Match(const std::byte* name, std::size_t length) const noexcept;
 
 private:
     bool m_floating;
     std::vector<std::u16string> m_tokens;  // folded, none empty
-    std::size_t m_cursor = 0;              // the token last handed out
+    std::size_t m_cursor = 0;              // the token returned last
 };
 
-// A line of a text data file around its path, which begins two units before the first
+// Code units of a line's path before its first backslash: "C:".
+inline constexpr std::size_t kDriveLength = 2;
+
+// The path in a line of a text data file. It begins kDriveLength units before the first
 // backslash.
 struct CutLineParts {
     std::u16string_view folder;  // ends with a backslash

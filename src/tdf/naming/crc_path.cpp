@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::uint16_t kPolynomial = 0x1021;
 constexpr std::uint16_t kInitial = 0xFFFF;
-constexpr std::size_t kFewParts = 16;  // below it, sorting in place beats asking for memory
+constexpr std::size_t kMaxInsertionSort = 16;  // parts; std::stable_sort allocates memory
 
 using CrcTable = std::array<std::uint16_t, 256>;
 
@@ -27,7 +27,8 @@ constexpr CrcTable MakeByteTable() {
     return table;
 }
 
-// Entry i: what a byte has become after one more, zero, byte. Lets two bytes go in at once.
+// Entry i is the CRC register of entry i of the byte table after one more zero byte, so
+// that one step handles two bytes.
 constexpr CrcTable MakeSecondTable(const CrcTable& byteTable) {
     CrcTable table{};
     for (std::size_t i = 0; i < table.size(); ++i) {
@@ -75,7 +76,7 @@ std::u16string ConvertPathToCrc(std::u16string_view folderPath, std::int32_t sub
         const auto end = std::find_if(folderPath.begin(), folderPath.end(), IsPathSeparator);
         const auto length = static_cast<std::size_t>(end - folderPath.begin());
         if (length != 0) {
-            if (!limit.Take()) {
+            if (!limit.TryAdd()) {
                 break;
             }
             AppendCrcGroup(text, ElementCrc(folderPath.substr(0, length)));
@@ -86,8 +87,8 @@ std::u16string ConvertPathToCrc(std::u16string_view folderPath, std::int32_t sub
 }
 
 CKeyNameCutter::CKeyNameCutter(std::int32_t additionalParts, std::u16string_view separators)
-    : m_mostParts(additionalParts < 0 ? std::numeric_limits<std::size_t>::max()
-                                      : static_cast<std::size_t>(additionalParts)),
+    : m_maxParts(additionalParts < 0 ? std::numeric_limits<std::size_t>::max()
+                                     : static_cast<std::size_t>(additionalParts)),
       m_separators(separators) {
     for (const char16_t unit : separators) {
         if (unit < m_asciiSeparators.size()) {
@@ -101,10 +102,10 @@ void CKeyNameCutter::Cut(std::u16string_view name) {
     m_base = name.substr(0, dot);
     m_extension = dot == std::u16string_view::npos ? u"none" : name.substr(dot + 1);
     m_parts.clear();
-    if (m_mostParts != 0) {
+    if (m_maxParts != 0) {
         CutParts();
         SortParts();
-        m_parts.resize(std::min(m_parts.size(), m_mostParts));
+        m_parts.resize(std::min(m_parts.size(), m_maxParts));
     }
 }
 
@@ -126,7 +127,7 @@ void CKeyNameCutter::CutParts() {
 }
 
 void CKeyNameCutter::SortParts() {
-    if (m_parts.size() > kFewParts) {
+    if (m_parts.size() > kMaxInsertionSort) {
         std::stable_sort(m_parts.begin(), m_parts.end(), Longer);
         return;
     }

@@ -1,8 +1,8 @@
 // Folder fingerprints and search-key lines (doc/text-data-files.md).
 //
-// A fingerprint is a chain of CRC groups, one for each path element from the drive
-// inwards: CRC-16/CCITT-FALSE over the UTF-16LE bytes of the element in ASCII lower case,
-// as four lower-case hexadecimal digits.
+// A fingerprint is a sequence of CRC groups, one for each path element from the drive to
+// the innermost folder: CRC-16/CCITT-FALSE over the UTF-16LE bytes of the element in ASCII lower
+// case, as four lower-case hexadecimal digits.
 #pragma once
 
 #include <array>
@@ -14,7 +14,7 @@
 
 namespace tdf {
 
-// What stands in front of a fingerprint: which part of the name follows it.
+// The tag before a fingerprint: which part of the name follows the fingerprint.
 enum class EKeyTag : char16_t {
     BaseName = u'0',
     Part = u'1',
@@ -26,11 +26,12 @@ inline constexpr std::size_t kCrcGroupLength = 4;  // code units
 std::uint16_t ElementCrc(std::u16string_view element) noexcept;
 void AppendCrcGroup(std::u16string& text, std::uint16_t crc);
 
-// How many groups a fingerprint may still take. A negative limit is none.
+// Counts the groups that a fingerprint may still receive. A negative limit is unlimited.
 class CGroupLimit {
 public:
     explicit CGroupLimit(std::int32_t limit) noexcept : m_left(limit) {}
-    bool Take() noexcept {
+    // Counts one group; false when the limit is reached.
+    bool TryAdd() noexcept {
         if (m_left == 0) {
             return false;
         }
@@ -42,24 +43,24 @@ private:
     std::int32_t m_left;
 };
 
-// The fingerprint of a folder path behind the tag of base names. Both slashes separate,
-// empty elements are passed over, nothing else is normalised. At most `subfoldersMax`
-// groups; a negative number stands for all.
+// The fingerprint of a folder path, after the tag of base names. Backslash and slash
+// separate elements; empty elements are skipped; nothing else is normalised. At most
+// `subfoldersMax` groups; all of them for a negative number.
 std::u16string ConvertPathToCrc(std::u16string_view folderPath, std::int32_t subfoldersMax);
 
-// Cuts file names into the pieces that key lines are made of. Reuses its memory; one
-// thread at a time.
+// Divides file names into the pieces of key lines. Reuses its memory; for one thread at a
+// time.
 class CKeyNameCutter {
 public:
-    // At most `additionalParts` parts; 0 for none, a negative number for all.
+    // At most `additionalParts` parts; all of them for a negative number.
     CKeyNameCutter(std::int32_t additionalParts, std::u16string_view separators);
 
-    // The pieces are views of `name` and valid as long as it is.
+    // The pieces are views of `name`.
     void Cut(std::u16string_view name);
 
-    std::u16string_view Extension() const noexcept { return m_extension; }  // "none" without dot
+    std::u16string_view Extension() const noexcept { return m_extension; }  // "none" without a dot
     std::u16string_view Base() const noexcept { return m_base; }
-    // Longest first, those of one length in the order of the name.
+    // Longest first; parts of equal length in the order of the name.
     const std::vector<std::u16string_view>& Parts() const noexcept { return m_parts; }
 
 private:
@@ -67,7 +68,7 @@ private:
     void CutParts();
     void SortParts();
 
-    std::size_t m_mostParts;
+    std::size_t m_maxParts;
     std::u16string m_separators;
     std::array<bool, 128> m_asciiSeparators{};
     std::u16string_view m_extension;

@@ -4,22 +4,26 @@
 
 namespace coClasses {
 
-// Owner and UseSearchServerRule are for the search of binary data only.
-CCoOibTDFSearchTask::CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& wanted) {
-    if (wanted.UseTimeLimits != VARIANT_FALSE) {
-        m_searcher.SetTimeLimits(wanted.ModifyTimeFrom, wanted.ModifyTimeTill);
+// Owner and UseSearchServerRule apply to the search of binary data only.
+CCoOibTDFSearchTask::CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& spec) {
+    if (spec.UseTimeLimits != VARIANT_FALSE) {
+        m_searcher.SetTimeLimits(spec.ModifyTimeFrom, spec.ModifyTimeTill);
+    } else {
+        m_searcher.ClearTimeLimits();
     }
-    if (wanted.UseSizeLimits != VARIANT_FALSE) {
-        m_searcher.SetSizeLimits(wanted.SizeFrom, wanted.SizeTill);
+    if (spec.UseSizeLimits != VARIANT_FALSE) {
+        m_searcher.SetSizeLimits(spec.SizeFrom, spec.SizeTill);
+    } else {
+        m_searcher.ClearSizeLimits();
     }
-    if (wanted.UnrestrictedExtentions != nullptr) {
-        m_searcher.SetUnrestrictedExtensions(automation::TextOf(wanted.UnrestrictedExtentions));
+    if (spec.UnrestrictedExtentions != nullptr) {
+        m_searcher.SetUnrestrictedExtensions(automation::TextOf(spec.UnrestrictedExtentions));
     }
-    m_searcher.Search(dataFile, automation::TextOf(wanted.rootPath),
-                      automation::TextOf(wanted.FileNamePattern));
+    m_searcher.Search(dataFile, automation::TextOf(spec.rootPath),
+                      automation::TextOf(spec.FileNamePattern));
 }
 
-// What the record held before is overwritten, not freed.
+// Earlier contents of the record are overwritten, not freed.
 HRESULT CCoOibTDFSearchTask::GetResult(INT index, SearchResult* srchResult) {
     return Unlocked([&]() -> HRESULT {
         if (srchResult == nullptr) {

@@ -7,12 +7,12 @@
 
 namespace coClasses {
 
-// IOibTDFSearchTask over the results of one search of a text data file. Belongs to one
-// thread at a time.
+// IOibTDFSearchTask over the results of one search of a text data file. For one thread at
+// a time.
 class CCoOibTDFSearchTask final : public frame::CCoObject<IOibTDFSearchTask> {
 public:
-    // Runs the whole search; throws what it throws.
-    CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& wanted);
+    // Runs the whole search. Throws what CTextDataSearcher::Search throws.
+    CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& spec);
 
     HRESULT STDMETHODCALLTYPE GetResult(INT index, SearchResult* srchResult) override;
     HRESULT STDMETHODCALLTYPE get_ResultsCount(INT* pCount) override;

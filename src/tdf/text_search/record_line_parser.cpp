@@ -8,7 +8,7 @@ namespace tdf {
 
 namespace {
 
-// Where the fields stand in a line, in code units.
+// Positions of the fields in a line, in code units.
 constexpr std::size_t kMonthAt = 0;
 constexpr std::size_t kDayAt = 3;
 constexpr std::size_t kYearAt = 6;
@@ -17,14 +17,14 @@ constexpr std::size_t kMinuteAt = 14;
 constexpr std::size_t kSecondAt = 17;
 constexpr std::size_t kSizeAt = 21;
 
-// A field that lies behind the end of a short line is empty, and so is no number.
+// A field after the end of a short line is empty and so is not a number.
 std::uint16_t FieldAt(std::u16string_view line, std::size_t at, std::size_t length) {
     const std::u16string_view field =
         at < line.size() ? line.substr(at, length) : line.substr(0, 0);
     return static_cast<std::uint16_t>(frame::StringToInt(field));
 }
 
-double ParseTime(std::u16string_view line) {
+double ParseDate(std::u16string_view line) {
     platform::SystemTime time{};
     time.month = FieldAt(line, kMonthAt, 2);
     time.day = FieldAt(line, kDayAt, 2);
@@ -44,7 +44,7 @@ double ParseTime(std::u16string_view line) {
 
 RecordLine ParseRecordLine(std::u16string_view line) {
     RecordLine record;
-    record.modifyTime = ParseTime(line);
+    record.modifyTime = ParseDate(line);
     const std::size_t comma = line.find(u',', kSizeAt);
     if (comma == std::u16string_view::npos) {
         throw frame::CExc(u"Cannot find file size while parsing string: [%1].", {line},
@@ -62,15 +62,15 @@ RecordLine ParseRecordLine(std::u16string_view line) {
 
 bool CFastRecordLine::TryParse(const std::byte* units, std::size_t length) noexcept {
     m_units = units;
-    return length > kSizeAt && TakeTime() && TakeSize(length);
+    return length > kSizeAt && ParseTime() && ParseSize(length);
 }
 
 namespace {
 
-// Four units as one number; unit i lies in its 16 bits from bit 16 * i on.
+// Four code units as one number: unit i is in bits 16 * i to 16 * i + 15.
 constexpr std::size_t kGroup = 4;
 
-// A time whose digits are all 0.
+// The separators of a time at their positions; all digits are 0.
 constexpr char16_t kTemplate[] = u"00/00/0000 00:00:00,";
 
 constexpr std::uint64_t GroupOf(const char16_t* units) {
@@ -81,14 +81,14 @@ constexpr std::uint64_t GroupOf(const char16_t* units) {
     return group;
 }
 
-// The values of the digits at kFirst to kFirst + 3; units that are separators give 0.
+// The values of the digits at positions kFirst to kFirst + 3; a valid separator gives 0.
 template <std::size_t kFirst>
 std::uint64_t DigitsAt(const std::byte* units) noexcept {
     constexpr std::uint64_t kZeros = GroupOf(kTemplate + kFirst);
     return text::LoadLittle<std::uint64_t>(units + 2 * kFirst) ^ kZeros;
 }
 
-// Bits are set in the result when a unit of the group is above 9.
+// Not 0 when a unit of the group is above 9.
 constexpr std::uint64_t Above9(std::uint64_t group) {
     constexpr std::uint64_t kSixes = 0x0006'0006'0006'0006;
     constexpr std::uint64_t kHighBits = 0xFFF0'FFF0'FFF0'FFF0;
@@ -105,7 +105,7 @@ constexpr std::uint16_t Number(unsigned tens, unsigned ones) {
 
 }  // namespace
 
-bool CFastRecordLine::TakeTime() noexcept {
+bool CFastRecordLine::ParseTime() noexcept {
     const std::uint64_t a = DigitsAt<0>(m_units);   // MM/D
     const std::uint64_t b = DigitsAt<4>(m_units);   // D/YY
     const std::uint64_t c = DigitsAt<8>(m_units);   // YY h
@@ -125,7 +125,7 @@ bool CFastRecordLine::TakeTime() noexcept {
            m_time.minute < 60 && m_time.second < 60 && m_time.year >= 100;
 }
 
-bool CFastRecordLine::TakeSize(std::size_t length) noexcept {
+bool CFastRecordLine::ParseSize(std::size_t length) noexcept {
     constexpr std::size_t kMaxDigits = 18;
     const auto at = [this](std::size_t i) { return text::LoadUnit(m_units, i); };
     std::size_t i = kSizeAt;

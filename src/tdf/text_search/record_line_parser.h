@@ -10,32 +10,32 @@
 namespace tdf {
 
 struct RecordLine {
-    std::u16string_view path;  // the rest of the line behind the size
+    std::u16string_view path;  // the rest of the line after the size
     double modifyTime = 0;     // DATE
-    std::int64_t size = 0;     // bytes; 0 for a text that is no number
+    std::int64_t size = 0;     // bytes; 0 if the text is not a number
 };
 
 // Throws CExc (E_FAIL) for a line without a date, a size or a path.
 RecordLine ParseRecordLine(std::u16string_view line);
 
-// A line in the form that the generator gives it, parsed where it lies, at any address,
-// and without converting its time before that is asked for.
+// Parses a line in the form that the generator writes, in place and at any address. The
+// time is converted only by ModifyTime().
 class CFastRecordLine {
 public:
-    // False for a line that is not in this form or that could fail to parse; whether it
-    // does is for ParseRecordLine to tell. A line taken here parses to the same values.
+    // Returns false for a line in another form and for one that may be invalid; the caller
+    // then uses ParseRecordLine. For all other lines both give the same values.
     bool TryParse(const std::byte* units, std::size_t length) noexcept;
 
     double ModifyTime() const noexcept;
     std::int64_t Size() const noexcept;
 
 private:
-    bool TakeTime() noexcept;
-    bool TakeSize(std::size_t length) noexcept;
+    bool ParseTime() noexcept;
+    bool ParseSize(std::size_t length) noexcept;
 
     const std::byte* m_units = nullptr;
     platform::SystemTime m_time{};
-    std::size_t m_sizeEnd = 0;  // position of the comma behind the size
+    std::size_t m_sizeEnd = 0;  // position of the comma after the size
 };
 
 }  // namespace tdf

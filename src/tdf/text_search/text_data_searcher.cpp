@@ -12,8 +12,6 @@ namespace tdf {
 
 namespace {
 
-constexpr std::size_t kPathPrefix = 2;  // units before the first backslash: "C:"
-
 std::u16string CopyOf(const TextLine& line) {
     std::u16string text(line.length, u'\0');
     if (line.length > 0) {
@@ -23,15 +21,15 @@ std::u16string CopyOf(const TextLine& line) {
 }
 
 bool HasFolder(const TextLine& line) noexcept {
-    return line.firstBackslash != TextLine::kNone && line.firstBackslash >= kPathPrefix;
+    return line.firstBackslash != TextLine::kNone && line.firstBackslash >= kDriveLength;
 }
 
 bool IsBelow(const TextLine& line, const text::CFoldedText& root) noexcept {
-    const std::size_t start = line.firstBackslash - kPathPrefix;
+    const std::size_t start = line.firstBackslash - kDriveLength;
     return root.IsPrefixOf(line.units + 2 * start, line.lastBackslash + 1 - start);
 }
 
-bool FitsName(const TextLine& line, const CWildcardPattern& wildcard) noexcept {
+bool MatchesName(const TextLine& line, const CWildcardPattern& wildcard) noexcept {
     const std::size_t start = line.lastBackslash + 1;
     return wildcard.Match(line.units + 2 * start, line.length - start);
 }
@@ -57,17 +55,17 @@ void CTextDataSearcher::Search(std::u16string_view dataFile, std::u16string_view
     }
 }
 
-// A line that does not parse ends the search whatever its name, so it is parsed first.
+// The line is parsed even if its name does not match: an invalid line ends the search.
 bool CTextDataSearcher::Accepts(const TextLine& line, const CWildcardPattern& wildcard) const {
     CFastRecordLine fast;
     if (!fast.TryParse(line.units, line.length)) {
         const std::u16string text = CopyOf(line);
         const RecordLine record = ParseRecordLine(text);
-        return FitsName(line, wildcard) &&
+        return MatchesName(line, wildcard) &&
                !(m_timeLimits && m_timeLimits->Rejects(record.modifyTime)) &&
                !(m_sizeLimits && m_sizeLimits->Rejects(record.size));
     }
-    return FitsName(line, wildcard) &&
+    return MatchesName(line, wildcard) &&
            !(m_timeLimits && m_timeLimits->Rejects(fast.ModifyTime())) &&
            !(m_sizeLimits && m_sizeLimits->Rejects(fast.Size()));
 }

@@ -13,21 +13,21 @@
 
 namespace tdf {
 
-// Filled by Search, read afterwards; one thread at a time. Criteria are set before Search.
+// Set the limits, call Search, then read the results. For one thread at a time.
 class CTextDataSearcher {
 public:
-    // Both ends belong to the range; an end that is not a number rejects nothing.
+    // Both bounds are included; a bound that is not a number rejects nothing.
     void SetTimeLimits(double from, double till) { m_timeLimits = {from, till}; }
     void ClearTimeLimits() { m_timeLimits.reset(); }
     void SetSizeLimits(std::int64_t from, std::int64_t till) { m_sizeLimits = {from, till}; }
     void ClearSizeLimits() { m_sizeLimits.reset(); }
-    // Kept, and asked by no search.
+    // Stored only: the search of text does not use it.
     void SetUnrestrictedExtensions(std::u16string_view text) { m_unrestrictedExtensions = text; }
 
-    // Appends the lines whose folder begins with `rootPath`, whose name fits `pattern` and
-    // whose time and size lie within the limits, as they stand in the file. Throws what
-    // CFileReader throws, and CExc (E_FAIL) for a line that is cut into folder and name in
-    // vain, or that lies below the root and is no record line; the lines before it stay.
+    // Appends, unchanged, the lines whose folder begins with `rootPath`, whose name matches
+    // `pattern` and whose time and size are within the limits. Throws what CFileReader
+    // throws. Throws CExc (E_FAIL) for a line without a folder, and for a line below
+    // `rootPath` that is not a record line. The results up to that line are kept.
     void Search(std::u16string_view dataFile, std::u16string_view rootPath,
                 std::u16string_view pattern);
 
@@ -35,13 +35,13 @@ public:
         return static_cast<std::int32_t>(m_results.size());
     }
     const text::CLineStore& GetResults() const noexcept { return m_results; }
-    // `fileName` lives as long as the searcher. Throws CExc: E_INVALIDARG for an index that
-    // names no result, E_FAIL for a line that does not parse.
+    // `fileName` is valid as long as the searcher. Throws CExc: E_INVALIDARG for an index
+    // out of range, E_FAIL for a line that does not parse.
     void GetResultRecord(std::int32_t index, std::u16string_view& fileName, double& modifyTime,
                          std::int64_t& size) const;
 
-    // Whether the name of `line`, which holds a path, fits `pattern`. Throws what CutLine
-    // throws.
+    // Whether the file name in `line`, which holds a path, matches `pattern`. Throws what
+    // CutLine throws.
     static bool IsWildcardMatch(std::u16string_view line, std::u16string_view pattern);
 
 private:

@@ -32,7 +32,7 @@ bool CTextLineCursor::Next(TextLine& line) {
     return false;
 }
 
-// False when no whole line is left in the window.
+// Returns false when the window holds no further complete line.
 bool CTextLineCursor::NextInWindow(TextLine& line) {
     if (m_next >= m_count) {
         return false;
@@ -40,12 +40,12 @@ bool CTextLineCursor::NextInWindow(TextLine& line) {
     std::size_t firstDropped = TextLine::kNone;
     line.firstBackslash = line.lastBackslash = TextLine::kNone;
     const std::size_t blocks = m_marks.size();
-    std::uint64_t todo = ~std::uint64_t{0} << (m_next % kBlock);
+    std::uint64_t remaining = ~std::uint64_t{0} << (m_next % kBlock);
     for (std::size_t block = m_next / kBlock; block < blocks; ++block) {
         const text::LineMarks& marks = m_marks[block];
-        const std::uint64_t end = marks.lineFeeds & todo;
-        // The bits up to the line feed; all of them without one.
-        const std::uint64_t inLine = todo & (end ^ (end - 1));
+        const std::uint64_t end = marks.lineFeeds & remaining;
+        // The bits up to the line feed; all bits if there is none.
+        const std::uint64_t inLine = remaining & (end ^ (end - 1));
         const std::uint64_t backslashes = marks.backslashes & inLine;
         line.lastBackslash = backslashes == 0 ? line.lastBackslash : HighestAt(backslashes, block);
         line.firstBackslash = std::min(line.firstBackslash, LowestAt(backslashes, block));
@@ -54,12 +54,13 @@ bool CTextLineCursor::NextInWindow(TextLine& line) {
             Finish(LowestAt(end, block), firstDropped, line);
             return true;
         }
-        todo = ~std::uint64_t{0};
+        remaining = ~std::uint64_t{0};
     }
     return false;
 }
 
-// The line ends before the unit `end`; positions in `line` still count from the window.
+// The line ends before the unit `end`. The backslash positions in `line` are relative to
+// the window until this function makes them relative to the line.
 void CTextLineCursor::Finish(std::size_t end, std::size_t firstDropped, TextLine& line) {
     const std::size_t start = m_next;
     m_next = end + 1;
@@ -94,8 +95,8 @@ void CTextLineCursor::PointAtCopy(TextLine& line) const noexcept {
     line.lastBackslash = m_copy.rfind(u'\\');
 }
 
-// Gives the reader back what was read and takes a new window; false when that does not
-// show more than before.
+// Skips the units already read and takes a new window. Returns false when the new window
+// holds no more units than were left of the old one.
 bool CTextLineCursor::Refill() {
     const std::size_t left = m_count - m_next;
     m_reader.SkipBytes(2 * m_next);
@@ -108,7 +109,7 @@ bool CTextLineCursor::Refill() {
     return m_count > left;
 }
 
-// The reader stands at the line: Refill came before.
+// Refill has set the reader to the start of the line.
 bool CTextLineCursor::NextThroughReader(TextLine& line) {
     m_count = m_next = 0;
     m_marks.clear();

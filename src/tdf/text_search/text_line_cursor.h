@@ -11,8 +11,7 @@
 
 namespace tdf {
 
-// One line where it lies, at any address, without its LF and without the units that are
-// dropped from lines.
+// One line in the reader's buffer, at any address, without LF, CR and byte-order marks.
 struct TextLine {
     static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
@@ -22,17 +21,16 @@ struct TextLine {
     std::size_t lastBackslash;
 };
 
-// Steps through the lines from the reader's position on: the same lines, in the same
-// order and with the same failures as CFileReader::ReadTextString gives. Lines that hold
-// units to drop, and those that do not end inside the reader's buffer, are copied;
-// all others are looked at in the buffer.
+// Reads lines from the reader's position on: the same lines, in the same order and with the
+// same failures as CFileReader::ReadTextString. A line is copied only if it holds CR or
+// byte-order marks before its end, or if it does not end inside the reader's buffer.
 class CTextLineCursor {
 public:
     explicit CTextLineCursor(idxdata::CFileReader& reader) : m_reader(reader) {}
 
     // False at the end. The line is valid until the next call.
     bool Next(TextLine& line);
-    // Of the line last returned, from 1.
+    // Number of the line returned last, from 1.
     std::uint64_t LineNumber() const noexcept { return m_lineNumber; }
 
 private:
@@ -40,16 +38,16 @@ private:
     bool Refill();
     bool NextThroughReader(TextLine& line);
     void Finish(std::size_t end, std::size_t firstDropped, TextLine& line);
-    void CopyWithoutDropped(std::size_t end, TextLine& line);
+    void CopyWithoutDropped(std::size_t length, TextLine& line);
     void PointAtCopy(TextLine& line) const noexcept;
 
     idxdata::CFileReader& m_reader;
     std::uint64_t m_lineNumber = 0;
     const std::byte* m_units = nullptr;    // the window
-    std::size_t m_count = 0;               // its units
-    std::size_t m_next = 0;                // unit that the next line begins with
+    std::size_t m_count = 0;               // units in the window
+    std::size_t m_next = 0;                // first unit of the next line
     std::vector<text::LineMarks> m_marks;  // of the window
-    std::u16string m_copy;                 // a line that had to be copied
+    std::u16string m_copy;                 // the current line, if it is copied
 };
 
 }  // namespace tdf
