@@ -4,64 +4,80 @@
 
 namespace support {
 
-ByteWriter& ByteWriter::Number(std::uint64_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i) {
-        m_bytes.push_back(static_cast<char>(value >> (8 * i) & 0xFF));
+namespace {
+
+// Little-endian fields, one after another.
+struct ByteWriter {
+    template <class Number>
+    ByteWriter& Put(Number value) {
+        for (std::size_t i = 0; i < sizeof value; ++i) {
+            bytes.push_back(static_cast<char>(static_cast<std::uint64_t>(value) >> (8 * i)));
+        }
+        return *this;
     }
-    return *this;
-}
-
-ByteWriter& ByteWriter::String(std::u16string_view text) {
-    DWord(static_cast<std::uint32_t>(text.size()));
-    for (const char16_t unit : text) {
-        Word(unit);
+    ByteWriter& Raw(std::string_view raw) { return bytes += raw, *this; }
+    ByteWriter& String(std::u16string_view text) {
+        Put(static_cast<std::uint32_t>(text.size()));
+        for (const char16_t unit : text) {
+            Put(unit);
+        }
+        return *this;
     }
-    return *this;
-}
 
-ByteWriter& ByteWriter::Raw(std::string_view bytes) {
-    m_bytes += bytes;
-    return *this;
-}
+    std::string bytes;
+};
 
-TableImage FilesTable(const std::vector<FileRow>& rows) {
+template <class Row, class Encode>
+TableImage MakeTable(std::uint32_t id, std::vector<std::uint16_t> fieldTypes,
+                     const std::vector<Row>& rows, Encode encode) {
     ByteWriter writer;
-    for (const FileRow& row : rows) {
-        writer.String(row.name).LongLong(row.dir).DWord(row.owner);
-        writer.LongLong(row.modifyTime).LongLong(row.size);
+    for (const Row& row : rows) {
+        encode(writer, row);
     }
     TableImage table;
-    table.id = 1;
-    table.fieldTypes = {2, 1, 3, 1, 1};
+    table.id = id;
+    table.fieldTypes = std::move(fieldTypes);
     table.recordCount = static_cast<std::int64_t>(rows.size());
-    table.records = writer.Bytes();
+    table.records = writer.bytes;
     return table;
+}
+
+std::u16string_view PieceOf(std::u16string_view pieces, std::size_t index) {
+    for (; index > 0; --index) {
+        pieces.remove_prefix(pieces.find(u'|') + 1);
+    }
+    return pieces.substr(0, pieces.find(u'|'));
+}
+
+std::u16string RandomName(std::mt19937& random) {
+    std::u16string name;
+    for (auto n = random() % 3 + 1; n > 0; --n) {
+        name += PieceOf(
+            u"a|B|report|Report|data|x1|\u0416\u0443\u043a|\u00C9t\u00E9|\u4E2D\u6587|"
+            u"_|-| |.|index|LOG|\U0001F600",
+            random() % 16);
+    }
+    return name += PieceOf(u".txt|.TXT|.log||.tar.gz|.", random() % 6);
+}
+
+}  // namespace
+
+TableImage FilesTable(const std::vector<FileRow>& rows) {
+    return MakeTable(1, {2, 1, 3, 1, 1}, rows, [](ByteWriter& writer, const FileRow& row) {
+        writer.String(row.name).Put(row.dir).Put(row.owner).Put(row.modifyTime).Put(row.size);
+    });
 }
 
 TableImage DirsTable(const std::vector<DirRow>& rows) {
-    ByteWriter writer;
-    for (const DirRow& row : rows) {
-        writer.String(row.name).LongLong(row.parent);
-    }
-    TableImage table;
-    table.id = 2;
-    table.fieldTypes = {2, 1};
-    table.recordCount = static_cast<std::int64_t>(rows.size());
-    table.records = writer.Bytes();
-    return table;
+    return MakeTable(2, {2, 1}, rows, [](ByteWriter& writer, const DirRow& row) {
+        writer.String(row.name).Put(row.parent);
+    });
 }
 
 TableImage OwnersTable(const std::vector<OwnerRow>& rows) {
-    ByteWriter writer;
-    for (const OwnerRow& row : rows) {
+    return MakeTable(3, {2, 2, 2}, rows, [](ByteWriter& writer, const OwnerRow& row) {
         writer.String(row.id).String(row.name).String(row.domain);
-    }
-    TableImage table;
-    table.id = 3;
-    table.fieldTypes = {2, 2, 2};
-    table.recordCount = static_cast<std::int64_t>(rows.size());
-    table.records = writer.Bytes();
-    return table;
+    });
 }
 
 std::string ChainTables(const std::vector<TableImage>& tables, std::int64_t lastNext) {
@@ -70,15 +86,15 @@ std::string ChainTables(const std::vector<TableImage>& tables, std::int64_t last
         const bool last = &table == &tables.back();
         const std::size_t size = 36 + 2 * table.fieldTypes.size() + table.records.size();
         ByteWriter writer;
-        writer.Raw(table.prefix).Word(table.major).Word(table.minor);
-        writer.LongLong(last ? lastNext : static_cast<std::int64_t>(out.size() + size));
-        writer.DWord(table.format).DWord(table.id);
-        writer.DWord(static_cast<std::uint32_t>(table.fieldTypes.size()));
+        writer.Raw(table.prefix).Put(table.major).Put(table.minor);
+        writer.Put(last ? lastNext : static_cast<std::int64_t>(out.size() + size));
+        writer.Put(table.format).Put(table.id);
+        writer.Put(static_cast<std::uint32_t>(table.fieldTypes.size()));
         for (const std::uint16_t type : table.fieldTypes) {
-            writer.Word(type);
+            writer.Put(type);
         }
-        writer.LongLong(table.recordCount).Raw(table.records);
-        out += writer.Bytes();
+        writer.Put(table.recordCount).Raw(table.records);
+        out += writer.bytes;
     }
     return out;
 }
@@ -89,53 +105,16 @@ std::string Volume::Bytes() const {
 
 Volume SmallVolume() {
     constexpr std::int64_t kTime = 130027143072500000;  // 2013-01-15 09:05:07.25
-    Volume volume;
-    volume.dirs = {{u"", 0},     {u"Users", 0}, {u"john", 1},
-                   {u"docs", 2}, {u"Gamma", 0}, {u"beta", 0}};
-    volume.owners = {
-        {u"ID-1001", u"jsmith", u"CORP"}, {u"ID-18", u"", u""}, {u"id-7", u"ID-7", u"X"}};
-    volume.files = {
-        {u"readme.txt", 2, 0, kTime, 1234},
-        {u"b.txt", 3, 0, kTime, 1},
-        {u"A.txt", 3, 1, kTime + 10000000, 2},
-        {u"boot.log", 0, 2, 0, 0},
-        {u"\u0444\u0430\u0439\u043b.TXT", 3, 4294967295U, kTime, 4},
-        {u"Report.final.docx", 2, 0, kTime, 5},
-        {u"\U0001F4C4 page", 4, 3, kTime, 6},
-    };
-    return volume;
+    return {{{u"", 0}, {u"Users", 0}, {u"john", 1}, {u"docs", 2}, {u"Gamma", 0}, {u"beta", 0}},
+            {{u"readme.txt", 2, 0, kTime, 1234},
+             {u"b.txt", 3, 0, kTime, 1},
+             {u"A.txt", 3, 1, kTime + 10000000, 2},
+             {u"boot.log", 0, 2, 0, 0},
+             {u"\u0444\u0430\u0439\u043b.TXT", 3, 4294967295U, kTime, 4},
+             {u"Report.final.docx", 2, 0, kTime, 5},
+             {u"\U0001F4C4 page", 4, 3, kTime, 6}},
+            {{u"ID-1001", u"jsmith", u"CORP"}, {u"ID-18", u"", u""}, {u"id-7", u"ID-7", u"X"}}};
 }
-
-namespace {
-
-std::u16string RandomName(std::mt19937& random) {
-    static const std::u16string_view kPieces[] = {u"a",
-                                                  u"B",
-                                                  u"report",
-                                                  u"Report",
-                                                  u"data",
-                                                  u"x1",
-                                                  u"\u0416\u0443\u043a",
-                                                  u"\u00C9t\u00E9",
-                                                  u"\u4E2D\u6587",
-                                                  u"_",
-                                                  u"-",
-                                                  u" ",
-                                                  u".",
-                                                  u"index",
-                                                  u"LOG",
-                                                  u"\U0001F600"};
-    static const std::u16string_view kEndings[] = {u".txt", u".TXT",    u".log",
-                                                   u"",     u".tar.gz", u"."};
-    std::u16string name;
-    for (auto n = random() % 3 + 1; n > 0; --n) {
-        name += kPieces[random() % std::size(kPieces)];
-    }
-    name += kEndings[random() % std::size(kEndings)];
-    return name;
-}
-
-}  // namespace
 
 Volume RandomVolume(std::uint32_t seed, std::size_t dirs, std::size_t files, std::size_t owners) {
     std::mt19937 random(seed);
@@ -153,13 +132,10 @@ Volume RandomVolume(std::uint32_t seed, std::size_t dirs, std::size_t files, std
                                  random() % 2 == 0 ? u"CORP" : u"home"});
     }
     for (std::size_t i = 0; i < files; ++i) {
-        FileRow row;
-        row.name = RandomName(random);
-        row.dir = below(dirs);
-        row.owner = static_cast<std::uint32_t>(below(owners + 2));
-        row.modifyTime = 116444736000000000 + below(1U << 30) * 10'000'000 + below(10'000'000);
-        row.size = below(1000000);
-        volume.files.push_back(row);
+        volume.files.push_back(
+            {RandomName(random), below(dirs), static_cast<std::uint32_t>(below(owners + 2)),
+             116444736000000000 + below(1U << 30) * 10'000'000 + below(10'000'000),
+             below(1000000)});
     }
     return volume;
 }

@@ -1,4 +1,4 @@
-// Builds index data files for tests, sound ones and damaged ones.
+// Builds valid and damaged index data files for tests.
 #pragma once
 
 #include <cstdint>
@@ -27,25 +27,7 @@ struct OwnerRow {
     std::u16string domain;
 };
 
-// Bytes written field by field, little-endian.
-class ByteWriter {
-public:
-    ByteWriter& Word(std::uint16_t value) { return Number(value, 2); }
-    ByteWriter& DWord(std::uint32_t value) { return Number(value, 4); }
-    ByteWriter& LongLong(std::int64_t value) {
-        return Number(static_cast<std::uint64_t>(value), 8);
-    }
-    ByteWriter& String(std::u16string_view text);
-    ByteWriter& Raw(std::string_view bytes);
-    std::string& Bytes() { return m_bytes; }
-
-private:
-    ByteWriter& Number(std::uint64_t value, int bytes);
-
-    std::string m_bytes;
-};
-
-// One table of the chain: header fields that a test may bend, and encoded records.
+// One table of the chain: header fields, which a test can damage, and encoded records.
 struct TableImage {
     std::string prefix = "VIFD";
     std::uint16_t major = 1;
@@ -61,8 +43,8 @@ TableImage FilesTable(const std::vector<FileRow>& rows);
 TableImage DirsTable(const std::vector<DirRow>& rows);
 TableImage OwnersTable(const std::vector<OwnerRow>& rows);
 
-// The tables one after the other, chained in this order. `lastNext` is the last table's
-// next offset.
+// The tables one after another, chained in this order. `lastNext` is the next offset of the
+// last table.
 std::string ChainTables(const std::vector<TableImage>& tables, std::int64_t lastNext = 0);
 
 // A whole volume: Dirs, Files, Owners.
@@ -77,8 +59,8 @@ struct Volume {
 // The volume of the golden file tests/data/small.dat: six folders, seven files, three owners.
 Volume SmallVolume();
 
-// A volume drawn from `seed`: nested folders, names of several scripts and of either case,
-// owner indexes that name nobody among them.
+// A random volume: nested folders, names of several scripts and in both cases, some owner
+// indexes that are no owner.
 Volume RandomVolume(std::uint32_t seed, std::size_t dirs, std::size_t files, std::size_t owners);
 
 }  // namespace support

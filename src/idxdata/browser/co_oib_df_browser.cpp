@@ -6,7 +6,7 @@
 
 namespace coClasses {
 
-// The errors carry the search task's identifier on purpose.
+// Errors carry the identifier of IOibTDFSearchTask. Kept for compatibility.
 CCoOibDFBrowser::CCoOibDFBrowser(std::u16string_view volumeFilePath)
     : CCoObject(IID_IOibTDFSearchTask), m_browser(volumeFilePath) {}
 
@@ -22,8 +22,8 @@ HRESULT CCoOibDFBrowser::GetFolders(BSTR rootPath, SAFEARRAY** ppFolders) {
     });
 }
 
-// The array is handed out before it is filled, so that the caller holds what was read
-// when the listing fails.
+// The array is returned before it is filled: after a failure the caller has the files that
+// were read before it.
 HRESULT CCoOibDFBrowser::List(BSTR rootPath, bool recursive,
                               std::optional<std::u16string_view> permittedExtensions,
                               IOibFilesArray** ppFiles) {

@@ -23,7 +23,7 @@ automation::CBstr JoinTexts(std::u16string_view a, std::u16string_view b) {
 
 }  // namespace
 
-// The errors carry the search task's identifier on purpose.
+// Errors carry the identifier of IOibTDFSearchTask. Kept for compatibility.
 CCoOibFilesArray::CCoOibFilesArray(std::shared_ptr<const idxdata::CFileEntries> files)
     : CCoObject(IID_IOibTDFSearchTask), m_files(std::move(files)) {}
 
@@ -40,7 +40,7 @@ HRESULT CCoOibFilesArray::GetFileInfo(ULONG index, OibFileInfo* pFileInfo) {
         automation::CBstr name =
             JoinTexts(m_files->FolderPrefixOf(entry), idxdata::CFileEntries::NameOf(entry));
         automation::CBstr owner(automation::NewBstr(m_files->OwnerOf(entry)));
-        double date = 0;  // stays when the record's time cannot be converted
+        double date = 0;  // for a time that cannot be converted
         platform::FileTimeToDate(entry.modifyTime, date);
         pFileInfo->FileName = name.Detach();
         pFileInfo->ModifyTime = date;

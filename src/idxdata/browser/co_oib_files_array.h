@@ -7,8 +7,8 @@
 
 namespace coClasses {
 
-// IOibFilesArray over the files that a listing found; independent of the browser. Belongs
-// to one thread at a time.
+// IOibFilesArray over the result of a listing; independent of the browser. Belongs to one
+// thread at a time.
 class CCoOibFilesArray final : public frame::CCoObject<IOibFilesArray> {
 public:
     explicit CCoOibFilesArray(std::shared_ptr<const idxdata::CFileEntries> files);

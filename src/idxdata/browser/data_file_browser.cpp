@@ -5,27 +5,17 @@
 
 #include "frame/errors.h"
 #include "idxdata/browser/extension_filter.h"
+#include "idxdata/streams/file_reader.h"
 #include "idxdata/tables/seq_table_reader.h"
 
 namespace idxdata {
 
 namespace {
 
-std::shared_ptr<const OwnerNames> LoadOwnerNames(std::u16string_view path) {
-    rec::COwnerRecord record;
-    CSeqTableReader table(path, EIdxTableOwners, record);
-    auto names = std::make_shared<OwnerNames>();
-    while (!table.IsEnd()) {
-        table.ReadRecord(record);
-        names->push_back(record.OwnerName);
-    }
-    return names;
-}
-
-// For each folder record of the volume the listed folder it became, or kNoFolder.
+// For each folder of the volume its number in the listing, or kNoFolder.
 using FolderMap = std::vector<CListedFolders::Id>;
 
-// Everything below `root`, depth first, children in tree order.
+// Adds the folders below `root`, depth first, children in tree order.
 void AddSubtree(const CFolderTree& tree, CFolderTree::Node root, CListedFolders& folders,
                 FolderMap& map) {
     std::vector<CFolderTree::Node> pending = {root};
@@ -47,10 +37,15 @@ CListedFolders::Id FolderOf(const FolderMap& map, std::int64_t dirIndex) {
 
 }  // namespace
 
-CDataFileBrowser::CDataFileBrowser(std::u16string_view volumeFilePath)
-    : m_path(volumeFilePath),
-      m_tree(CFolderTree::Load(volumeFilePath)),
-      m_owners(LoadOwnerNames(volumeFilePath)) {}
+CDataFileBrowser::CDataFileBrowser(std::u16string_view volumeFilePath) : m_path(volumeFilePath) {
+    const auto reader = std::make_shared<CFileReader>();
+    reader->Open(volumeFilePath);
+    CSeqTableReader folders(reader, EIdxTableDirs, rec::CDirRecord());
+    m_tree = std::make_shared<const CFolderTree>(folders);
+    reader->SetCurFilePos(0);
+    CSeqTableReader owners(reader, EIdxTableOwners, rec::COwnerRecord());
+    m_owners = std::make_shared<const COwnerTable>(owners);
+}
 
 CDataFileBrowser::Tree CDataFileBrowser::OpenTree() const {
     if (!m_tree) {

@@ -12,8 +12,8 @@ CExtensionFilter::CExtensionFilter(bool enabled, std::u16string_view text) : m_e
     }
 }
 
-// A blank inside an ending is kept but not counted, so the ending loses as many units at
-// its end as it holds blanks. Kept on purpose.
+// A space inside an ending is kept but not counted: the ending loses as many code units at
+// its end as it contains spaces. Kept for compatibility.
 void CExtensionFilter::Parse(std::u16string_view text) {
     std::size_t start = 0;
     std::size_t count = 0;

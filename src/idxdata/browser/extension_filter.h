@@ -8,20 +8,19 @@
 
 namespace idxdata {
 
-// Keeps names that end with one of its endings, compared case-sensitively. No dot is
-// implied; a name that is nothing but the ending is not permitted.
+// Permits names that end with one of its endings and are longer than it. The comparison is
+// case-sensitive; no dot is implied.
 class CExtensionFilter {
 public:
-    // `text` holds endings separated by ';' or ','. A filter that is not enabled permits
-    // everything, an enabled one without endings nothing.
+    // `text` is a list of endings separated by ';' or ','; spaces around an ending are
+    // ignored. A disabled filter permits every name, an enabled one without endings none.
     CExtensionFilter(bool enabled, std::u16string_view text);
 
     bool IsPermitted(std::u16string_view name) const noexcept;
-    // The same for a name of `length` units that lies at any address.
+    // The same for a name of `length` code units at any address.
     bool IsPermitted(const std::byte* name, std::size_t length) const noexcept;
 
     bool IsEnabled() const noexcept { return m_enabled; }
-    const std::vector<std::u16string>& Extensions() const noexcept { return m_extensions; }
 
 private:
     void Parse(std::u16string_view text);

@@ -1,7 +1,6 @@
 #include "idxdata/browser/file_entries.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <numeric>
 #include <utility>
@@ -12,7 +11,6 @@
 namespace idxdata {
 
 namespace {
-constexpr std::size_t kBlockUnits = 256 * 1024;  // code units of names in one block
 constexpr char16_t kSeparator = u'\\';
 }  // namespace
 
@@ -32,18 +30,6 @@ std::u16string_view CListedFolders::LastElementOf(Id folder) const noexcept {
     return prefix.substr(m_prefixes[m_parents[folder]].size());
 }
 
-char16_t* CFileEntries::TakeText(std::size_t units) {
-    if (units > m_blockLeft) {
-        const std::size_t size =
-            std::max(units, m_blocks.empty() ? std::size_t{1024} : kBlockUnits);
-        m_blocks.push_back(std::make_unique_for_overwrite<char16_t[]>(size));
-        m_blockNext = m_blocks.back().get();
-        m_blockLeft = size;
-    }
-    m_blockLeft -= units;
-    return std::exchange(m_blockNext, m_blockNext + units);
-}
-
 void CFileEntries::Reserve(std::size_t files) {
     m_entries.reserve(files);
     m_keys.reserve(files);
@@ -54,14 +40,12 @@ void CFileEntries::AddFile(CListedFolders::Id folder, const FileRecordView& file
     if (m_entries.size() >= std::numeric_limits<std::uint32_t>::max()) {
         throw frame::CExc(u"There are too many files in the listing.", frame::kFail);
     }
-    char16_t* name = TakeText(file.nameLength);
-    std::memcpy(name, file.nameBytes, std::size_t{file.nameLength} * 2);
-    const std::u16string_view text(name, file.nameLength);
-    m_hasSeparatorInName = m_hasSeparatorInName || text.find(kSeparator) != text.npos;
-    m_keys.push_back(PathKeyOf(text));
+    const std::u16string_view name = m_names.Add(file.nameBytes, file.nameLength);
+    m_hasSeparatorInName = m_hasSeparatorInName || name.find(kSeparator) != name.npos;
+    m_keys.push_back(PathKeyOf(name));
     m_order.push_back(static_cast<std::uint32_t>(m_entries.size()));
     m_entries.push_back(
-        {name, file.nameLength, folder, file.ownerIndex, file.modifyTime, file.size});
+        {name.data(), file.nameLength, folder, file.ownerIndex, file.modifyTime, file.size});
 }
 
 int CFileEntries::CompareFull(std::uint32_t a, std::uint32_t b) const noexcept {
@@ -72,7 +56,7 @@ int CFileEntries::CompareFull(std::uint32_t a, std::uint32_t b) const noexcept {
 
 void CFileEntries::SortByName() {
     if (m_hasSeparatorInName || m_folders.HasSeparatorInName()) {
-        // A name that looks like a path can fall between the files of another folder.
+        // A name with a backslash can sort between the files of another folder.
         std::sort(m_order.begin(), m_order.end(),
                   [&](std::uint32_t a, std::uint32_t b) { return CompareFull(a, b) < 0; });
         return;
@@ -81,8 +65,7 @@ void CFileEntries::SortByName() {
 }
 
 std::u16string_view CFileEntries::OwnerOf(const CFileEntry& entry) const noexcept {
-    return entry.owner < m_owners->size() ? std::u16string_view((*m_owners)[entry.owner])
-                                          : std::u16string_view();
+    return m_owners->Contains(entry.owner) ? (*m_owners)[entry.owner].name : std::u16string_view();
 }
 
 std::uint64_t CFileEntries::TotalSize() const noexcept {

@@ -9,10 +9,10 @@
 
 #include "idxdata/browser/path_key.h"
 #include "idxdata/tables/file_record_cursor.h"
+#include "idxdata/tables/owner_table.h"
+#include "text/text_arena.h"
 
 namespace idxdata {
-
-using OwnerNames = std::vector<std::u16string>;
 
 // Folder paths relative to the listed folder, each ending with a backslash (the listed
 // folder's own is empty), and how they nest.
@@ -26,11 +26,11 @@ public:
     Id Add(Id parent, std::u16string_view name);
 
     std::u16string_view PrefixOf(Id folder) const noexcept { return m_prefixes[folder]; }
-    // The folder's own name with the backslash behind it.
+    // The folder's own name, followed by a backslash.
     std::u16string_view LastElementOf(Id folder) const noexcept;
     Id ParentOf(Id folder) const noexcept { return m_parents[folder]; }
     std::size_t Count() const noexcept { return m_prefixes.size(); }
-    // A folder's name itself holds a backslash.
+    // Whether the name of a folder contains a backslash.
     bool HasSeparatorInName() const noexcept { return m_hasSeparatorInName; }
 
 private:
@@ -40,26 +40,27 @@ private:
 };
 
 struct CFileEntry {
-    const char16_t* name;  // in the entries' own text
+    const char16_t* name;  // in the arena of the list
     std::uint32_t nameLength;
     CListedFolders::Id folder;
-    std::uint32_t owner;      // index of the owner's name; at or beyond their number: none
+    std::uint32_t owner;      // as the record stores it
     std::int64_t modifyTime;  // ticks
     std::int64_t size;        // bytes
 };
 
-// An ordered list of files, addressed from 0. Keeps the names of files in blocks of text
-// of its own and shares the owners' names.
+// An ordered list of files, addressed from 0. Owns the names of the files and shares the
+// owners with the browser.
 class CFileEntries {
 public:
-    explicit CFileEntries(std::shared_ptr<const OwnerNames> owners) : m_owners(std::move(owners)) {}
+    explicit CFileEntries(std::shared_ptr<const COwnerTable> owners)
+        : m_owners(std::move(owners)) {}
 
     CListedFolders& Folders() noexcept { return m_folders; }
-    // Room for that many files.
+    // Reserves memory for that many files.
     void Reserve(std::size_t files);
     void AddFile(CListedFolders::Id folder, const FileRecordView& file);
-    // Orders by folder prefix and name, ASCII letters without regard to case; the order of
-    // equal names is not defined.
+    // Orders by folder prefix and name without regard to the case of ASCII letters; the
+    // order of equal names is not defined.
     void SortByName();
 
     std::size_t Count() const noexcept { return m_entries.size(); }
@@ -70,22 +71,20 @@ public:
     static std::u16string_view NameOf(const CFileEntry& entry) noexcept {
         return {entry.name, entry.nameLength};
     }
+    // The owner's name; empty for an owner index that is no owner.
     std::u16string_view OwnerOf(const CFileEntry& entry) const noexcept;
     // Sum of all sizes, wrapping at 2^64.
     std::uint64_t TotalSize() const noexcept;
 
 private:
-    char16_t* TakeText(std::size_t units);
     int CompareFull(std::uint32_t a, std::uint32_t b) const noexcept;
 
-    std::shared_ptr<const OwnerNames> m_owners;
+    std::shared_ptr<const COwnerTable> m_owners;
     CListedFolders m_folders;
     std::vector<CFileEntry> m_entries;
-    std::vector<PathKey> m_keys;         // of the entries' names; only until they are sorted
+    std::vector<PathKey> m_keys;         // of the entries' names; empty after SortByName
     std::vector<std::uint32_t> m_order;  // positions in m_entries, in list order
-    std::vector<std::unique_ptr<char16_t[]>> m_blocks;
-    std::size_t m_blockLeft = 0;  // code units
-    char16_t* m_blockNext = nullptr;
+    text::CTextArena m_names;
     bool m_hasSeparatorInName = false;
 };
 

@@ -1,4 +1,4 @@
-// What orders most names without looking at them again.
+// A key that orders most names without a comparison of the names.
 #pragma once
 
 #include <compare>
@@ -7,8 +7,8 @@
 
 namespace idxdata {
 
-// The first eight folded code units of a name, the first one highest, 0 behind its end.
-// Names with different keys are ordered as their keys are.
+// The first eight folded code units of a name, the first one in the highest bits; 0 after
+// its end. Names with different keys have the order of their keys.
 struct PathKey {
     std::uint64_t high;
     std::uint64_t low;

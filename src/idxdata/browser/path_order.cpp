@@ -4,8 +4,8 @@
 #include <cstring>
 #include <utility>
 
-#include "frame/conversions.h"
 #include "idxdata/browser/file_entries.h"
+#include "idxdata/browser/groups.h"
 #include "text/ascii_case.h"
 
 namespace idxdata {
@@ -24,35 +24,7 @@ std::uint64_t JoinUnits(const char16_t* units) {
            std::uint64_t{units[2]} << 16 | std::uint64_t{units[3]};
 }
 
-// Numbers gathered by group: those of group g lie at begins[g] to begins[g + 1].
-class CGroups {
-public:
-    // `groupOf(i)` gives the group of each i below `count`.
-    template <class GroupOf>
-    CGroups(std::size_t groups, std::size_t count, GroupOf&& groupOf)
-        : m_begins(groups + 1, 0), m_members(count) {
-        for (std::size_t i = 0; i < count; ++i) {
-            ++m_begins[groupOf(i)];
-        }
-        std::uint32_t end = 0;
-        for (std::uint32_t& begin : m_begins) {
-            end += begin;
-            begin = end;
-        }
-        for (std::size_t i = count; i-- > 0;) {
-            m_members[--m_begins[groupOf(i)]] = static_cast<std::uint32_t>(i);
-        }
-    }
-    std::span<const std::uint32_t> operator[](std::size_t group) const {
-        return {m_members.data() + m_begins[group], m_members.data() + m_begins[group + 1]};
-    }
-
-private:
-    std::vector<std::uint32_t> m_begins;
-    std::vector<std::uint32_t> m_members;
-};
-
-// Visits folders depth first and puts down their files in order.
+// Visits folders depth first and lists their files in order.
 class CListingSorter {
 public:
     CListingSorter(const CListedFolders& folders, std::span<const CFileEntry> entries,
@@ -66,7 +38,7 @@ public:
               return folders.ParentOf(static_cast<CListedFolders::Id>(i + 1));
           }) {}
 
-    std::vector<std::uint32_t> Make() {
+    std::vector<std::uint32_t> Sort() {
         m_order.reserve(m_entries.size());
         Enter(CListedFolders::kListedFolder);
         while (!m_path.empty()) {
@@ -86,7 +58,7 @@ public:
     }
 
 private:
-    // Stacks the folder's items, the first one on top.
+    // Pushes the folder's items, the first one last.
     void Enter(CListedFolders::Id folder) {
         m_path.push_back(m_items.size());
         for (const std::uint32_t file : m_files[folder]) {
@@ -106,7 +78,7 @@ private:
         return text::CompareNoCase(TextOf(a), TextOf(b)) < 0;
     }
 
-    // A subfolder's ends with its backslash.
+    // Of a subfolder, its name and a backslash.
     std::u16string_view TextOf(const Item& item) const {
         return item.isFolder ? m_folders.LastElementOf(item.index)
                              : CFileEntries::NameOf(m_entries[item.index]);
@@ -116,9 +88,9 @@ private:
     std::span<const CFileEntry> m_entries;
     std::span<const PathKey> m_keys;
     CGroups m_files;
-    CGroups m_subfolders;             // folder numbers less one: the listed folder is nobody's
-    std::vector<Item> m_items;        // still to visit, of all folders on the way down
-    std::vector<std::size_t> m_path;  // where each of these folders' items begin
+    CGroups m_subfolders;             // folder numbers less one: the listed folder has no parent
+    std::vector<Item> m_items;        // not yet visited, of all folders in m_path
+    std::vector<std::size_t> m_path;  // for each open folder, where its items begin
     std::vector<std::uint32_t> m_order;
 };
 
@@ -158,7 +130,7 @@ PathKey PathKeyOf(std::u16string_view text) noexcept {
 std::vector<std::uint32_t> OrderByFolders(const CListedFolders& folders,
                                           std::span<const CFileEntry> entries,
                                           std::span<const PathKey> keys) {
-    return CListingSorter(folders, entries, keys).Make();
+    return CListingSorter(folders, entries, keys).Sort();
 }
 
 }  // namespace idxdata

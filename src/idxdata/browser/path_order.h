@@ -17,10 +17,10 @@ struct CFileEntry;
 int ComparePathsNoCase(std::u16string_view prefixA, std::u16string_view nameA,
                        std::u16string_view prefixB, std::u16string_view nameB) noexcept;
 
-// The positions of `entries` in the order of their full relative paths; `keys` are those of
-// their names. No name may hold a backslash: then all files of a folder, with those of its
-// subfolders, stand together, and a folder's place among its neighbours is that of its name
-// with a backslash behind it. So each folder's files and subfolders are sorted among
+// The positions of `entries` in the order of their full relative paths; `keys` are the keys
+// of their names. No name may contain a backslash. The files of a folder and of its
+// subfolders are then consecutive, and a folder sorts among its neighbours as its name
+// followed by a backslash. So each folder's files and subfolders are sorted among
 // themselves only.
 std::vector<std::uint32_t> OrderByFolders(const CListedFolders& folders,
                                           std::span<const CFileEntry> entries,

@@ -26,7 +26,7 @@ std::uint32_t AccessOf(EFileAccess access) {
     return platform::kGenericRead | (write ? platform::kGenericWrite : 0);
 }
 
-// The same words for every way to open, kept on purpose.
+// The same message for every way to open. Kept for compatibility.
 [[noreturn]] void ThrowNotOpened(std::u16string_view path, std::uint32_t code) {
     throw CWin32Exc(u"Failed to create new binary file [%1].", {path}, code);
 }

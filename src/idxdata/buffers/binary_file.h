@@ -1,4 +1,4 @@
-// An open file with the path it was opened from.
+// An open file with its path.
 #pragma once
 
 #include <cstddef>
@@ -13,24 +13,24 @@ namespace idxdata {
 
 enum class EFileAccess { Read, ReadWrite };
 
-// Owns one file handle; shared by its holders, used by one of them at a time. Every
-// failure is a CWin32Exc that names the path. A failed call leaves the object as it was,
-// but a failed transfer may have moved the file position.
+// Owns one file handle. Several holders can share the object; one of them uses it at a time.
+// Every failure is a CWin32Exc that names the path. A failed call does not change the
+// object, but a failed transfer can change the file position.
 class CBinaryFile {
 public:
     using Holder = std::shared_ptr<CBinaryFile>;
 
-    // All of these let others read and nobody write. An open refused by sharing is tried
-    // ten times, 100 ms apart.
+    // Other opens of the file for reading are allowed, opens for writing are not. An open
+    // that fails with a sharing violation is tried ten times, 100 ms apart.
 
     static Holder Open(std::u16string_view path, EFileAccess access, bool directory = false);
-    // Empty when the file or its folder is missing.
+    // Null when the file or its folder does not exist.
     static Holder OpenIfExists(std::u16string_view path, EFileAccess access);
     static Holder OpenOrCreate(std::u16string_view path);
     // Creates or truncates; for writing only.
     static Holder CreateNew(std::u16string_view path);
-    // Creates a file that appears at `path` by Publish, and never when it is let go before.
-    // Messages name `path` all the time.
+    // Creates a temporary file that Publish renames to `path`. Without Publish the last
+    // holder deletes it. Messages name `path`.
     static Holder CreateStaged(std::u16string_view path);
 
     ~CBinaryFile();
@@ -40,24 +40,24 @@ public:
     const std::u16string& GetPath() const noexcept { return m_path; }
 
     std::uint64_t GetSize() const;
-    void SetSize(std::uint64_t size);  // the file position is `size` afterwards
+    void SetSize(std::uint64_t size);  // moves the file position to `size`
     void Seek(std::uint64_t position);
     void SeekToBegin();
     void SeekToEnd();
     std::uint64_t GetPosition() const;
     void ReadExact(void* buffer, std::size_t length);
-    // May read less.
+    // Returns the bytes read: fewer than `length` at the end of the file.
     std::size_t Read(void* buffer, std::size_t length);
     void ReadAt(std::uint64_t position, void* buffer, std::size_t length);
     void Write(const void* buffer, std::size_t length);
     void WriteAt(std::uint64_t position, const void* buffer, std::size_t length);
-    // Brings content and name to the disk.
+    // Writes content and name to the disk.
     void Flush();
-    // For staged files, flushed before: closes the file and gives it its name, on the disk
-    // too. A file that has come there meanwhile is not replaced: a failure.
+    // For staged files after Flush: closes the file, renames it and writes the new name to
+    // the disk. Fails when a file with that name exists now.
     void Publish();
 
-    // Times in ticks; a null pointer leaves that time out.
+    // Times in ticks; a null pointer omits that time.
     void GetTimes(std::int64_t* creation, std::int64_t* lastAccess, std::int64_t* lastWrite) const;
     void SetTimes(const std::int64_t* creation, const std::int64_t* lastAccess,
                   const std::int64_t* lastWrite);
@@ -71,7 +71,7 @@ public:
     static void SetTimesOf(std::u16string_view path, const std::int64_t* creation,
                            const std::int64_t* lastAccess, const std::int64_t* lastWrite);
     static std::uint32_t GetAttributesOf(std::u16string_view path);
-    // Bits that cannot be set are refused, or dropped when `force` is set.
+    // Fails for bits that cannot be set, or ignores them when `force` is set.
     static void SetAttributesOf(std::u16string_view path, std::uint32_t attributes, bool force);
 
 private:
@@ -83,7 +83,7 @@ private:
 
     platform::CFileHandle m_handle;
     std::u16string m_path;
-    std::u16string m_staged;  // where the file lies until Publish; empty for others
+    std::u16string m_staged;  // path of the temporary file until Publish; otherwise empty
 };
 
 }  // namespace idxdata

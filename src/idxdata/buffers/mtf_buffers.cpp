@@ -41,7 +41,7 @@ void CMtfOutBuffer::Grow(std::size_t length) {
     const std::uint64_t need = m_used + length;
     const std::uint64_t over = need % m_growStep;
     const std::uint64_t size = over == 0 ? need : need - over + m_growStep;
-    // Half as much again keeps many small steps linear; it is only a wish.
+    // Half as much again keeps many small steps linear. This is a hint: failure is ignored.
     if (size > m_storage->Capacity()) {
         static_cast<void>(m_storage->Reserve(std::max(size, m_used + m_used / 2)));
     }

@@ -1,4 +1,4 @@
-// Growing bytes in memory, and a cursor that cuts them at a delimiter.
+// A growing byte buffer, and a cursor that cuts one at a delimiter.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 
 namespace idxdata {
 
-// A block of bytes; its content beyond what was written is undefined. The start is aligned
-// for every fundamental type.
+// A block of bytes, aligned for every fundamental type. Bytes that were not written are
+// undefined.
 class CMtfStorage {
 public:
     CMtfStorage() = default;
@@ -21,9 +21,9 @@ public:
     const std::byte* Data() const noexcept { return m_data.get(); }
     std::uint64_t Size() const noexcept { return m_size; }
     std::uint64_t Capacity() const noexcept { return m_capacity; }
-    // A smaller size keeps the block. Throws CExc when memory is short; the content stays.
+    // A smaller size keeps the block. Throws CExc (E_FAIL) without memory; the content stays.
     void Resize(std::uint64_t size);
-    // Room for this many bytes; the size stays. False when memory is short.
+    // Allocates at least this many bytes; the size stays. Returns false without memory.
     bool Reserve(std::uint64_t capacity) noexcept;
 
 private:
@@ -31,11 +31,11 @@ private:
         void operator()(std::byte* data) const noexcept { std::free(data); }
     };
     std::unique_ptr<std::byte, Free> m_data;
-    std::uint64_t m_size = 0;      // bytes that count
-    std::uint64_t m_capacity = 0;  // bytes that the block has
+    std::uint64_t m_size = 0;      // bytes
+    std::uint64_t m_capacity = 0;  // bytes of the block
 };
 
-// Collects bytes in a storage that grows by whole steps.
+// Collects bytes in a storage whose size is a multiple of the grow step.
 class CMtfOutBuffer {
 public:
     // `growStep` in bytes, above 0.
@@ -50,10 +50,10 @@ public:
             m_used += length;
         }
     }
-    // Bytes appended so far, and the size of the storage behind them.
+    // Bytes appended so far.
     std::uint64_t Used() const noexcept { return m_used; }
     std::uint64_t StorageSize() const noexcept { return m_storage->Size(); }
-    // The storage, cut to the bytes appended; the buffer is empty afterwards.
+    // Returns the storage with the size of the bytes appended. The buffer is empty afterwards.
     std::shared_ptr<CMtfStorage> TakeStorage();
 
 private:
@@ -64,7 +64,7 @@ private:
     std::uint64_t m_growStep;
 };
 
-// Reads a storage from its start, piece by piece.
+// Reads a storage from its start.
 class CMtfInBuffer {
 public:
     explicit CMtfInBuffer(std::shared_ptr<const CMtfStorage> storage);
@@ -73,13 +73,14 @@ public:
     std::uint64_t Remaining() const noexcept { return m_content.size() - m_position; }
     std::string_view Rest() const noexcept { return m_content.substr(m_position); }
     bool StartsWith(std::string_view bytes) const noexcept { return Rest().starts_with(bytes); }
-    // Offset from the position to the first match, -1 for none. A match at the very end of
-    // the content is not found; kept on purpose.
+    // Offset from the position to the first match, or -1. A match that ends at the end of the
+    // content is not found. Kept for compatibility.
     std::int64_t Find(std::string_view bytes) const noexcept;
-    // Stops at the end.
+    // Moves the position forward, at most to the end.
     void Skip(std::uint64_t count) noexcept;
-    // The bytes up to the next delimiter, or all that remain, as a view into the storage.
-    // False at the end. A delimiter that ends the content stays on its token (see Find).
+    // Gets the bytes up to the next delimiter, or the rest, as a view into the storage, and
+    // moves past them. Returns false at the end. The last token contains a delimiter that
+    // ends the content (see Find).
     bool NextToken(std::string_view delimiter, std::string_view& token) noexcept;
 
 private:

@@ -12,7 +12,7 @@ namespace idxdata {
 
 namespace {
 
-constexpr std::int64_t kLargestFile = 4294967295;  // bytes
+constexpr std::int64_t kMaxFileSize = 4294967295;  // bytes
 
 void ThrowWin32(const char16_t* message, std::uint32_t code = frame::CWin32Exc::kLastError) {
     throw frame::CWin32Exc(message, code);
@@ -34,7 +34,7 @@ void CBuffFileReader::Open(std::u16string_view path) {
     if (!platform::GetFileSizeEx(file.Get(), size)) {
         ThrowWin32(u"Cannot get file size CBuffFileReader::Open");
     }
-    if (size > kLargestFile) {
+    if (size > kMaxFileSize) {
         ThrowWin32(u"Cannot alloc memory CBuffFileReader::Open", platform::win32err::kNotSupported);
     }
     const auto bytes = static_cast<std::size_t>(size);
@@ -62,7 +62,7 @@ void CBuffFileReader::Close() {
 
 const std::byte* CBuffFileReader::Take(std::size_t length) {
     if (length > Rest()) {
-        throw frame::CExc(u"The specified size is out of the buffer boundary.", frame::kFail);
+        throw frame::CExc(kPastEndMessage, frame::kFail);
     }
     const std::byte* bytes = m_content.get() + m_position;
     m_position += length;
@@ -100,7 +100,7 @@ void CBuffFileReader::SetCurFilePos(std::int64_t position) {
 
 void CBuffFileReader::ReadPrefix(char* buffer) {
     if (buffer == nullptr) {
-        // The file reader's name is kept on purpose.
+        // Names CFileReader. Kept for compatibility.
         throw frame::CExc(u"Invalid argument in CFileReader::ReadPrefix", frame::kInvalidArg);
     }
     std::memcpy(buffer, Take(kPrefixSize), kPrefixSize);

@@ -1,4 +1,4 @@
-// Reads typed fields from a file that is loaded whole.
+// Reads typed fields from a file in memory.
 #pragma once
 
 #include "idxdata/streams/streams.h"
@@ -6,8 +6,8 @@
 
 namespace idxdata {
 
-// Holds a file's content in memory and reads from there; nothing of the file stays open.
-// A read past the end throws CExc (E_FAIL).
+// Loads a whole file into memory, closes it and reads from memory. A read past the end
+// throws CExc (E_FAIL).
 class CBuffFileReader final : public IReader {
 public:
     static constexpr std::uint64_t kClosedPosition = 4294967295;
@@ -21,28 +21,26 @@ public:
     std::uint32_t ReadDWord() override;
     std::int64_t ReadLongLong() override;
     void ReadString(std::u16string& text) override;
-    // Does nothing when a file is open already. Throws CWin32Exc; files above 4294967295
-    // bytes are refused with error 50.
+    // Does nothing when a file is already open. Throws CWin32Exc; a file larger than
+    // 4294967295 bytes fails with error 50.
     void Open(std::u16string_view path) override;
     void Close() override;
     std::int64_t GetCurFilePos() override { return static_cast<std::int64_t>(m_position); }
-    // Positions behind the content are taken; the next read fails. Refuses 4294967295 and
-    // above with error 50, and keeps the low 32 bits of a negative position.
+    // Accepts a position after the end of the content; the next read fails. 4294967295 and
+    // above fail with error 50. Of a negative position the low 32 bits are used.
     void SetCurFilePos(std::int64_t position) override;
     void ReadPrefix(char* buffer) override;
     std::uint64_t Remaining() override { return Rest(); }
     std::span<const std::byte> Window(std::size_t wanted) override;
     void SkipBytes(std::size_t count) override { m_position += count; }
+    bool HasReadPastEnd() const override { return false; }
     std::u16string_view GetPath() const override { return m_path; }
-
-    // The whole content; empty before Open.
-    std::span<const std::byte> Content() const noexcept { return {m_content.get(), m_size}; }
 
 private:
     std::size_t Rest() const noexcept {
         return m_position >= m_size ? 0 : m_size - static_cast<std::size_t>(m_position);
     }
-    // The next `length` bytes, which become read.
+    // Returns the next `length` bytes and moves the position past them.
     const std::byte* Take(std::size_t length);
 
     bool m_opened = false;

@@ -13,10 +13,10 @@ namespace idxdata {
 namespace {
 
 constexpr std::size_t kBufferSize = 256 * 1024;  // bytes
-static_assert(kBufferSize >= IReader::kLargestWindow);
+static_assert(kBufferSize >= IReader::kMaxWindow);
 
-// Strings up to this many code units are taken at their word even when the file ends
-// before them; longer ones must fit what the file still holds.
+// A string with a larger count must be complete in the file. A shorter one is returned even
+// when the file ends before it.
 constexpr std::uint32_t kUncheckedUnits = 64 * 1024;
 
 constexpr char16_t kReadStringFailure[] = u"Cannot read file in CFileReader::ReadString";
@@ -43,7 +43,6 @@ bool CFileReader::Fill(std::size_t wanted) {
     return true;
 }
 
-// Copies up to `length` bytes to `target`; fewer only at the end of the file.
 std::size_t CFileReader::Fetch(void* target, std::size_t length, const char16_t* failure) {
     auto* out = static_cast<std::byte*>(target);
     std::size_t copied = 0;
@@ -61,6 +60,7 @@ std::size_t CFileReader::Fetch(void* target, std::size_t length, const char16_t*
         m_begin += piece;
         copied += piece;
     }
+    m_readPastEnd = m_readPastEnd || copied < length;
     return copied;
 }
 
@@ -114,7 +114,7 @@ void CFileReader::Open(std::u16string_view path) {
 
 void CFileReader::DropBuffer() noexcept {
     m_begin = m_end = 0;
-    m_atEnd = false;
+    m_atEnd = m_readPastEnd = false;
 }
 
 void CFileReader::Close() {
@@ -131,7 +131,7 @@ void CFileReader::Close() {
 std::int64_t CFileReader::GetCurFilePos() {
     std::int64_t position = 0;
     if (!platform::SetFilePointerEx(m_file.Get(), 0, &position, platform::EMoveMethod::Current)) {
-        // The writer's name is kept on purpose.
+        // Names CFileWriter. Kept for compatibility.
         throw frame::CWin32Exc(u"Error in CFileWriter::GetCurFilePos",
                                frame::CWin32Exc::kLastError);
     }
@@ -142,7 +142,7 @@ void CFileReader::SetCurFilePos(std::int64_t position) {
     const std::int64_t buffered = static_cast<std::int64_t>(m_end);
     if (m_file && position >= m_filePos - buffered && position <= m_filePos) {
         m_begin = static_cast<std::size_t>(position - (m_filePos - buffered));
-        m_atEnd = false;
+        m_atEnd = m_readPastEnd = false;
         return;
     }
     if (!platform::SetFilePointerEx(m_file.Get(), position, nullptr,
@@ -171,8 +171,8 @@ std::uint64_t CFileReader::Remaining() {
 }
 
 std::span<const std::byte> CFileReader::Window(std::size_t wanted) {
-    if (Buffered() < wanted && !Fill(std::min(wanted, kLargestWindow))) {
-        // What is buffered stays readable; the failing read is met again field by field.
+    if (Buffered() < wanted && !Fill(std::min(wanted, kMaxWindow))) {
+        // The buffered bytes stay readable. The read of the next field fails again and throws.
         return {m_buffer.get() + m_begin, Buffered()};
     }
     return {m_buffer.get() + m_begin, Buffered()};

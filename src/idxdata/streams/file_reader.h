@@ -1,4 +1,4 @@
-// Reads typed fields straight from a file.
+// Reads typed fields from an open file.
 #pragma once
 
 #include "idxdata/streams/streams.h"
@@ -7,10 +7,9 @@
 
 namespace idxdata {
 
-// Reads a file through one buffer of its own; positions are those of the fields read, not
-// of the buffer. At the end of the file numbers read as 0 (their missing high bytes are 0)
-// and a prefix buffer keeps what it held, without an error: kept on purpose. Closes its
-// file when it goes.
+// Reads through a buffer; positions are those of the fields. Past the end of the file the
+// missing bytes of a number are 0 and a prefix buffer keeps its content, without an error.
+// Kept for compatibility; HasReadPastEnd reports it. The destructor closes the file.
 class CFileReader final : public IReader {
 public:
     CFileReader() = default;
@@ -18,12 +17,13 @@ public:
     CFileReader& operator=(const CFileReader&) = delete;
     ~CFileReader() override { Close(); }
 
-    // All throw CWin32Exc with the last error when the system refuses.
+    // Each call throws CWin32Exc with the last error when a call of the system fails.
+
     std::uint16_t ReadWord() override;
     std::uint32_t ReadDWord() override;
     std::int64_t ReadLongLong() override;
-    // Gives as many units as the count says; units behind the end of the file are 0. A
-    // count far beyond what the file holds fails with error 38 instead.
+    // Returns as many code units as the count states; those past the end of the file are 0.
+    // A count above 65536 that exceeds the rest of the file fails with error 38.
     void ReadString(std::u16string& text) override;
     void Open(std::u16string_view path) override;
     void Close() override;
@@ -33,19 +33,21 @@ public:
     std::uint64_t Remaining() override;
     std::span<const std::byte> Window(std::size_t wanted) override;
     void SkipBytes(std::size_t count) override;
+    bool HasReadPastEnd() const override { return m_readPastEnd; }
     std::u16string_view GetPath() const override { return m_path; }
 
-    // One line of UTF-16LE text without its LF; CR and U+FEFF are dropped wherever they
-    // stand. False at the end of the file when nothing is left, an empty last line included.
+    // Reads one line of UTF-16LE text, without its LF and without any CR and U+FEFF. Returns
+    // false at the end of the file; an empty last line is not returned.
     bool ReadTextString(std::u16string& line);
 
     void SetDeleteOnClose(bool deleteOnClose) noexcept { m_deleteOnClose = deleteOnClose; }
 
 private:
     std::size_t Buffered() const noexcept { return m_end - m_begin; }
-    // False when the system refuses; reads on until `wanted` bytes are buffered or the
-    // file ends. `wanted` is at most the buffer's size.
+    // Reads until `wanted` bytes are buffered or the file ends. Returns false when a read
+    // fails. `wanted` is at most the size of the buffer.
     bool Fill(std::size_t wanted);
+    // Copies up to `length` bytes to `target`; fewer only at the end of the file.
     std::size_t Fetch(void* target, std::size_t length, const char16_t* failure);
     template <class Number>
     Number ReadNumber(const char16_t* failure);
@@ -55,10 +57,11 @@ private:
     std::u16string m_path;
     bool m_deleteOnClose = false;
     platform::CBlockPtr m_buffer;
-    std::size_t m_begin = 0;     // of the buffered bytes not yet read
+    std::size_t m_begin = 0;     // of the buffered bytes that are not yet read
     std::size_t m_end = 0;       // of the buffered bytes
-    std::int64_t m_filePos = 0;  // file position behind the buffered bytes
-    bool m_atEnd = false;        // the system has said that nothing follows them
+    std::int64_t m_filePos = 0;  // file position after the buffered bytes
+    bool m_atEnd = false;        // the file ends after the buffered bytes
+    bool m_readPastEnd = false;  // see HasReadPastEnd
 };
 
 }  // namespace idxdata

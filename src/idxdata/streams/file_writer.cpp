@@ -36,12 +36,12 @@ platform::CFileHandle Open(std::u16string_view path, std::uint32_t disposition) 
 
 void CFileWriter::Create(std::u16string_view path) {
     Close();
-    std::u16string kept(path);
+    std::u16string copy(path);  // before anything changes: it can throw
     m_file = Open(path, platform::kCreateAlways);
     if (!m_file) {
         FailWin32(kCreateFailure);
     }
-    m_path = std::move(kept);
+    m_path = std::move(copy);
     m_times.reset();
     m_position = m_fileSize = 0;
     m_failure = kCreateFailure;
@@ -53,7 +53,7 @@ void CFileWriter::Close() {
         return;
     }
     m_open = false;
-    // However this ends, nothing is held any more.
+    // Buffer and handle are released even when Flush throws.
     struct CRelease {
         ~CRelease() {
             writer.m_used = 0;
@@ -65,7 +65,7 @@ void CFileWriter::Close() {
     CloseHandle();
 }
 
-// The system may report a failure of earlier writes only now.
+// The system can report a failure of earlier writes at this point.
 void CFileWriter::CloseHandle() {
     if (m_file && !platform::CloseHandle(m_file.Detach())) {
         FailWin32(m_failure);
@@ -182,7 +182,7 @@ std::byte* CFileWriter::Reserve(std::size_t length) {
     return m_buffer.get() + m_used;
 }
 
-// Afterwards the buffer takes `length` bytes, or is empty when it is too small for them.
+// Afterwards the buffer has space for `length` bytes, or is empty when it is too small.
 void CFileWriter::MakeRoom(std::size_t length) {
     if (!m_buffer) {
         m_buffer = std::make_unique_for_overwrite<std::byte[]>(m_bufferSize);
@@ -211,7 +211,7 @@ void CFileWriter::Flush() {
         WriteThrough(m_buffer.get(), m_used);
         m_used = 0;
     } catch (const frame::CExc&) {
-        // What reached the file must not be written twice.
+        // Bytes that are in the file must not be written again.
         const auto written = static_cast<std::size_t>(m_position - before);
         std::memmove(m_buffer.get(), m_buffer.get() + written, m_used - written);
         m_used -= written;

@@ -15,61 +15,69 @@
 
 namespace idxdata {
 
-// Gathers what is written in a buffer of its own. What the system refuses is met by the
-// operation that empties the buffer, at the latest by Close, and carries the message of
-// the last operation that wrote. The destructor only closes: without Close (or Flush)
-// what is still buffered is lost. One thread at a time.
+// Collects fields in a buffer. A failed write to the file is reported by the operation that
+// empties the buffer, at the latest by Close, with the message of the last operation that
+// wrote. The destructor does not write: without Close or Flush the buffered bytes are lost.
+// One thread at a time.
 //
-// A writer that waits can let its handle go (Pause): what was buffered, the position and
-// the times set stay, and the file is opened again when it is needed.
+// Pause releases the file handle of a writer that is not used for a while. Buffer, position
+// and times stay, and the next write to the file opens it again.
 //
-// All writing throws CExc (E_INVALIDARG) when no file is open and CWin32Exc when the
-// system refuses; what was buffered before stays buffered then.
+// Write operations throw CExc (E_INVALIDARG) when no file is open and CWin32Exc when a call
+// of the system fails; bytes buffered before stay buffered.
+//
+// Programs other than the module link zorel_index_writer to write index data files:
+//
+//     idxdata::CFileWriter writer;
+//     writer.Create(path);
+//     record.Serialize(writer);  // idxdata/tables/records.h
+//     writer.Close();
 class CFileWriter final : public ISerializator {
 public:
     static constexpr std::size_t kDefaultBufferSize = 64 * 1024;  // bytes
     static constexpr std::size_t kPrefixSize = 4;                 // bytes
 
-    // The buffer's memory is taken at the first write.
+    // The first write allocates the buffer.
     explicit CFileWriter(std::size_t bufferSize = kDefaultBufferSize) noexcept
         : m_bufferSize(bufferSize) {}
     CFileWriter(const CFileWriter&) = delete;
     CFileWriter& operator=(const CFileWriter&) = delete;
     ~CFileWriter() = default;
 
-    // Replaces a file of that name. Closes the file held before.
+    // Replaces an existing file. Closes the file that was open before.
     void Create(std::u16string_view path);
-    // Nothing happens when no file is open; the file is let go even when this throws.
+    // Does nothing when no file is open. Releases the file even when it throws.
     void Close();
-    // A paused file is open.
+    // True for a paused file, too.
     bool IsOpen() const noexcept { return m_open; }
 
     void WriteWord(std::uint16_t value) override;
     void WriteDWord(std::uint32_t value) override;
     void WriteLongLong(std::int64_t value) override;
     void WriteString(std::u16string_view text) override;
-    // The units and CR LF.
+    // The code units, then CR LF; no count.
     void WriteTextString(std::u16string_view text);
     // `prefix` is NUL-terminated and has kPrefixSize characters.
     void WritePrefix(const char* prefix);
     void WriteBuf(const void* data, std::size_t length);
-    // Creation, last-access and last-write time, in ticks. Later writes do not move them.
+    // Sets creation, last-access and last-write time, in ticks. Later writes do not change
+    // them.
     void SetAllFileTimes(std::int64_t ticks);
     std::int64_t GetCurFilePos() const;
     void SetCurFilePos(std::int64_t position);
 
-    // For writers of many lines: room for `length` bytes in the buffer, to be filled and
-    // then counted by Commit. Empties the buffer when that is needed; null when the buffer
-    // is too small for the length at all. Fails as WriteTextString does.
+    // For callers that compose lines in place: space for `length` bytes in the buffer. The
+    // caller fills it and reports the bytes used to Commit. Empties the buffer if necessary;
+    // null when `length` exceeds the size of the buffer. Fails as WriteTextString does.
     std::byte* Reserve(std::size_t length);
-    // Writers take turns: what the next line fills is fetched while the others write.
+    // Prefetches the memory of the next line, which is composed after lines of other writers.
     void Commit(std::size_t length) noexcept {
         constexpr std::size_t kUsualLine = 320;  // bytes
         m_used += length;
         platform::PrefetchForWriting(m_buffer.get() + m_used,
                                      std::min(kUsualLine, m_bufferSize - m_used));
     }
-    // Whether `length` bytes can be written without emptying the buffer.
+    // Whether `length` bytes fit into the free part of the buffer.
     bool HasRoom(std::size_t length) const noexcept {
         return m_buffer != nullptr && length <= m_bufferSize - m_used;
     }
@@ -77,16 +85,16 @@ public:
     // For owners of many writers.
 
     void Flush();
-    // Lets the handle go without flushing. Throws CWin32Exc when the system reports a
-    // failure of earlier writes; the handle is gone then, too.
+    // Releases the handle without a flush. Throws CWin32Exc when the system reports a failure
+    // of earlier writes; the handle is released in any case.
     void Pause();
-    // Opens a paused file again. Error 32 when the file is no longer as it was left.
+    // Opens a paused file again. Fails with error 32 when the file has another size now.
     void Resume();
     bool HoldsHandle() const noexcept { return static_cast<bool>(m_file); }
-    // Flushes and gives the buffer's memory back until the next write.
+    // Flushes, then frees the buffer until the next write.
     void ReleaseBuffer();
     bool HoldsBuffer() const noexcept { return m_buffer != nullptr; }
-    // Something is written and not yet flushed.
+    // Whether the buffer contains bytes that are not in the file.
     bool IsPending() const noexcept { return m_used != 0; }
 
 private:
@@ -102,7 +110,7 @@ private:
     bool m_open = false;
     std::u16string m_path;
     std::optional<std::int64_t> m_times;  // ticks
-    std::int64_t m_position = 0;          // in the file, where the buffer will go
+    std::int64_t m_position = 0;          // in the file, of the first buffered byte
     std::int64_t m_fileSize = 0;          // bytes, without the buffer
     std::size_t m_bufferSize;             // bytes
     std::size_t m_used = 0;               // bytes

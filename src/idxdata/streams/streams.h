@@ -1,7 +1,7 @@
 // Typed little-endian streams: the encodings of doc/index-data-file.md.
 //
-// A Word, DWord and LongLong take 2, 4 and 8 bytes; a string is a DWord with the number
-// of UTF-16 code units, then the units, without terminator.
+// A Word, DWord and LongLong have 2, 4 and 8 bytes. A string is a DWord with the number of
+// UTF-16 code units, then the units, without a terminator.
 #pragma once
 
 #include <cstddef>
@@ -11,6 +11,9 @@
 #include <string_view>
 
 namespace idxdata {
+
+// The message for a read past the end of the content, where that is an error.
+inline constexpr char16_t kPastEndMessage[] = u"The specified size is out of the buffer boundary.";
 
 class IDeserializator {
 public:
@@ -24,8 +27,8 @@ protected:
     ~IDeserializator() = default;
 };
 
-// A source of fields with a position. One thread at a time; owners share it through
-// std::shared_ptr.
+// A source of fields with a position. One thread at a time; several owners can share it
+// through std::shared_ptr.
 class IReader : public IDeserializator {
 public:
     static constexpr std::size_t kPrefixSize = 4;  // bytes
@@ -38,17 +41,20 @@ public:
     virtual void ReadPrefix(char* buffer) = 0;
     virtual ~IReader() = default;
 
-    // For readers that look at records where they lie.
+    // For callers that read records in place.
 
     // Bytes between the position and the end of the content.
     virtual std::uint64_t Remaining() = 0;
-    // The content from the position on, without copying: at least `wanted` bytes unless
-    // the content ends before or `wanted` is beyond kLargestWindow. Valid until the next
-    // call of anything but SkipBytes.
-    static constexpr std::size_t kLargestWindow = 64 * 1024;
+    // The content from the position on, without a copy: at least `wanted` bytes (or
+    // kMaxWindow, if that is less) unless the content ends before. Valid until the next call
+    // of any function except SkipBytes.
+    static constexpr std::size_t kMaxWindow = 64 * 1024;
     virtual std::span<const std::byte> Window(std::size_t wanted) = 0;
-    // Moves the position over `count` bytes of the last window.
+    // Moves the position forward by `count` bytes of the last window.
     virtual void SkipBytes(std::size_t count) = 0;
+    // Whether a read since Open or the last SetCurFilePos went past the end of the content
+    // without an exception.
+    virtual bool HasReadPastEnd() const = 0;
     // The path last opened, for messages.
     virtual std::u16string_view GetPath() const = 0;
 };

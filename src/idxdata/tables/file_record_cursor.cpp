@@ -12,14 +12,15 @@ bool CFileRecordCursor::Next(FileRecordView& view) {
     if (m_table.IsEnd()) {
         return false;
     }
-    if (!NextInWindow(view) && !(Refill() && NextInWindow(view))) {
+    if (NextInWindow(view) || (Refill() && NextInWindow(view))) {
+        m_table.CountRecord();
+    } else {
         NextThroughRecord(view);
     }
-    m_table.CountRecord();
     return true;
 }
 
-// False when no whole record lies in the window.
+// Returns false when the window contains no complete record.
 bool CFileRecordCursor::NextInWindow(FileRecordView& view) {
     const auto left = static_cast<std::size_t>(m_end - m_at);
     if (left < FileRecordView::kFixedSize) {
@@ -34,21 +35,21 @@ bool CFileRecordCursor::NextInWindow(FileRecordView& view) {
     return true;
 }
 
-// Gives the reader back what was read and takes a new window; false when that does not
-// show more than before.
+// Moves the reader to the next record and gets a new window. Returns false when the window
+// does not contain more of the record than before.
 bool CFileRecordCursor::Refill() {
     const auto left = static_cast<std::size_t>(m_end - m_at);
     m_table.Reader().SkipBytes(static_cast<std::size_t>(m_at - m_start));
-    const std::span<const std::byte> window = m_table.Reader().Window(IReader::kLargestWindow);
+    const std::span<const std::byte> window = m_table.Reader().Window(IReader::kMaxWindow);
     m_start = m_at = window.data();
     m_end = window.data() + window.size();
     return window.size() > left;
 }
 
-// The reader stands at the record: Refill came before.
+// Refill was called before, so the reader's position is that of the record.
 void CFileRecordCursor::NextThroughRecord(FileRecordView& view) {
     m_start = m_at = m_end = nullptr;
-    m_record.Deserialize(m_table.Reader());
+    m_table.ReadRecord(m_record);
     view.nameBytes = reinterpret_cast<const std::byte*>(m_record.FileName.data());
     view.nameLength = static_cast<std::uint32_t>(m_record.FileName.size());
     view.dirIndex = m_record.DirIndex;

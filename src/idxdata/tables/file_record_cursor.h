@@ -1,4 +1,4 @@
-// Reads the Files table without copying names.
+// Reads the Files table in place.
 #pragma once
 
 #include <cstddef>
@@ -10,9 +10,9 @@
 
 namespace idxdata {
 
-// One file record where it lies. The name's bytes may stand at an odd address.
+// One file record in memory. The name can have any alignment.
 struct FileRecordView {
-    static constexpr std::size_t kFixedSize = 4 + 8 + 4 + 8 + 8;  // bytes beside the name
+    static constexpr std::size_t kFixedSize = rec::CFileRecord::kFixedSize;
 
     const std::byte* nameBytes;
     std::uint32_t nameLength;  // code units
@@ -25,7 +25,7 @@ struct FileRecordView {
     void AppendNameTo(std::u16string& text) const;
 };
 
-// The record at an address where a whole one lies.
+// Decodes a complete record at any address.
 inline FileRecordView ViewFileRecord(const std::byte* record) noexcept {
     FileRecordView view;
     view.nameLength = text::LoadLittle<std::uint32_t>(record);
@@ -38,13 +38,12 @@ inline FileRecordView ViewFileRecord(const std::byte* record) noexcept {
     return view;
 }
 
-// Steps through a Files table over the reader's buffered bytes: the same records, in the
-// same order and with the same failures as CSeqTableReader::ReadRecord gives, without a
-// copy or a call per field. Records that do not lie whole in the buffer go through
-// CFileRecord.
+// Reads a Files table from the reader's buffer: the same records and the same failures as
+// CSeqTableReader::ReadRecord, without a copy of each name and a call for each field. A
+// record that is not complete in the buffer is read as a CFileRecord.
 class CFileRecordCursor {
 public:
-    // `table` stands at its first unread record and must outlive the cursor.
+    // Starts at the table's next record. `table` must outlive the cursor.
     explicit CFileRecordCursor(CSeqTableReader& table) : m_table(table) {}
 
     // False at the end of the table. The view is valid until the next call.
@@ -56,9 +55,9 @@ private:
     void NextThroughRecord(FileRecordView& view);
 
     CSeqTableReader& m_table;
-    const std::byte* m_at = nullptr;     // next unread byte of the window
+    const std::byte* m_at = nullptr;     // the next record, in the reader's window
     const std::byte* m_end = nullptr;    // end of the window
-    const std::byte* m_start = nullptr;  // first byte not yet reported to the reader
+    const std::byte* m_start = nullptr;  // start of the window
     rec::CFileRecord m_record;
 };
 

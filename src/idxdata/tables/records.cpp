@@ -8,7 +8,6 @@ namespace rec {
 
 namespace {
 
-using idxdata::EIdxFieldDWord;
 using idxdata::EIdxFieldLongLong;
 using idxdata::EIdxFieldString;
 
@@ -39,9 +38,7 @@ void CDirRecord::Deserialize(idxdata::IDeserializator& source) {
 }
 
 std::uint32_t CFileRecord::GetFieldType(std::uint32_t field) const {
-    constexpr std::array<std::uint32_t, 5> kTypes = {
-        EIdxFieldString, EIdxFieldLongLong, EIdxFieldDWord, EIdxFieldLongLong, EIdxFieldLongLong};
-    return TypeAt(kTypes, field, u"Wrong id in CFileRecord::GetFieldType");
+    return TypeAt(kFieldTypes, field, u"Wrong id in CFileRecord::GetFieldType");
 }
 
 void CFileRecord::Serialize(idxdata::ISerializator& target) const {
@@ -63,7 +60,7 @@ void CFileRecord::Deserialize(idxdata::IDeserializator& source) {
 std::uint32_t COwnerRecord::GetFieldType(std::uint32_t field) const {
     constexpr std::array<std::uint32_t, 3> kTypes = {EIdxFieldString, EIdxFieldString,
                                                      EIdxFieldString};
-    // The directory record's name is kept on purpose.
+    // Names CDirRecord. Kept for compatibility.
     return TypeAt(kTypes, field, u"Wrong id in CDirRecord::GetFieldType");
 }
 

@@ -1,7 +1,10 @@
 // The records of an index data file, field by field (doc/index-data-file.md).
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <string>
 
 #include "idxdata/streams/streams.h"
@@ -14,6 +17,11 @@ enum EIdxFieldType : std::uint32_t {
     EIdxFieldDWord = 3,
 };
 
+// The bytes of a field beside the code units of a text.
+constexpr std::size_t FixedFieldSize(std::uint32_t fieldType) noexcept {
+    return fieldType == EIdxFieldLongLong ? 8 : 4;
+}
+
 enum EIdxTable : std::uint32_t {
     EIdxTableFiles = 1,
     EIdxTableDirs = 2,
@@ -23,7 +31,7 @@ enum EIdxTable : std::uint32_t {
 class IRecord {
 public:
     virtual std::uint32_t GetFieldCount() const = 0;
-    // The EIdxFieldType of a field; throws CExc (E_FAIL) for a number out of range.
+    // The EIdxFieldType of a field. Throws CExc (E_FAIL) for a number out of range.
     virtual std::uint32_t GetFieldType(std::uint32_t field) const = 0;
     virtual void Serialize(ISerializator& target) const = 0;
     virtual void Deserialize(IDeserializator& source) = 0;
@@ -49,14 +57,24 @@ public:
 
 class CFileRecord final : public idxdata::IRecord {
 public:
-    std::uint32_t GetFieldCount() const override { return 5; }
+    static constexpr std::array<std::uint32_t, 5> kFieldTypes = {
+        idxdata::EIdxFieldString, idxdata::EIdxFieldLongLong, idxdata::EIdxFieldDWord,
+        idxdata::EIdxFieldLongLong, idxdata::EIdxFieldLongLong};
+    // The bytes of a record beside the code units of its name.
+    static constexpr std::size_t kFixedSize =
+        std::accumulate(kFieldTypes.begin(), kFieldTypes.end(), std::size_t{0},
+                        [](std::size_t bytes, std::uint32_t type) {
+                            return bytes + idxdata::FixedFieldSize(type);
+                        });
+
+    std::uint32_t GetFieldCount() const override { return kFieldTypes.size(); }
     std::uint32_t GetFieldType(std::uint32_t field) const override;
     void Serialize(idxdata::ISerializator& target) const override;
     void Deserialize(idxdata::IDeserializator& source) override;
 
     std::u16string FileName;
     std::int64_t DirIndex = 0;
-    std::uint32_t OwnerIndex = 0;  // at or beyond the number of owners: no known owner
+    std::uint32_t OwnerIndex = 0;  // not below the number of owners: no known owner
     std::int64_t ModifyTime = 0;   // ticks
     std::int64_t Size = 0;         // bytes
 };
@@ -69,7 +87,7 @@ public:
     void Deserialize(idxdata::IDeserializator& source) override;
 
     std::u16string OwnerId;
-    std::u16string OwnerName;  // empty when it could not be resolved
+    std::u16string OwnerName;  // empty when the identity string could not be resolved
     std::u16string OwnerDomain;
 };
 

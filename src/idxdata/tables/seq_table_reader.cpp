@@ -15,9 +15,9 @@ constexpr std::uint16_t kMajorVersion = 1;
 constexpr std::uint16_t kMinorVersion = 1;
 constexpr std::uint32_t kSequentialFormat = 0;
 
-// Records that a table may declare beyond what its file can hold before the count is
-// taken for damage: enough for a file cut short, too few to cost memory or time.
-constexpr std::uint64_t kToleratedSurplus = 256;
+// Records that a table may state beyond what its file can hold: enough to list a file that
+// was cut short, too few to cost memory or time.
+constexpr std::uint64_t kAcceptedExcess = 256;
 
 [[noreturn]] void Fail(const char16_t* message, frame::HResult hr = frame::kFail) {
     throw frame::CExc(message, hr);
@@ -29,10 +29,11 @@ std::shared_ptr<IReader> OpenFile(std::u16string_view path) {
     return reader;
 }
 
-std::uint64_t SmallestRecord(const IRecord& layout) {
+// The bytes of a record whose texts are empty.
+std::uint64_t MinRecordSize(const IRecord& layout) {
     std::uint64_t bytes = 0;
     for (std::uint32_t field = 0; field < layout.GetFieldCount(); ++field) {
-        bytes += layout.GetFieldType(field) == EIdxFieldLongLong ? 8 : 4;
+        bytes += FixedFieldSize(layout.GetFieldType(field));
     }
     return bytes;
 }
@@ -67,15 +68,16 @@ CSeqTableReader::CSeqTableReader(std::u16string_view path, EIdxTable table, cons
     : CSeqTableReader(OpenFile(path), table, layout) {}
 
 CSeqTableReader::CSeqTableReader(std::shared_ptr<IReader> reader, EIdxTable table,
-                                 const IRecord& layout)
-    : m_reader(std::move(reader)) {
+                                 const IRecord& layout, EReadMode mode)
+    : m_reader(std::move(reader)), m_mode(mode) {
     if (!m_reader) {
         Fail(u"Wrong file reader", frame::kInvalidArg);
     }
     Locate(table);
     CheckLayout(layout);
     m_count = m_reader->ReadLongLong();
-    CheckCount(SmallestRecord(layout));
+    CheckCount(layout);
+    CheckComplete();
 }
 
 void CSeqTableReader::Locate(EIdxTable table) {
@@ -107,15 +109,22 @@ void CSeqTableReader::CheckLayout(const IRecord& layout) {
     }
 }
 
-void CSeqTableReader::CheckCount(std::uint64_t smallestRecord) const {
-    const std::uint64_t possible = m_reader->Remaining() / smallestRecord + kToleratedSurplus;
+void CSeqTableReader::CheckCount(const IRecord& layout) const {
+    const std::uint64_t possible = m_reader->Remaining() / MinRecordSize(layout) + kAcceptedExcess;
     if (m_count > 0 && static_cast<std::uint64_t>(m_count) > possible) {
         Fail(u"The number of records does not fit the file in CSeqTableReader::CSeqTableReader");
     }
 }
 
+void CSeqTableReader::CheckComplete() const {
+    if (m_mode == EReadMode::Strict && m_reader->HasReadPastEnd()) {
+        Fail(kPastEndMessage);
+    }
+}
+
 void CSeqTableReader::ReadRecord(IRecord& record) {
     record.Deserialize(*m_reader);
+    CheckComplete();
     ++m_next;
 }
 

@@ -84,7 +84,7 @@ private:
             return;
         }
         const bool nameIsEnough = prefilter.IsExact() && !HasOtherCriteria() &&
-                                  names.FolderIndexesAreBelow(m_folders->Folders().size()) &&
+                                  names.FolderIndexesAreBelow(m_folders->Folders().Count()) &&
                                   m_folders->AllLeadToRoot();
         for (std::size_t i = names.Next(0, prefilter); i < names.Count();
              i = names.Next(i + 1, prefilter)) {
@@ -129,7 +129,7 @@ private:
                !(m_search.sizeLimits && m_search.sizeLimits->Rejects(file.size));
     }
     [[noreturn]] void ThrowBadFolder(std::int64_t folder, std::uint64_t number) {
-        const bool exists = m_folders->Exists(folder);
+        const bool exists = m_folders->Folders().Contains(folder);
         throw frame::CExc(
             exists ? u"The file record %1 of the volume %2 lies in the folder %3, whose parents do "
                      u"not lead to the root folder."

@@ -1,4 +1,4 @@
-// The folders of a volume and the paths that lead to them.
+// The full paths of a volume's folders.
 #pragma once
 
 #include <cstddef>
@@ -7,34 +7,28 @@
 #include <string>
 #include <vector>
 
+#include "idxdata/tables/folder_table.h"
+
 namespace tdf {
 
-// One record of the Dirs table; its name lies at any address in the loaded volume.
-struct Folder {
-    const std::byte* name;
-    std::uint32_t nameLength;  // code units
-    std::int64_t parent;       // as stored: any value
-};
-
-// The Dirs table of one loaded volume, which must outlive it. Parents may be anything:
-// walks towards the root end. Remembers what it found out, so one thread at a time.
+// The folders of one volume with any parents, and the paths of those that lead to the root.
+// Caches paths, so one thread at a time.
 class CFolderPaths {
 public:
-    // `prefix` stands before every path: "C:\".
-    CFolderPaths(std::u16string prefix, std::vector<Folder> folders);
+    // `prefix` begins every path: "C:\". Reads the table from its first record; throws what
+    // CFolderTable throws.
+    CFolderPaths(std::u16string prefix, idxdata::CSeqTableReader& table);
 
-    const std::vector<Folder>& Folders() const noexcept { return m_folders; }
-    bool Exists(std::int64_t index) const noexcept {
-        return static_cast<std::uint64_t>(index) < m_folders.size();
-    }
+    const idxdata::CFolderTable& Folders() const noexcept { return m_folders; }
 
-    // Whether the parents lead from a folder to the root, index 0.
+    // Whether the parents of a folder lead to the root.
     bool LeadsToRoot(std::int64_t index) const noexcept {
-        return index == 0 || (Exists(index) && m_leadsToRoot[static_cast<std::size_t>(index)]);
+        return index == idxdata::CFolderTable::kRoot ||
+               (m_folders.Contains(index) && m_leadsToRoot[static_cast<std::size_t>(index)]);
     }
     bool AllLeadToRoot() const noexcept { return m_allLeadToRoot; }
-    // The path of a folder that leads to the root, with a backslash at its end. The text
-    // is valid until the next call.
+    // The path of a folder that leads to the root, with a backslash at its end. Valid until
+    // the next call.
     const std::u16string& PathOf(std::int64_t index);
 
 private:
@@ -42,14 +36,14 @@ private:
     void Build(std::int64_t index, std::u16string& path);
 
     std::u16string m_prefix;
-    std::vector<Folder> m_folders;
-    std::vector<bool> m_leadsToRoot;
+    idxdata::CFolderTable m_folders;
+    std::vector<bool> m_leadsToRoot;  // by folder
     bool m_allLeadToRoot = true;
-    std::vector<std::uint32_t> m_ids;  // 0, or the folder's place in m_paths plus 1
+    std::vector<std::uint32_t> m_ids;  // by folder: 0, or its position in m_paths plus 1
     std::deque<std::u16string> m_paths;
-    std::size_t m_pathUnits = 0;            // code units in m_paths
-    std::u16string m_passingPath;           // the last path that was not kept
-    std::vector<std::int64_t> m_ancestors;  // of the path being built
+    std::size_t m_pathUnits = 0;       // code units in m_paths
+    std::u16string m_uncachedPath;     // the last path that is not in m_paths
+    std::vector<std::size_t> m_chain;  // the folders of the path being built
 };
 
 }  // namespace tdf

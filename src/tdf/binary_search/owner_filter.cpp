@@ -1,12 +1,11 @@
 #include "tdf/binary_search/owner_filter.h"
 
-#include "frame/conversions.h"
 #include "text/ascii_case.h"
 
 namespace tdf {
 
-// The first separator of the first kind that occurs decides, so a name with a dot in it
-// is read as domain and name.
+// The text is cut at the first separator of the first kind that it contains. A name that
+// contains a dot is therefore read as domain and name.
 COwnerFilter::COwnerFilter(std::u16string_view text) : m_name(text) {
     for (const char16_t separator : {u'\\', u'@', u'.'}) {
         const std::size_t at = text.find(separator);
@@ -26,23 +25,19 @@ bool COwnerFilter::Matches(std::u16string_view name, std::u16string_view domain)
     return text::EqualsNoCase(m_name, name) && (!m_domain || text::EqualsNoCase(*m_domain, domain));
 }
 
-void COwnerList::Add(const rec::COwnerRecord& record) {
-    if (record.OwnerName.empty() || text::EqualsNoCase(record.OwnerName, record.OwnerId)) {
-        m_owners.push_back({u"unkn" + frame::UInt64ToString(m_unknown++), {}, {}, false});
-        return;
+COwnerList::COwnerList(idxdata::CSeqTableReader& table) : m_table(table) {
+    m_labels.reserve(m_table.Count());
+    for (std::size_t i = 0; i < m_table.Count(); ++i) {
+        const idxdata::OwnerEntry& owner = m_table[i];
+        m_labels.push_back(owner.IsKnown() && owner.domain.empty() ? std::u16string(owner.name)
+                                                                   : m_table.LabelOf(i, u'\\'));
     }
-    std::u16string label = record.OwnerDomain;
-    if (!label.empty()) {
-        label += u'\\';
-    }
-    label += record.OwnerName;
-    m_owners.push_back({std::move(label), record.OwnerName, record.OwnerDomain, true});
 }
 
 std::optional<std::uint32_t> COwnerList::Find(const COwnerFilter& filter) const noexcept {
-    for (std::size_t i = 0; i < m_owners.size(); ++i) {
-        const Owner& owner = m_owners[i];
-        if (owner.known && filter.Matches(owner.name, owner.domain)) {
+    for (std::size_t i = 0; i < m_table.Count(); ++i) {
+        const idxdata::OwnerEntry& owner = m_table[i];
+        if (owner.IsKnown() && filter.Matches(owner.name, owner.domain)) {
             return static_cast<std::uint32_t>(i);
         }
     }
@@ -50,8 +45,7 @@ std::optional<std::uint32_t> COwnerList::Find(const COwnerFilter& filter) const 
 }
 
 std::u16string_view COwnerList::LabelOf(std::uint32_t index) const noexcept {
-    return index < m_owners.size() ? std::u16string_view(m_owners[index].label)
-                                   : std::u16string_view();
+    return m_table.Contains(index) ? std::u16string_view(m_labels[index]) : std::u16string_view();
 }
 
 }  // namespace tdf

@@ -1,4 +1,4 @@
-// The owners of a volume, and the one that a search asks for.
+// The owner criterion of a search, and the owners of a volume.
 #pragma once
 
 #include <cstdint>
@@ -7,11 +7,11 @@
 #include <string_view>
 #include <vector>
 
-#include "idxdata/tables/records.h"
+#include "idxdata/tables/owner_table.h"
 
 namespace tdf {
 
-// An account as a search writes it: DOMAIN\NAME, NAME@DOMAIN, DOMAIN.NAME or NAME.
+// An account in the forms that a search accepts: DOMAIN\NAME, NAME@DOMAIN, DOMAIN.NAME or NAME.
 class COwnerFilter {
 public:
     explicit COwnerFilter(std::u16string_view text);
@@ -21,30 +21,24 @@ public:
 
 private:
     std::u16string m_name;
-    std::optional<std::u16string> m_domain;  // without one every domain matches
+    std::optional<std::u16string> m_domain;  // nullopt: every domain matches
 };
 
-// The owners of one volume in the order of its table.
+// The owners of one volume with the labels that results show.
 class COwnerList {
 public:
-    void Add(const rec::COwnerRecord& record);
+    // Reads the table from its first record. Throws what COwnerTable throws.
+    explicit COwnerList(idxdata::CSeqTableReader& table);
 
     // The first known owner that matches.
     std::optional<std::uint32_t> Find(const COwnerFilter& filter) const noexcept;
-    // How results show the owner: DOMAIN\NAME, or NAME without a domain; "unkn" and a
-    // number for an unknown one, empty for an index that names none.
+    // DOMAIN\NAME, or NAME for an owner without a domain; "unkn" and a number for an unknown
+    // owner; empty for an index that is no owner.
     std::u16string_view LabelOf(std::uint32_t index) const noexcept;
 
 private:
-    struct Owner {
-        std::u16string label;
-        std::u16string name;  // of a known owner
-        std::u16string domain;
-        bool known;
-    };
-
-    std::vector<Owner> m_owners;
-    std::uint64_t m_unknown = 0;  // unknown owners so far
+    idxdata::COwnerTable m_table;
+    std::vector<std::u16string> m_labels;  // by owner
 };
 
 }  // namespace tdf

@@ -1,5 +1,8 @@
 #include "tdf/binary_search/root_folder_set.h"
 
+#include <algorithm>
+#include <span>
+
 #include "text/folded_text.h"
 
 namespace tdf {
@@ -21,18 +24,19 @@ std::vector<text::CFoldedText> SplitAtBackslashes(std::u16string_view path) {
 }
 
 // A folder without a name, such as the volume's root, matches any element.
-bool Matches(const Folder& folder, const text::CFoldedText& element,
-             std::int64_t matched) noexcept {
-    return folder.nameLength == 0 ||
-           (folder.parent == matched && element.Equals(folder.name, folder.nameLength));
+bool Matches(const idxdata::CFolderTable& folders, std::size_t folder,
+             const text::CFoldedText& element, std::int64_t matched) noexcept {
+    const std::u16string_view name = folders.NameOf(folder);
+    return name.empty() || (folders.ParentOf(folder) == matched &&
+                            element.Equals(std::as_bytes(std::span(name)).data(), name.size()));
 }
 
 }  // namespace
 
 // For a path of backslashes only, every volume is searched and no folder is in the set. Kept
 // for compatibility.
-CRootFolderSet::CRootFolderSet(const std::vector<Folder>& folders, std::u16string_view rootPath)
-    : m_members(folders.size()) {
+CRootFolderSet::CRootFolderSet(const idxdata::CFolderTable& folders, std::u16string_view rootPath)
+    : m_members(folders.Count()) {
     const std::vector<text::CFoldedText> elements = SplitAtBackslashes(rootPath);
     m_found = elements.empty();
     if (m_found) {
@@ -40,13 +44,13 @@ CRootFolderSet::CRootFolderSet(const std::vector<Folder>& folders, std::u16strin
     }
     std::size_t current = 0;
     std::int64_t matched = kNoFolder;
-    for (std::size_t i = 0; i < folders.size(); ++i) {
-        const Folder& folder = folders[i];
-        if (current < elements.size() && Matches(folder, elements[current], matched)) {
+    for (std::size_t i = 0; i < folders.Count(); ++i) {
+        const std::int64_t parent = folders.ParentOf(i);
+        if (current < elements.size() && Matches(folders, i, elements[current], matched)) {
             matched = static_cast<std::int64_t>(i);
             ++current;
         }
-        if (current == elements.size() && (folder.parent == matched || Contains(folder.parent))) {
+        if (current == elements.size() && (parent == matched || Contains(parent))) {
             m_members[i] = true;
         }
     }

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tdf/binary_search/folder_paths.h"
+#include "idxdata/tables/folder_table.h"
 
 namespace tdf {
 
@@ -15,7 +15,7 @@ class CRootFolderSet {
 public:
     // The elements of `rootPath` are separated by backslashes; the first one matches the
     // root of every volume.
-    CRootFolderSet(const std::vector<Folder>& folders, std::u16string_view rootPath);
+    CRootFolderSet(const idxdata::CFolderTable& folders, std::u16string_view rootPath);
 
     // True when the volume has no such folder and need not be searched.
     bool IsEmpty() const noexcept { return !m_found; }

@@ -22,8 +22,8 @@ CVolumeCatalogue::CVolumeCatalogue(std::u16string_view key, std::u16string_view 
     IndexNames();
 }
 
-// A damaged Files table is not indexed; a search that comes to it reads it record by
-// record and reports the damage then.
+// A damaged Files table has no index. A search reads it record by record and reports the
+// damage.
 void CVolumeCatalogue::IndexNames() {
     try {
         idxdata::CSeqTableReader table = OpenFiles();
@@ -44,31 +44,16 @@ idxdata::CSeqTableReader CVolumeCatalogue::OpenFiles() const {
 
 const COwnerList& CVolumeCatalogue::Owners() {
     if (!m_owners) {
-        rec::COwnerRecord record;
-        idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableOwners, record);
-        COwnerList owners;
-        while (!table.IsEnd()) {
-            table.ReadRecord(record);
-            owners.Add(record);
-        }
-        m_owners = std::move(owners);
+        idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableOwners, rec::COwnerRecord());
+        m_owners.emplace(table);
     }
     return *m_owners;
 }
 
 CFolderPaths& CVolumeCatalogue::Folders() {
     if (!m_folders) {
-        rec::CDirRecord record;
-        idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableDirs, record);
-        std::vector<Folder> folders;
-        while (!table.IsEnd()) {
-            constexpr std::size_t kLengthSize = 4;  // bytes before a name
-            const std::byte* const at = m_reader->Window(0).data();
-            table.ReadRecord(record);
-            folders.push_back({at + kLengthSize, static_cast<std::uint32_t>(record.DirName.size()),
-                               record.ParentDirIndex});
-        }
-        m_folders.emplace(LetterOf(m_key) + u":\\", std::move(folders));
+        idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableDirs, rec::CDirRecord());
+        m_folders.emplace(LetterOf(m_key) + u":\\", table);
     }
     return *m_folders;
 }

@@ -16,13 +16,14 @@
 
 namespace tdf {
 
-// A loaded index data file and what was read from it. Tables are read when they are first
-// asked for, and once; a table that cannot be read fails each time anew, with the
-// messages of the format. One thread at a time.
+// A loaded index data file and its tables. A table is read once, at the first call that
+// needs it; a call that needs a damaged table fails every time, with the messages of the
+// format. One thread at a time.
 class CVolumeCatalogue {
 public:
-    // Loads the file. `key` names the volume: its letter stands behind the first dot, or
-    // in front when there is none. Throws what CBuffFileReader::Open throws.
+    // Loads the file. The volume's letter is the character after the first dot of `key`,
+    // or the first character of a key without a dot. Throws what CBuffFileReader::Open
+    // throws.
     CVolumeCatalogue(std::u16string_view key, std::u16string_view path);
     CVolumeCatalogue(const CVolumeCatalogue&) = delete;
     CVolumeCatalogue& operator=(const CVolumeCatalogue&) = delete;
@@ -30,9 +31,9 @@ public:
     const std::u16string& Key() const noexcept { return m_key; }
     const COwnerList& Owners();
     CFolderPaths& Folders();
-    // The Files table, standing at its first record.
+    // The Files table at its first record.
     idxdata::CSeqTableReader OpenFiles() const;
-    // Of a Files table that can be read to its end; null otherwise.
+    // The names of a Files table that can be read to its end; null for a damaged one.
     const CPackedNames* Names() const noexcept { return m_names.get(); }
 
 private:

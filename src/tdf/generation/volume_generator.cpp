@@ -12,35 +12,6 @@ namespace tdf {
 
 namespace {
 
-// The bytes of a record beside its texts.
-constexpr std::uint64_t kFolderSize = 4 + 8;
-constexpr std::uint64_t kOwnerSize = 4 + 4 + 4;
-constexpr std::uint64_t kFileSize = 4 + 8 + 4 + 8 + 8;
-
-[[noreturn]] void FailShort() {
-    throw frame::CExc(u"The specified size is out of the buffer boundary.", frame::kFail);
-}
-
-// Sees that the records of a table lie within the file: a reader gives zeros behind its
-// end, which must not become lines.
-class CTableGuard {
-public:
-    explicit CTableGuard(const idxdata::CSeqTableReader& table)
-        : m_left(table.Reader().Remaining()) {}
-
-    // A record with `units` code units of text and `fixed` other bytes was read.
-    void Pass(std::uint64_t fixed, std::uint64_t units) {
-        const std::uint64_t bytes = fixed + 2 * units;
-        if (bytes > m_left) {
-            FailShort();
-        }
-        m_left -= bytes;
-    }
-
-private:
-    std::uint64_t m_left;  // bytes
-};
-
 void PutReversed(text::CUnitWriter& out, std::u16string_view text) noexcept {
     for (std::size_t i = text.size(); i > 0; --i) {
         out.Put(text[i - 1]);
@@ -52,13 +23,9 @@ void PutReversed(text::CUnitWriter& out, std::u16string_view text) noexcept {
 void CVolumeGenerator::Run(std::u16string_view dataFile) {
     m_reader = std::make_shared<idxdata::CFileReader>();
     m_reader->Open(dataFile);
-    ReadFolders();
-    ReadOwners();
-    m_folderTexts.emplace(
-        m_folders, m_volumeName,
-        m_settings.bCrcMode ? std::optional(m_settings.subfoldersMax) : std::nullopt);
+    ReadTables();
     COwnerFiles files(
-        m_owners,
+        *m_owners,
         {m_settings.outpFolder, m_volumeName, m_settings.txtDateTime, m_settings.recsNumPerTxt},
         m_limits);
     // After a failure the lines written so far are saved as well.
@@ -85,47 +52,25 @@ void CVolumeGenerator::Run(std::u16string_view dataFile) {
 idxdata::CSeqTableReader CVolumeGenerator::OpenTable(idxdata::EIdxTable table,
                                                      const idxdata::IRecord& layout) {
     m_reader->SetCurFilePos(0);
-    idxdata::CSeqTableReader opened(m_reader, table, layout);
-    // A header that ends with its file would read as that of an empty table.
-    m_reader->SetCurFilePos(m_reader->GetCurFilePos() - std::int64_t{sizeof(std::int64_t)});
-    if (m_reader->ReadLongLong() != opened.RecordCount()) {
-        FailShort();
-    }
-    return opened;
+    return {m_reader, table, layout, idxdata::EReadMode::Strict};
 }
 
-void CVolumeGenerator::ReadFolders() {
-    rec::CDirRecord record;
-    idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableDirs, record);
-    CTableGuard guard(table);
-    while (!table.IsEnd()) {
-        table.ReadRecord(record);
-        guard.Pass(kFolderSize, record.DirName.size());
-        m_folders.Add(record.DirName, record.ParentDirIndex);
-    }
-}
-
-void CVolumeGenerator::ReadOwners() {
-    rec::COwnerRecord record;
-    idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableOwners, record);
-    CTableGuard guard(table);
-    while (!table.IsEnd()) {
-        table.ReadRecord(record);
-        guard.Pass(kOwnerSize,
-                   record.OwnerId.size() + record.OwnerName.size() + record.OwnerDomain.size());
-        m_owners.Add(record);
-    }
-    m_owners.FindSharedLabels();
+void CVolumeGenerator::ReadTables() {
+    idxdata::CSeqTableReader folders = OpenTable(idxdata::EIdxTableDirs, rec::CDirRecord());
+    m_folders.emplace(folders);
+    idxdata::CSeqTableReader owners = OpenTable(idxdata::EIdxTableOwners, rec::COwnerRecord());
+    m_owners.emplace(owners);
+    m_folderTexts.emplace(
+        *m_folders, m_volumeName,
+        m_settings.bCrcMode ? std::optional(m_settings.subfoldersMax) : std::nullopt);
 }
 
 void CVolumeGenerator::ReadFiles(COwnerFiles& files) {
     idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableFiles, rec::CFileRecord());
-    CTableGuard guard(table);
     idxdata::CFileRecordCursor cursor(table);
     idxdata::FileRecordView record{};
     for (std::int64_t index = 0; cursor.Next(record); ++index) {
-        guard.Pass(kFileSize, record.nameLength);
-        if (record.ownerIndex < m_owners.Count()) {
+        if (record.ownerIndex < m_owners->Count()) {
             WriteRecord(files, record, index);
         }
     }
@@ -147,15 +92,16 @@ void CVolumeGenerator::WriteRecordLine(COwnerFiles& files, const idxdata::FileRe
     const CFolderTexts::Text folder = m_folderTexts->TextOf(record.dirIndex, index);
     const std::size_t maxUnits =
         CRecordPrefixFormatter::kMaxUnits + folder.text.size() + record.nameLength;
-    text::TextStatistics survey = text::CollectTextStatistics(record.nameBytes, record.nameLength);
-    survey += folder.survey;
+    text::TextStatistics statistics =
+        text::CollectTextStatistics(record.nameBytes, record.nameLength);
+    statistics += folder.statistics;
     files.PutLine(record.ownerIndex, maxUnits, [&](std::byte* line) {
         text::CUnitWriter out(line);
         out.Skip(m_recordPrefix.Write(record.modifyTime, record.size, line));
-        survey.units += out.Count();  // ASCII only
+        statistics.units += out.Count();  // ASCII only
         out.Put(folder.text);
         out.Put(record.nameBytes, record.nameLength);
-        const bool passes = survey.Passes() || text::LooksLikeUtf16Text(line, out.Count());
+        const bool passes = statistics.Passes() || text::LooksLikeUtf16Text(line, out.Count());
         return passes ? out.Count() : 0;
     });
 }
@@ -206,8 +152,8 @@ void CVolumeGenerator::WriteOwnersMap(COwnerFiles& files) {
         idxdata::CFileWriter map;
         files.CreateExtraFile(map, files.PathFor(name));
         map.WriteWord(u'\uFEFF');
-        for (std::size_t owner = 0; owner < m_owners.Count(); ++owner) {
-            map.WriteTextString(m_owners.MapLineOf(owner));
+        for (std::size_t owner = 0; owner < m_owners->Count(); ++owner) {
+            map.WriteTextString(m_owners->MapLineOf(owner));
         }
         map.Close();
     });

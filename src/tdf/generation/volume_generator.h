@@ -9,9 +9,10 @@
 
 #include "idxdata/streams/file_reader.h"
 #include "idxdata/tables/file_record_cursor.h"
+#include "idxdata/tables/folder_table.h"
+#include "tdf/generation/folder_texts.h"
 #include "tdf/generation/owner_files.h"
 #include "tdf/generation/record_prefix_formatter.h"
-#include "tdf/generation/tdf_folders.h"
 #include "tdf/generation/tdf_generator.h"
 #include "tdf/generation/tdf_owners.h"
 #include "tdf/naming/crc_path.h"
@@ -34,8 +35,7 @@ public:
 
 private:
     idxdata::CSeqTableReader OpenTable(idxdata::EIdxTable table, const idxdata::IRecord& layout);
-    void ReadFolders();
-    void ReadOwners();
+    void ReadTables();
     void ReadFiles(COwnerFiles& files);
     void WriteRecord(COwnerFiles& files, const idxdata::FileRecordView& record, std::int64_t index);
     void WriteRecordLine(COwnerFiles& files, const idxdata::FileRecordView& record,
@@ -50,8 +50,8 @@ private:
     std::u16string m_volumeName;
     OwnerFilesLimits m_limits;
     std::shared_ptr<idxdata::CFileReader> m_reader;
-    CTdfFolders m_folders;
-    CTdfOwners m_owners;
+    std::optional<idxdata::CFolderTable> m_folders;
+    std::optional<CTdfOwners> m_owners;
     std::optional<CFolderTexts> m_folderTexts;
     CRecordPrefixFormatter m_recordPrefix;
     CKeyNameCutter m_keyNames;

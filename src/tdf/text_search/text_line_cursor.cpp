@@ -100,7 +100,7 @@ void CTextLineCursor::PointAtCopy(TextLine& line) const noexcept {
 bool CTextLineCursor::Refill() {
     const std::size_t left = m_count - m_next;
     m_reader.SkipBytes(2 * m_next);
-    const std::span<const std::byte> window = m_reader.Window(idxdata::IReader::kLargestWindow);
+    const std::span<const std::byte> window = m_reader.Window(idxdata::IReader::kMaxWindow);
     m_next = 0;
     m_units = window.data();
     m_count = window.size() / 2;
