@@ -1,4 +1,4 @@
-// Random operations on a meta-file, against the plain model.
+// Random operations on a meta-file, compared with the plain model.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::u16string_view kElements[] = {u"a",      u"A",      u"b",  u"Job", u"JOB", u"x y",
                                              u"\u00C9", u"\u00E9", u"#c", u"k1",  u"k2",  u"k3"};
-// Blanks at the ends, signs and line ends read back as something else than was set.
+// Blanks at the ends, signs and line ends do not read back as they were set.
 constexpr std::u16string_view kValues[] = {
     u"", u"1", u" v ", u"=", u"a=b", u"\t", u"x\r\ny.z=1", u"end\r\n", u"caf\u00E9", u"\xD800"};
 constexpr std::u16string_view kComments[] = {u"", u"c", u"a\r\n\r\nb\n", u"\n", u"tail\r"};
@@ -42,13 +42,20 @@ protected:
         }
         m_file.reset();
         m_file = CMtfOpenedMetaFile::Open(m_path, mode);
-        m_model.Open(mode);
+        m_model.Open(mode == EMtfOpenMode::EMtfCreateNewDetached);
     }
 
     void Change() {
+        CMtfAttrsTreeData& tree = m_file->Tree();
         const std::u16string path = RandomPath();
         const std::u16string value = Pick(kValues);
-        CMtfAttrsTreeData& tree = m_file->Tree();
+        const std::u16string base = Below(3) == 0 ? RandomPath() : u"";
+        std::uint64_t node = tree.FindSubtree(0, base);
+        node = node == tree.kNoNode ? tree.CreateSubtree(0, base) : node;
+        m_model.CreateSubtree(base);
+        const std::u16string whole = base + u'.' + path;
+        const bool hasElements = path.find_first_not_of(u'.') != path.npos;
+        const std::u16string attr = hasElements ? whole : path;
         switch (Below(10)) {
             case 0:
             case 1: {
@@ -57,19 +64,20 @@ protected:
                 break;
             }
             case 2:
-                m_model.CreateSubtree(path), tree.CreateSubtree(0, path);
+                m_model.CreateSubtree(whole), tree.CreateSubtree(node, path);
                 break;
             case 3:
-                m_model.DelSubtree(path), tree.DelSubtree(0, path);
+                m_model.DelSubtree(whole), tree.DelSubtree(node, path);
                 break;
             case 4:
             case 5:
-                EXPECT_EQ(m_model.DelAttr(path),
-                          support::MessageOf([&] { tree.DelAttr(0, path); }) == u"<none>");
+                EXPECT_EQ(m_model.DelAttr(attr),
+                          support::MessageOf([&] { tree.DelAttr(node, path); }) == u"<none>");
                 break;
             default:
-                EXPECT_EQ(m_model.SetAttr(path, value),
-                          support::MessageOf([&] { tree.SetAttr(0, path, value); }) == u"<none>");
+                EXPECT_EQ(m_model.SetAttr(attr, value), support::MessageOf([&] {
+                                                            tree.SetAttr(node, path, value);
+                                                        }) == u"<none>");
         }
     }
 
@@ -96,7 +104,7 @@ TEST_P(MetaFileProperty, AgreesWithTheModelAtEveryStep) {
                 Flush();
                 break;
             case 2:
-                m_file->File().CloseFile(), m_model.Close();
+                m_file->File().CloseFile();
                 break;
             case 3:
                 Open();

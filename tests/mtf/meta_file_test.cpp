@@ -8,8 +8,8 @@
 #include <fstream>
 
 #include "frame/conversions.h"
-#include "mtf/tree/opened_meta_file.h"
 #include "mtf/store/path_elements.h"
+#include "mtf/tree/opened_meta_file.h"
 #include "support/meta_file_model.h"
 #include "support/port_files.h"
 #include "support/temp_folder.h"

@@ -6,19 +6,37 @@ namespace support {
 
 namespace {
 
-using Elements = std::vector<std::u16string>;
+using Texts = std::vector<std::u16string>;
 
-Elements Split(std::u16string_view path) {
-    Elements elements(1);
-    for (const char16_t unit : path) {
-        if (unit == u'.') {
-            elements.emplace_back();
-        } else {
-            elements.back() += unit;
-        }
+Texts Split(std::u16string_view text, std::u16string_view separator) {
+    Texts parts;
+    for (std::size_t end; (end = text.find(separator)) != text.npos;) {
+        parts.emplace_back(text.substr(0, end));
+        text.remove_prefix(end + separator.size());
     }
-    std::erase(elements, std::u16string());
-    return elements;
+    parts.emplace_back(text);
+    return parts;
+}
+
+std::u16string Join(std::u16string_view path, std::u16string_view name) {
+    return std::u16string(path) + (path.empty() || name.empty() ? u"" : u".") +
+           std::u16string(name);
+}
+
+std::u16string Normalized(std::u16string_view path) {
+    std::u16string joined;
+    for (const std::u16string& element : Split(path, u".")) {
+        joined = Join(joined, element);
+    }
+    return joined;
+}
+
+// The path up to the last element, and the last element.
+std::pair<std::u16string, std::u16string> SplitLast(std::u16string_view path) {
+    const std::size_t dot = path.rfind(u'.');
+    return dot == path.npos ? std::pair(std::u16string(), std::u16string(path))
+                            : std::pair(std::u16string(path.substr(0, dot)),
+                                        std::u16string(path.substr(dot + 1)));
 }
 
 std::u16string Fold(std::u16string text) {
@@ -28,23 +46,14 @@ std::u16string Fold(std::u16string text) {
     return text;
 }
 
-std::u16string Trim(std::u16string text) {
-    const auto isBlank = [](char16_t unit) { return unit == u' ' || unit == u'\t'; };
-    while (!text.empty() && isBlank(text.back())) {
-        text.pop_back();
-    }
-    while (!text.empty() && isBlank(text.front())) {
-        text.erase(0, 1);
-    }
-    return text;
+std::u16string Trim(std::u16string_view text) {
+    const std::size_t first = text.find_first_not_of(u" \t");
+    return first == text.npos
+               ? std::u16string()
+               : std::u16string(text.substr(first, text.find_last_not_of(u" \t") + 1 - first));
 }
 
-std::u16string Join(const std::u16string& path, const std::u16string& name) {
-    return path.empty() ? name : path + u'.' + name;
-}
-
-void DumpSubtree(const mtf::CMtfAttrsTreeData& tree, std::uint64_t node,
-                 std::vector<std::u16string>& out) {
+void DumpSubtree(const mtf::CMtfAttrsTreeData& tree, std::uint64_t node, Texts& out) {
     for (const std::u16string& name : tree.EnumChildAttrs(node)) {
         out.push_back(name + u'=' + std::u16string(tree.GetExistingAttr(node, name)));
     }
@@ -57,217 +66,139 @@ void DumpSubtree(const mtf::CMtfAttrsTreeData& tree, std::uint64_t node,
 
 }  // namespace
 
-std::vector<std::u16string> DumpTree(const mtf::CMtfAttrsTreeData& tree) {
-    std::vector<std::u16string> out;
+Texts DumpTree(const mtf::CMtfAttrsTreeData& tree) {
+    Texts out;
     DumpSubtree(tree, mtf::CMtfAttrsTreeData::kRoot, out);
     return out;
 }
 
-void CMetaFileModel::Open(mtf::EMtfOpenMode mode) {
+void CMetaFileModel::Open(bool startEmpty) {
     m_lines.clear();
-    m_root = Node();
-    m_nextId = 1;
-    m_held = mode == mtf::EMtfOpenMode::EMtfOpenRW;
-    if (mode == mtf::EMtfOpenMode::EMtfCreateNewDetached) {
-        m_disk.reset();
-    } else if (!m_disk) {
-        m_disk = "\xFF\xFE";
+    m_nodes.assign(1, {});
+    if (startEmpty) {
+        return m_disk.reset();
     }
-    if (m_disk) {
-        Parse(std::string_view(*m_disk).substr(2));
+    m_disk = m_disk.value_or(MetaFileBytes(u""));
+    std::u16string text(m_disk->size() / 2 - 1, u'\0');
+    std::memcpy(text.data(), m_disk->data() + 2, text.size() * 2);
+    Texts lines = text.empty() ? Texts() : Split(text, u"\r\n");
+    if (lines.size() > 1 && lines.back().empty()) {  // a line end that ends the text is text
+        lines.pop_back();
+        lines.back() += u"\r\n";
     }
-    for (std::size_t line = 0; line < m_lines.size(); ++line) {
-        AddToTree(line);
-    }
-}
-
-void CMetaFileModel::Parse(std::string_view bytes) {
-    std::u16string text(bytes.size() / 2, u'\0');
-    std::memcpy(text.data(), bytes.data(), bytes.size());
-    while (!text.empty()) {
-        std::size_t end = text.find(u"\r\n");
-        // A line end that ends the text belongs to the last line.
-        end = end == std::u16string_view::npos || end + 2 == text.size() ? text.size() : end;
-        m_lines.push_back({text.substr(0, end), EState::Unchanged});
-        text.erase(0, end + 2);
-    }
-}
-
-void CMetaFileModel::AddToTree(std::size_t line) {
-    const std::u16string& text = *m_lines[line].text;
-    const std::size_t sign = text.find(u'=');
-    if (sign == std::u16string_view::npos || text.front() == u'#') {
-        return;
-    }
-    Elements path = Split(Trim(text.substr(0, sign)));
-    const std::u16string name = path.back();
-    path.pop_back();
-    Walk(path, true)->attrs[name] = {Trim(text.substr(sign + 1)), line};
-}
-
-CMetaFileModel::Node* CMetaFileModel::Walk(const Elements& elements, bool create) {
-    Node* node = &m_root;
-    for (const std::u16string& element : elements) {
-        const auto found =
-            std::find_if(node->children.begin(), node->children.end(),
-                         [&](const auto& child) { return Fold(child->name) == Fold(element); });
-        if (found != node->children.end()) {
-            node = found->get();
-        } else if (create) {
-            node->children.push_back(std::make_unique<Node>());
-            Node* const child = node->children.back().get();
-            child->name = element;
-            child->parent = std::exchange(node, child);
-            child->id = m_nextId++;
-        } else {
-            return nullptr;
+    for (const std::u16string& line : lines) {
+        const std::size_t sign = line.find(u'=');
+        if (sign != line.npos && line.front() != u'#') {
+            const auto [path, name] = SplitLast(Normalized(Trim(line.substr(0, sign))));
+            Find(path, true)->attrs[name] = {Trim(line.substr(sign + 1)), m_lines.size()};
         }
+        m_lines.emplace_back(line);
     }
-    return node;
 }
 
-std::u16string CMetaFileModel::PathOf(const Node& node) {
-    return node.parent == nullptr ? u"" : Join(PathOf(*node.parent), node.name);
+// The node with this normalized path, or null.
+CMetaFileModel::Node* CMetaFileModel::Find(std::u16string_view path, bool create) {
+    const std::u16string folded = Fold(std::u16string(path));
+    const auto found = std::find_if(m_nodes.begin(), m_nodes.end(),
+                                    [&](const Node& node) { return node.folded == folded; });
+    if (found != m_nodes.end() || !create) {
+        return found == m_nodes.end() ? nullptr : &*found;
+    }
+    const auto [parentPath, name] = SplitLast(path);
+    const std::u16string parent = Find(parentPath, true)->path;
+    const std::u16string spelled = Join(parent, name);
+    return &m_nodes.emplace_back(Node{spelled, Fold(spelled), parent, {}});
 }
 
 bool CMetaFileModel::SetAttr(std::u16string_view path, std::u16string_view value) {
-    Elements elements = Split(path);
-    if (elements.empty()) {
+    const auto [subtree, name] = SplitLast(Normalized(path));
+    if (name.empty()) {
         return false;
     }
-    const std::u16string name = elements.back();
-    elements.pop_back();
-    Node* const node = Walk(elements, true);
-    const std::u16string text = Join(PathOf(*node), name) + u'=' + std::u16string(value);
-    const auto attr = node->attrs.find(name);
-    if (attr == node->attrs.end()) {
-        node->attrs[name] = {std::u16string(value), m_lines.size()};
-        m_lines.push_back({text, EState::Appended});
-    } else {
-        attr->second.first = value;
-        m_lines[attr->second.second] = {text, EState::Modified};
-    }
+    Node& node = *Find(subtree, true);
+    const auto [attr, isNew] = node.attrs.try_emplace(name, Attr{u"", m_lines.size()});
+    attr->second.value = value;
+    m_lines.resize(m_lines.size() + (isNew ? 1 : 0));
+    m_lines[attr->second.line] = Join(node.path, name) + u'=' + std::u16string(value);
     return true;
 }
 
 bool CMetaFileModel::DelAttr(std::u16string_view path) {
-    Elements elements = Split(path);
-    if (elements.empty()) {
-        return false;
-    }
-    const std::u16string name = elements.back();
-    elements.pop_back();
-    Node* const node = Walk(elements, false);
-    if (node != nullptr && node->attrs.count(name) != 0) {
-        m_lines[node->attrs[name].second].state = EState::Deleted;
+    const auto [subtree, name] = SplitLast(Normalized(path));
+    Node* const node = Find(subtree, false);
+    if (node != nullptr && node->attrs.contains(name)) {
+        m_lines[node->attrs[name].line].reset();
         node->attrs.erase(name);
     }
-    return true;
+    return !name.empty();
 }
 
 void CMetaFileModel::CreateSubtree(std::u16string_view path) {
-    Walk(Split(path), true);
+    Find(Normalized(path), true);
 }
 
 void CMetaFileModel::DelSubtree(std::u16string_view path) {
-    Node* const node = Walk(Split(path), false);
-    if (node != nullptr && node != &m_root) {
-        DeleteLines(*node);
-        std::erase_if(node->parent->children,
-                      [&](const auto& child) { return child.get() == node; });
-    }
-}
-
-void CMetaFileModel::DeleteLines(const Node& node) {
-    for (const auto& [name, entry] : node.attrs) {
-        m_lines[entry.second].state = EState::Deleted;
-    }
-    for (const auto& child : node.children) {
-        DeleteLines(*child);
-    }
+    const std::u16string top = Fold(Normalized(path));
+    std::erase_if(m_nodes, [&](const Node& node) {
+        const bool isUnder = node.folded == top || node.folded.starts_with(top + u'.');
+        if (top.empty() || !isUnder) {
+            return false;
+        }
+        for (const auto& [name, attr] : node.attrs) {
+            m_lines[attr.line].reset();
+        }
+        return true;
+    });
 }
 
 void CMetaFileModel::PushComment(std::u16string_view text) {
-    std::u16string piece;
-    for (const char16_t unit : text) {
-        if (unit != u'\n') {
-            piece += unit;
-            continue;
-        }
-        if (piece.ends_with(u'\r')) {
-            piece.pop_back();
-        }
-        m_lines.push_back({u'#' + std::exchange(piece, {}), EState::Appended});
+    Texts pieces = Split(text, u"\n");
+    const std::u16string last = pieces.back();
+    pieces.pop_back();
+    for (std::u16string& piece : pieces) {
+        piece.resize(piece.size() - (piece.ends_with(u'\r') ? 1 : 0));
+        m_lines.emplace_back(u'#' + piece);
     }
-    if (!piece.empty()) {
-        m_lines.push_back({u'#' + piece, EState::Appended});
+    if (!last.empty()) {
+        m_lines.emplace_back(u'#' + last);
     }
-}
-
-std::string CMetaFileModel::Compose(std::size_t from, bool first) const {
-    std::string bytes;
-    for (std::size_t i = from; i < m_lines.size(); ++i) {
-        if (m_lines[i].text && m_lines[i].state != EState::Deleted) {
-            bytes += WideBytes(std::exchange(first, false) ? u"" : u"\r\n");
-            bytes += WideBytes(*m_lines[i].text);
-        }
-    }
-    return bytes;
 }
 
 void CMetaFileModel::Save() {
-    const auto changed = std::find_if(m_lines.begin(), m_lines.end(), [](const Line& line) {
-        return line.text && line.state != EState::Unchanged;
-    });
-    if (m_held && changed == m_lines.end()) {
-        return;
-    }
-    if (m_held && changed->state == EState::Appended) {
-        const bool first =
-            std::none_of(m_lines.begin(), changed, [](const Line& line) { return line.text; });
-        *m_disk += Compose(static_cast<std::size_t>(changed - m_lines.begin()), first);
-    } else {
-        m_disk = "\xFF\xFE" + Compose(0, true);
-    }
-    for (Line& line : m_lines) {
-        if (line.state == EState::Deleted) {
-            line.text.reset();
+    std::u16string content;
+    bool isFirst = true;
+    for (const auto& line : m_lines) {
+        if (line) {
+            content += (std::exchange(isFirst, false) ? u"" : u"\r\n") + *line;
         }
-        line.state = EState::Unchanged;
+    }
+    m_disk = MetaFileBytes(content);
+}
+
+void CMetaFileModel::DumpNode(const Node& node, Texts& out) const {
+    for (const auto& [name, attr] : node.attrs) {
+        out.push_back(name + u'=' + attr.value);
+    }
+    for (const Node& child : m_nodes) {
+        if (&child != m_nodes.data() && child.parent == node.path) {
+            out.push_back(u'[' + SplitLast(child.path).second);
+            DumpNode(child, out);
+            out.push_back(u"]");
+        }
     }
 }
 
-void CMetaFileModel::DumpNode(const Node& node, std::vector<std::u16string>& out) {
-    for (const auto& [name, entry] : node.attrs) {
-        out.push_back(name + u'=' + entry.first);
-    }
-    for (const auto& child : node.children) {
-        out.push_back(u'[' + child->name);
-        DumpNode(*child, out);
-        out.push_back(u"]");
-    }
-}
-
-std::vector<std::u16string> CMetaFileModel::Dump() const {
-    std::vector<std::u16string> out;
-    DumpNode(m_root, out);
+Texts CMetaFileModel::Dump() const {
+    Texts out;
+    DumpNode(m_nodes.front(), out);
     return out;
 }
 
-void CMetaFileModel::Collect(const Node& node, std::map<std::size_t, const Node*>& byId) {
-    byId[node.id] = &node;
-    for (const auto& child : node.children) {
-        Collect(*child, byId);
-    }
-}
-
-std::vector<std::u16string> CMetaFileModel::AllAttrs() const {
-    std::map<std::size_t, const Node*> byId;
-    Collect(m_root, byId);
-    std::vector<std::u16string> out;
-    for (const auto& [id, node] : byId) {
-        for (const auto& [name, entry] : node->attrs) {
-            out.push_back(Join(PathOf(*node), name));
+Texts CMetaFileModel::AllAttrs() const {
+    Texts out;
+    for (const Node& node : m_nodes) {
+        for (const auto& [name, attr] : node.attrs) {
+            out.push_back(Join(node.path, name));
         }
     }
     return out;

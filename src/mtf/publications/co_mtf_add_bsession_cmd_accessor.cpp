@@ -8,7 +8,7 @@ namespace coClasses {
 
 namespace {
 
-// Keys and positions are unsigned: negative numbers become huge ones.
+// Keys and positions are unsigned; negative numbers are converted.
 std::uint64_t Unsigned(INT number) {
     return static_cast<std::uint64_t>(std::int64_t{number});
 }
@@ -18,7 +18,7 @@ struct TextOut {
     BSTR* out;
 };
 
-// Hands out all texts, or none when memory runs out.
+// Returns all texts, or none when memory runs out.
 template <std::size_t kCount>
 void ReturnTexts(const TextOut (&texts)[kCount]) {
     std::array<automation::CBstr, kCount> copies;

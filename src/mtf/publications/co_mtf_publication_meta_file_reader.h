@@ -7,7 +7,8 @@
 
 namespace coClasses {
 
-// IMtfPublicationMetaFileReader. What it hands out shares its publication and outlives it.
+// IMtfPublicationMetaFileReader. The objects that it returns share its publication and may
+// outlive it.
 class CCoMtfPublicationMetaFileReader final
     : public frame::CCoObject<IMtfPublicationMetaFileReader> {
 public:

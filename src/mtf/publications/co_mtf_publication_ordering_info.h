@@ -21,7 +21,7 @@ private:
     std::shared_ptr<const mtf::CPubOrderingInfo> m_info;
 };
 
-// Hands out a new object; E_POINTER for a null `out`.
+// Returns a new object; E_POINTER for a null `out`.
 HRESULT ReturnOrderingInfo(std::shared_ptr<const mtf::CPubOrderingInfo> info,
                            IMtfPublicationOrderingInfo** out);
 

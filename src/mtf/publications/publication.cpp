@@ -13,13 +13,10 @@ namespace mtf {
 
 namespace {
 
-using text::EqualsNoCase;
-using text::StartsWithNoCase;
-
 constexpr std::u16string_view kLocalTime = u"Publication.LocalTime";
 constexpr std::u16string_view kUtcTime = u"Publication.UTCTime";
 
-// Where the parts of a command attribute stand in its path.
+// Positions of the elements in the path of a command attribute.
 enum EElement : std::size_t {
     kCommandNumber = 1,
     kCommandAttr = 2,
@@ -64,13 +61,13 @@ void StoreField(FieldNames<Record> fields, Record& record, std::u16string_view n
     }
 }
 
-// Negative numbers become huge keys.
+// Negative numbers are converted to unsigned keys.
 std::uint64_t KeyAt(const CMtfPathElements& path, std::size_t index) {
     return static_cast<std::uint64_t>(std::int64_t{frame::StringToInt(path.At(index))});
 }
 
-// The path's elements are read in this order and no further than needed: which of them is
-// missing decides about the failure.
+// Reads the path elements in this order and only as far as needed: the first missing element
+// determines the message.
 void StoreGroupAttr(CRetargetedOibGroup& group, const CMtfPathElements& path,
                     std::u16string_view value) {
     const std::u16string_view kind = path.At(kGroupAttr);
@@ -96,7 +93,8 @@ void StoreSessionAttr(CAddBSessionData& data, const CMtfPathElements& path,
     }
 }
 
-// Attributes before the type are kept; the first type decides what happens to the rest.
+// Attributes before the type are stored. After a type other than AddBSession all attributes
+// of the command are ignored.
 void StoreCommandAttr(CPublication& publication, std::u16string_view name,
                       std::u16string_view value) {
     const CMtfPathElements path(name);
@@ -113,8 +111,8 @@ void StoreCommandAttr(CPublication& publication, std::u16string_view name,
     }
 }
 
-// Names are matched by their beginnings here, unlike where only the times are read; kept
-// on purpose.
+// Compares the beginnings of names; CPubOrderingInfo::Load compares whole names. Kept for
+// compatibility.
 void StoreAttr(CPublication& publication, CPubOrderingInfo& orderingInfo,
                const CMtfAttrLine& attr) {
     if (text::StartsWithNoCase(attr.name, u"cmd")) {

@@ -1,4 +1,4 @@
-// Publication meta-files: when something was published, and by which commands.
+// Publication meta-files: the time of a publication and its commands.
 #pragma once
 
 #include <cstdint>
@@ -12,20 +12,20 @@
 
 namespace mtf {
 
-// All times are texts that other software wrote; nothing here interprets them.
+// All times are texts from the file and are not interpreted.
 
 struct CPubOrderingInfo {
     std::u16string localTime;
     std::u16string utcTime;
 
-    // Reads only these two out of the file. Throws CExc.
+    // Reads only these two values from the file. Throws CExc.
     static std::shared_ptr<const CPubOrderingInfo> Load(std::u16string_view path);
 };
 
 struct CPubOibRef {
     std::u16string vmName;
     std::u16string backupTimeUtc;
-    GUID oibUid{};  // all zero when the file gives none
+    GUID oibUid{};  // zero when the file has none
     std::u16string platform;
     std::u16string origin;
 };
@@ -41,7 +41,7 @@ struct CRetargetedOibGroup {
     CSparseArray<CPubBackupFile> backupFiles;
 };
 
-// What a command of the type AddBSession adds.
+// The data of a command of type AddBSession.
 struct CAddBSessionData {
     CSparseArray<CRetargetedOibGroup> groups;
     std::u16string backupServer;
@@ -50,15 +50,15 @@ struct CAddBSessionData {
 };
 
 struct CPubCommand {
-    std::u16string type;  // empty until the file gives one
+    std::u16string type;  // empty when the file has none
     bool isAddBSession = false;
-    std::unique_ptr<CAddBSessionData> addBSession;  // made at first need
+    std::unique_ptr<CAddBSessionData> addBSession;  // created on first use
 
     CAddBSessionData& FindOrAddBSession();
 };
 
-// A publication, read completely by Load. Shared by the reader and what it hands out; no
-// locks. Nothing changes after loading, but that looking up a command may add an empty one.
+// A publication, read completely by Load. Shared by the reader and the objects that it
+// returns; no locks. After loading it changes only when a lookup adds an empty command.
 struct CPublication {
     std::shared_ptr<const CPubOrderingInfo> orderingInfo;
     std::shared_ptr<CMtfMetaFile> file;

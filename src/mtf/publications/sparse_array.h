@@ -1,4 +1,4 @@
-// Elements under numbers that a file chose.
+// Elements with keys from a file.
 #pragma once
 
 #include <cstddef>
@@ -12,8 +12,8 @@
 
 namespace mtf {
 
-// Owns elements in the order in which their keys first appeared; they never move. A key is
-// a number out of a file and says nothing about the element's position.
+// Owns elements in the order in which their keys first appeared; their addresses are stable.
+// A key is a number from the file and independent of the element's position.
 template <class T>
 class CSparseArray {
 public:
@@ -59,7 +59,7 @@ private:
     std::vector<std::unique_ptr<T>> m_elements;
     std::map<std::uint64_t, T*> m_index;
     std::uint64_t m_lastKey = 0;
-    T* m_lastElement = nullptr;  // that of m_lastKey; null before the first lookup
+    T* m_lastElement = nullptr;  // the element of m_lastKey; null before the first lookup
 };
 
 }  // namespace mtf

@@ -52,7 +52,7 @@ void StoreAttr(OibRef& ref, std::u16string_view name, std::u16string_view value)
     }
 }
 
-// The attribute lines of all groups, in ID order.
+// Calls `body(const CMtfAttrLine&)` for the attribute lines of all groups in ID order.
 template <class Body>
 void ForEachGroupLine(const CMtfLines& lines, Body&& body) {
     ForEachAttrLine(lines, [&](const CMtfAttrLine& attr) {
@@ -62,7 +62,7 @@ void ForEachGroupLine(const CMtfLines& lines, Body&& body) {
     });
 }
 
-// A text test: any path that ends so, whatever its last element is.
+// Compares the end of the text, not the last path element. Kept for compatibility.
 bool IsIdLine(std::u16string_view name) {
     return text::EndsWithNoCase(name, kIdName);
 }
@@ -139,7 +139,8 @@ void CBSessionMetaFile::AddIdLine(const CMtfAttrLine& attr) {
     }
 }
 
-// The answer, or the failure, of a search through all lines from the first one on.
+// Like a search from the first line on: the first match, or the failure at a malformed
+// identifier before it.
 std::uint64_t CBSessionMetaFile::FindLineOf(const GUID& id) const {
     const GuidBytes bytes = BytesOf(id);
     const auto found = m_idLines.lower_bound({bytes, 0});

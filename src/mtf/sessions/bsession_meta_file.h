@@ -16,25 +16,25 @@
 
 namespace mtf {
 
-// One reference: what the attribute lines of a group say.
+// One reference, from the attribute lines of one group.
 struct OibRef {
     std::u16string vmName;
     std::u16string backupTimeUtc;
     GUID uniqueId{};          // all zero when the group has none
-    std::uint64_t group = 0;  // a negative number in the file counts as a huge one
+    std::uint64_t group = 0;  // negative numbers are converted to unsigned
 };
 
-// The references in the lines of a meta-file; there is no tree, so that lines which a tree
-// would refuse do no harm. Owns the meta-file and alone changes its lines; no locks.
+// The references in the lines of a meta-file. Builds no attribute tree, so lines that a tree
+// refuses are accepted. No other object changes the lines; no locks.
 class CBSessionMetaFile {
 public:
     static std::shared_ptr<CBSessionMetaFile> Open(std::u16string_view path, EMtfOpenMode mode);
 
     // By descending group number. Throws CExc for a malformed line; no partial result.
     std::vector<OibRef> EnumOibRefs() const;
-    // Deletes the lines of the first group with this identifier; nothing happens without
-    // one. Throws CExc when a malformed identifier stands before it. The first call reads
-    // all lines, later ones cost as much as the lines of their group.
+    // Deletes the lines of the first group with this identifier; does nothing when there is
+    // none. Throws CExc when a malformed identifier precedes it. The first call reads all
+    // lines, later calls only the lines of their group.
     void DeleteOibRef(const GUID& id);
 
     void Save() { m_file->Save(); }
@@ -43,7 +43,7 @@ public:
 private:
     using GuidBytes = std::array<std::byte, sizeof(GUID)>;
 
-    // A line of a group, by the subtree's name.
+    // A line with the name of its group's subtree.
     struct GroupLine {
         std::u16string_view subtree;
         std::uint64_t line;
@@ -63,12 +63,12 @@ private:
     void DeleteGroup(std::u16string_view subtree);
 
     std::shared_ptr<CMtfMetaFile> m_file;
-    // What DeleteOibRef looks up: lines that are still there. The names are views into the
-    // loaded text, which lasts as long as the lines.
+    // Index for DeleteOibRef. The names are views of the loaded text, which is kept as long
+    // as the lines.
     bool m_indexed = false;
-    std::vector<GroupLine> m_groupLines;  // by subtree, then by line
-    std::set<std::pair<GuidBytes, std::uint64_t>> m_idLines;
-    std::set<std::uint64_t> m_malformedIdLines;
+    std::vector<GroupLine> m_groupLines;                      // by subtree, then by line
+    std::set<std::pair<GuidBytes, std::uint64_t>> m_idLines;  // without deleted lines
+    std::set<std::uint64_t> m_malformedIdLines;               // without deleted lines
 };
 
 }  // namespace mtf

@@ -7,7 +7,7 @@
 
 namespace coClasses {
 
-// ICatOibRefsEnumerator over a snapshot: later changes to the meta-file do not reach it.
+// ICatOibRefsEnumerator over a snapshot: later changes to the meta-file do not change it.
 class CCoCatOibRefsEnumerator final : public frame::CCoObject<ICatOibRefsEnumerator> {
 public:
     explicit CCoCatOibRefsEnumerator(std::vector<mtf::OibRef> refs) noexcept

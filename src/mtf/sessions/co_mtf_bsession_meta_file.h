@@ -7,8 +7,8 @@
 
 namespace coClasses {
 
-// IMtfBSessionMetaFile. Releasing it saves nothing; Close only lets go of the file that
-// mode EIdxMetaOpenRW holds.
+// IMtfBSessionMetaFile. Releasing it saves nothing; Close only closes the file that
+// mode EIdxMetaOpenRW keeps open.
 class CCoMtfBSessionMetaFile final : public frame::CCoObject<IMtfBSessionMetaFile> {
 public:
     explicit CCoMtfBSessionMetaFile(std::shared_ptr<mtf::CBSessionMetaFile> file) noexcept

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xFF\xFE";
 
-static_assert(std::endian::native == std::endian::little, "lines are used as they lie in the file");
+static_assert(std::endian::native == std::endian::little, "lines are views of the file's bytes");
 
 void AppendWide(idxdata::CMtfOutBuffer& out, std::u16string_view text) {
     out.Append(text.data(), text.size() * sizeof(char16_t));
@@ -27,7 +27,7 @@ bool HasNul(std::u16string_view text) noexcept {
     return text::FindUnitPair(units, text.size(), kIsNul, kIsNul, 0) != text.size();
 }
 
-// The units of bytes that lie at an even address; an odd last byte does not count.
+// The code units of bytes at an even address; an odd last byte is ignored.
 std::u16string_view UnitsOf(std::string_view bytes) noexcept {
     return {reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / sizeof(char16_t)};
 }
@@ -170,7 +170,7 @@ void CMtfLines::ComposeTail(idxdata::CMtfOutBuffer& out) const {
         throw frame::CExc(u"There are one or more lines updated at the beginning of the file.",
                           frame::kFail);
     }
-    // Slots are emptied by saves only: all empty ones stand before the first line added since.
+    // Only saves empty slots, so all empty slots precede the lines added since the last save.
     ComposeFrom(m_firstChanged, m_firstChanged - m_emptySlots, out);
 }
 
@@ -228,7 +228,7 @@ void CMtfLines::LoadWide(idxdata::CMtfInBuffer& in) {
 }
 
 void CMtfLines::LoadNarrow(idxdata::CMtfInBuffer& in) {
-    // A byte gives at most one code unit: the text never moves while lines point into it.
+    // A byte gives at most one code unit, so the text is not reallocated while lines view it.
     auto text = std::make_shared<std::u16string>();
     text->reserve(static_cast<std::size_t>(in.Remaining()));
     std::string_view token;

@@ -23,11 +23,11 @@ enum class EMtfLineState : std::uint8_t {
 
 enum class EMtfSaveKind { SaveNothing = 0, SaveAppend = 1, SaveRewrite = 2 };
 
-// What stands between lines, in UTF-16 and in 8-bit text.
+// The line separator in UTF-16 and in 8-bit text.
 inline constexpr std::string_view kWideLineEnd{"\r\0\n\0", 4};
 inline constexpr std::string_view kNarrowLineEnd = "\r\n";
 
-// An attribute line cut into its trimmed name and value.
+// An attribute line with its trimmed name and value.
 struct CMtfAttrLine {
     std::uint64_t line = 0;
     std::u16string_view name;
@@ -35,16 +35,16 @@ struct CMtfAttrLine {
 };
 
 // The line store, shared by a meta-file and the trees over it; no locks. A line's ID is its
-// position in the file, or the next free number for lines added later; IDs are never used
-// again. Views handed out stay valid until their line changes or a save is committed; those
-// into the text that was loaded stay valid as long as the store (IsLoadedText).
+// position in the file, or the next free number for lines added later; IDs are never
+// reused. Returned views stay valid until their line changes or a save is committed; views
+// of loaded text (IsLoadedText) stay valid as long as the store.
 class CMtfLines {
 public:
     static constexpr std::uint64_t kNoLine = ~std::uint64_t{0};
 
     explicit CMtfLines(std::u16string_view path) : m_path(path) {}
 
-    // Slots, those of lines deleted and saved included.
+    // The number of slots, including those of lines that were deleted and saved.
     std::uint64_t Count() const noexcept { return m_lines.Size(); }
     const std::u16string& GetPath() const noexcept { return m_path; }
 
@@ -57,25 +57,25 @@ public:
 
     std::uint64_t AppendLine(std::u16string_view text, EMtfLineState state);
     std::uint64_t AppendAttrLine(std::u16string_view name, std::u16string_view value);
-    // Throws CExc for an ID that was never given; fills the slot of a line deleted and saved.
+    // Throws CExc for an unassigned ID. Also fills a slot that a save emptied.
     void ReplaceAttrLine(std::uint64_t id, std::u16string_view name, std::u16string_view value);
     void MarkDeleted(std::uint64_t id) noexcept;
     void MarkDeletedAll(std::span<const std::uint64_t> ids) noexcept;
-    // One comment line for each line of the text.
+    // Adds one comment line for each line of the text.
     void PushComment(std::u16string_view text);
 
     // The attribute lines whose path begins with the elements of `prefix`, in ID order.
     std::vector<CMtfAttrLine> FindAttrLinesUnder(std::u16string_view prefix) const;
 
-    // The first changed line alone decides; costs nothing however many lines there are.
+    // Decided by the first changed line, in constant time.
     EMtfSaveKind GetSaveKind() const noexcept;
-    // Bytes of the whole file, or some more.
+    // An upper bound of what ComposeAll appends, in bytes.
     std::uint64_t ComposedSize() const noexcept;
-    // The whole file, byte-order mark included.
+    // Appends the content of the whole file, including the byte-order mark.
     void ComposeAll(idxdata::CMtfOutBuffer& out) const;
-    // What an append has to add. Throws CExc when the first change is not an added line.
+    // Appends the added lines. Throws CExc when the first change is not an added line.
     void ComposeTail(idxdata::CMtfOutBuffer& out) const;
-    // All changes are in the file now.
+    // Marks all changes as saved.
     void CommitSaved() noexcept;
 
     // Adds the lines of a file's content to an empty store. Throws CExc for UTF-16 content
@@ -98,8 +98,8 @@ private:
 
     std::u16string m_path;
     CStableArray<CMtfLine> m_lines;
-    std::shared_ptr<const void> m_content;   // what loaded lines point into
-    std::uint64_t m_firstChanged = kNoLine;  // no change stands before it
+    std::shared_ptr<const void> m_content;   // memory of the loaded lines
+    std::uint64_t m_firstChanged = kNoLine;  // ID of the first changed line
     std::uint64_t m_emptySlots = 0;
 };
 

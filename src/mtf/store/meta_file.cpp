@@ -32,14 +32,14 @@ std::u16string ModeName(EMtfOpenMode mode) {
     return frame::IntToString(static_cast<std::int32_t>(mode));
 }
 
-// Whether added bytes hold the end of a line, in either encoding. The first unit does not
-// count: AppendLine writes it last.
+// Whether added bytes contain a line end, in either encoding, after their first unit, which
+// AppendLine writes last.
 bool AddsSeveralLines(std::string_view tail) {
     return tail.find(kWideLineEnd, 1) != std::string_view::npos ||
            tail.find(kNarrowLineEnd, 1) != std::string_view::npos;
 }
 
-// A line end at the end of a file is text of its last line until something stands behind it.
+// A line end at the end of a file is text of its last line until more text follows.
 bool EndsWithLineEnd(CBinaryFile& file) {
     char bytes[kWideLineEnd.size()];
     const std::uint64_t size = file.GetSize();
@@ -79,7 +79,7 @@ void CMtfMetaFile::OpenByMode(EMtfOpenMode mode) {
             return OpenForWriting();
         case EMtfOpenMode::EMtfCreateNewDetached:
             if (frame::FileExists(m_oldPath)) {
-                // While the file is there, it may be a broken one that its copy stands for.
+                // The file may be incomplete, so it is deleted before its safety copy.
                 frame::DeleteFileDurably(m_path);
                 frame::DeleteFile(m_oldPath);
             }
@@ -92,7 +92,7 @@ void CMtfMetaFile::OpenByMode(EMtfOpenMode mode) {
 void CMtfMetaFile::LoadFromDisk() {
     CBinaryFile::Holder file;
     if (frame::FileExists(m_oldPath)) {
-        // When it is gone by now, its writer has just finished the file itself.
+        // No copy any more: another process has just completed the file.
         file = CBinaryFile::OpenIfExists(m_oldPath, EFileAccess::Read);
     }
     if (!file) {
@@ -105,25 +105,24 @@ void CMtfMetaFile::LoadFromDisk() {
 }
 
 void CMtfMetaFile::OpenForWriting() {
-    const bool broken = frame::FileExists(m_oldPath);
-    HoldFile(broken);
-    // Asked again: whoever held the file meanwhile may have finished it, or may have left a
-    // copy behind.
+    const bool hadCopy = frame::FileExists(m_oldPath);
+    HoldFile(hadCopy);
+    // Checked again: another process that held the file may have deleted the copy or made one.
     if (frame::FileExists(m_oldPath)) {
         Recover();
-    } else if (broken && m_file->GetSize() == 0) {
-        // Made to recover into; the copy is gone, and the file is a new one.
+    } else if (hadCopy && m_file->GetSize() == 0) {
+        // HoldFile created the file, and another process has deleted the copy.
         ComposeAndWrite(*m_file);
     }
     LoadContent(*m_file);
 }
 
-void CMtfMetaFile::HoldFile(bool broken) {
+void CMtfMetaFile::HoldFile(bool hasCopy) {
     try {
-        m_file = broken ? CBinaryFile::OpenOrCreate(m_path)
-                        : CBinaryFile::OpenIfExists(m_path, EFileAccess::ReadWrite);
+        m_file = hasCopy ? CBinaryFile::OpenOrCreate(m_path)
+                         : CBinaryFile::OpenIfExists(m_path, EFileAccess::ReadWrite);
     } catch (const CWin32Exc& exc) {
-        if (broken) {
+        if (hasCopy) {
             frame::ThrowNotCopied(m_oldPath, m_path, exc.GetCode());
         }
         throw;
@@ -134,7 +133,7 @@ void CMtfMetaFile::HoldFile(bool broken) {
     }
 }
 
-// Through the held file, so that nobody comes between the copy and what follows.
+// Writes through the held file, so that no other process opens it before it is loaded.
 void CMtfMetaFile::Recover() {
     try {
         const CBinaryFile::Holder copy = CBinaryFile::Open(m_oldPath, EFileAccess::Read);
@@ -170,8 +169,8 @@ void CMtfMetaFile::Save() {
         if (kind == EMtfSaveKind::SaveNothing) {
             return;
         }
-        CutBack();
-        // A held file that has lost its name would take the new lines along.
+        TruncateFailedAppend();
+        // A held file that was deleted or renamed is not appended to.
         if (kind == EMtfSaveKind::SaveAppend && frame::FileExists(m_path)) {
             Append();
         } else {
@@ -183,11 +182,11 @@ void CMtfMetaFile::Save() {
 void CMtfMetaFile::CloseFile() {
     if (m_file) {
         try {
-            CutBack();
+            TruncateFailedAppend();
         } catch (const CExc&) {
-            // What a failed append has left behind stays in the file: its one line, or lines
-            // that the safety copy beside it does not have.
-            m_soundSize.reset();
+            // The text of the failed append stays in the file: a single line, or several
+            // lines that the safety copy does not contain.
+            m_committedSize.reset();
         }
         m_file.reset();
     }
@@ -212,8 +211,8 @@ void CMtfMetaFile::Rewrite() {
 }
 
 void CMtfMetaFile::RewriteInPlace() {
-    // Held until the copy is gone: the copy of a file that somebody else holds would outlive
-    // what the holder writes, and whoever comes before the end would recover from it.
+    // Held until the copy is deleted. Otherwise another process could write the file while
+    // the copy exists, and the next opening would replace its changes with the copy.
     const CBinaryFile::Holder file =
         m_file ? m_file : CBinaryFile::Open(m_path, EFileAccess::ReadWrite);
     MakeSafetyCopy();
@@ -221,7 +220,7 @@ void CMtfMetaFile::RewriteInPlace() {
     frame::DeleteFileDurably(m_oldPath);
 }
 
-// A copy that is there already is the last complete version.
+// An existing copy is kept: it is the last complete version.
 void CMtfMetaFile::MakeSafetyCopy() {
     if (!frame::FileExists(m_oldPath)) {
         frame::CopyFileDurably(m_path, m_oldPath);
@@ -260,38 +259,39 @@ void CMtfMetaFile::Append() {
         } else {
             AppendLine(tail);
         }
-        m_soundSize.reset();
+        m_committedSize.reset();
         m_lines->CommitSaved();
     });
 }
 
-// Costs the line, not the file: it is written behind a NUL, where nobody sees it, and comes
-// into sight when the NUL becomes its first unit.
+// Writes the line with a NUL in place of its first unit, then replaces the NUL. Text after a
+// NUL is not read, so the line becomes visible to readers with the last write, and the
+// append needs no safety copy.
 void CMtfMetaFile::AppendLine(std::string_view tail) {
     constexpr std::size_t kUnit = sizeof(char16_t);
     std::string hidden(tail);
     hidden.replace(0, kUnit, kUnit, '\0');
-    m_soundSize = m_file->GetSize();
+    m_committedSize = m_file->GetSize();
     try {
         m_file->SeekToEnd();
         m_file->Write(hidden.data(), hidden.size());
-        m_file->Flush();  // or a power cut could keep the first unit and lose the others
-        m_file->WriteAt(*m_soundSize, tail.data(), kUnit);
+        m_file->Flush();  // so that a power failure cannot keep the first unit alone
+        m_file->WriteAt(*m_committedSize, tail.data(), kUnit);
         m_file->Flush();
     } catch (const CExc&) {
         try {
-            CutBack();
+            TruncateFailedAppend();
         } catch (const CExc&) {
-            // The next save tries again; the failure to tell is the first one.
+            // The next save tries again. The caller gets the first failure.
         }
         throw;
     }
 }
 
-// Several lines cannot come into sight at once: until all are on the disk, the copy counts.
+// Several lines do not become visible at once, so the copy exists until all are on the disk.
 void CMtfMetaFile::AppendLines(std::string_view tail) {
     MakeSafetyCopy();
-    m_soundSize = m_file->GetSize();
+    m_committedSize = m_file->GetSize();
     try {
         m_file->SeekToEnd();
         m_file->Write(tail.data(), tail.size());
@@ -299,20 +299,20 @@ void CMtfMetaFile::AppendLines(std::string_view tail) {
         frame::DeleteFileDurably(m_oldPath);
     } catch (const CExc&) {
         try {
-            CutBack();
+            TruncateFailedAppend();
             m_file->Flush();
             frame::DeleteFileDurably(m_oldPath);
         } catch (const CExc&) {
-            // The copy stays, for the next save or the next open.
+            // The copy remains for the next save or the next opening.
         }
         throw;
     }
 }
 
-void CMtfMetaFile::CutBack() {
-    if (m_soundSize) {
-        m_file->SetSize(*m_soundSize);
-        m_soundSize.reset();
+void CMtfMetaFile::TruncateFailedAppend() {
+    if (m_committedSize) {
+        m_file->SetSize(*m_committedSize);
+        m_committedSize.reset();
     }
 }
 

@@ -1,4 +1,4 @@
-// A meta-file on the disk: opening, saving, and what is left behind when that is broken off.
+// Opening, saving and recovering a meta-file.
 #pragma once
 
 #include <cstdint>
@@ -13,30 +13,30 @@
 namespace mtf {
 
 enum class EMtfOpenMode : std::int32_t {
-    EMtfLoad = 0,               // read; the file is not held
-    EMtfOpenRW = 1,             // read or create, and hold the file
-    EMtfCreateNewDetached = 2,  // start empty; nothing on the disk until the first save
+    EMtfLoad = 0,               // read; the file is not kept open
+    EMtfOpenRW = 1,             // read or create, and keep the file open
+    EMtfCreateNewDetached = 2,  // start empty; the first save creates the file
 };
 
 // Files of this size and larger are refused.
 inline constexpr std::uint64_t kMetaFileSizeLimit = 104857600;  // bytes
 
-// One opened meta-file; no locks, one caller at a time. At every point of a save the disk
-// holds the last complete content or the new one: under the file's name, or under
-// "<path>.old", which the next Open prefers. Letting the object go saves nothing.
+// One opened meta-file; no locks, one caller at a time. At every moment of a save the disk
+// has the last saved content or the new content: in the file, or in the safety copy
+// "<path>.old", which the next Open reads instead of the file. Destruction saves nothing.
 class CMtfMetaFile {
 public:
     static std::shared_ptr<CMtfMetaFile> Open(std::u16string_view path, EMtfOpenMode mode);
-    // True for a left-over safety copy, too.
+    // Also true when only a safety copy exists.
     static bool Exists(std::u16string_view path);
 
     const std::u16string& GetPath() const noexcept { return m_path; }
     const std::shared_ptr<CMtfLines>& GetLines() const noexcept { return m_lines; }
 
-    // Writes the changes: appended to the held file if that is enough, otherwise by a
-    // rewrite. On failure the changes stay pending.
+    // Writes the changes: appends to the held file when lines were only added, otherwise
+    // rewrites the file. After a failure the changes are still pending.
     void Save();
-    // Lets the held file go; later saves rewrite the file.
+    // Closes the held file; later saves rewrite the file.
     void CloseFile();
 
 private:
@@ -45,7 +45,7 @@ private:
     void OpenByMode(EMtfOpenMode mode);
     void LoadFromDisk();
     void OpenForWriting();
-    void HoldFile(bool broken);
+    void HoldFile(bool hasCopy);
     void Recover();
     void LoadContent(idxdata::CBinaryFile& file);
     void Rewrite();
@@ -56,14 +56,14 @@ private:
     void Append();
     void AppendLine(std::string_view tail);
     void AppendLines(std::string_view tail);
-    void CutBack();
+    void TruncateFailedAppend();
 
     std::u16string m_path;
     std::u16string m_oldPath;             // the safety copy
     idxdata::CBinaryFile::Holder m_file;  // held in mode EMtfOpenRW only
     std::shared_ptr<CMtfLines> m_lines;
-    // Where the held file ends without the append that failed or is under way.
-    std::optional<std::uint64_t> m_soundSize;  // bytes
+    // Size of the held file without the append that failed or is in progress.
+    std::optional<std::uint64_t> m_committedSize;  // bytes
 };
 
 }  // namespace mtf

@@ -1,4 +1,4 @@
-// Attribute paths: elements separated by dots; empty elements do not count.
+// Attribute paths: elements separated by dots; empty elements are ignored.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 namespace mtf {
 
-// Takes the first element off `rest`; false when there is none.
+// Removes the first element from `rest`; false when there is none.
 bool NextPathElement(std::u16string_view& rest, std::u16string_view& element) noexcept;
 
 // All elements of a path, as views into it.

@@ -12,8 +12,8 @@
 
 namespace mtf {
 
-// Elements stand in blocks, each twice as large as the one before: few pieces of memory
-// for a million elements, little for a few, and nothing is copied on the way.
+// Elements are stored in blocks of doubling size: many elements need few allocations, few
+// elements need little memory, and growth copies nothing.
 template <class T>
 class CStableArray {
 public:
@@ -43,13 +43,13 @@ public:
     }
 
 private:
-    static constexpr std::size_t kFirst = 16;  // elements of block 0
+    static constexpr std::size_t kFirstBlock = 16;  // elements of block 0
 
     static std::size_t BlockOf(std::size_t index) noexcept {
-        return static_cast<std::size_t>(std::bit_width(index / kFirst));
+        return static_cast<std::size_t>(std::bit_width(index / kFirstBlock));
     }
     static std::size_t Capacity(std::size_t block) noexcept {
-        return block == 0 ? kFirst : kFirst << (block - 1);
+        return block == 0 ? kFirstBlock : kFirstBlock << (block - 1);
     }
     T* At(std::size_t index) const noexcept {
         const std::size_t block = BlockOf(index);

@@ -1,4 +1,4 @@
-// A text that either lies in a block that somebody keeps, or is its own.
+// A text that is either owned or borrowed.
 #pragma once
 
 #include <algorithm>
@@ -12,8 +12,8 @@
 
 namespace mtf {
 
-// Move-only and two words small: a large meta-file has one for each line, name and value.
-// A borrowed text must be outlived by what it points into. Texts are shorter than 2^32 units.
+// Move-only, 16 bytes: a large meta-file has one for each line, name and value. The memory
+// of a borrowed text must outlive it. Texts are shorter than 2^32 code units.
 class CMtfText {
 public:
     CMtfText() noexcept = default;

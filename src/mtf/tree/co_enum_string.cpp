@@ -46,7 +46,7 @@ HRESULT CCoEnumString::Next(ULONG count, LPOLESTR* strings, ULONG* fetched) {
     });
 }
 
-// Nothing is handed out and the position stays when memory runs out.
+// When memory runs out, no string is returned and the position does not change.
 HRESULT CCoEnumString::CopyNext(ULONG count, LPOLESTR* strings, ULONG* fetched) {
     const std::uint64_t left = m_list->size() - m_position;
     const auto copied = static_cast<ULONG>(std::min<std::uint64_t>(count, left));

@@ -14,8 +14,8 @@ namespace coClasses {
 
 using StringList = std::vector<std::u16string>;
 
-// IEnumString over a list that its clones share. Born with one reference. It has no
-// automation interface and so none of the common base.
+// IEnumString over a list that it shares with its clones; created with one reference. Not a
+// CCoObject, because IEnumString is not an automation interface.
 class CCoEnumString final : public IEnumString, public ISupportErrorInfo {
 public:
     explicit CCoEnumString(std::shared_ptr<const StringList> list) noexcept
@@ -27,10 +27,10 @@ public:
 
     // The strings are BSTRs for the caller to free.
     HRESULT STDMETHODCALLTYPE Next(ULONG count, LPOLESTR* strings, ULONG* fetched) override;
-    // S_FALSE also when the last string is reached exactly; kept on purpose.
+    // S_FALSE also when the last string is reached exactly. Kept for compatibility.
     HRESULT STDMETHODCALLTYPE Skip(ULONG count) override;
     HRESULT STDMETHODCALLTYPE Reset() override;
-    // The copy starts at the first string, not at the current one; kept on purpose.
+    // The copy starts at the first string, not at the current one. Kept for compatibility.
     HRESULT STDMETHODCALLTYPE Clone(IEnumString** copy) override;
 
     HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override {

@@ -5,8 +5,8 @@
 
 namespace coClasses {
 
-// IMtfAttrsTree over one node. Keeps the tree alive, not the meta-file: what is changed
-// here reaches the file when a meta-file object over the same lines saves.
+// IMtfAttrsTree over one node. Keeps the tree alive, not the meta-file: changes are written
+// when a meta-file object over the same lines saves.
 class CCoMtfAttrsTree final : public frame::CCoObject<IMtfAttrsTree> {
 public:
     explicit CCoMtfAttrsTree(mtf::CMtfTreeRef tree) noexcept : m_tree(std::move(tree)) {}
@@ -26,9 +26,9 @@ private:
     mtf::CMtfTreeRef m_tree;
 };
 
-// Hands out a new object for the node.
+// Returns a new object for the node.
 HRESULT ReturnTree(mtf::CMtfTreeRef tree, IMtfAttrsTree** out);
-// The answers of the Find methods: S_FALSE and null for nothing.
+// The results of the Find methods: S_FALSE and null when nothing is found.
 HRESULT ReturnFoundTree(std::optional<mtf::CMtfTreeRef> tree, IMtfAttrsTree** out);
 HRESULT ReturnFoundAttr(const mtf::CMtfTreeRef& tree, BSTR path, BSTR* out);
 

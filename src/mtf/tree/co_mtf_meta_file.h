@@ -8,7 +8,7 @@
 namespace coClasses {
 
 // IMtfMetaFile over an opened meta-file, which other objects may share. Releasing it saves
-// nothing; Close only lets go of the file that mode EIdxMetaOpenRW holds.
+// nothing; Close only closes the file that mode EIdxMetaOpenRW keeps open.
 class CCoMtfMetaFile final : public frame::CCoObject<IMtfMetaFile> {
 public:
     explicit CCoMtfMetaFile(std::shared_ptr<mtf::CMtfOpenedMetaFile> file) noexcept
@@ -32,7 +32,7 @@ private:
     std::shared_ptr<mtf::CMtfOpenedMetaFile> m_file;
 };
 
-// Hands out a new object over the meta-file.
+// Returns a new object over the meta-file.
 HRESULT ReturnMetaFile(std::shared_ptr<mtf::CMtfOpenedMetaFile> file, IMtfMetaFile** out);
 
 }  // namespace coClasses

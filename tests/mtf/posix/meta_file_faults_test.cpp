@@ -360,7 +360,7 @@ struct Sequence {
     support::CMetaFileModel model;
     int step = 0;
 
-    Sequence() { model.Open(kOpenRW); }
+    Sequence() { model.Open(false); }
     std::string ContentAt(int wanted) {
         while (step < wanted) {
             TakeStep(
