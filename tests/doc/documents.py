@@ -7,11 +7,9 @@ from datetime import datetime, timezone
 
 SOURCES = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 TIME = datetime(2013, 1, 15, 9, 5, 7, tzinfo=timezone.utc).timestamp()
-RECORDS = """01/15/2013 09:05:07, 3, C:\\a.txt
-01/15/2013 09:05:07, 7, C:\\Docs\\report.txt
-01/15/2013 09:05:07, 11, C:\\Docs\\2019\\old.txt
-01/15/2013 09:05:07, 13, C:\\Docs\\2019\\photo.jpg
-"""
+FILES = {"a.txt": 3, "Docs/report.txt": 7, "Docs/2019/old.txt": 11, "Docs/2019/photo.jpg": 13}
+RECORDS = "".join("01/15/2013 09:05:07, {}, C:\\{}\n".format(size, name.replace("/", "\\"))
+                  for name, size in FILES.items())
 SESSION = """oib1.VmName=web01
 oib1.BackupTimeUtc=2013-01-14 09:05:07
 oib1.OibUID={9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d}
@@ -27,8 +25,7 @@ cmd.7.grp.0.BackupFile.0.Path=D:\\Backup\\daily.bak"""
 
 def prepare(folder, oibidx):
     """Writes the files that the interface document's examples use, with the client `oibidx`."""
-    for name, size in [("a.txt", 3), ("Docs/report.txt", 7), ("Docs/2019/old.txt", 11),
-                       ("Docs/2019/photo.jpg", 13)]:
+    for name, size in FILES.items():
         path = os.path.join(folder, "tree", name)
         os.makedirs(os.path.dirname(path), exist_ok=True)
         with open(path, "wb") as file:

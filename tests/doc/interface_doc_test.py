@@ -39,11 +39,12 @@ def interfaces():
 class Document(unittest.TestCase):
     maxDiff = None
 
-    def folder(self):
+    def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
-        prepare(folder.name, OIBIDX)
-        return folder.name
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(folder.name)
+        prepare(".", OIBIDX)
 
     def test_every_member_is_there_as_published(self):
         sections = dict(re.findall(r"^# (I\w+)\n(.*?)(?=^# |\Z)", DOCUMENT,
@@ -59,11 +60,9 @@ class Document(unittest.TestCase):
                          sorted(re.findall(r"^(I\w+) (\S+) library", PUBLISHED, re.MULTILINE)))
 
     def test_python_examples(self):
-        self.addCleanup(os.chdir, os.getcwd())
-        os.chdir(self.folder())
         names = {}
         for code, expected in examples(NAME, "python"):
-            with self.subTest(code), contextlib.redirect_stdout(io.StringIO()) as printed:
+            with contextlib.redirect_stdout(io.StringIO()) as printed:
                 exec(compile(code, NAME, "exec"), names)
             self.assertEqual(printed.getvalue().replace("\r", ""), expected, code)
 
@@ -71,7 +70,7 @@ class Document(unittest.TestCase):
         (helpers, _), (create, _), *rest = examples(NAME, "cpp")
         mark = 'std::puts("----");\n'
         body = "".join(f"{{\n{code}}}\n{mark}" for code, _ in rest)
-        printed = run_cpp(self.folder(), f"{helpers}\nint main() {{\n{create}{body}}}\n",
+        printed = run_cpp(".", f"{helpers}\nint main() {{\n{create}{body}}}\n",
                           MODULE, COMPILER).split("----\n")
         self.assertEqual(printed, [expected for _, expected in rest] + [""])
 

@@ -16,9 +16,7 @@ package=$folder/package/zorel-oibidx_${version}_$architecture.deb
 [[ -f $package ]] || fail "no such package: $package"
 
 echo "-- control fields"
-field() {
-    dpkg-deb -f "$package" "$1"
-}
+field() { dpkg-deb -f "$package" "$1"; }
 [[ $(field Package) == zorel-oibidx && $(field Version) == "$version" ]] ||
     fail "the package has another name or version"
 [[ $(field Architecture) == "$architecture" ]] || fail "it is for $(field Architecture)"
