@@ -91,13 +91,11 @@ class ClientTest(unittest.TestCase):
         return self.path(name)
 
     def check_failure(self, call, hresult, source, beginning):
-        """`beginning` is how the description begins; None when there is none."""
         with self.assertRaises(OibError) as caught:
             call()
         error = caught.exception
         self.assertEqual((error.hresult, error.source), (hresult, source), str(error))
-        text = error.description
-        self.assertEqual(text and text[:len(beginning or "")], beginning)
+        self.assertEqual(error.description[:len(beginning)], beginning)
 
 
 class Values(ClientTest):
@@ -246,40 +244,38 @@ class Lifetime(ClientTest):
 
 class Failures(ClientTest):
     def test_failures(self):
-        match, crc = self.lib.IsWildcardMatch, self.lib.ConvetrPathToCrcStr
-        browse, search = self.lib.BrowseOibDF, self.lib.FindInOibTDF2
         missing, instance = self.path("missing"), "Instance of the CCoOibDFBrowser() cannot be "
-        for call, result, source, beginning in [
-                (lambda: browse(missing), 0x80070002, SOURCE,
-                 instance + "initialized.\r\nCannot open file "),
-                (lambda: search(missing, {}), 0x80070002, SOURCE, "Instance of the "),
-                (lambda: browse(None), 0x80070057, None, None),
-                (lambda: match("C:\\a"), 0x8002000E, None, None),
-                (lambda: match("C:\\a", "b", "c"), 0x8002000E, None, None),
-                (lambda: crc("a", "b"), 0x80020005, None, None),
-                (lambda: crc("a", 2**31), 0x8002000A, None, None),
-                (lambda: crc("a", 2**64 - 1), 0x8002000A, None, None),
-                (lambda: search(missing, 1), 0x80020005, None, None),
-                (lambda: search(missing, FileTime(0)), 0x80020005, None, None)]:
-            self.check_failure(call, result, source, beginning)
+        self.check_failure(lambda: self.lib.BrowseOibDF(missing), 0x80070002, SOURCE,
+                           instance + "initialized.\r\nCannot open file ")
+        self.check_failure(lambda: self.lib.FindInOibTDF2(missing, {}), 0x80070002, SOURCE,
+                           "Instance of the ")
         with self.assertRaisesRegex(
                 OibError, r"(?s)^BrowseOibDF: Inst.*\n.*\(HRESULT 0x80070002\)$"):
-            browse(missing)
+            self.lib.BrowseOibDF(missing)
 
     def test_misuse(self):
         self.assertIs(self.lib.IsWildcardMatch(pattern="*.TXT", line="C:\\d\\a.txt"), True)
-        names = {"lib": self.lib, "match": self.lib.IsWildcardMatch, "FileTime": FileTime,
-                 "early": datetime(1600, 1, 1)}
-        for kind, calls in [
+        names = {"lib": self.lib, "FileTime": FileTime, "early": datetime(1600, 1, 1),
+                 "match": self.lib.IsWildcardMatch, "crc": self.lib.ConvetrPathToCrcStr,
+                 "search": self.lib.FindInOibTDF2}
+        for failure, calls in [
+                (0x80070057, ["lib.BrowseOibDF(None)"]),
+                (0x8002000A, ["crc('a', 2**31)", "crc('a', 2**64 - 1)"]),
+                (0x8002000E, ["match('C:/a')", "match('C:/a', 'b', 'c')"]),
+                (0x80020005, ["crc('a', 'b')", "search('a', 1)", "search('a', FileTime(0))"]),
                 (AttributeError, ["lib.Nothing", "lib._Close", "setattr(lib, 'InitLogging', 1)"]),
                 (TypeError, ["match('a', text='a')", "match('a', line='a')", "match(pattern='a')",
-                             "match('a', [1])", "lib.FindInOibTDF2('a', {'Nothing': 1})",
-                             "list(lib)"]),
-                (OverflowError, ["match('a', 2**64)", "FileTime.from_datetime(early)",
-                                 "lib.FindInOibTDF2('a', {'SizeTill': 2**63})"])]:
+                             "match('a', [1])", "search('a', {'Nothing': 1})", "list(lib)"]),
+                (OverflowError, ["match('a', 2**64)", "search('a', {'SizeTill': 2**63})",
+                                 "FileTime.from_datetime(early)"])]:
             for call in calls:
-                with self.assertRaises(kind, msg=call):
+                with self.assertRaises(OibError if isinstance(failure, int) else failure,
+                                       msg=call) as caught:
                     eval(call, names)
+                if isinstance(failure, int):
+                    error = caught.exception
+                    self.assertEqual((error.hresult, error.source, error.description),
+                                     (failure, None, None), call)
 
 
 if __name__ == "__main__":
