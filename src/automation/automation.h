@@ -1,5 +1,5 @@
-// The automation types and calls as the automation classes use them. On Windows this header
-// includes system headers, which define some of the engines' function names as macros.
+// The automation types and functions. On Windows this includes system headers, which define
+// some of the engines' function names as macros.
 #pragma once
 
 #include "ZorelOibIdxLib.h"

@@ -20,7 +20,7 @@ std::u16string_view TextOf(BSTR text) noexcept {
 BSTR NewBstr(std::u16string_view text) {
     BSTR string = nullptr;
     if (text.size() <= std::numeric_limits<UINT>::max()) {
-        // An empty view may have no data, which the system would take for "leave unset".
+        // An empty view may have no data, and null means uninitialised content to the system.
         const char16_t* data = text.empty() ? u"" : text.data();
         string = ::SysAllocStringLen(reinterpret_cast<const OLECHAR*>(data),
                                      static_cast<UINT>(text.size()));

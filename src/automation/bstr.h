@@ -1,4 +1,4 @@
-// Owners of automation strings and arrays, and the way between strings and text.
+// Owners of automation strings and arrays, and conversions between strings and text.
 #pragma once
 
 #include <string_view>
@@ -22,11 +22,11 @@ struct SafeArrayTraits {
 };
 using CSafeArrayPtr = platform::CUniqueResource<SafeArrayTraits>;
 
-// The string up to its first NUL: arguments are read as zero-terminated text. A null
-// string is empty. The view lives as long as the string.
+// The string up to its first NUL, because arguments are read as zero-terminated text. A null
+// string is empty. The view is valid as long as the string.
 std::u16string_view TextOf(BSTR text) noexcept;
 
-// A new string for the caller to own, never null; NULs inside are kept. Throws
+// A new string that the caller owns, never null. Embedded NULs are kept. Throws
 // std::bad_alloc.
 BSTR NewBstr(std::u16string_view text);
 

@@ -1,13 +1,12 @@
-// IDispatch for an object whose interface has a table. On Linux the table itself answers;
-// on Windows the type library does, and the table names it.
+// IDispatch for an object whose interface has a table. On Linux the table itself describes the
+// interface; on Windows the type library that the table names does.
 #pragma once
 
 #include "automation/interface_table.h"
 
 namespace automation {
 
-// The four methods of IDispatch, with their published results. `self` is the object's
-// interface that `table` describes.
+// The four methods of IDispatch. `self` is the object's interface that `table` describes.
 HRESULT DispatchGetTypeInfoCount(const InterfaceTable& table, UINT* count);
 HRESULT DispatchGetTypeInfo(const InterfaceTable& table, UINT index, LCID locale, ITypeInfo** info);
 HRESULT DispatchGetIDsOfNames(const InterfaceTable& table, REFIID reserved, LPOLESTR* names,

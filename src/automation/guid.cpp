@@ -1,12 +1,14 @@
 #include "automation/guid.h"
 
+#include "text/ascii_case.h"
+
 namespace automation {
 
 namespace {
 
 constexpr std::size_t kTextLength = 36;
 
-constexpr bool IsDashPlace(std::size_t i) {
+constexpr bool IsDashPosition(std::size_t i) {
     return i == 8 || i == 13 || i == 18 || i == 23;
 }
 
@@ -15,10 +17,8 @@ constexpr int DigitValue(char16_t unit) {
     if (unit >= u'0' && unit <= u'9') {
         return unit - u'0';
     }
-    if (unit >= u'a' && unit <= u'f') {
-        return unit - u'a' + 10;
-    }
-    return unit >= u'A' && unit <= u'F' ? unit - u'A' + 10 : -1;
+    const char16_t lower = text::ToLowerAscii(unit);
+    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : -1;
 }
 
 // The 16 bytes in the order of the text.
@@ -58,7 +58,7 @@ std::u16string UuidToString(const GUID& guid) {
     std::u16string text;
     text.reserve(kTextLength);
     for (const std::uint8_t byte : BytesOf(guid).bytes) {
-        if (IsDashPlace(text.size())) {
+        if (IsDashPosition(text.size())) {
             text.push_back(u'-');
         }
         text.push_back(kDigits[byte >> 4]);
@@ -74,7 +74,7 @@ std::uint32_t UuidFromString(std::u16string_view text, GUID& guid) {
     TextBytes parsed{};
     std::size_t digits = 0;
     for (std::size_t i = 0; i < kTextLength; ++i) {
-        if (IsDashPlace(i)) {
+        if (IsDashPosition(i)) {
             if (text[i] != u'-') {
                 return kRpcInvalidStringUuid;
             }

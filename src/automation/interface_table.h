@@ -1,7 +1,7 @@
-// How an automation interface is described to late-bound callers: one constant table for
-// each interface, written with the templates below and held against the C++ declaration
-// by the compiler. Names, directions and positions come from the table; types come from
-// the method's own signature.
+// Descriptions of the automation interfaces for late-bound callers: one constant table for each
+// interface. The templates below write it, and the compiler checks it against the C++
+// declaration. Names, directions and positions come from the table, types from the signature
+// of the method.
 #pragma once
 
 #include <array>
@@ -31,7 +31,7 @@ enum class EValueType : std::uint8_t {
     Record,
 };
 
-// Unspecified stands where the published description gives no direction.
+// Unspecified: the type library gives no direction.
 enum class EDirection : std::uint8_t { Unspecified, In, Out, Retval };
 
 struct FieldDesc {
@@ -47,7 +47,7 @@ struct RecordDesc {
     std::span<const FieldDesc> fields;
 };
 
-// Specialised beside the tables for every record and interface of the library:
+// Specialised with the tables for every record and interface of the library:
 //   static constexpr const RecordDesc& kDesc   /   static constexpr const IID& kIid
 template <class Record>
 struct RecordTraits;
@@ -63,7 +63,7 @@ struct ParamDesc {
     const RecordDesc* record = nullptr;  // of a Record
 };
 
-// Calls a method of `self`; `arguments[i]` points at the storage of argument i.
+// Calls a method of `self`; `arguments[i]` points to the storage of argument i.
 using MethodThunk = HRESULT (*)(IDispatch* self, void* const* arguments);
 
 struct MethodDesc {
@@ -81,16 +81,16 @@ struct InterfaceTable {
     const char16_t* name;
     const IID* iid;
     const InterfaceTable* base;           // the table of the methods before these, or null
-    std::uint16_t typeLibraryMajor;       // version of the registered type library to ask for
+    std::uint16_t typeLibraryMajor;       // version of the registered type library to load
     std::span<const MethodDesc> methods;  // in slot order
 };
 
 // ----- Reading a table ----------------------------------------------------------
 
-// How a variant holds a value of the type.
+// The VARIANT type for a value of the type.
 VARTYPE VariantTypeOf(EValueType type) noexcept;
 
-// The first of the interface's own and inherited methods for which `matches` holds; null
+// The first of the interface's own and inherited methods for which `matches` is true; null
 // when there is none.
 template <class Predicate>
 const MethodDesc* FindMethodIf(const InterfaceTable& table, Predicate matches) {
@@ -105,7 +105,7 @@ const MethodDesc* FindMethodIf(const InterfaceTable& table, Predicate matches) {
 }
 const MethodDesc* FindMethod(const InterfaceTable& table, DISPID id) noexcept;
 
-// Whether the arguments of a call can be looked at.
+// Whether the counts and pointers of `params` are consistent.
 bool IsWellFormed(const DISPPARAMS* params) noexcept;
 
 // ----- Writing a table ----------------------------------------------------------
@@ -171,8 +171,7 @@ constexpr ParamDesc DescribeType() {
     return desc;
 }
 
-// What the late-bound call can pass. No method of the library takes anything else, so the
-// compiler refuses it here.
+// Whether the late-bound call supports the parameter. No method of the library has any other.
 constexpr bool CanPass(const ParamDesc& param) {
     if (param.direction == EDirection::Out || param.direction == EDirection::Retval) {
         return param.pointers == 1;
@@ -214,8 +213,8 @@ struct MethodTraits<HRESULT (STDMETHODCALLTYPE Interface::*)(Args...)> {
 
 }  // namespace detail
 
-// The description of one method; `params` names each of its parameters in order. Used in
-// constant expressions only: a table that does not fit the declaration does not compile.
+// The description of one method; `params` names each of its parameters in order. For constant
+// expressions only: a table that does not match the declaration does not compile.
 template <auto kMethod, class... Params>
 constexpr MethodDesc Method(const char16_t* name, Params... params) {
     using Traits = detail::MethodTraits<decltype(kMethod)>;

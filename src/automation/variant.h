@@ -21,7 +21,7 @@ public:
 
     VARIANT& Get() noexcept { return m_value; }
     const VARIANT& Get() const noexcept { return m_value; }
-    // For calls that store a value; clears what was held.
+    // For calls that store a value; clears the old value first.
     VARIANT* Put() noexcept {
         ::VariantClear(&m_value);
         return &m_value;
@@ -31,7 +31,7 @@ public:
         ::VariantInit(&m_value);
         return value;
     }
-    // Takes over what `value` owns.
+    // Takes ownership of the content of `value`.
     void Reset(const VARIANT& value) noexcept {
         ::VariantClear(&m_value);
         m_value = value;

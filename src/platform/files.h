@@ -40,7 +40,6 @@ inline constexpr std::uint32_t kWriteAttributes = 0x100U;
 // Sharing.
 inline constexpr std::uint32_t kShareRead = 1;
 inline constexpr std::uint32_t kShareWrite = 2;
-inline constexpr std::uint32_t kShareDelete = 4;
 // Disposition.
 inline constexpr std::uint32_t kCreateNew = 1;
 inline constexpr std::uint32_t kCreateAlways = 2;
@@ -48,8 +47,6 @@ inline constexpr std::uint32_t kOpenExisting = 3;
 inline constexpr std::uint32_t kOpenAlways = 4;
 // Flags and attributes.
 inline constexpr std::uint32_t kAttributeReadOnly = 0x1;
-inline constexpr std::uint32_t kAttributeHidden = 0x2;
-inline constexpr std::uint32_t kAttributeSystem = 0x4;
 inline constexpr std::uint32_t kAttributeDirectory = 0x10;
 inline constexpr std::uint32_t kAttributeArchive = 0x20;
 inline constexpr std::uint32_t kAttributeNormal = 0x80;

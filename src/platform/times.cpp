@@ -62,17 +62,6 @@ CalendarDate DateOfDay(std::uint32_t day) noexcept {
     return CalendarDateOf(DayOf(kTicksEpoch + day));
 }
 
-bool FileTimeToSystemTime(std::int64_t ticks, SystemTime& time) noexcept {
-    if (ticks < 0) {
-        SetLastError(win32err::kInvalidParameter);
-        return false;
-    }
-    const std::int64_t seconds = ticks / kTicksPerSecond;
-    time = MakeSystemTime(kTicksEpoch + seconds / kSecondsPerDay, seconds % kSecondsPerDay);
-    time.milliseconds = static_cast<std::uint16_t>(ticks / 10'000 % 1000);
-    return true;
-}
-
 bool SystemTimeToDate(const SystemTime& time, double& date) noexcept {
     if (time.year < 100 || time.year > 9999 || time.month < 1 || time.month > 12 || time.day > 31 ||
         time.hour > 23 || time.minute > 59 || time.second > 59) {

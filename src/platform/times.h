@@ -34,10 +34,6 @@ struct SystemTime {
     std::uint16_t milliseconds;
 };
 
-// False, with last error 87 and `time` untouched, for negative ticks (2^63 and above as
-// an unsigned count). Everything else converts: years 1601 to 30828.
-bool FileTimeToSystemTime(std::int64_t ticks, SystemTime& time) noexcept;
-
 // Keeps whole seconds, ignores milliseconds and dayOfWeek. True for the years 100 to
 // 9999, months 1 to 12, days 0 to 31, hours 0 to 23, minutes and seconds 0 to 59; a day
 // past the end of its month counts on into the next month, and day 0 is the last day of the
@@ -48,16 +44,12 @@ bool SystemTimeToDate(const SystemTime& time, double& date) noexcept;
 // outside the years 100 to 9999 and for values that are not numbers.
 bool DateToSystemTime(double date, SystemTime& time) noexcept;
 
-// Converts ticks to a DATE of whole seconds with the results and the last error of
-// FileTimeToSystemTime followed by SystemTimeToDate. False, with `date` untouched, where
-// either fails. Fast enough for one call per file of a listing.
+// Converts ticks to a DATE of whole seconds. False, with `date` untouched, for negative ticks
+// (last error 87) and after the year 9999. Fast enough for one call per file of a listing.
 bool FileTimeToDate(std::int64_t ticks, double& date) noexcept;
 
 // The current time, by the clock and time zone of the machine.
 SystemTime GetLocalTime() noexcept;
-
-// The current time in UTC, as ticks.
-std::int64_t GetSystemTimeAsTicks() noexcept;
 
 void Sleep(std::uint32_t milliseconds) noexcept;
 

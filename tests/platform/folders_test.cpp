@@ -1,13 +1,10 @@
-// Folders and whole files: listing, making, removing, copying, moving.
+// Folders and whole files: listing, creating, removing, copying, moving.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <functional>
 #include <random>
 
 #include "platform/files.h"
-#include "platform/times.h"
 #include "support/port_files.h"
 #include "support/target.h"
 #include "support/temp_folder.h"
@@ -18,18 +15,14 @@ using namespace platform;
 using support::CodeOf;
 using support::CTempFolder;
 
-std::vector<std::u16string> List(const std::u16string& pattern, std::uint32_t& code) {
+std::vector<std::u16string> List(const std::u16string& pattern) {
     std::vector<std::u16string> names;
     FindData data;
     const CFindHandle find(FindFirstFileW(pattern, data));
-    if (!find) {
-        code = GetLastError();
-        return names;
-    }
-    do {
+    for (bool more = static_cast<bool>(find); more; more = FindNextFileW(find.Get(), data)) {
         names.push_back(data.name);
-    } while (FindNextFileW(find.Get(), data));
-    code = GetLastError();
+    }
+    EXPECT_EQ(GetLastError(), find ? win32err::kNoMoreFiles : win32err::kFileNotFound);
     return names;
 }
 
@@ -45,147 +38,122 @@ bool SlowMatch(std::u16string_view pattern, std::u16string_view name) {
            SlowMatch(pattern.substr(1), name.substr(1));
 }
 
-// The ? of Windows stands for no unit too, at the end of a name; so does Wine's, and it goes
-// astray behind a star.
-TEST(Folders, WildcardsFindWhatThePlainModelFinds) {
-    const std::u16string_view alphabet = support::kOnLinux ? u"abc\x0436*?*" : u"abc\x0436*";
-    const char16_t last = support::kOnLinux ? u'?' : u'*';
+TEST(Folders, WildcardsFollowAPlainModel) {
+    // On Windows a ? at the end of a name matches no unit too; Wine fails for one after a *.
+    const std::u16string_view units = support::kOnLinux ? u"abc\x0436*?*" : u"abc\x0436*";
     const CTempFolder folder;
     std::mt19937 random(6);
-    const auto word = [&](std::u16string_view units, std::size_t longest) {
-        std::u16string text;
-        for (auto length = 1 + random() % longest; length > 0; --length) {
-            text += units[random() % units.size()];
-        }
+    const auto word = [&](std::u16string_view from) {
+        std::u16string text(1 + random() % 5, u'\0');
+        std::generate(text.begin(), text.end(), [&] { return from[random() % from.size()]; });
         return text;
     };
     std::vector<std::u16string> names;
     for (int i = 0; i < 60; ++i) {
-        names.push_back(word(u"abc\x0436", 5));
+        names.push_back(word(u"abc\x0436"));
         ASSERT_TRUE(support::WriteWhole(folder.Path(names.back()), "x"));
     }
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());
     for (int round = 0; round < 500; ++round) {
-        const std::u16string pattern = u"a" + word(alphabet, 5) + last;
+        const std::u16string pattern = u"a" + word(units) + (support::kOnLinux ? u'?' : u'*');
         std::vector<std::u16string> expected;
         std::copy_if(names.begin(), names.end(), std::back_inserter(expected),
                      [&](const auto& name) { return SlowMatch(pattern, name); });
-        std::uint32_t code = 0;
-        ASSERT_EQ(List(folder.Path() + u"/" + pattern, code), expected) << round;
-        ASSERT_EQ(code, expected.empty() ? win32err::kFileNotFound : win32err::kNoMoreFiles);
+        ASSERT_EQ(List(folder.Path() + u"/" + pattern), expected) << round;
     }
     names.insert(names.begin(), {u".", u".."});
-    std::uint32_t code = 0;
-    EXPECT_EQ(List(folder.Path(u"*"), code), names);
-    EXPECT_EQ(List(folder.Path(u"*.*"), code), names);
+    EXPECT_EQ(List(folder.Path(u"*")), names);
+    EXPECT_EQ(List(folder.Path(u"*.*")), names);
 }
 
-TEST(Folders, WhatIsFoundAndHowItFails) {
+TEST(Folders, PatternsAndTheirCodes) {
     const CTempFolder folder;
     ASSERT_TRUE(CreateDirectoryW(folder.Path(u"sub")));
     ASSERT_TRUE(support::WriteWhole(folder.Path(u"file.txt"), "12345"));
     const struct {
         const char16_t* pattern;
-        std::uint32_t code;  // of FindFirstFileW
-    } rows[] = {
-        {u"sub", 0},  {u"sub/*", 0},        {u"file.txt", 0},   {u"file.*", 0},
-        {u"sub/", 2}, {u"none", 2},         {u"*.doc", 2},      {u"no/none", 3},
-        {u"no/*", 3}, {u"*/file.txt", 123}, {u"s?b/file", 123},
-    };
-    for (const auto& row : rows) {
-        FindData data;
-        const std::u16string pattern = folder.Path() + u"/" + row.pattern;
-        const CFindHandle find(FindFirstFileW(pattern, data));
-        EXPECT_EQ(CodeOf(static_cast<bool>(find)), row.code) << std::filesystem::path(row.pattern);
-    }
+        std::uint32_t code;
+    } rows[] = {{u"sub/*", 0},   {u"file.*", 0}, {u"sub/", 2},         {u"none", 2},
+                {u"no/none", 3}, {u"no/*", 3},   {u"*/file.txt", 123}, {u"s?b/file", 123}};
     FindData data;
+    for (const auto& row : rows) {
+        const CFindHandle find(FindFirstFileW(folder.Path() + u"/" + row.pattern, data));
+        EXPECT_EQ(CodeOf(static_cast<bool>(find)), row.code) << &row - rows;
+    }
     CFindHandle find(FindFirstFileW(folder.Path(u"file.txt"), data));
-    EXPECT_EQ(data.name, u"file.txt");
-    EXPECT_EQ(data.size, 5);
-    EXPECT_EQ(data.attributes & ~std::uint32_t{kAttributeNormal}, kAttributeArchive);
-    EXPECT_NEAR(static_cast<double>(data.lastWriteTime),
-                static_cast<double>(GetSystemTimeAsTicks()), 60.0 * kTicksPerSecond);
+    EXPECT_TRUE(data.name == u"file.txt" && data.size == 5 && data.lastWriteTime > 0);
+    EXPECT_EQ(data.attributes & ~kAttributeNormal, kAttributeArchive);
     EXPECT_EQ(CodeOf(FindNextFileW(find.Get(), data)), win32err::kNoMoreFiles);
     find.Reset(FindFirstFileW(folder.Path(u"sub"), data));
     EXPECT_EQ(data.attributes, kAttributeDirectory);
 }
 
+enum class EChange { Create, Remove, Delete, Move, Copy };
+
+std::uint32_t Change(EChange change, const std::u16string& path, const std::u16string& target,
+                     std::uint32_t flags) {
+    switch (change) {
+        case EChange::Create:
+            return CodeOf(CreateDirectoryW(path));
+        case EChange::Remove:
+            return CodeOf(RemoveDirectoryW(path));
+        case EChange::Delete:
+            return CodeOf(DeleteFileW(path));
+        case EChange::Move:
+            return CodeOf(MoveFileExW(path, target, flags));
+        case EChange::Copy:
+            break;
+    }
+    return CodeOf(CopyFileW(path, target, flags != 0));
+}
+
 TEST(Folders, ChangesAndTheirCodes) {
+    using enum EChange;
     constexpr std::uint32_t kReplace = kMoveReplaceExisting;
     const struct {
-        const char* label;
-        std::function<bool(const CTempFolder&)> act;
+        EChange change;
+        const char16_t* path;
         std::uint32_t code;
-        const char* left;               // "old" afterwards, "<none>" when it is gone
-        bool (*otherwise)() = nullptr;  // where the system is known to differ
+        const char* content = "old";  // of "old" afterwards; "<none>" for a missing file
+        const char16_t* target = u"";
+        std::uint32_t flags = 0;          // of a move; not 0 for a copy that must not replace
+        bool (*isDifferent)() = nullptr;  // on a system with another result
     } rows[] = {
-        {"make", [](auto& f) { return CreateDirectoryW(f.Path(u"new")); }, 0, "old"},
-        {"make taken", [](auto& f) { return CreateDirectoryW(f.Path(u"sub")); }, 183, "old"},
-        {"make on file", [](auto& f) { return CreateDirectoryW(f.Path(u"old")); }, 183, "old"},
-        {"make too deep", [](auto& f) { return CreateDirectoryW(f.Path(u"a/b")); }, 3, "old"},
-        {"remove", [](auto& f) { return RemoveDirectoryW(f.Path(u"empty")); }, 0, "old"},
-        {"remove full", [](auto& f) { return RemoveDirectoryW(f.Path(u"sub")); }, 145, "old"},
-        {"remove file", [](auto& f) { return RemoveDirectoryW(f.Path(u"old")); }, 267, "old"},
-        {"remove none", [](auto& f) { return RemoveDirectoryW(f.Path(u"no")); }, 2, "old"},
-        {"delete", [](auto& f) { return DeleteFileW(f.Path(u"old")); }, 0, "<none>"},
-        {"delete none", [](auto& f) { return DeleteFileW(f.Path(u"no")); }, 2, "old"},
-        {"delete in none", [](auto& f) { return DeleteFileW(f.Path(u"no/no")); }, 3, "old"},
-        {"delete folder", [](auto& f) { return DeleteFileW(f.Path(u"sub")); }, 5, "old"},
-        {"delete read-only", [](auto& f) { return DeleteFileW(f.Path(u"locked")); }, 5, "old"},
-        {"move", [](auto& f) { return MoveFileExW(f.Path(u"old"), f.Path(u"b"), 0); }, 0, "<none>"},
-        {"move folder", [](auto& f) { return MoveFileExW(f.Path(u"sub"), f.Path(u"b"), 0); }, 0,
-         "old"},
-        {"move to disk",
-         [](auto& f) {
-             return MoveFileExW(f.Path(u"old"), f.Path(u"sub/b"), kReplace | kMoveWriteThrough);
-         },
-         0, "<none>"},
-        {"move onto", [](auto& f) { return MoveFileExW(f.Path(u"in"), f.Path(u"old"), 0); }, 183,
-         "old"},
-        {"replace", [](auto& f) { return MoveFileExW(f.Path(u"in"), f.Path(u"old"), kReplace); }, 0,
-         "new"},
-        {"replace read-only",
-         [](auto& f) { return MoveFileExW(f.Path(u"old"), f.Path(u"locked"), kReplace); }, 5, "old",
-         support::OnWine},
-        {"replace folder",
-         [](auto& f) { return MoveFileExW(f.Path(u"old"), f.Path(u"empty"), kReplace); }, 5, "old"},
-        {"move none", [](auto& f) { return MoveFileExW(f.Path(u"no"), f.Path(u"old"), kReplace); },
-         2, "old"},
-        {"move to none", [](auto& f) { return MoveFileExW(f.Path(u"old"), f.Path(u"no/b"), 0); }, 3,
-         "old"},
-        {"copy", [](auto& f) { return CopyFileW(f.Path(u"in"), f.Path(u"old"), false); }, 0, "new"},
-        {"copy onto", [](auto& f) { return CopyFileW(f.Path(u"in"), f.Path(u"old"), true); }, 80,
-         "old"},
-        {"copy none", [](auto& f) { return CopyFileW(f.Path(u"no"), f.Path(u"old"), false); }, 2,
-         "old"},
-        {"copy to none", [](auto& f) { return CopyFileW(f.Path(u"in"), f.Path(u"no/b"), false); },
-         3, "old"},
-        {"copy folder", [](auto& f) { return CopyFileW(f.Path(u"sub"), f.Path(u"b"), false); }, 5,
-         "old"},
-        {"copy onto read-only",
-         [](auto& f) { return CopyFileW(f.Path(u"old"), f.Path(u"locked"), false); }, 5, "old",
-         support::OnWineAsSuperuser},
-        {"copy onto itself",
-         [](auto& f) { return CopyFileW(f.Path(u"old"), f.Path(u"old"), false); }, 32, "old"},
-        {"copy onto an open file",
-         [](auto& f) {
-             const CFileHandle reader(
-                 CreateFileW(f.Path(u"old"), kGenericRead, kShareRead, kOpenExisting, 0));
-             return CopyFileW(f.Path(u"in"), f.Path(u"old"), false);
-         },
-         32, "old"},
-        {"copy a file being written",
-         [](auto& f) {
-             const CFileHandle writer = support::OpenToWrite(f.Path(u"in"), kOpenExisting);
-             return CopyFileW(f.Path(u"in"), f.Path(u"old"), false);
-         },
-         0, "new"},
+        {Create, u"new", 0},
+        {Create, u"sub", 183},
+        {Create, u"old", 183},
+        {Create, u"a/b", 3},
+        {Remove, u"empty", 0},
+        {Remove, u"sub", 145},
+        {Remove, u"old", 267},
+        {Remove, u"no", 2},
+        {Delete, u"old", 0, "<none>"},
+        {Delete, u"no", 2},
+        {Delete, u"no/no", 3},
+        {Delete, u"sub", 5},
+        {Delete, u"locked", 5},
+        {Move, u"sub", 0, "old", u"b"},
+        {Move, u"old", 0, "<none>", u"sub/b", kReplace | kMoveWriteThrough},
+        {Move, u"in", 183, "old", u"old"},
+        {Move, u"in", 0, "new", u"old", kReplace},
+        {Move, u"old", 5, "old", u"locked", kReplace, support::OnWine},
+        {Move, u"old", 5, "old", u"empty", kReplace},
+        {Move, u"no", 2, "old", u"old", kReplace},
+        {Move, u"old", 3, "old", u"no/b"},
+        {Copy, u"in", 0, "new", u"old"},
+        {Copy, u"in", 80, "old", u"old", 1},
+        {Copy, u"no", 2, "old", u"old"},
+        {Copy, u"in", 3, "old", u"no/b"},
+        {Copy, u"sub", 5, "old", u"b"},
+        {Copy, u"old", 5, "old", u"locked", 0, support::OnWineAsSuperuser},
+        {Copy, u"old", 32, "old", u"old"},
     };
     for (const auto& row : rows) {
-        if (row.otherwise != nullptr && row.otherwise()) {
+        if (row.isDifferent != nullptr && row.isDifferent()) {
             continue;
         }
+        SCOPED_TRACE(&row - rows);
         const CTempFolder folder;
         ASSERT_TRUE(CreateDirectoryW(folder.Path(u"sub")) &&
                     CreateDirectoryW(folder.Path(u"empty")));
@@ -194,51 +162,42 @@ TEST(Folders, ChangesAndTheirCodes) {
         }
         ASSERT_TRUE(support::WriteWhole(folder.Path(u"in"), "new"));
         ASSERT_TRUE(SetFileAttributesW(folder.Path(u"locked"), kAttributeReadOnly));
-        EXPECT_EQ(CodeOf(row.act(folder)), row.code) << row.label;
-        EXPECT_EQ(support::ReadWhole(folder.Path(u"old")), row.left) << row.label;
-        EXPECT_EQ(support::ReadWhole(folder.Path(u"locked")), "old") << row.label;
+        const std::u16string target = folder.Path(row.target);
+        EXPECT_EQ(Change(row.change, folder.Path(row.path), target, row.flags), row.code);
+        EXPECT_EQ(support::ReadWhole(folder.Path(u"old")), row.content);
+        EXPECT_EQ(support::ReadWhole(folder.Path(u"locked")), "old");
     }
 }
 
-TEST(Folders, ReadOnlyIsSetAndClearedAndGivesWay) {
+TEST(Folders, ACopyHasTheContentTimeAndReadOnlyAttributeOfItsSource) {
     const CTempFolder folder;
     const std::u16string path = folder.Path(u"f");
-    ASSERT_TRUE(support::WriteWhole(path, "x"));
-    ASSERT_TRUE(SetFileAttributesW(path, kAttributeReadOnly | kAttributeArchive));
-    EXPECT_EQ(GetFileAttributesW(path), kAttributeReadOnly | kAttributeArchive);
-    ASSERT_TRUE(CopyFileW(path, folder.Path(u"copy"), false));
-    EXPECT_EQ(GetFileAttributesW(folder.Path(u"copy")), kAttributeReadOnly | kAttributeArchive);
+    const std::u16string target = folder.Path(u"copy");
+    const std::int64_t set = 129'000'000'000'000'000;  // in 2009
+    constexpr std::uint32_t kBoth = kAttributeReadOnly | kAttributeArchive;
+    std::string content(1'000'000, '\0');
+    std::generate(content.begin(), content.end(), std::mt19937(7));
+    {
+        const CFileHandle file = support::OpenToWrite(path);
+        ASSERT_TRUE(support::Write(file, content));
+        ASSERT_TRUE(SetFileTime(file.Get(), nullptr, nullptr, &set));
+    }
+    ASSERT_TRUE(SetFileAttributesW(path, kBoth) && CopyFileW(path, target, false));
+    FindData data;
+    const CFindHandle find(FindFirstFileW(target, data));
+    EXPECT_TRUE(data.attributes == kBoth && data.lastWriteTime == set);
+    EXPECT_TRUE(support::ReadWhole(target) == content);
     ASSERT_TRUE(SetFileAttributesW(path, kAttributeArchive));
     EXPECT_EQ(GetFileAttributesW(path), kAttributeArchive);
     EXPECT_TRUE(support::OpenToWrite(path));
-    EXPECT_TRUE(DeleteFileW(path));
-    ASSERT_TRUE(CreateDirectoryW(path) && SetFileAttributesW(path, kAttributeReadOnly));
-    if (!support::OnWine()) {  // which removes it all the same
+    ASSERT_TRUE(DeleteFileW(path) && CreateDirectoryW(path) &&
+                SetFileAttributesW(path, kAttributeReadOnly));
+    if (!support::OnWine()) {  // which removes it
         EXPECT_EQ(CodeOf(RemoveDirectoryW(path)), 5U);
     }
     ASSERT_TRUE(SetFileAttributesW(path, 0));
     EXPECT_EQ(GetFileAttributesW(path), kAttributeDirectory);
     EXPECT_TRUE(RemoveDirectoryW(path));
-}
-
-TEST(Folders, ACopyIsTheSameFileWithTheSameTime) {
-    const CTempFolder folder;
-    const std::int64_t set = 129'000'000'000'000'000;  // in 2009
-    for (const std::size_t size : {0U, 1U, 65'536U, 1'000'000U}) {
-        std::string content(size, '\0');
-        std::mt19937 random(static_cast<unsigned>(size));
-        std::generate(content.begin(), content.end(), [&] { return static_cast<char>(random()); });
-        {
-            const CFileHandle file = support::OpenToWrite(folder.Path(u"source"));
-            ASSERT_TRUE(support::Write(file, content));
-            ASSERT_TRUE(SetFileTime(file.Get(), nullptr, nullptr, &set));
-        }
-        ASSERT_TRUE(CopyFileW(folder.Path(u"source"), folder.Path(u"target"), false)) << size;
-        EXPECT_TRUE(support::ReadWhole(folder.Path(u"target")) == content) << size;
-        FindData data;
-        const CFindHandle find(FindFirstFileW(folder.Path(u"target"), data));
-        EXPECT_EQ(data.lastWriteTime, set) << size;
-    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Who may open a file beside whom.
+// Which opens of one file exclude each other.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -18,78 +18,65 @@ namespace {
 using namespace platform;
 using support::CodeOf;
 
-struct Way {
-    const char* label;
+struct Mode {
     std::uint32_t access;
     std::uint32_t share;
-    std::uint32_t disposition;
-    bool onLinuxOnly;
+    std::uint32_t disposition = kOpenExisting;
 };
 
-constexpr Way kWays[] = {
-    {"reader", kGenericRead, kShareRead, kOpenExisting, false},
-    {"reader beside writers", kGenericRead, kShareRead | kShareWrite, kOpenExisting, false},
-    {"writer", kGenericWrite, kShareRead, kOpenExisting, false},
-    {"reader and writer", kGenericRead | kGenericWrite, kShareRead, kOpenExisting, false},
-    {"creator", kGenericWrite, kShareRead, kCreateAlways, false},
-    {"opener or creator", kGenericWrite, kShareRead, kOpenAlways, false},
-    {"attributes read", kReadAttributes, kShareRead | kShareWrite, kOpenExisting, false},
-    {"attributes written", kWriteAttributes, kShareRead | kShareWrite, kOpenExisting, false},
-    {"generous writer", kGenericWrite, kShareRead | kShareWrite, kOpenExisting, true},
-};
+constexpr std::uint32_t kShareBoth = kShareRead | kShareWrite;
+constexpr Mode kReader = {kGenericRead, kShareRead};
+constexpr Mode kExclusiveReader = {kGenericRead, 0};
+constexpr Mode kWriter = {kGenericWrite, kShareRead};
 
-CFileHandle Open(const std::u16string& path, const Way& way) {
-    return CFileHandle(CreateFileW(path, way.access, way.share, way.disposition, kAttributeNormal));
+CFileHandle Open(const std::u16string& path, const Mode& mode) {
+    return CFileHandle(
+        CreateFileW(path, mode.access, mode.share, mode.disposition, kAttributeNormal));
 }
 
-// The documented rule: the access of each is in the sharing of the other. On Linux a writer
-// admits no second writer whatever both share.
-bool Exclude(const Way& a, const Way& b) {
-    const auto reads = [](const Way& way) { return (way.access & kGenericRead) != 0; };
-    const auto writes = [](const Way& way) { return (way.access & kGenericWrite) != 0; };
-    const auto refuses = [&](const Way& one, const Way& other) {
+// The documented rule: the access of each is in the sharing of the other. On Linux a second
+// writer is always excluded, and a reader that shares writing never is.
+bool Exclude(const Mode& a, const Mode& b) {
+    const auto reads = [](const Mode& mode) { return (mode.access & kGenericRead) != 0; };
+    const auto writes = [](const Mode& mode) { return (mode.access & kGenericWrite) != 0; };
+    const auto refuses = [&](const Mode& one, const Mode& other) {
         return (reads(one) && (other.share & kShareRead) == 0) ||
                (writes(one) && (other.share & kShareWrite) == 0);
     };
-    const bool attributesOnly = (!reads(a) && !writes(a)) || (!reads(b) && !writes(b));
-    return !attributesOnly && ((writes(a) && writes(b)) || refuses(a, b) || refuses(b, a));
+    const auto isFree = [&](const Mode& mode) {
+        return (!reads(mode) && !writes(mode)) ||
+               (support::kOnLinux && !writes(mode) && mode.share == kShareBoth);
+    };
+    return !isFree(a) && !isFree(b) && ((writes(a) && writes(b)) || refuses(a, b) || refuses(b, a));
 }
 
 TEST(Sharing, AllPairs) {
+    std::vector<Mode> modes = {kReader,
+                               kExclusiveReader,
+                               kWriter,
+                               {kGenericRead, kShareBoth},
+                               {kGenericRead | kGenericWrite, kShareRead},
+                               {kGenericWrite, kShareRead, kCreateAlways},
+                               {kGenericWrite, kShareRead, kOpenAlways},
+                               {kReadAttributes, kShareBoth},
+                               {kWriteAttributes, kShareBoth}};
+    if (support::kOnLinux) {
+        modes.push_back({kGenericWrite, kShareBoth});
+    }
     const support::CTempFolder folder;
     const std::u16string path = folder.Path(u"shared");
-    for (const Way& first : kWays) {
-        for (const Way& second : kWays) {
-            if ((first.onLinuxOnly || second.onLinuxOnly) && !support::kOnLinux) {
-                continue;
-            }
+    for (const Mode& first : modes) {
+        for (const Mode& second : modes) {
+            SCOPED_TRACE(testing::Message() << &first - modes.data() << &second - modes.data());
             ASSERT_TRUE(support::WriteWhole(path, "content"));
             const CFileHandle one = Open(path, first);
-            ASSERT_TRUE(one) << first.label;
             const std::string before = support::ReadWhole(path);
-            const std::uint32_t code = CodeOf(Open(path, second));
             const bool excluded = Exclude(first, second);
-            EXPECT_EQ(code, excluded ? win32err::kSharingViolation : 0)
-                << first.label << ", then " << second.label;
-            if (excluded) {
-                EXPECT_EQ(support::ReadWhole(path), before)
-                    << first.label << ", then " << second.label;
-            }
+            EXPECT_EQ(CodeOf(one), 0U);
+            EXPECT_EQ(CodeOf(Open(path, second)), excluded ? win32err::kSharingViolation : 0);
+            EXPECT_TRUE(!excluded || support::ReadWhole(path) == before);
         }
     }
-}
-
-TEST(Sharing, AReaderThatSharesNothingIsAlone) {
-    const support::CTempFolder folder;
-    const std::u16string path = folder.Path(u"shared");
-    ASSERT_TRUE(support::WriteWhole(path, "content"));
-    const Way alone{"alone", kGenericRead, 0, kOpenExisting, false};
-    CFileHandle held = Open(path, alone);
-    ASSERT_TRUE(held);
-    EXPECT_EQ(CodeOf(Open(path, kWays[0])), win32err::kSharingViolation);
-    EXPECT_EQ(CodeOf(Open(path, alone)), win32err::kSharingViolation);
-    held.Reset();
-    EXPECT_EQ(CodeOf(Open(path, alone)), 0U);
 }
 
 TEST(Sharing, AFileInUseKeepsItsName) {
@@ -97,61 +84,64 @@ TEST(Sharing, AFileInUseKeepsItsName) {
     const std::u16string held = folder.Path(u"held");
     const std::u16string other = folder.Path(u"other");
     const struct {
-        const char* label;
         std::function<bool()> act;
         std::uint32_t code;
     } kRows[] = {
-        {"replace", [&] { return MoveFileExW(other, held, kMoveReplaceExisting); }, 5},
-        {"rename", [&] { return MoveFileExW(held, folder.Path(u"free"), 0); }, 32},
-        {"rename onto", [&] { return MoveFileExW(held, other, kMoveReplaceExisting); }, 32},
-        {"delete", [&] { return DeleteFileW(held); }, 32},
+        {[&] { return MoveFileExW(other, held, kMoveReplaceExisting); }, 5},
+        {[&] { return MoveFileExW(held, folder.Path(u"free"), 0); }, 32},
+        {[&] { return MoveFileExW(held, other, kMoveReplaceExisting); }, 32},
+        {[&] { return DeleteFileW(held); }, 32},
+        {[&] { return CopyFileW(other, held, false); }, 32},
     };
     for (const auto& row : kRows) {
-        for (const Way& way : {kWays[0], kWays[2]}) {
-            const bool excluded = way.access == kGenericWrite || !support::kOnLinux;
+        for (const Mode& mode : {kReader, kWriter}) {
+            SCOPED_TRACE(testing::Message() << &row - kRows << ", access " << mode.access);
+            const bool excluded =
+                mode.access == kGenericWrite || !support::kOnLinux || &row == std::end(kRows) - 1;
             ASSERT_TRUE(support::WriteWhole(held, "held") && support::WriteWhole(other, "other"));
-            CFileHandle handle = Open(held, way);
-            EXPECT_EQ(CodeOf(row.act()), excluded ? row.code : 0) << row.label << ", " << way.label;
+            CFileHandle handle = Open(held, mode);
+            EXPECT_EQ(CodeOf(row.act()), excluded ? row.code : 0);
             handle.Reset();
             if (excluded) {
-                EXPECT_EQ(support::ReadWhole(held), "held") << row.label << ", " << way.label;
-                EXPECT_TRUE(row.act()) << row.label << ", " << way.label;
+                EXPECT_EQ(support::ReadWhole(held), "held");
+                EXPECT_TRUE(row.act());
             }
             DeleteFileW(folder.Path(u"free"));
         }
     }
+    // The source of a copy may be open for writing.
+    ASSERT_TRUE(support::WriteWhole(held, "held"));
+    const CFileHandle writer = support::OpenToWrite(held, kOpenExisting);
+    EXPECT_TRUE(CopyFileW(held, other, false));
 }
 
-// The name changes its file all the time: never do two hold the file that the name means.
+// While the file of a name is replaced all the time, the name has one writer at most.
 TEST(Sharing, ANameHasOneWriterEvenWhileItsFileIsReplaced) {
     const support::CTempFolder folder;
     const std::u16string path = folder.Path(u"contended");
-    std::atomic<int> holders = 0;
-    std::atomic<int> held = 0;
+    std::atomic<int> writers = 0;
+    std::atomic<int> opened = 0;
     std::atomic<int> doubles = 0;
-    const auto contend = [&] {
-        for (int round = 0; round < 4000; ++round) {
-            const CFileHandle file = support::OpenToWrite(path);
-            if (!file) {
-                continue;
+    std::vector<std::jthread> threads(3);
+    for (std::jthread& thread : threads) {
+        thread = std::jthread([&] {
+            for (int round = 0; round < 4000; ++round) {
+                const CFileHandle file = support::OpenToWrite(path);
+                if (!file) {
+                    continue;
+                }
+                ++opened;
+                doubles += ++writers != 1 ? 1 : 0;
+                std::this_thread::yield();
+                --writers;
+                std::error_code ignored;
+                std::filesystem::remove(folder.Native(u"contended"), ignored);
             }
-            ++held;
-            doubles += ++holders != 1 ? 1 : 0;
-            std::this_thread::yield();
-            --holders;
-            std::error_code ignored;
-            std::filesystem::remove(folder.Native(u"contended"), ignored);
-        }
-    };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 3; ++i) {
-        threads.emplace_back(contend);
+        });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    threads.clear();  // joins
     EXPECT_EQ(doubles, 0);
-    EXPECT_GT(held, 100);
+    EXPECT_GT(opened, 100);
 }
 
 }  // namespace

@@ -16,41 +16,36 @@ using namespace platform;
 using support::CodeOf;
 
 TEST(System, ModulePathsAreCutToTheBuffer) {
-    char16_t whole[4096];
-    const std::uint32_t length = GetModuleFileNameW(nullptr, whole, 4096);
-    const std::u16string path(whole, length);
+    char16_t own[4096];
+    const std::uint32_t length = GetModuleFileNameW(nullptr, own, 4096);
+    const std::u16string path(own, length);
     EXPECT_TRUE(std::filesystem::path(path).is_absolute());
     EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::path(path)));
-    // The tests have the port linked in: its module is the program.
-    char16_t own[4096];
+    // The code under test is part of the program.
     EXPECT_EQ(std::u16string(own, GetModuleFileNameW(OwnModule(), own, 4096)), path);
     for (const std::uint32_t size : {1U, length, length + 1}) {
         std::fill(std::begin(own), std::end(own), u'#');
-        const bool cut = size <= length;
-        EXPECT_EQ(GetModuleFileNameW(nullptr, own, size), cut ? size : length) << size;
-        EXPECT_EQ(std::u16string(own), path.substr(0, size - 1)) << size;
-        EXPECT_EQ(own[size], u'#') << size;
+        EXPECT_EQ(GetModuleFileNameW(nullptr, own, size), std::min(size, length));
+        EXPECT_EQ(std::u16string(own), path.substr(0, size - 1));
+        EXPECT_EQ(own[size], u'#');
     }
     EXPECT_EQ(GetModuleFileNameW(nullptr, own, 0), 0U);
-    EXPECT_EQ(GetModuleFileNameW(&whole, own, 4096), 0U);
+    EXPECT_EQ(GetModuleFileNameW(&own, own, 4096), 0U);
 }
 
 TEST(System, TemporaryFolderAndEnvironment) {
-    std::u16string folder;
-    ASSERT_TRUE(GetTempPathW(folder));
-    EXPECT_TRUE(folder.ends_with(support::kOnWindows ? u'\\' : u'/'));
-    EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(folder)));
-    std::u16string value;
-    EXPECT_TRUE(GetEnvironmentVariableW(u"PATH", value));
-    EXPECT_NE(value, u"");
-    EXPECT_EQ(CodeOf(GetEnvironmentVariableW(u"ZOREL_NO_SUCH_VARIABLE", value)), 203U);
+    std::u16string text;
+    ASSERT_TRUE(GetTempPathW(text));
+    EXPECT_TRUE(text.ends_with(support::kOnWindows ? u'\\' : u'/'));
+    EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(text)));
+    EXPECT_TRUE(GetEnvironmentVariableW(u"PATH", text) && !text.empty());
+    EXPECT_EQ(CodeOf(GetEnvironmentVariableW(u"ZOREL_NO_SUCH_VARIABLE", text)), 203U);
 }
 
 TEST(System, ADuplicateSharesThePositionAndOutlivesTheFirst) {
     const support::CTempFolder folder;
     CFileHandle first = support::OpenToWrite(folder.Path(u"f"));
     const CFileHandle second(DuplicateHandle(first.Get()));
-    ASSERT_TRUE(second);
     ASSERT_TRUE(support::Write(first, "ab"));
     first.Reset();
     ASSERT_TRUE(support::Write(second, "cd"));
@@ -82,7 +77,7 @@ TEST(System, VersionsOfFiles) {
     FileVersion version;
     EXPECT_EQ(ReadFileVersion(folder.Path(u"none"), version), EVersionStep::Size);
     EXPECT_EQ(GetLastError(), 2U);
-    if (support::kOnLinux) {  // whose files have none
+    if (support::kOnLinux) {  // where files have no version
         EXPECT_EQ(ReadFileVersion(folder.Path(), version), EVersionStep::Size);
         EXPECT_EQ(GetLastError(), 50U);
         return;

@@ -1,20 +1,19 @@
-// Strings: eight bytes of header, of which the last four are the byte count, then the
-// code units and a NUL unit.
+// A string is a header of eight bytes, the last four of them the byte count, then the code
+// units and a NUL unit.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
 #include "automation/posix/automation_internal.h"
-#include "text/ascii_case.h"
 
 namespace {
 
-constexpr std::size_t kHeader = 8;  // bytes; keeps the text aligned as malloc aligns
+constexpr std::size_t kHeader = 8;  // bytes; keeps the alignment of the text
 // The whole block's size must fit the 32-bit arithmetic of clients.
 constexpr std::size_t kMaxBytes = 0xFFFFFFFFU - kHeader - sizeof(OLECHAR);
 
-// The text is left unset; its terminator is written.
+// Writes the terminator only.
 BSTR NewString(std::size_t bytes) noexcept {
     if (bytes > kMaxBytes) {
         return nullptr;
@@ -86,10 +85,6 @@ BSTR CopyBstr(BSTR text) noexcept {
 
 bool CopyFailed(BSTR source, BSTR copy) noexcept {
     return source != nullptr && copy == nullptr;
-}
-
-bool EqualNames(const char16_t* a, const char16_t* b) noexcept {
-    return text::EqualsNoCase(a, b);
 }
 
 }  // namespace automation::detail

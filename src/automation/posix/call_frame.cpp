@@ -21,22 +21,22 @@ const RecordDesc& RecordOf(const ParamDesc& param) {
     return param.type == EValueType::Guid ? GuidRecord() : *param.record;
 }
 
-// A parameter whose value goes in; the others are references that the method fills.
+// Whether the method reads the parameter; it stores into all others.
 bool IsInput(const ParamDesc& param) {
     return param.pointers == 0 || param.direction == EDirection::In;
 }
 
-// Whether a value of the parameter's natural type and one of `type` are the same bytes.
+// Whether values of the two types have the same representation.
 bool SameType(VARTYPE natural, VARTYPE type) {
     return type == natural || (natural == VT_I4 && type == VT_INT) ||
            (natural == VT_UI4 && type == VT_UINT) || (natural == VT_DISPATCH && type == VT_UNKNOWN);
 }
 
-bool IsLeftOut(const VARIANT& given) {
+bool IsMissing(const VARIANT& given) {
     return given.vt == VT_ERROR && given.scode == DISP_E_PARAMNOTFOUND;
 }
 
-// GUID text, in braces or without.
+// GUID text with or without braces.
 bool ReadGuid(std::u16string_view text, GUID& guid) {
     if (text.size() >= 2 && text.front() == u'{' && text.back() == u'}') {
         text = text.substr(1, text.size() - 2);
@@ -44,7 +44,7 @@ bool ReadGuid(std::u16string_view text, GUID& guid) {
     return UuidFromString(text, guid) == kRpcStatusOk;
 }
 
-// What a by-reference variable gives up when a new value replaces its old one.
+// Frees the old value of a by-reference variable.
 void ReleaseReferenced(const VARIANT& reference) {
     VARIANT old = {};
     if (reference.vt != (VT_BYREF | VT_RECORD) && SUCCEEDED(Dereference(reference, old))) {
@@ -58,7 +58,7 @@ void ReleaseReferenced(const VARIANT& reference) {
 
 HRESULT CArgument::Bind(const ParamDesc& param, const VARIANT& given) {
     m_param = &param;
-    if (IsLeftOut(given)) {
+    if (IsMissing(given)) {
         return DISP_E_PARAMNOTOPTIONAL;
     }
     return IsInput(param) ? BindValue(given) : BindReference(given);
@@ -75,7 +75,7 @@ HRESULT CArgument::BindValue(const VARIANT& given) {
     if (FAILED(hr)) {
         return hr;
     }
-    if (IsLeftOut(m_view)) {
+    if (IsMissing(m_view)) {
         return DISP_E_PARAMNOTOPTIONAL;
     }
     if (IsRecordLike(*m_param)) {
@@ -112,9 +112,9 @@ HRESULT CArgument::BindGuid(const VARIANT& view) {
 
 HRESULT CArgument::BindReference(const VARIANT& given) {
     const VARTYPE natural = VariantTypeOf(m_param->type);
-    // No method fills the target of a second indirection: nothing given is good enough.
-    const bool isNothing = given.vt == VT_EMPTY || given.vt == VT_NULL;
-    if (m_param->pointers == 2 && isNothing) {
+    // No method stores through a second indirection, so an empty argument is accepted.
+    const bool isEmpty = given.vt == VT_EMPTY || given.vt == VT_NULL;
+    if (m_param->pointers == 2 && isEmpty) {
         return S_OK;
     }
     const auto type = static_cast<VARTYPE>(given.vt & ~VT_BYREF);
@@ -122,8 +122,8 @@ HRESULT CArgument::BindReference(const VARIANT& given) {
         (type == VT_RECORD && !DescribesRecord(given.pRecInfo, RecordOf(*m_param)))) {
         return DISP_E_TYPEMISMATCH;
     }
-    // The first word of a by-reference variant is the reference, a record's too. A null
-    // one is passed on: what it means is the method's to say.
+    // The reference is the first word of the value, for a record too. A null reference is
+    // passed to the method.
     if (given.byref == nullptr) {
         return S_OK;
     }
@@ -174,14 +174,14 @@ HRESULT CArgument::Deliver(VARIANT* result) {
     return hr;
 }
 
-// A pure output is overwritten: what its variable held before is nobody's to free. Where
-// the published direction is missing, the variable is taken for an initialised one.
+// An [out] variable is overwritten without being freed. A variable without a direction is
+// treated as [in, out]: its old value is freed.
 void CArgument::StoreThrough(const VARIANT& reference) {
     if (m_param->direction == EDirection::Unspecified) {
         ReleaseReferenced(reference);
     }
     if (IsRecordLike(*m_param)) {
-        // The strings move along; the emptied record has nothing left to free.
+        // The strings move to the caller; the emptied record owns none.
         const std::size_t size = RecordOf(*m_param).size;
         std::memcpy(reference.pvRecord, m_data, size);
         std::memset(m_data, 0, size);
@@ -199,8 +199,8 @@ bool CCallFrame::HasResult() const noexcept {
     return count > 0 && m_method.params[count - 1].direction == EDirection::Retval;
 }
 
-// Finds the variant of each parameter: unnamed ones from the end of rgvarg, named ones by
-// their number. The return value may be given as a by-reference argument, too.
+// Finds the variant of each parameter: positional ones from the end of rgvarg, named ones by
+// their number. The return value may be a by-reference argument instead.
 HRESULT CCallFrame::Place(const DISPPARAMS& params, Positions& positions, UINT& badArgument) const {
     const auto count = static_cast<UINT>(m_method.paramCount);
     const UINT required = count - (HasResult() ? 1 : 0);

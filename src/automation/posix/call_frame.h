@@ -1,5 +1,5 @@
-// The arguments of one late-bound call: from the caller's variants to the storage that a
-// method's thunk reads, and back.
+// The arguments of one late-bound call: their conversion from the caller's variants to the
+// storage that a method's thunk reads, and back.
 #pragma once
 
 #include <array>
@@ -9,27 +9,27 @@
 
 namespace automation::detail {
 
-// One parameter's storage. Bound once, then its address is handed to the thunk; it owns
-// what was converted for the method and what the method stored, until Deliver passes that
-// on. Not movable: the method sees addresses inside it.
+// The storage of one parameter. Owns the converted input and the value that the method stores,
+// until Deliver passes that value on. Not movable: the method gets addresses inside it. Order
+// of calls: Bind or BindResult, Address, Deliver.
 class CArgument {
 public:
     CArgument() = default;
     CArgument(const CArgument&) = delete;
     CArgument& operator=(const CArgument&) = delete;
 
-    // Takes the caller's variant for `param`; conversions as ConvertVariant makes them.
-    // DISP_E_PARAMNOTOPTIONAL for an argument left out, DISP_E_TYPEMISMATCH,
-    // DISP_E_OVERFLOW, DISP_E_BADVARTYPE. Throws std::bad_alloc.
+    // Binds the caller's variant, with the conversions of ConvertVariant.
+    // DISP_E_PARAMNOTOPTIONAL for a missing argument, DISP_E_TYPEMISMATCH, DISP_E_OVERFLOW,
+    // DISP_E_BADVARTYPE. Throws std::bad_alloc.
     HRESULT Bind(const ParamDesc& param, const VARIANT& given);
-    // Makes room for a return value that the caller gets through the call's result.
+    // Binds a return value that the caller gets as the result of the call.
     HRESULT BindResult(const ParamDesc& param);
 
-    // What the thunk reads; valid as long as this object.
+    // The address for the thunk; valid as long as this object.
     void* Address() noexcept;
 
-    // Passes what the method stored to the caller's variable, or to `result` (null: it is
-    // dropped) when bound by BindResult. Does nothing for an input.
+    // Moves the value that the method stored to the caller's variable, or to `result` if bound by
+    // BindResult (null: the value is freed). Does nothing for an input.
     HRESULT Deliver(VARIANT* result);
 
 private:
@@ -45,9 +45,9 @@ private:
     bool m_isResult = false;
     VARIANT m_view = {};            // an input that needs no conversion; owns nothing
     GUID m_guid = {};               // a GUID given as text
-    CVariant m_value;               // a converted input, or what the method stores
+    CVariant m_value;               // a converted input, or the value that the method stores
     void* m_data = nullptr;         // the value itself
-    void* m_dataPointer = nullptr;  // what a pointer parameter is given
+    void* m_dataPointer = nullptr;  // the value of a pointer parameter
 };
 
 // One call of `method`, in this order: Bind, Call, Deliver.
@@ -55,11 +55,11 @@ class CCallFrame {
 public:
     explicit CCallFrame(const MethodDesc& method) noexcept : m_method(method) {}
 
-    // On failure `badArgument` is the index in params.rgvarg where there is a culprit; it
-    // stays unchanged otherwise. Nothing has been called or changed then.
+    // If one argument causes the failure, `badArgument` is its index in params.rgvarg; otherwise
+    // it is unchanged. After a failure nothing has been called or changed.
     HRESULT Bind(const DISPPARAMS& params, UINT& badArgument);
     HRESULT Call(IDispatch* self);
-    // Hands over the outputs of a call that succeeded.
+    // Stores the outputs of a call that succeeded.
     HRESULT Deliver(VARIANT* result);
 
 private:

@@ -1,8 +1,8 @@
 #include "automation/dispatch.h"
 
 #include "automation/com_ptr.h"
-#include "automation/posix/automation_internal.h"
 #include "automation/posix/call_frame.h"
+#include "text/ascii_case.h"
 
 namespace automation {
 
@@ -10,14 +10,14 @@ namespace {
 
 DISPID FindParam(const MethodDesc& method, LPCOLESTR name) {
     for (std::size_t i = 0; i < method.paramCount; ++i) {
-        if (detail::EqualNames(method.params[i].name, name)) {
+        if (text::EqualsNoCase(method.params[i].name, name)) {
             return static_cast<DISPID>(i);
         }
     }
     return DISPID_UNKNOWN;
 }
 
-// Moves the thread's error information into `exception`; without one it stays where it is.
+// Moves the thread's error information into `exception`; leaves it in place for null.
 HRESULT ReportFailure(HRESULT failure, EXCEPINFO* exception) {
     if (exception == nullptr) {
         return DISP_E_EXCEPTION;
@@ -67,7 +67,7 @@ HRESULT DispatchGetIDsOfNames(const InterfaceTable& table, REFIID reserved, LPOL
         ids[i] = DISPID_UNKNOWN;
         if (names[i] != nullptr && i == 0) {
             method = FindMethodIf(table, [&](const MethodDesc& candidate) {
-                return detail::EqualNames(candidate.name, names[0]);
+                return text::EqualsNoCase(candidate.name, names[0]);
             });
             ids[0] = method == nullptr ? DISPID_UNKNOWN : method->id;
         } else if (names[i] != nullptr && method != nullptr) {

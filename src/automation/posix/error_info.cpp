@@ -7,9 +7,8 @@
 
 namespace {
 
-// Error information that its maker fills through ICreateErrorInfo and readers see through
-// IErrorInfo. Filled before it is published, so only the reference count is shared between
-// threads.
+// Error information, written through ICreateErrorInfo and read through IErrorInfo. It is
+// complete before other threads can have it, so only the reference count is atomic.
 class CErrorInfo final : public ICreateErrorInfo, public IErrorInfo {
 public:
     HRESULT QueryInterface(REFIID iid, void** object) override {
@@ -48,11 +47,11 @@ public:
         return S_OK;
     }
 
-    HRESULT GetGUID(GUID* guid) override { return Give(m_guid, guid); }
-    HRESULT GetSource(BSTR* source) override { return Give(m_source, source); }
-    HRESULT GetDescription(BSTR* text) override { return Give(m_description, text); }
-    HRESULT GetHelpFile(BSTR* file) override { return Give(m_helpFile, file); }
-    HRESULT GetHelpContext(DWORD* context) override { return Give(m_helpContext, context); }
+    HRESULT GetGUID(GUID* guid) override { return Return(m_guid, guid); }
+    HRESULT GetSource(BSTR* source) override { return Return(m_source, source); }
+    HRESULT GetDescription(BSTR* text) override { return Return(m_description, text); }
+    HRESULT GetHelpFile(BSTR* file) override { return Return(m_helpFile, file); }
+    HRESULT GetHelpContext(DWORD* context) override { return Return(m_helpContext, context); }
 
 private:
     ~CErrorInfo() = default;
@@ -66,7 +65,7 @@ private:
         field = std::move(copy);
         return S_OK;
     }
-    static HRESULT Give(const automation::CBstr& field, BSTR* text) {
+    static HRESULT Return(const automation::CBstr& field, BSTR* text) {
         if (text == nullptr) {
             return E_INVALIDARG;
         }
@@ -74,7 +73,7 @@ private:
         return automation::detail::CopyFailed(field.Get(), *text) ? E_OUTOFMEMORY : S_OK;
     }
     template <class T>
-    static HRESULT Give(const T& field, T* value) {
+    static HRESULT Return(const T& field, T* value) {
         if (value == nullptr) {
             return E_INVALIDARG;
         }
@@ -90,7 +89,7 @@ private:
     DWORD m_helpContext = 0;
 };
 
-// What the calling thread's last failed call left behind.
+// The error information of the calling thread.
 thread_local automation::CComPtr<IErrorInfo> t_errorInfo;
 
 }  // namespace

@@ -8,12 +8,13 @@
 #include "automation/bstr.h"
 #include "automation/posix/automation_internal.h"
 #include "automation/posix/variant_convert.h"
+#include "text/ascii_case.h"
 
 namespace automation::detail {
 
 namespace {
 
-// Data4, an array of bytes, has no field of its own.
+// Without Data4: an array of bytes cannot be a field.
 constexpr FieldDesc kGuidFields[] = {
     Field<decltype(GUID::Data1)>(u"Data1", offsetof(GUID, Data1)),
     Field<decltype(GUID::Data2)>(u"Data2", offsetof(GUID, Data2)),
@@ -26,8 +27,8 @@ void* FieldOf(void* record, const FieldDesc& field) {
     return static_cast<char*>(record) + field.offset;
 }
 
-// Describes and handles the records of one table entry. Records made here are blocks of
-// malloc, given back by RecordDestroy. Any thread; the records themselves are the caller's.
+// Describes and manages the records of one table entry. A record is a block from malloc that
+// RecordDestroy frees. Any thread may use the object; the caller synchronises the records.
 class CRecordInfo final : public IRecordInfo {
 public:
     explicit CRecordInfo(const RecordDesc& desc) noexcept : m_desc(desc) {}
@@ -75,7 +76,7 @@ private:
 
     // Null when there is no such field.
     const FieldDesc* FindField(LPCOLESTR name) const;
-    // Checks what the four field calls have in common.
+    // Checks the arguments of the field calls and finds the field.
     HRESULT CheckAccess(PVOID record, LPCOLESTR name, const VARIANT* value,
                         const FieldDesc*& field) const;
 
@@ -109,7 +110,7 @@ HRESULT CRecordInfo::RecordCopy(PVOID source, PVOID target) {
     if (source == nullptr || target == nullptr) {
         return E_INVALIDARG;
     }
-    // The copy is complete before the old content goes: both may be one record.
+    // Copies before it clears: source and target may be the same record.
     void* copy = nullptr;
     const HRESULT hr = RecordCreateCopy(source, &copy);
     if (SUCCEEDED(hr)) {
@@ -154,7 +155,7 @@ HRESULT CRecordInfo::GetTypeInfo(ITypeInfo** info) {
 
 const FieldDesc* CRecordInfo::FindField(LPCOLESTR name) const {
     for (const FieldDesc& field : m_desc.fields) {
-        if (EqualNames(field.name, name)) {
+        if (text::EqualsNoCase(field.name, name)) {
             return &field;
         }
     }
@@ -280,7 +281,7 @@ HRESULT CRecordInfo::RecordCreateCopy(PVOID source, PVOID* target) {
         if (field.type == EValueType::String) {
             BSTR& text = *static_cast<BSTR*>(FieldOf(copy, field));
             const BSTR original = text;
-            // After a failure the rest becomes null, so that the copy can be destroyed.
+            // After a failure the other strings become null, so that the copy can be freed.
             text = failed ? nullptr : CopyBstr(original);
             failed = failed || CopyFailed(original, text);
         }
@@ -318,7 +319,7 @@ bool DescribesRecord(IRecordInfo* info, const RecordDesc& desc) noexcept {
     if (FAILED(info->GetGuid(&guid)) || FAILED(info->GetSize(&size))) {
         return false;
     }
-    // For a record without an identifier the size has to do.
+    // A record without an identifier is compared by size only.
     return size == desc.size && (*desc.guid == GUID_NULL || guid == *desc.guid);
 }
 

@@ -6,15 +6,14 @@
 
 namespace automation::detail {
 
-// How a GUID travels in a VARIANT.
+// The description of a GUID in a VARIANT.
 const RecordDesc& GuidRecord() noexcept;
 
-// A description object of its own, any number of which may exist for one record; null
-// without memory. `desc` outlives it.
+// A new description object; null for a lack of memory. `desc` must outlive it.
 CComPtr<IRecordInfo> NewRecordInfo(const RecordDesc& desc) noexcept;
 
-// Whether a VT_RECORD variant with this description can be taken for the record `desc`; a
-// null description is taken at its word.
+// Whether a VT_RECORD variant with this description holds the record `desc`. A null
+// description matches every record.
 bool DescribesRecord(IRecordInfo* info, const RecordDesc& desc) noexcept;
 
 }  // namespace automation::detail

@@ -1,5 +1,5 @@
-// Arrays: a 16-byte prefix (the interface identifier, or the element type in its last
-// four bytes), then the descriptor with its bounds; the elements are a block of their own.
+// An array is a prefix of 16 bytes (the interface identifier, or the element type in its last
+// four bytes) and the descriptor with its bounds; the elements are in a separate block.
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -35,7 +35,7 @@ char* PrefixOf(SAFEARRAY* array) {
     return reinterpret_cast<char*>(array) - kPrefix;
 }
 
-// The descriptor without elements; all bytes beyond its head are zero.
+// The descriptor without elements; the bounds are zero.
 SAFEARRAY* NewDescriptor(VARTYPE type, UINT dimensions) {
     const std::size_t bytes =
         kPrefix + sizeof(SAFEARRAY) + (dimensions - 1) * sizeof(SAFEARRAYBOUND);
@@ -57,7 +57,7 @@ SAFEARRAY* NewDescriptor(VARTYPE type, UINT dimensions) {
     return array;
 }
 
-// The bounds lie behind the declared one-element array.
+// All bounds; the descriptor declares one.
 SAFEARRAYBOUND* BoundsOf(SAFEARRAY* array) {
     return reinterpret_cast<SAFEARRAYBOUND*>(reinterpret_cast<char*>(array) +
                                              offsetof(SAFEARRAY, rgsabound));
@@ -92,7 +92,7 @@ bool HoldsInterfaces(const SAFEARRAY* array) {
     return (array->fFeatures & (FADF_UNKNOWN | FADF_DISPATCH)) != 0;
 }
 
-// Gives back what one element owns; its bytes stay.
+// Frees the content of one element; does not change its bytes.
 void ReleaseElement(const SAFEARRAY* array, void* element) {
     if ((array->fFeatures & FADF_BSTR) != 0) {
         SysFreeString(*static_cast<BSTR*>(element));
@@ -128,7 +128,7 @@ HRESULT CopyElement(const SAFEARRAY* array, void* target, const void* source) {
     return S_OK;
 }
 
-// indices[0] belongs to the first dimension, which varies fastest.
+// indices[0] is the index of the first dimension, which varies fastest.
 HRESULT FindElement(SAFEARRAY* array, const LONG* indices, void*& element) {
     const SAFEARRAYBOUND* bounds = BoundsOf(array);
     std::size_t position = 0;
@@ -154,9 +154,9 @@ HRESULT Lock(SAFEARRAY* array) {
     return S_OK;
 }
 
-// Strings and interface pointers are handed to SafeArrayPutElement themselves, other
-// values by their address.
-const void* AddressOfNew(const SAFEARRAY* array, void*& value) {
+// The argument of SafeArrayPutElement is the string or interface pointer itself, or the address
+// of any other value.
+const void* AddressOfElement(const SAFEARRAY* array, void*& value) {
     const bool isPointer = (array->fFeatures & FADF_BSTR) != 0 || HoldsInterfaces(array);
     return isPointer ? &value : value;
 }
@@ -255,7 +255,7 @@ ZOREL_EXPORT HRESULT SafeArrayPutElement(SAFEARRAY* array, LONG* indices, void* 
     if (array == nullptr || indices == nullptr) {
         return E_INVALIDARG;
     }
-    const void* source = AddressOfNew(array, value);
+    const void* source = AddressOfElement(array, value);
     if (source == nullptr) {
         return E_INVALIDARG;
     }
@@ -264,7 +264,7 @@ ZOREL_EXPORT HRESULT SafeArrayPutElement(SAFEARRAY* array, LONG* indices, void* 
     if (FAILED(hr)) {
         return hr;
     }
-    // The new content is complete before the old is given back: they may be the same.
+    // Copies before it frees: the new value may be the old one.
     alignas(VARIANT) char fresh[sizeof(VARIANT)];
     hr = CopyElement(array, fresh, source);
     if (SUCCEEDED(hr)) {

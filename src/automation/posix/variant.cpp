@@ -85,7 +85,7 @@ HRESULT CopyVariant(VARIANT& target, const VARIANT& source) noexcept {
     VARIANT copy = source;
     HRESULT hr = S_OK;
     if ((source.vt & VT_BYREF) != 0) {
-        // Shared with the source.
+        // The content is shared.
     } else if ((source.vt & VT_ARRAY) != 0) {
         hr = CopySafeArray(source.parray, &copy.parray);
     } else if (source.vt == VT_BSTR) {

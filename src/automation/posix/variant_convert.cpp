@@ -12,6 +12,7 @@
 #include "automation/bstr.h"
 #include "automation/posix/automation_internal.h"
 #include "platform/times.h"
+#include "text/ascii_case.h"
 
 namespace automation::detail {
 
@@ -21,8 +22,8 @@ using Number = std::variant<std::int64_t, std::uint64_t, double>;
 
 // ----- Reading ------------------------------------------------------------------
 
-// The text without the blanks around it; a code unit outside ASCII becomes '?', which no
-// number or date holds.
+// The text without leading and trailing blanks. A code unit outside ASCII becomes '?', which
+// occurs in no number and no date.
 std::string AsciiOf(BSTR text) {
     std::string ascii;
     for (const char16_t unit : TextOf(text)) {
@@ -36,7 +37,7 @@ std::string AsciiOf(BSTR text) {
     return ascii.substr(first, ascii.find_last_not_of(kBlanks) + 1 - first);
 }
 
-// Takes the thousands separators out of the integer part.
+// Removes the thousands separators from the integer part.
 std::string WithoutSeparators(const std::string& text) {
     std::string plain;
     bool inInteger = true;
@@ -82,7 +83,7 @@ HRESULT ParseNumber(const std::string& text, Number& number) {
                                                      : DISP_E_TYPEMISMATCH;
 }
 
-// What a type that has no number in it fails with.
+// The failure for a type that has no number.
 HRESULT RefuseType(VARTYPE type) {
     const VARTYPE base = type & VT_TYPEMASK;
     const bool isKnown = base <= VT_DECIMAL || base == VT_RECORD || ValueSize(base) != 0;
@@ -142,7 +143,7 @@ double RealOf(const Number& number) {
     return std::visit([](auto value) { return static_cast<double>(value); }, number);
 }
 
-// Halves go to the even neighbour. False when the value does not fit.
+// Rounds halves to even. False when the value is out of range.
 template <class T>
 bool ToInteger(const Number& number, T& value) {
     return std::visit(
@@ -170,7 +171,7 @@ bool ToInteger(const Number& number, T& value) {
 
 template <class T>
 HRESULT ConvertToInteger(const VARIANT& source, T& value) {
-    // True is all ones in the unsigned types too.
+    // True is all ones for an unsigned type too.
     if (source.vt == VT_BOOL) {
         value = static_cast<T>(source.boolVal);
         return S_OK;
@@ -187,8 +188,8 @@ HRESULT ConvertToBool(const VARIANT& source, VARIANT_BOOL& value) {
     if (source.vt == VT_BSTR) {
         const std::u16string text(TextOf(source.bstrVal));
         for (const bool candidate : {true, false}) {
-            if (EqualNames(text.c_str(), candidate ? u"True" : u"False") ||
-                EqualNames(text.c_str(), candidate ? u"#TRUE#" : u"#FALSE#")) {
+            if (text::EqualsNoCase(text.c_str(), candidate ? u"True" : u"False") ||
+                text::EqualsNoCase(text.c_str(), candidate ? u"#TRUE#" : u"#FALSE#")) {
                 value = candidate ? VARIANT_TRUE : VARIANT_FALSE;
                 return S_OK;
             }
@@ -230,7 +231,7 @@ bool ParseTimeText(const char* text, platform::SystemTime& time) {
     return *text == '\0';
 }
 
-// Month/day/year or year-month-day, with a time of day behind it or without.
+// Month/day/year or year-month-day with an optional time of day, or a time of day alone.
 bool ParseDateText(const char* text, double& date) {
     unsigned year = 1899;
     unsigned month = 12;
@@ -256,7 +257,7 @@ bool ParseDateText(const char* text, double& date) {
     time.month = static_cast<std::uint16_t>(month);
     time.day = static_cast<std::uint16_t>(day);
     platform::SystemTime back = {};
-    // A day past the end of its month would run on into the next one.
+    // SystemTimeToDate accepts a day past the end of its month.
     return platform::SystemTimeToDate(time, date) && platform::DateToSystemTime(date, back) &&
            back.day == day;
 }
@@ -309,7 +310,7 @@ std::string CurrencyText(std::int64_t tenThousandths) {
            (fraction.empty() ? "" : "." + fraction);
 }
 
-// A date without a time of day, or a time of day on the zero day, is written alone.
+// Midnight is written as the date alone, a time on day 0 as the time alone.
 bool DateText(double date, std::string& text) {
     platform::SystemTime time = {};
     if (!platform::DateToSystemTime(date, time)) {

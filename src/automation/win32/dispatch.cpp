@@ -11,7 +11,7 @@ namespace automation {
 
 namespace {
 
-// The locale that the type library is written and registered for.
+// The locale of the type library.
 constexpr LCID kLibraryLocale = 0x409;
 
 HRESULT LoadRegistered(const InterfaceTable& table, CComPtr<ITypeInfo>& info) noexcept {
@@ -31,9 +31,9 @@ HRESULT LoadOwn(const InterfaceTable& table, CComPtr<ITypeInfo>& info) {
     return FAILED(hr) ? hr : library->GetTypeInfoOfGuid(*table.iid, info.Put());
 }
 
-// The description of an interface: that of the registered library in the version which the
-// table names, or else that of the module's own. Found once, then kept for the life of the
-// module; a failure is not kept.
+// The description of an interface from the registered type library of the table's version, or
+// otherwise from the module's own. A result is kept for the life of the module, a failure is
+// not.
 HRESULT FindTypeInfo(const InterfaceTable& table, CComPtr<ITypeInfo>& info) {
     static std::mutex lock;
     static std::map<const InterfaceTable*, CComPtr<ITypeInfo>> found;

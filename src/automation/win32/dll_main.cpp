@@ -1,5 +1,5 @@
-// The system calls this when the module comes and goes. The objects of the module have
-// been made before it is called; had that failed, loading would have failed with it.
+// The system calls this when it loads and unloads the module. The runtime has initialised the
+// module's static objects before.
 #include <windows.h>
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, void*);

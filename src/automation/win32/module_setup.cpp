@@ -12,7 +12,7 @@ HRESULT LastFailure() noexcept {
     return HRESULT_FROM_WIN32(::GetLastError());
 }
 
-// The identity under which a type library is registered.
+// The attributes of a type library, by which it is registered.
 class CLibraryAttributes {
 public:
     explicit CLibraryAttributes(ITypeLib& library) noexcept : m_library(library) {
@@ -47,8 +47,8 @@ HRESULT Unregister(const CLibraryAttributes& library) noexcept {
                                library->lcid, library->syskind);
 }
 
-// Names the module's folder as that of the help files: left out, the folder of an earlier
-// registration would stay.
+// Registers the module's folder as the help folder; otherwise the help folder of an earlier
+// registration would remain.
 HRESULT Register(ITypeLib& library, std::u16string modulePath) {
     std::u16string folder = modulePath.substr(0, modulePath.find_last_of(u'\\'));
     return ::RegisterTypeLib(&library, win32::Wide(modulePath.data()), win32::Wide(folder.data()));
@@ -65,7 +65,7 @@ public:
         if (loaded == nullptr) {
             return LastFailure();
         }
-        // Scripts are plain ASCII.
+        // Scripts are ASCII.
         const auto* text = static_cast<const char*>(::LockResource(loaded));
         script.assign(text, text + ::SizeofResource(module, found));
         return S_OK;
@@ -79,11 +79,11 @@ public:
         return FAILED(hr) ? hr : Register(*library, modulePath);
     }
 
-    // A library that is not registered is no failure.
+    // Succeeds for a library that is not registered.
     HRESULT UnregisterTypeLibrary(const std::u16string& modulePath) override {
         CComPtr<ITypeLib> library;
-        std::u16string place;
-        HRESULT hr = win32::LoadTypeLibraryOf(modulePath, library, &place);
+        std::u16string path;
+        HRESULT hr = win32::LoadTypeLibraryOf(modulePath, library, &path);
         if (FAILED(hr)) {
             return hr;
         }
@@ -93,9 +93,9 @@ public:
         }
         hr = Unregister(attributes);
         if (FAILED(hr)) {
-            // The system reads the library that it takes away. Where that cannot be read at
-            // the registered place, this one is registered first.
-            hr = Register(*library, place);
+            // The system reads the library at the registered path. If that fails, this library
+            // is registered first.
+            hr = Register(*library, path);
             hr = FAILED(hr) ? hr : Unregister(attributes);
         }
         return hr;

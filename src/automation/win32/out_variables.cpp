@@ -22,7 +22,7 @@ COutVariables::COutVariables(const MethodDesc* method, const DISPPARAMS& params)
     }
     std::copy_n(params.rgvarg, params.cArgs, m_arguments.begin());
     m_params.rgvarg = m_arguments.data();
-    // Arguments come last one first.
+    // The arguments are in reverse order.
     for (UINT i = 0; i < params.cArgs; ++i) {
         VARIANTARG& argument = m_arguments[i];
         const ParamDesc& param = method->params[params.cArgs - 1 - i];

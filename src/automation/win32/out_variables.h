@@ -1,4 +1,4 @@
-// Variables of script engines as outputs of a late-bound call.
+// Script variables as outputs of a late-bound call.
 #pragma once
 
 #include <array>
@@ -8,20 +8,20 @@
 
 namespace automation::win32 {
 
-// The system's call takes a typed variable for an output and refuses what a script engine
-// passes, a reference to a variant that may hold anything. Here such an argument is replaced
-// by a variable of the output's type, and what the method stored there goes to the engine's.
-// Records and GUIDs stay as they are.
+// DispInvoke requires a reference to a variable of the output's type and refuses a reference to
+// a VARIANT, which script engines pass. This class replaces such an argument by a variable of
+// the output's type and moves its value to the VARIANT after the call. Does not apply to
+// records and GUIDs.
 class COutVariables {
 public:
-    // `params` is well formed, and its arguments outlive this object.
+    // `params` must be well formed, and its arguments must outlive this object.
     COutVariables(const MethodDesc* method, const DISPPARAMS& params) noexcept;
     COutVariables(const COutVariables&) = delete;
     COutVariables& operator=(const COutVariables&) = delete;
 
-    // What to call with.
+    // The arguments for DispInvoke.
     DISPPARAMS* Params() noexcept { return &m_params; }
-    // Hands over the outputs of a call that succeeded.
+    // Stores the outputs of a call that succeeded.
     HRESULT Deliver() noexcept;
 
 private:
@@ -29,7 +29,7 @@ private:
 
     DISPPARAMS m_params;
     Arguments m_arguments{};
-    std::array<VARIANT*, MethodDesc::kMaxParams> m_targets{};  // the engine's variables
+    std::array<VARIANT*, MethodDesc::kMaxParams> m_targets{};  // the VARIANTs of the script engine
     std::array<CVariant, MethodDesc::kMaxParams> m_values;
 };
 

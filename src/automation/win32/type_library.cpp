@@ -9,9 +9,8 @@
 namespace automation::win32 {
 
 HRESULT OwnModulePath(std::u16string& path) {
-    // No path is longer than this, so a buffer that is always full ends the search.
-    constexpr std::size_t kLongestPath = 0x8000;
-    for (path.resize(256); path.size() <= kLongestPath; path.resize(path.size() * 2)) {
+    constexpr std::size_t kMaxPath = 0x8000;  // code units
+    for (path.resize(256); path.size() <= kMaxPath; path.resize(path.size() * 2)) {
         const std::uint32_t length =
             GetModuleFileNameW(OwnModule(), path.data(), static_cast<std::uint32_t>(path.size()));
         if (length == 0) {
@@ -26,7 +25,7 @@ HRESULT OwnModulePath(std::u16string& path) {
 }
 
 HRESULT LoadTypeLibraryOf(const std::u16string& modulePath, CComPtr<ITypeLib>& library,
-                          std::u16string* place) {
+                          std::u16string* loadedPath) {
     std::u16string path = modulePath;
     HRESULT hr = ::LoadTypeLibEx(Wide(path.c_str()), REGKIND_NONE, library.Put());
     if (FAILED(hr)) {
@@ -37,8 +36,8 @@ HRESULT LoadTypeLibraryOf(const std::u16string& modulePath, CComPtr<ITypeLib>& l
         path += u".tlb";
         hr = ::LoadTypeLibEx(Wide(path.c_str()), REGKIND_NONE, library.Put());
     }
-    if (place != nullptr) {
-        *place = std::move(path);
+    if (loadedPath != nullptr) {
+        *loadedPath = std::move(path);
     }
     return hr;
 }

@@ -1,4 +1,4 @@
-// The type library that this module carries.
+// The type library of this module.
 #pragma once
 
 #include <string>
@@ -8,12 +8,13 @@
 
 namespace automation::win32 {
 
-// Throw std::bad_alloc and nothing else.
+// Both functions throw std::bad_alloc only.
 HRESULT OwnModulePath(std::u16string& path);
 
-// Loads the library out of the module, or else out of the file beside it that differs from
-// it in its extension .tlb; `place`, if given, tells which. Registers nothing.
+// Loads the type library from the module's resources, or otherwise from the file with the same
+// name and the extension .tlb, and stores the path of the file used in `loadedPath` unless
+// null. Does not register it.
 HRESULT LoadTypeLibraryOf(const std::u16string& modulePath, CComPtr<ITypeLib>& library,
-                          std::u16string* place = nullptr);
+                          std::u16string* loadedPath = nullptr);
 
 }  // namespace automation::win32

@@ -1,7 +1,6 @@
 #include <cerrno>
 #include <ctime>
 
-#include "platform/posix/ticks.h"
 #include "platform/times.h"
 
 namespace platform {
@@ -22,12 +21,6 @@ SystemTime GetLocalTime() noexcept {
     time.second = static_cast<std::uint16_t>(local.tm_sec < 60 ? local.tm_sec : 59);
     time.milliseconds = static_cast<std::uint16_t>(now.tv_nsec / 1'000'000);
     return time;
-}
-
-std::int64_t GetSystemTimeAsTicks() noexcept {
-    std::timespec now{};
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    return posix::TicksFromTimespec(now);
 }
 
 void Sleep(std::uint32_t milliseconds) noexcept {
