@@ -22,7 +22,8 @@ cmake -E tar xf "$archive"
 for file in ZorelOibIdxComLib.dll ZorelOibIdxLib.tlb README.md interface.md \
     include/ZorelOibIdxLib.h include/ZorelAutomation.h include/ZorelClient.h include/ZorelText.h \
     samples/vbscript/catalogue.vbs samples/jscript/catalogue.js samples/powershell/browse.ps1 \
-    samples/cpp/generate_and_search.cpp samples/cpp/browse_by_name.cpp samples/python/example.py; do
+    samples/cpp/generate_and_search.cpp samples/cpp/browse_by_name.cpp \
+    samples/python/example.py samples/python/VERSION; do
     [[ -s $file ]] || fail "not in the archive: $file"
 done
 links=0
