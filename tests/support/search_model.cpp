@@ -1,294 +1,275 @@
 #include "support/search_model.h"
 
+#include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <cstdlib>
-#include <memory>
 #include <set>
+#include <tuple>
 
-#include "frame/conversions.h"
-#include "frame/file_system.h"
-#include "idxdata/browser/extension_filter.h"
-#include "idxdata/streams/buff_file_reader.h"
-#include "idxdata/streams/file_reader.h"
-#include "idxdata/tables/seq_table_reader.h"
-#include "platform/times.h"
-#include "tdf/matching/wildcard.h"
-#include "text/ascii_case.h"
+#include "support/port_files.h"
+#include "support/tdf_model.h"
 
 namespace support {
 
 namespace {
 
 using Text = std::u16string;
+namespace chrono = std::chrono;
 
-Text Lower(const std::optional<Text>& text) {
-    return text::ToLowerAscii(std::u16string_view(text.value_or(u"")));
+// Thrown to end a search of the model.
+struct Failure {
+    HRESULT hr;
+    std::vector<Text> clues;
+};
+
+bool IsWithinLimits(const Criteria& criteria, double time, std::int64_t size) {
+    return !(criteria.time && (criteria.time->first > time || time > criteria.time->second)) &&
+           !(criteria.size && (size < criteria.size->first || size > criteria.size->second));
 }
 
-bool RejectsTime(const Criteria& criteria, double time) {
-    return criteria.time && (criteria.time->first > time || time > criteria.time->second);
+// The DATE of a moment; none outside the years 100 to 9999.
+std::optional<double> DateOf(chrono::sys_seconds moment) {
+    const auto day = chrono::floor<chrono::days>(moment);
+    const auto year = chrono::year_month_day(day).year();
+    if (year < chrono::year(100) || year > chrono::year(9999)) {
+        return std::nullopt;
+    }
+    const auto number = static_cast<double>((day - chrono::sys_days(chrono::days(-25569))).count());
+    const double time = static_cast<double>((moment - day).count()) / 86400;
+    return number < 0 ? number - time : number + time;
 }
 
-bool RejectsSize(const Criteria& criteria, std::int64_t size) {
-    return criteria.size && (size < criteria.size->first || size > criteria.size->second);
+std::optional<double> DateOfTicks(std::int64_t ticks) {
+    constexpr chrono::seconds kTo1970{11'644'473'600};
+    return ticks < 0 ? std::nullopt
+                     : DateOf(chrono::sys_seconds(chrono::seconds(ticks / 10'000'000) - kTo1970));
 }
 
 // ----- Text -------------------------------------------------------------------------
 
-std::uint16_t Field(const Text& line, std::size_t at, std::size_t length) {
-    return static_cast<std::uint16_t>(
-        frame::StringToInt(at < line.size() ? line.substr(at, length) : Text()));
+std::string Ascii(const Text& text) {
+    std::string ascii;
+    for (const char16_t unit : text) {
+        ascii += unit < 0x80 ? static_cast<char>(unit) : '?';
+    }
+    return ascii;
 }
 
-[[noreturn]] void Fail(const char16_t* text, const Text& line) {
-    throw frame::CExc(text, {line}, frame::kFail);
+std::uint16_t Field(const Text& line, std::size_t at, std::size_t length) {
+    const Text field = at < line.size() ? line.substr(at, length) : Text();
+    const std::string ascii = Ascii(field);
+    char* end = nullptr;
+    const long number = std::strtol(ascii.c_str(), &end, 10);
+    if (end == ascii.c_str()) {
+        throw Failure{E_FAIL,
+                      {u"Cannot unserialize a string value to integer. String: [" + field + u"]."}};
+    }
+    return static_cast<std::uint16_t>(number);
+}
+
+// A day beyond its month counts on into the next one; day 0 is the day before the first.
+std::optional<double> ParseTime(const Text& line) {
+    const unsigned month = Field(line, 0, 2);
+    const unsigned day = Field(line, 3, 2);
+    const unsigned year = Field(line, 6, 4);
+    const unsigned hour = Field(line, 11, 2);
+    const unsigned minute = Field(line, 14, 2);
+    const unsigned second = Field(line, 17, 2);
+    if (month < 1 || month > 12 || day > 31 || year < 100 || year > 9999 || hour > 23 ||
+        minute > 59 || second > 59) {
+        return std::nullopt;
+    }
+    const chrono::sys_days first =
+        chrono::year(static_cast<int>(year)) / chrono::month(month) / chrono::day(1);
+    return DateOf(first + chrono::days(static_cast<int>(day) - 1) + chrono::hours(hour) +
+                  chrono::minutes(minute) + chrono::seconds(second));
 }
 
 FoundFile ParseLine(const Text& line) {
-    platform::SystemTime time{};
-    time.month = Field(line, 0, 2);
-    time.day = Field(line, 3, 2);
-    time.year = Field(line, 6, 4);
-    time.hour = Field(line, 11, 2);
-    time.minute = Field(line, 14, 2);
-    time.second = Field(line, 17, 2);
-    double date = 0;
-    if (!platform::SystemTimeToDate(time, date)) {
-        Fail(u"Cannot convert system time to variant time while parsing string: [%1].", line);
+    const auto fail = [&](const char16_t* what) {
+        return Failure{E_FAIL, {what + (u" while parsing string: [" + line + u"].")}};
+    };
+    const std::optional<double> date = ParseTime(line);
+    if (!date) {
+        throw fail(u"Cannot convert system time to variant time");
     }
     const std::size_t comma = line.find(u',', 21);
     if (comma == Text::npos) {
-        Fail(u"Cannot find file size while parsing string: [%1].", line);
+        throw fail(u"Cannot find file size");
     }
     if (comma + 2 >= line.size()) {
-        Fail(u"Cannot find file name while parsing string: [%1].", line);
+        throw fail(u"Cannot find file name");
     }
-    std::string size;
-    for (const char16_t unit : line.substr(21, comma - 21)) {
-        size += unit < 0x80 ? static_cast<char>(unit) : '?';
-    }
+    const std::string size = Ascii(line.substr(21, comma - 21));
     return {line, line.substr(comma + 2), date, std::strtoll(size.c_str(), nullptr, 10), u""};
 }
 
+// The lines of UTF-16LE bytes; half a code unit at the end counts as a whole one.
+std::vector<Text> LinesOf(const std::string& bytes) {
+    std::vector<Text> lines(1);
+    for (std::size_t i = 0; i < bytes.size(); i += 2) {
+        const auto high = static_cast<unsigned char>(i + 1 < bytes.size() ? bytes[i + 1] : 0);
+        const auto unit = static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) | high << 8);
+        if (unit == u'\n') {
+            lines.emplace_back();
+        } else if (unit != u'\r' && unit != u'\uFEFF') {
+            lines.back() += unit;
+        }
+    }
+    if (lines.back().empty()) {
+        lines.pop_back();
+    }
+    return lines;
+}
+
 void SearchText(const Text& path, const Criteria& criteria, SearchOutcome& outcome) {
-    idxdata::CFileReader reader;
-    reader.Open(path);
-    Text line;
-    for (std::uint64_t number = 1; reader.ReadTextString(line); ++number) {
+    int number = 0;
+    for (const Text& line : LinesOf(ReadWhole(path))) {
+        ++number;
         const std::size_t first = line.find(u'\\');
         const std::size_t last = line.rfind(u'\\');
         if (first == Text::npos || first < 2) {
-            outcome.hr = frame::kFail;
-            outcome.clues = {path, u" line " + frame::UInt64ToString(number) + u" "};
-            return;
+            throw Failure{E_FAIL, {path, Wide(" line " + std::to_string(number) + " ")}};
         }
         const Text folder = Lower(line.substr(first - 2, last + 1 - (first - 2)));
-        if (!folder.starts_with(Lower(criteria.root))) {
-            continue;
-        }
-        const FoundFile file = ParseLine(line);
-        const Text pattern = criteria.pattern.value_or(u"");
-        if (tdf::MatchWildcard(line.substr(last + 1), pattern,
-                               tdf::Floats(pattern, tdf::EStarRule::LeadingStar)) &&
-            !RejectsTime(criteria, *file.time) && !RejectsSize(criteria, file.size)) {
-            outcome.files.push_back(file);
+        if (folder.starts_with(Lower(criteria.root.value_or(u"")))) {
+            const FoundFile file = ParseLine(line);
+            if (PlainWildcardMatch(line.substr(last + 1), criteria.pattern.value_or(u""), true) &&
+                IsWithinLimits(criteria, *file.time, file.size)) {
+                outcome.files.push_back(file);
+            }
         }
     }
 }
 
 // ----- Binary -----------------------------------------------------------------------
 
-struct Owner {
-    Text name, domain;
-    bool known;
-};
-
-template <class Record>
-std::vector<Record> ReadTable(const std::shared_ptr<idxdata::CBuffFileReader>& reader,
-                              idxdata::EIdxTable id) {
-    reader->SetCurFilePos(0);
-    Record record;
-    idxdata::CSeqTableReader table(reader, id, record);
-    std::vector<Record> records;
-    while (!table.IsEnd()) {
-        table.ReadRecord(record);
-        records.push_back(record);
+bool IsWanted(const OwnerRow& owner, const Text& filter) {
+    const Text name = Lower(owner.name);
+    const Text domain = Lower(owner.domain);
+    if (filter.find(u'\\') != Text::npos) {
+        return filter == domain + u"\\" + name;
     }
-    return records;
+    if (filter.find(u'@') != Text::npos) {
+        return filter == name + u"@" + domain;
+    }
+    return filter == (filter.find(u'.') != Text::npos ? domain + u"." + name : name);
 }
 
-class CVolumeModel {
-public:
-    CVolumeModel(const Text& key, const Text& path, const Criteria& criteria,
-                 SearchOutcome& outcome)
-        : m_key(key), m_criteria(criteria), m_outcome(outcome) {
-        m_reader->Open(path);
-    }
-
-    void Search() {
-        ReadOwners();
-        const auto wanted = FindOwner();
-        if (!Lower(m_criteria.owner).empty() && !wanted) {
-            return;
+std::set<std::int64_t> FoldersBelow(const std::vector<DirRow>& dirs, const Text& root) {
+    const std::vector<Text> elements = Split(Lower(root), u"\\");
+    std::set<std::int64_t> folders;
+    std::size_t current = 0;
+    std::int64_t matched = -1;
+    for (std::size_t i = 0; i < dirs.size() && !elements.empty(); ++i) {
+        const DirRow& dir = dirs[i];
+        if (current < elements.size() &&
+            (dir.name.empty() || (Lower(dir.name) == elements[current] && dir.parent == matched))) {
+            matched = static_cast<std::int64_t>(i);
+            ++current;
         }
-        m_dirs = ReadTable<rec::CDirRecord>(m_reader, idxdata::EIdxTableDirs);
-        if (!Lower(m_criteria.root).empty() && !FindRoot()) {
-            return;
-        }
-        m_reader->SetCurFilePos(0);
-        rec::CFileRecord file;
-        idxdata::CSeqTableReader table(m_reader, idxdata::EIdxTableFiles, file);
-        for (std::uint64_t number = 0; !table.IsEnd() && m_outcome.hr == 0; ++number) {
-            table.ReadRecord(file);
-            if ((!wanted || file.OwnerIndex == *wanted) && Accepts(file)) {
-                Add(file, number);
-            }
+        if (current == elements.size() && (i == static_cast<std::size_t>(matched) ||
+                                           dir.parent == matched || folders.contains(dir.parent))) {
+            folders.insert(static_cast<std::int64_t>(i));
         }
     }
+    return folders;
+}
 
-private:
-    void ReadOwners() {
-        int unknown = 0;
-        for (const auto& row : ReadTable<rec::COwnerRecord>(m_reader, idxdata::EIdxTableOwners)) {
-            const bool known = !row.OwnerName.empty() && Lower(row.OwnerName) != Lower(row.OwnerId);
-            m_owners.push_back({known ? row.OwnerName : u"unkn" + frame::IntToString(unknown++),
-                                known ? row.OwnerDomain : u"", known});
+// Extensions without blanks inside.
+bool IsPermitted(const Text& name, Text extensions) {
+    std::erase(extensions, u' ');
+    const std::vector<Text> list = Split(Lower(extensions), u";,");
+    return extensions.empty() || std::any_of(list.begin(), list.end(), [&](const Text& extension) {
+               return extension.size() < name.size() && name.ends_with(extension);
+           });
+}
+
+// The path of a folder; none if its parents do not lead to the root.
+std::optional<Text> PathOf(const std::vector<DirRow>& dirs, std::int64_t dir) {
+    Text path;
+    for (std::size_t steps = 0; dir != 0; ++steps) {
+        if (static_cast<std::uint64_t>(dir) >= dirs.size() || steps > dirs.size()) {
+            return std::nullopt;
         }
+        const DirRow& row = dirs[static_cast<std::size_t>(dir)];
+        path = row.name + u"\\" + path;
+        dir = row.parent;
     }
+    return path;
+}
 
-    std::optional<std::size_t> FindOwner() const {
-        Text name = Lower(m_criteria.owner);
-        std::optional<Text> domain;
-        std::size_t at = 0;
-        if ((at = name.find(u'\\')) != Text::npos || (at = name.find(u'@')) != Text::npos ||
-            (at = name.find(u'.')) != Text::npos) {
-            const bool nameFirst = name[at] == u'@';
-            domain = name.substr(0, at);
-            name.erase(0, at + 1);
-            if (nameFirst) {
-                name.swap(*domain);
-            }
+void SearchVolume(const Text& key, const Volume& volume, const Criteria& criteria,
+                  SearchOutcome& outcome) {
+    const Text filter = Lower(criteria.owner.value_or(u""));
+    const auto wanted = std::find_if(
+        volume.owners.begin(), volume.owners.end(),
+        [&](const OwnerRow& owner) { return !IsUnknown(owner) && IsWanted(owner, filter); });
+    const Text root = criteria.root.value_or(u"");
+    const std::set<std::int64_t> folders = FoldersBelow(volume.dirs, root);
+    for (std::size_t i = 0; i < volume.files.size(); ++i) {
+        const FileRow& file = volume.files[i];
+        if ((!filter.empty() &&
+             static_cast<std::ptrdiff_t>(file.owner) != wanted - volume.owners.begin()) ||
+            (!filter.empty() && wanted == volume.owners.end()) ||
+            (!root.empty() && !folders.contains(file.dir)) ||
+            !PlainWildcardMatch(file.name, criteria.pattern.value_or(u""), criteria.serverRule) ||
+            !IsPermitted(file.name, criteria.extensions.value_or(u""))) {
+            continue;
         }
-        for (std::size_t i = 0; i < m_owners.size() && !Lower(m_criteria.owner).empty(); ++i) {
-            const Owner& owner = m_owners[i];
-            if (owner.known && name == Lower(owner.name) &&
-                (!domain || *domain == Lower(owner.domain))) {
-                return i;
-            }
+        const std::optional<double> date = DateOfTicks(file.modifyTime);
+        if (criteria.time && !date) {
+            throw Failure{E_FAIL, {u"Cannot convert file time to variant time."}};
         }
-        return std::nullopt;
+        if (!IsWithinLimits(criteria, date.value_or(0), file.size)) {
+            continue;
+        }
+        const std::optional<Text> path = PathOf(volume.dirs, file.dir);
+        if (!path) {
+            throw Failure{E_INVALIDARG,
+                          {Wide(" " + std::to_string(i) + " "), key,
+                           Wide(" " + std::to_string(file.dir) + ",")}};
+        }
+        const bool separator = file.name.ends_with(u'\\') || file.name.ends_with(u'/');
+        const std::vector<OwnerLabel> labels = LabelsOf(volume.owners);
+        outcome.files.push_back({u"",
+                                 key.substr(key.find(u'.') + 1, 1) + u":\\" + *path +
+                                     file.name.substr(0, file.name.size() - (separator ? 1 : 0)),
+                                 date, file.size,
+                                 file.owner < labels.size() ? labels[file.owner].inResults : u""});
     }
-
-    bool FindRoot() {
-        std::vector<Text> elements(1);
-        for (const char16_t unit : Lower(m_criteria.root)) {
-            if (unit != u'\\') {
-                elements.back() += unit;
-            } else if (!elements.back().empty()) {
-                elements.emplace_back();
-            }
-        }
-        if (elements.back().empty()) {
-            elements.pop_back();
-        }
-        if (elements.empty()) {
-            return true;  // searched, and nothing is found
-        }
-        std::size_t current = 0;
-        std::int64_t matched = -1;
-        for (std::size_t i = 0; i < m_dirs.size(); ++i) {
-            const rec::CDirRecord& dir = m_dirs[i];
-            if (current < elements.size() &&
-                (dir.DirName.empty() ||
-                 (Lower(dir.DirName) == elements[current] && dir.ParentDirIndex == matched))) {
-                matched = static_cast<std::int64_t>(i);
-                ++current;
-            }
-            if (current == elements.size() &&
-                (dir.ParentDirIndex == matched || m_root.contains(dir.ParentDirIndex))) {
-                m_root.insert(static_cast<std::int64_t>(i));
-            }
-        }
-        if (current == elements.size()) {
-            m_root.insert(matched);
-        }
-        return !m_root.empty();
-    }
-
-    bool Accepts(const rec::CFileRecord& file) const {
-        const Text pattern = m_criteria.pattern.value_or(u"");
-        const auto rule =
-            m_criteria.serverRule ? tdf::EStarRule::LeadingStar : tdf::EStarRule::Standard;
-        const Text extensions = Lower(m_criteria.extensions);
-        if ((!Lower(m_criteria.root).empty() && !m_root.contains(file.DirIndex)) ||
-            !tdf::MatchWildcard(file.FileName, pattern, tdf::Floats(pattern, rule)) ||
-            !idxdata::CExtensionFilter(!extensions.empty(), extensions)
-                 .IsPermitted(file.FileName)) {
-            return false;
-        }
-        double date = 0;
-        if (m_criteria.time && !platform::FileTimeToDate(file.ModifyTime, date)) {
-            throw frame::CExc(u"Cannot convert file time to variant time.", frame::kFail);
-        }
-        return !RejectsTime(m_criteria, date) && !RejectsSize(m_criteria, file.Size);
-    }
-
-    void Add(const rec::CFileRecord& file, std::uint64_t number) {
-        Text path;
-        std::size_t steps = 0;
-        for (std::int64_t i = file.DirIndex; i != 0; ++steps) {
-            if (static_cast<std::uint64_t>(i) >= m_dirs.size() || steps > m_dirs.size()) {
-                m_outcome.hr = frame::kInvalidArg;
-                m_outcome.clues = {u" " + frame::UInt64ToString(number) + u" ", m_key,
-                                   frame::Int64ToString(file.DirIndex)};
-                return;
-            }
-            const rec::CDirRecord& dir = m_dirs[static_cast<std::size_t>(i)];
-            path = dir.DirName + u"\\" + path;
-            i = dir.ParentDirIndex;
-        }
-        const std::size_t dot = m_key.find(u'.');
-        const Text folder = m_key.substr(dot == Text::npos ? 0 : dot + 1, 1) + u":\\" + path;
-        const Owner owner = file.OwnerIndex < m_owners.size() ? m_owners[file.OwnerIndex] : Owner{};
-        double date = 0;
-        const bool dated = platform::FileTimeToDate(file.ModifyTime, date);
-        m_outcome.files.push_back(
-            {u"", frame::CombinePath(folder, file.FileName),
-             dated ? std::optional(date) : std::nullopt, file.Size,
-             (owner.domain.empty() ? u"" : owner.domain + u"\\") + owner.name});
-    }
-
-    const Text& m_key;
-    const Criteria& m_criteria;
-    SearchOutcome& m_outcome;
-    std::shared_ptr<idxdata::CBuffFileReader> m_reader =
-        std::make_shared<idxdata::CBuffFileReader>();
-    std::vector<Owner> m_owners;
-    std::vector<rec::CDirRecord> m_dirs;
-    std::set<std::int64_t> m_root;
-};
+}
 
 template <class Body>
 SearchOutcome OutcomeOf(Body&& body) {
     SearchOutcome outcome;
     try {
         body(outcome);
-    } catch (const frame::CExc& exc) {
-        outcome.hr = exc.GetHResult();
-        outcome.clues = {exc.GetFullMessage()};
+    } catch (const Failure& failure) {
+        outcome.hr = failure.hr;
+        outcome.clues = failure.clues;
     }
     return outcome;
 }
 
 }  // namespace
 
+bool FoundFile::operator==(const FoundFile& other) const {
+    return std::tie(line, name, size, owner) ==
+               std::tie(other.line, other.name, other.size, other.owner) &&
+           time.has_value() == other.time.has_value() &&
+           (!time || std::abs(*time - *other.time) < 1e-9);
+}
+
 void Criteria::Merge(const Criteria& later) {
-    const auto take = [](auto& mine, const auto& given) { mine = given ? given : mine; };
-    take(root, later.root);
-    take(pattern, later.pattern);
-    take(owner, later.owner);
-    take(extensions, later.extensions);
-    take(time, later.time);
-    take(size, later.size);
+    const auto set = [](auto& mine, const auto& given) { mine = given ? given : mine; };
+    set(root, later.root);
+    set(pattern, later.pattern);
+    set(owner, later.owner);
+    set(extensions, later.extensions);
+    set(time, later.time);
+    set(size, later.size);
     serverRule = serverRule || later.serverRule;
 }
 
@@ -301,6 +282,7 @@ CSpec::CSpec(const Criteria& criteria) {
     m_spec.UseTimeLimits = criteria.time ? VARIANT_TRUE : VARIANT_FALSE;
     m_spec.UseSizeLimits = criteria.size ? 2 : VARIANT_FALSE;
     m_spec.UseSearchServerRule = criteria.serverRule ? 1 : VARIANT_FALSE;
+    // Limits that are not in use reject everything.
     std::tie(m_spec.ModifyTimeFrom, m_spec.ModifyTimeTill) =
         criteria.time.value_or(std::pair(1., 0.));
     const auto sizes = criteria.size.value_or(std::pair(std::int64_t{1}, std::int64_t{0}));
@@ -312,16 +294,43 @@ BSTR CSpec::Keep(const std::optional<std::u16string>& text) {
     return text ? m_strings.emplace_back(automation::NewBstr(*text)).Get() : nullptr;
 }
 
+bool PlainWildcardMatch(std::u16string_view wholeName, std::u16string_view wholePattern,
+                        bool serverRule) {
+    Text name = Lower(wholeName);
+    const Text pattern = Lower(wholePattern);
+    bool floating = pattern.starts_with(u'*') ||
+                    (!serverRule && !pattern.empty() && pattern.find(u'*') == Text::npos);
+    for (const Text& token : Split(pattern, u"*")) {
+        const auto fits = [&] {
+            for (std::size_t i = 0; i < token.size(); ++i) {
+                if (token[i] != u'?' && token[i] != name[i]) {
+                    return false;
+                }
+            }
+            return true;
+        };
+        while (name.size() >= token.size() && !fits()) {
+            if (!floating) {
+                return false;
+            }
+            name.erase(0, 1);
+        }
+        if (name.size() < token.size()) {
+            return false;
+        }
+        floating = true;
+    }
+    return true;
+}
+
 SearchOutcome ModelTextSearch(const std::u16string& path, const Criteria& criteria) {
     return OutcomeOf([&](SearchOutcome& outcome) { SearchText(path, criteria, outcome); });
 }
 
-SearchOutcome ModelBinSearch(const VolumeFiles& volumes, const Criteria& criteria) {
+SearchOutcome ModelBinSearch(const Volumes& volumes, const Criteria& criteria) {
     return OutcomeOf([&](SearchOutcome& outcome) {
-        for (const auto& [key, path] : volumes) {
-            if (outcome.hr == 0) {
-                CVolumeModel(key, path, criteria, outcome).Search();
-            }
+        for (const auto& [key, volume] : volumes) {
+            SearchVolume(key, volume, criteria, outcome);
         }
     });
 }

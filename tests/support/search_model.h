@@ -1,5 +1,5 @@
-// What the two searches have to find, worked out slowly and plainly through the plain
-// readers, damaged files included.
+// The expected results of the two searches, computed by slow, simple code that shares nothing
+// with the library.
 #pragma once
 
 #include <cstdint>
@@ -10,18 +10,18 @@
 
 #include "automation/automation.h"
 #include "automation/bstr.h"
-#include "frame/errors.h"
+#include "support/index_file_builder.h"
 
 namespace support {
 
-// A SearchSpec in plain types; what is not set is not given.
+// A SearchSpec in plain types. A field without a value is not given.
 struct Criteria {
     std::optional<std::u16string> root = {}, pattern = {}, owner = {}, extensions = {};
     std::optional<std::pair<double, double>> time = {};
     std::optional<std::pair<std::int64_t, std::int64_t>> size = {};
     bool serverRule = false;
 
-    // Adds what `later` gives.
+    // Sets the fields that `later` gives.
     void Merge(const Criteria& later);
 };
 
@@ -41,23 +41,27 @@ private:
 struct FoundFile {
     std::u16string line;  // of a text search
     std::u16string name;
-    std::optional<double> time;  // none: it cannot be converted
+    std::optional<double> time;  // none if it cannot be converted
     std::int64_t size = 0;
     std::u16string owner;
 
-    bool operator==(const FoundFile&) const = default;
+    // Times are equal if they differ by less than 0.1 ms.
+    bool operator==(const FoundFile& other) const;
 };
 
 struct SearchOutcome {
-    std::vector<FoundFile> files;  // those before the failure, if there is one
-    frame::HResult hr = 0;
-    std::vector<std::u16string> clues;  // texts that the failure's description holds
+    std::vector<FoundFile> files;  // the files found before a failure
+    HRESULT hr = S_OK;
+    std::vector<std::u16string> clues;  // texts that the failure's description contains
 };
 
+bool PlainWildcardMatch(std::u16string_view name, std::u16string_view pattern, bool serverRule);
+
+// The search of the text data file at `path`, which exists.
 SearchOutcome ModelTextSearch(const std::u16string& path, const Criteria& criteria);
 
-// Volumes as keys and paths of index data files.
-using VolumeFiles = std::vector<std::pair<std::u16string, std::u16string>>;
-SearchOutcome ModelBinSearch(const VolumeFiles& volumes, const Criteria& criteria);
+// The volumes with their keys.
+using Volumes = std::vector<std::pair<std::u16string, Volume>>;
+SearchOutcome ModelBinSearch(const Volumes& volumes, const Criteria& criteria);
 
 }  // namespace support

@@ -3,44 +3,26 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <vector>
-
-#include "support/text_model.h"
 
 namespace support {
 
 namespace {
 
-std::u16string Wide(std::string_view ascii) {
-    return std::u16string(ascii.begin(), ascii.end());
-}
-
-std::u16string Lower(std::u16string_view text) {
-    std::u16string out(text);
-    for (char16_t& c : out) {
-        c = c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
-    }
-    return out;
-}
-
-// "CORP.jsmith" and "CORP\jsmith", or twice "unkn0".
-struct Label {
-    std::u16string inFileName;
-    std::u16string inMap;
-};
-
-std::vector<Label> LabelsOf(const std::vector<OwnerRow>& owners) {
-    std::vector<Label> labels;
-    int unknown = 0;
-    for (const OwnerRow& owner : owners) {
-        if (owner.name.empty() || Lower(owner.name) == Lower(owner.id)) {
-            const std::u16string label = Wide("unkn" + std::to_string(unknown++));
-            labels.push_back({label, label});
-        } else {
-            labels.push_back({owner.domain + u"." + owner.name, owner.domain + u"\\" + owner.name});
+// CRC-16/CCITT-FALSE, bit by bit.
+unsigned PlainCrc(std::string_view bytes) {
+    unsigned crc = 0xFFFF;
+    for (const char byte : bytes) {
+        crc ^= static_cast<unsigned>(static_cast<unsigned char>(byte)) << 8;
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = ((crc << 1) ^ ((crc & 0x8000U) != 0 ? 0x1021U : 0U)) & 0xFFFFU;
         }
     }
-    return labels;
+    return crc;
+}
+
+// Of the names in the tests, only those with the unpaired surrogate D800 are not text.
+bool IsText(std::u16string_view text) {
+    return text.find(u'\xD800') == std::u16string_view::npos;
 }
 
 std::vector<std::u16string> FoldersOf(const Volume& volume, std::int64_t dir) {
@@ -80,33 +62,11 @@ Lines RecordLines(const Volume& volume, const FileRow& file, const TdfModelSetti
         line += folder + u"\\";
     }
     line += file.name;
-    return IsUnicodeText(line) ? Lines{line} : Lines{};
-}
-
-std::u16string Fingerprint(const Volume& volume, const FileRow& file,
-                           const TdfModelSettings& settings) {
-    std::vector<std::u16string> elements = FoldersOf(volume, file.dir & 0xFFFFFFFF);
-    elements.insert(elements.begin(), settings.volumeName + u":");
-    std::u16string text;
-    std::int64_t count = settings.subfoldersMax;
-    for (std::size_t i = 0; i < elements.size() && count != 0; ++i, --count) {
-        char group[8];
-        std::snprintf(group, sizeof group, "%04x", PlainCrc(Utf16Bytes(Lower(elements[i]))));
-        text += Wide(group);
-    }
-    return text;
+    return IsText(line) ? Lines{line} : Lines{};
 }
 
 Lines PartsOf(std::u16string_view base, const TdfModelSettings& settings) {
-    Lines parts(1);
-    for (const char16_t c : base) {
-        if (settings.separators.find(c) == std::u16string::npos) {
-            parts.back() += c;
-        } else {
-            parts.emplace_back();
-        }
-    }
-    std::erase(parts, u"");
+    Lines parts = Split(base, settings.separators);
     std::stable_sort(parts.begin(), parts.end(),
                      [](const auto& a, const auto& b) { return a.size() > b.size(); });
     if (settings.additionalParts >= 0 &&
@@ -117,14 +77,16 @@ Lines PartsOf(std::u16string_view base, const TdfModelSettings& settings) {
 }
 
 Lines KeyLines(const Volume& volume, const FileRow& file, const TdfModelSettings& settings) {
-    if (!IsUnicodeText(file.name)) {
+    if (!IsText(file.name)) {
         return {};
     }
     const std::size_t dot = file.name.rfind(u'.');
     const std::u16string base = file.name.substr(0, dot);
     const std::u16string extension =
         dot == std::u16string::npos ? u"none" : file.name.substr(dot + 1);
-    const std::u16string fingerprint = Fingerprint(volume, file, settings);
+    std::vector<std::u16string> elements = FoldersOf(volume, file.dir & 0xFFFFFFFF);
+    elements.insert(elements.begin(), settings.volumeName + u":");
+    const std::u16string fingerprint = PlainFingerprint(elements, settings.subfoldersMax);
     const auto line = [&](std::u16string_view tag, std::u16string_view text) {
         return extension + u" " + std::u16string(tag) + fingerprint + u" " + std::u16string(text);
     };
@@ -141,15 +103,59 @@ Lines KeyLines(const Volume& volume, const FileRow& file, const TdfModelSettings
 
 }  // namespace
 
-std::uint16_t PlainCrc(std::string_view bytes) {
-    std::uint32_t crc = 0xFFFF;
-    for (const char byte : bytes) {
-        crc ^= static_cast<std::uint32_t>(static_cast<unsigned char>(byte)) << 8;
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = ((crc << 1) ^ ((crc & 0x8000U) != 0 ? 0x1021U : 0U)) & 0xFFFFU;
+std::u16string Wide(std::string_view ascii) {
+    return std::u16string(ascii.begin(), ascii.end());
+}
+
+std::u16string Lower(std::u16string_view text) {
+    std::u16string out(text);
+    for (char16_t& c : out) {
+        c = c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
+    }
+    return out;
+}
+
+std::vector<std::u16string> Split(std::u16string_view text, std::u16string_view separators) {
+    std::vector<std::u16string> parts(1);
+    for (const char16_t unit : text) {
+        if (separators.find(unit) == std::u16string_view::npos) {
+            parts.back() += unit;
+        } else {
+            parts.emplace_back();
         }
     }
-    return static_cast<std::uint16_t>(crc);
+    std::erase(parts, u"");
+    return parts;
+}
+
+std::u16string PlainFingerprint(const std::vector<std::u16string>& elements, std::int64_t count) {
+    std::u16string text;
+    for (std::size_t i = 0; i < elements.size() && count != 0; ++i, --count) {
+        char group[8];
+        std::snprintf(group, sizeof group, "%04x", PlainCrc(Utf16Bytes(Lower(elements[i]))));
+        text += Wide(group);
+    }
+    return text;
+}
+
+bool IsUnknown(const OwnerRow& owner) {
+    return owner.name.empty() || Lower(owner.name) == Lower(owner.id);
+}
+
+std::vector<OwnerLabel> LabelsOf(const std::vector<OwnerRow>& owners) {
+    std::vector<OwnerLabel> labels;
+    int unknown = 0;
+    for (const OwnerRow& owner : owners) {
+        if (IsUnknown(owner)) {
+            const std::u16string label = Wide("unkn" + std::to_string(unknown++));
+            labels.push_back({label, label, label});
+        } else {
+            const std::u16string account = owner.domain + u"\\" + owner.name;
+            labels.push_back({owner.domain + u"." + owner.name, account,
+                              owner.domain.empty() ? owner.name : account});
+        }
+    }
+    return labels;
 }
 
 std::string Utf16Bytes(std::u16string_view text) {
@@ -162,7 +168,7 @@ std::string Utf16Bytes(std::u16string_view text) {
 
 TdfFiles ModelTdfFiles(const Volume& volume, const TdfModelSettings& settings) {
     const std::string mark = "\xFF\xFE";
-    const std::vector<Label> labels = LabelsOf(volume.owners);
+    const std::vector<OwnerLabel> labels = LabelsOf(volume.owners);
     std::vector<std::int64_t> records(labels.size());
     TdfFiles files;
     for (const FileRow& file : volume.files) {

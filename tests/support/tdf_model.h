@@ -1,10 +1,12 @@
-// What a generation has to leave behind, worked out slowly and plainly.
+// The expected files of a generation, computed by slow, simple code that shares nothing with
+// the library.
 #pragma once
 
 #include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "support/index_file_builder.h"
 
@@ -19,13 +21,27 @@ struct TdfModelSettings {
     std::u16string separators = u"._- ";
 };
 
-// CRC-16/CCITT-FALSE, bit by bit.
-std::uint16_t PlainCrc(std::string_view bytes);
+std::u16string Wide(std::string_view ascii);
+// A-Z become a-z.
+std::u16string Lower(std::u16string_view text);
+// The non-empty parts between any of the separators.
+std::vector<std::u16string> Split(std::u16string_view text, std::u16string_view separators);
+
+// The groups of the first elements of a path; of all elements if `count` is negative.
+std::u16string PlainFingerprint(const std::vector<std::u16string>& elements, std::int64_t count);
+
+// "CORP.jsmith", "CORP\jsmith" and "CORP\jsmith", or "unkn0" three times.
+struct OwnerLabel {
+    std::u16string inFileName, inMap, inResults;
+};
+bool IsUnknown(const OwnerRow& owner);
+std::vector<OwnerLabel> LabelsOf(const std::vector<OwnerRow>& owners);
 
 // The bytes of UTF-16LE text.
 std::string Utf16Bytes(std::u16string_view text);
 
-// File names and contents for a sound volume whose owners differ in their labels.
+// File names and contents for a volume whose folder indexes are valid and whose owners have
+// different labels.
 using TdfFiles = std::map<std::u16string, std::string>;
 TdfFiles ModelTdfFiles(const Volume& volume, const TdfModelSettings& settings);
 

@@ -1,80 +1,58 @@
-// What a generation tells when the disk fails at any step of its writing.
+// Generation when any step of its writing fails.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "frame/errors.h"
-#include "platform/errors.h"
 #include "support/disk_faults.h"
-#include "support/port_files.h"
 #include "support/tdf_generation.h"
-#include "support/tdf_model.h"
-#include "support/temp_folder.h"
-#include "tdf/generation/tdf_generator.h"
 #include "tdf/generation/volume_generator.h"
 
-namespace tdf {
 namespace {
 
 using support::EFault;
 using support::g_diskFaults;
-using support::kFileTimes;
 
-class GenerationFaults : public testing::TestWithParam<std::tuple<bool, EFault>> {};
+class GenerationFaults : public support::CTdfGenerationTest {};
 
-// Owners enough, and room for few: files are let go and continued all the time.
-TEST_P(GenerationFaults, NoStepFailsUnnoticed) {
-    const auto [crcMode, fault] = GetParam();
-    const support::CTempFolder folder;
-    TdfSettings settings;
-    settings.outpFolder = folder.Path(u"out");
-    settings.txtDateTime = kFileTimes;
-    settings.recsNumPerTxt = 9;
-    settings.bCrcMode = crcMode;
-    settings.subfoldersMax = 3;
-    std::filesystem::create_directory(folder.Native(u"out"));
+// More owners than buffers and handles: files are closed and reopened all the time.
+TEST_F(GenerationFaults, EachIsReported) {
     support::Volume volume = support::RandomVolume(3, 5, 40, 4);
     for (std::size_t i = 0; i < volume.owners.size(); ++i) {
         volume.owners[i].name += static_cast<char16_t>(u'a' + i);
     }
-    ASSERT_TRUE(support::WriteWhole(folder.Path(u"c.dat"), volume.Bytes()));
-    const support::TdfFiles expected =
-        ModelTdfFiles(volume, {u"C", 9, crcMode, 3, 0, settings.separators});
-    int failures = 0;
-    for (int step = 1;; ++step) {
-        SCOPED_TRACE(step);
-        g_diskFaults.Arm(step, fault);
-        g_diskFaults.isDelayed = true;
-        bool failed = false;
-        try {
-            CVolumeGenerator(settings, u"C", {2, 400, 100, 200}).Run(folder.Path(u"c.dat"));
-        } catch (const frame::CExc& exc) {
-            failed = true;
-            EXPECT_LT(exc.GetHResult(), 0);
-            EXPECT_NE(exc.GetFullMessage(), u"");
-        }
-        const int calls = g_diskFaults.Disarm();
-        failures += failed ? 1 : 0;
-        if (!failed) {
-            for (const auto& [name, content] : expected) {
-                const std::u16string path = settings.outpFolder + u"/" + name;
-                EXPECT_TRUE(support::ReadWhole(path) == content);
-                std::int64_t written = 0;
-                const auto file = support::OpenToRead(path);
-                ASSERT_TRUE(platform::GetFileTime(file.Get(), nullptr, nullptr, &written));
-                EXPECT_TRUE(written == kFileTimes || !name.starts_with(u"vl."));
+    WriteVolume(volume.Bytes());
+    std::filesystem::create_directories(m_folder.Native(u"new/out"));
+    m_settings.recsNumPerTxt = 9;
+    for (const auto& [crcMode, fault] :
+         {std::pair(false, EFault::FailOnce), std::pair(false, EFault::FailFromThen),
+          std::pair(true, EFault::FailOnce), std::pair(true, EFault::FailFromThen)}) {
+        m_settings.bCrcMode = crcMode;
+        const support::TdfFiles expected = Expected(volume);
+        int failures = 0;
+        int calls = 1;
+        for (int step = 1; step <= calls + 1; ++step) {  // the last step has no fault
+            SCOPED_TRACE(step);
+            g_diskFaults.Arm(step, fault);
+            g_diskFaults.isDelayed = true;
+            bool failed = false;
+            try {
+                tdf::CVolumeGenerator(m_settings, u"C", {2, 400, 100, 200})
+                    .Run(m_folder.Path(u"c.dat"));
+            } catch (const frame::CExc& exc) {
+                failed = true;
+                EXPECT_LT(exc.GetHResult(), 0);
+                EXPECT_NE(exc.GetFullMessage(), u"");
+            }
+            calls = g_diskFaults.Disarm();
+            failures += failed ? 1 : 0;
+            for (const auto& [name, content] : failed ? support::TdfFiles() : expected) {
+                if (name.starts_with(u"vl.")) {
+                    ExpectTimes(name);
+                }
+                EXPECT_TRUE(support::ReadWhole(OutPath(name)) == content);
             }
         }
-        if (calls < step) {
-            break;
-        }
+        EXPECT_GT(failures, 50);
     }
-    EXPECT_GT(failures, 50);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, GenerationFaults,
-                         testing::Combine(testing::Bool(),
-                                          testing::Values(EFault::FailOnce, EFault::FailFromThen)));
-
 }  // namespace
-}  // namespace tdf
