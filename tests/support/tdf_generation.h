@@ -22,6 +22,17 @@ inline constexpr std::int64_t kFileTimes = 130027323072500000;  // 2013-01-15 14
 inline constexpr std::int32_t kNoSplit = 1000000;
 inline constexpr std::int64_t kMorning = 130027143072500000;  // 2013-01-15 09:05:07.25
 
+// A random volume whose owners have different labels.
+inline Volume UniqueOwnersVolume(std::uint32_t seed, std::size_t dirs, std::size_t files,
+                                 std::size_t owners) {
+    Volume volume = RandomVolume(seed, dirs, files, owners);
+    for (std::size_t i = 0; i < owners; ++i) {
+        std::u16string& name = volume.owners[i].name;
+        name += name.empty() ? u"" : Wide(std::to_string(i));
+    }
+    return volume;
+}
+
 // A folder with a volume list, its volumes and the output.
 class CTdfGenerationTest : public testing::Test {
 protected:

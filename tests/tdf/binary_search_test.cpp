@@ -22,6 +22,7 @@ using support::Volume;
 constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kTicksPerDay = 864'000'000'000;
+constexpr std::int64_t kEnd = 2'650'467'744'000'000'000;  // the first ticks of the year 10000
 
 class BinarySearch : public support::SearchTest {
 protected:
@@ -108,26 +109,18 @@ TEST_F(BinarySearch, AgreesWithTheModelOnEachCriterion) {
     constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
     for (const Criteria& criteria : {
-             Criteria{.pattern = u"REPORT"},
-             {.pattern = u"report", .serverRule = true},
-             {.pattern = u"**"},
-             {.pattern = u"??????????????"},
+             Criteria{.pattern = u"??????????????"},
              {.pattern = u"annual*doc"},
              {.pattern = u"l*doc"},  // the first token is not at the start; the second is rarer
-             {.pattern = u"*a*t"},
              {.owner = u"\\jsmith"},
-             {.owner = u"a.b"},
              {.owner = u"x\\a.b"},
              {.owner = u"s-2"},
-             {.root = u"D:\\users\\"},
              {.root = u"c:\\\\users\\john\\USERS"},
              {.root = u"c:/users"},
              {.root = u"\\\\"},
-             {.extensions = u"TXT; doc"},
              {.time = {{kTime, kTime}}},
              {.time = {{kNaN, kTime - 1}}},
              {.time = {{-kInfinity, kInfinity}}},
-             {.size = {{kMin, 0}}},
              {.size = {{kMax, kMax}}},
          }) {
         Check({criteria, {}, criteria});
@@ -221,7 +214,7 @@ TEST_F(BinarySearch, TimeLimitsAgreeWithTheShownTimes) {
     Volume volume;
     volume.dirs = {{u"", 0}};
     for (int i = 0; i < 600; ++i) {
-        const auto ticks = static_cast<std::int64_t>(random() % 2'650'467'744'000'000'000);
+        const auto ticks = static_cast<std::int64_t>(random() % kEnd);
         volume.files.push_back({u"f", 0, 0, ticks, 0});
         volume.files.push_back({u"f", 0, 0, std::max<std::int64_t>(ticks - 9'999'999, 0), 0});
     }
@@ -255,19 +248,13 @@ Volume HostileVolume(std::mt19937& random, std::uint32_t seed) {
             volume.dirs[i].name = random() % 2 == 0 ? u"" : u"a\\";
         }
     }
-    // The fifth and the sixth are valid: 1899-12-30 and a day before it.
-    const std::int64_t times[] = {kMax,
-                                  kMin,
-                                  -1,
-                                  2'650'467'744'000'000'000,
-                                  94'353'120'000'000'000,
-                                  94'353'120'000'000'000 - below(1'000'000'000'000'000),
-                                  0,
-                                  2'650'467'743'999'999'999};
+    constexpr std::int64_t kDate0 = 94'353'120'000'000'000;  // 1899-12-30
+    const std::int64_t valid[] = {0, kDate0, kDate0 - below(1'000'000'000'000'000), kEnd - 1};
+    const std::int64_t invalid[] = {kMax, kMin, -1, kEnd};
     const std::int64_t sizes[] = {kMax, kMin, -1, 0};
     for (support::FileRow& file : volume.files) {
         if (random() % 6 == 0) {
-            file.modifyTime = times[soundFiles ? 4 + random() % 4 : random() % 8];
+            file.modifyTime = (soundFiles || random() % 2 == 0 ? valid : invalid)[random() % 4];
             file.size = sizes[random() % 4];
         }
         if (random() % 10 == 0) {
@@ -342,33 +329,26 @@ TEST_F(BinarySearch, AgreesWithTheModelOnRandomVolumes) {
 
 // The Files table comes last: a search finds the files before the end, then fails.
 TEST_F(BinarySearch, FindsTheFilesBeforeTheDamage) {
-    const Volume volume = support::RandomVolume(5, 4, 8, 3);
-    SetVolumes({volume, volume});
+    SetVolumes({support::RandomVolume(5, 4, 8, 3)});
+    Volume& volume = m_volumes[0].second;
     const std::string sound = support::ChainTables(
         {DirsTable(volume.dirs), OwnersTable(volume.owners), FilesTable(volume.files)});
-    const std::size_t first = sound.size() - FilesTable(volume.files).records.size();
-    for (std::size_t length = 0; length < sound.size(); ++length) {
+    std::size_t end = sound.size();  // of the last complete record
+    for (std::size_t length = sound.size(); length-- > 0;) {
         SCOPED_TRACE(length);
-        Write(u"C.dat", sound.substr(0, length));
-        std::size_t whole = 0;
-        for (std::size_t end = first; whole < volume.files.size(); ++whole) {
-            end += 32 + 2 * volume.files[whole].name.size();
-            if (end > length) {
-                break;
-            }
+        if (length < end && !volume.files.empty()) {
+            end -= 32 + 2 * volume.files.back().name.size();
+            volume.files.pop_back();
         }
-        m_volumes[0].second.files.resize(whole);
-        m_volumes.resize(1);
+        Write(u"C.dat", sound.substr(0, length));
         for (const Criteria& criteria : {Criteria{}, Criteria{.pattern = u"report"}}) {
             CComPtr<IOibBDFSearchTask> task;
             ASSERT_EQ(Load(task).hr, S_OK);
-            const auto call = Find(task.Get(), criteria);
-            EXPECT_EQ(call.hr, E_FAIL);
-            EXPECT_EQ(call.error.description, u"The specified size is out of the buffer boundary.");
+            EXPECT_EQ(Find(task.Get(), criteria).error.description,
+                      u"The specified size is out of the buffer boundary.");
             EXPECT_TRUE(support::ReadResults(EBinding::Early, task.Get()) ==
                         support::AsResults(support::ModelBinSearch(m_volumes, criteria).files));
         }
-        m_volumes[0].second = volume;
     }
 }
 

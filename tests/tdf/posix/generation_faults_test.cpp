@@ -15,10 +15,7 @@ class GenerationFaults : public support::CTdfGenerationTest {};
 
 // More owners than buffers and handles: files are closed and reopened all the time.
 TEST_F(GenerationFaults, EachIsReported) {
-    support::Volume volume = support::RandomVolume(3, 5, 40, 4);
-    for (std::size_t i = 0; i < volume.owners.size(); ++i) {
-        volume.owners[i].name += static_cast<char16_t>(u'a' + i);
-    }
+    const support::Volume volume = support::UniqueOwnersVolume(3, 5, 40, 4);
     WriteVolume(volume.Bytes());
     std::filesystem::create_directories(m_folder.Native(u"new/out"));
     m_settings.recsNumPerTxt = 9;
