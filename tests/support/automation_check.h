@@ -1,4 +1,4 @@
-// What tests ask of automation objects again and again.
+// Calls of automation objects, early and late bound.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ struct ErrorReport {
     GUID guid = GUID_NULL;
 };
 
-// Takes the thread's error information away.
+// Takes the thread's error information, so that the thread has none afterwards.
 inline ErrorReport TakeError() {
     ErrorReport report;
     automation::CComPtr<IErrorInfo> info;
@@ -42,7 +42,7 @@ inline ErrorReport TakeError() {
     return report;
 }
 
-// A text as calls of the system take it.
+// A text as an argument of a system call.
 inline LPCOLESTR Ole(const char16_t* text) {
     return reinterpret_cast<LPCOLESTR>(text);
 }
@@ -81,8 +81,8 @@ inline const char* NameOf(EBinding binding) {
 }
 
 struct CallResult {
-    HRESULT hr = S_OK;  // every success is S_OK to a late-bound caller
-    ErrorReport error;  // whose GUID a late-bound caller does not see
+    HRESULT hr = S_OK;  // S_OK for every success of a late-bound call
+    ErrorReport error;  // without the GUID after a late-bound call
 };
 
 namespace detail {
@@ -121,8 +121,8 @@ constexpr VARTYPE OutputType() {
     }
 }
 
-// A null pointer is passed on as one. On Linux an output is received in a variant of its
-// own; Windows stores only into what has the parameter's type.
+// A null pointer stays null. On Linux an output is stored in a VARIANT; Windows needs a variable
+// of the parameter's type.
 template <class T>
 void ToVariant(T* out, VARIANT& argument, VARIANT& received) {
     if constexpr (kOnWindows) {
@@ -140,17 +140,17 @@ void FromVariant(VARIANT& received, T* out) {
         return;
     }
     if constexpr (std::is_class_v<T>) {
-        // A record; its strings pass to the caller.
+        // A record; its strings move to the caller.
         std::memcpy(out, received.pvRecord, sizeof(T));
         std::memset(received.pvRecord, 0, sizeof(T));
     } else {
-        // The value passes to the caller.
+        // The value moves to the caller.
         std::memcpy(out, &received.llVal, sizeof(T));
         received.vt = VT_EMPTY;
     }
 }
 
-// A record or a GUID, or a pointer to one. Wine does not take them through IDispatch.
+// A record or a GUID, or a pointer to one. Wine does not support them in IDispatch calls.
 template <class T>
 constexpr bool kIsRecord = std::is_class_v<std::remove_pointer_t<T>>;
 
@@ -175,7 +175,7 @@ public:
             FromVariant(m_received[position].Get(), value);
         }
     }
-    // Takes a return value out of the arguments: it comes back as the call's result.
+    // Removes a return value from the arguments: it becomes the result of the call.
     VARIANT* SplitResult() {
         m_hasResult = kCount != 0 && m_arguments[0].Get().pvarVal != nullptr;
         return m_hasResult ? &m_received[kCount - 1].Get() : nullptr;
@@ -246,7 +246,7 @@ CallResult CallLate(Interface* object, std::index_sequence<kIndex...>, Params...
     UINT badArgument = 0;
     const HRESULT hr = object->Invoke(id, IID_NULL, 0, method->invokeKind, &params, result,
                                       &exception, &badArgument);
-    if (kOnLinux || SUCCEEDED(hr)) {  // a failed call of Windows has no return value
+    if (kOnLinux || SUCCEEDED(hr)) {  // on Windows a failed call stores no return value
         (late.Fetch(kIndex, args), ...);
     }
     return ResultOf(hr, exception);
@@ -264,7 +264,7 @@ template <auto kMethod, class Interface, class... Params>
 CallResult CallTyped(EBinding binding, Interface* object,
                      HRESULT (STDMETHODCALLTYPE Interface::*)(Params...),
                      std::type_identity_t<Params>... args) {
-    // The return value of a late-bound call has its place on Windows.
+    // On Windows a late-bound call always has a variable for the return value.
     const bool passesNull = (IsNullOutput(args) || ...);
     if constexpr (kOnLinux || !(kIsRecord<Params> || ...)) {
         if (binding == EBinding::Late && (kOnLinux || !passesNull)) {
@@ -277,8 +277,8 @@ CallResult CallTyped(EBinding binding, Interface* object,
 
 }  // namespace detail
 
-// Calls a method of the library, on Windows early bound when it has records or GUIDs or when
-// an output is null, as in
+// Calls a method of the library. On Windows the call is early bound if the method has records or
+// GUIDs or if an output is null. Example:
 //   Call<&IMtfMetaFile::FindAttr>(EBinding::Late, file.Get(), path.Get(), value.Put())
 template <auto kMethod, class Interface, class... Args>
 CallResult Call(EBinding binding, Interface* object, Args... args) {

@@ -1,4 +1,4 @@
-// Work in a second process.
+// Functions that run in a child process, and limits for it.
 #pragma once
 
 #include <sys/resource.h>
@@ -11,8 +11,8 @@
 
 namespace support {
 
-// Runs `work` in a copy of this process and returns its result (0 to 255); -1 when there
-// is no such copy or it died. The copy runs no destructors and reports no failed checks.
+// Runs `work` in a child process and returns its result (0 to 255); -1 when the child cannot be
+// created or is killed. The child runs no destructors and reports no failed checks.
 inline int RunInChild(const std::function<int()>& work) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -24,21 +24,20 @@ inline int RunInChild(const std::function<int()>& work) {
                : -1;
 }
 
-// From now on no file of this process grows past `bytes`; for a child, as it stays.
+// Limits the files of this process to `bytes`, permanently.
 inline void LimitFileSize(std::uint64_t bytes) {
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{bytes, bytes};
     ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-// From now on this process holds at most `count` file handles at a time.
+// Limits this process to `count` open files, permanently.
 inline void LimitOpenFiles(std::uint64_t count) {
     const rlimit limit{count, count};
     ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-// The most memory that this process ever had at a time, in bytes; 0 where sanitizers hold
-// memory of their own.
+// The peak memory of this process in bytes; 0 with a sanitizer, which uses memory itself.
 inline std::uint64_t PeakMemory() {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     return 0;

@@ -1,4 +1,4 @@
-// An object that does nothing but count its references.
+// An object that counts its references.
 #pragma once
 
 #include <atomic>
@@ -7,8 +7,8 @@
 
 namespace support {
 
-// Lives on the stack of a test, which compares References with what should be held: 0
-// means that every reference taken was given back.
+// Lives on the stack of a test, which compares References() with the expected number. It is 0
+// when every reference has been released.
 class CCountedObject final : public IUnknown {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override {

@@ -1,4 +1,4 @@
-// Short forms of the port's calls for tests that are not about those calls.
+// Short forms of the file calls of src/platform.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace support {
 
-// The last error of a call that failed, 0 of one that did not.
+// The last error after a failed call, 0 after a success.
 inline std::uint32_t CodeOf(bool succeeded) {
     return succeeded ? 0 : platform::GetLastError();
 }

@@ -1,10 +1,9 @@
-// What a test has to know about the system under it.
+// The system that the tests run on.
 #pragma once
 
 namespace support {
 
-// Rows and checks that hold on one system only ask these, so that a test file stays one
-// text for all systems.
+// For rows and checks that apply to one system only.
 #if defined(_WIN32)
 inline constexpr bool kOnWindows = true;
 #else
@@ -12,12 +11,11 @@ inline constexpr bool kOnWindows = false;
 #endif
 inline constexpr bool kOnLinux = !kOnWindows;
 
-// Wine stands in for Windows where the tests are cross-built. What it is known to do
-// otherwise asks these, and says what.
+// Cross-built tests run under Wine. These are for its known differences from Windows.
 bool OnWine();
-// Wine lets the superuser change what is read-only; Windows lets nobody.
+// Under Wine the superuser can change read-only files.
 bool OnWineAsSuperuser();
-// Wine lets later writes move the times that were set on an open file.
+// Under Wine a write changes the times that were set on an open file.
 inline bool KeepsSetTimes() {
     return !OnWine();
 }

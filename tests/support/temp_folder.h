@@ -8,8 +8,8 @@
 
 namespace support {
 
-// Makes a new empty folder below `parent` and removes it with all its content, read-only entries
-// included. Throws std::filesystem::filesystem_error when it cannot be made.
+// Creates a new empty folder in `parent` and removes it with all its content, read-only entries
+// included. Throws std::filesystem::filesystem_error when it cannot create the folder.
 class CTempFolder {
 public:
     explicit CTempFolder(

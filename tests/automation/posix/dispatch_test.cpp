@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <fstream>
 #include <limits>
 #include <string>
@@ -13,6 +14,7 @@
 #include "automation/bstr.h"
 #include "automation/com_ptr.h"
 #include "automation/guid.h"
+#include "automation/posix/record_info.h"
 #include "automation/posix/variant_convert.h"
 #include "automation/variant.h"
 #include "support/counted_object.h"
@@ -40,7 +42,6 @@ struct IProbe : IDispatch {
                          IProbe** self, Pair* pair) = 0;
     virtual HRESULT GiveSelf(INT hr, IProbe** self) = 0;
     virtual HRESULT get_Total(ULONGLONG* total) = 0;
-    virtual HRESULT get_Pair(Pair* pair) = 0;
 
 protected:
     ~IProbe() = default;
@@ -72,7 +73,7 @@ using automation::PropertyGet;
 using automation::Retval;
 using automation::Unspecified;
 
-enum EProbeId : DISPID { kTake = 0x60020000, kTakeGuid, kGive, kGiveSelf, kTotal, kGetPair };
+enum EProbeId : DISPID { kTake = 0x60020000, kTakeGuid, kGive, kGiveSelf, kTotal };
 
 constexpr auto kProbeMethods = automation::Methods(
     kTake,
@@ -82,8 +83,7 @@ constexpr auto kProbeMethods = automation::Methods(
     Method<&IProbe::Give>(u"Give", In(u"hr"), Out(u"text"), Out(u"number"), Out(u"guid"),
                           Out(u"list"), Out(u"self"), Out(u"pair")),
     Method<&IProbe::GiveSelf>(u"GiveSelf", In(u"hr"), Unspecified(u"self")),
-    PropertyGet<&IProbe::get_Total>(u"Total", Retval(u"total")),
-    PropertyGet<&IProbe::get_Pair>(u"Pair", Retval(u"pair")));
+    PropertyGet<&IProbe::get_Total>(u"Total", Retval(u"total")));
 constexpr automation::InterfaceTable kTable = {u"IProbe", &kProbeIid, nullptr, 1, kProbeMethods};
 
 class CProbe final : public IProbe {
@@ -120,15 +120,6 @@ public:
         AddRef();
         *self = this;
         *pair = {NewBstr(u"pair"), 77};
-        if (hr == E_FAIL) {
-            CComPtr<ICreateErrorInfo> maker;
-            CComPtr<IErrorInfo> info;
-            CreateErrorInfo(maker.Put());
-            maker->SetSource(std::u16string(u"source").data());
-            maker->SetHelpContext(3);
-            maker->QueryInterface(IID_IErrorInfo, info.PutVoid());
-            SetErrorInfo(0, info.Get());
-        }
         return hr;
     }
     HRESULT GiveSelf(INT hr, IProbe** self) override {
@@ -143,11 +134,6 @@ public:
         *total = std::numeric_limits<ULONGLONG>::max();
         return S_OK;
     }
-    HRESULT get_Pair(Pair* pair) override {
-        *pair = {NewBstr(u"kept"), 5};
-        return S_OK;
-    }
-
     ULONG references = 0;
 };
 
@@ -178,21 +164,14 @@ VARIANT Record(void* record) {
     return value;
 }
 
-struct Outcome {
-    UINT badArgument = 99;
-    EXCEPINFO* exception = nullptr;
-};
-
 // `arguments` in declaration order, the last of them with the numbers `named`.
 HRESULT Call(IProbe& probe, DISPID id, const std::vector<VARIANT>& arguments,
-             VARIANT* result = nullptr, Outcome* outcome = nullptr, std::vector<DISPID> named = {},
+             VARIANT* result = nullptr, UINT* badArgument = nullptr, std::vector<DISPID> named = {},
              WORD flags = DISPATCH_METHOD | DISPATCH_PROPERTYGET) {
-    Outcome ignored;
-    Outcome& out = outcome == nullptr ? ignored : *outcome;
     std::vector<VARIANT> reversed(arguments.rbegin(), arguments.rend());
     DISPPARAMS params = {reversed.data(), named.data(), static_cast<UINT>(reversed.size()),
                          static_cast<UINT>(named.size())};
-    return probe.Invoke(id, IID_NULL, 0, flags, &params, result, out.exception, &out.badArgument);
+    return probe.Invoke(id, IID_NULL, 0, flags, &params, result, nullptr, badArgument);
 }
 
 TEST(Dispatch, FindsNamesWithoutRegardToCase) {
@@ -232,15 +211,10 @@ CVariant ParseValue(const std::string& cell) {
     if (type == VT_BSTR) {
         return Value(zorel::ToUtf16(content));
     }
-    CVariant value = Value(type);
-    if (type == VT_R4) {
-        value.Get().fltVal = std::stof(content);
-    } else if (type == VT_R8 || type == VT_DATE) {
-        value.Get().dblVal = std::stod(content);
-    } else {
-        value.Get().llVal = std::stoll(content);
-    }
-    return value;
+    const bool isReal = type == VT_R8 || type == VT_DATE;
+    return Value(type, type == VT_R4 ? std::bit_cast<std::int32_t>(std::stof(content))
+                       : isReal      ? std::bit_cast<std::int64_t>(std::stod(content))
+                                     : std::stoll(content));
 }
 
 // The result of a conversion as text, or its failure.
@@ -338,7 +312,7 @@ struct Outputs {
     }
 };
 
-TEST(Dispatch, FillsVariablesOfTheExactType) {
+TEST(Dispatch, FillsTypedVariablesAndClearedVariants) {
     CProbe probe;
     Outputs out;
     out.text = reinterpret_cast<BSTR>(&out.number);  // not a string: an output is not freed
@@ -348,12 +322,8 @@ TEST(Dispatch, FillsVariablesOfTheExactType) {
     const CBstr pairText(out.pair.text);
     EXPECT_TRUE(TextOf(out.text) == u"text" && out.number == -7 && out.guid == kSampleGuid);
     EXPECT_EQ(TextOf(static_cast<BSTR*>(out.list->pvData)[0]), u"name");
-    EXPECT_TRUE(out.self == &probe && probe.references == 1);
-    EXPECT_TRUE(TextOf(out.pair.text) == u"pair" && out.pair.number == 77);
-}
+    EXPECT_TRUE(out.self == &probe && TextOf(out.pair.text) == u"pair" && out.pair.number == 77);
 
-TEST(Dispatch, ClearsAndFillsVariants) {
-    CProbe probe;
     support::CCountedObject old;
     std::vector<CVariant> variables(6);
     std::vector<VARIANT> arguments = {Value(VT_I4).Detach()};
@@ -371,7 +341,7 @@ TEST(Dispatch, ClearsAndFillsVariants) {
     }
     EXPECT_EQ(*static_cast<GUID*>(variables[2].Get().pvRecord), kSampleGuid);
     variables.clear();
-    EXPECT_EQ(probe.references, 0U);
+    EXPECT_EQ(probe.references, 1U);
 }
 
 TEST(Dispatch, DoesNotChangeVariablesWhenTheCallFails) {
@@ -385,9 +355,9 @@ TEST(Dispatch, DoesNotChangeVariablesWhenTheCallFails) {
         for (const VARTYPE wrong : {VARTYPE{VT_I8}, VARTYPE{VT_BYREF | VT_I8}}) {
             std::vector<VARIANT> arguments = out.References(S_OK);
             arguments[i].vt = wrong;
-            Outcome outcome;
-            EXPECT_EQ(Call(probe, kGive, arguments, nullptr, &outcome), DISP_E_TYPEMISMATCH);
-            EXPECT_EQ(outcome.badArgument, 6 - i);
+            UINT badArgument = 99;
+            EXPECT_EQ(Call(probe, kGive, arguments, nullptr, &badArgument), DISP_E_TYPEMISMATCH);
+            EXPECT_EQ(badArgument, 6 - i);
         }
     }
     EXPECT_EQ(probe.references, 0U);
@@ -406,12 +376,8 @@ TEST(Dispatch, TreatsAMissingDirectionAsInAndOut) {
     EXPECT_EQ(Call(probe, kGiveSelf, {hr.Get(), variant}), S_OK);
     EXPECT_TRUE(variable.Get().vt == VT_DISPATCH && variable.Get().pdispVal == nullptr);
     // A null reference is passed to the method.
-    EXCEPINFO exception = {};
-    Outcome outcome{99, &exception};
-    EXPECT_EQ(
-        Call(probe, kGiveSelf, {hr.Get(), Reference(VT_DISPATCH, nullptr)}, nullptr, &outcome),
-        DISP_E_EXCEPTION);
-    EXPECT_EQ(exception.scode, E_INVALIDARG);
+    EXPECT_EQ(Call(probe, kGiveSelf, {hr.Get(), Reference(VT_DISPATCH, nullptr)}),
+              DISP_E_EXCEPTION);
 }
 
 TEST(Dispatch, TakesRecordsGuidsAndReferences) {
@@ -433,10 +399,11 @@ TEST(Dispatch, TakesRecordsGuidsAndReferences) {
     EXPECT_EQ(Call(probe, kTake, {number.Get(), Record(&pair), Record(nullptr)}, result.Put()),
               S_OK);
     EXPECT_EQ(TextOf(result.Get().bstrVal), u"42/null");
-    Outcome outcome;
-    EXPECT_EQ(Call(probe, kTake, {number.Get(), Record(nullptr), Record(&pair)}, nullptr, &outcome),
-              DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(outcome.badArgument, 1U);
+    UINT badArgument = 99;
+    EXPECT_EQ(
+        Call(probe, kTake, {number.Get(), Record(nullptr), Record(&pair)}, nullptr, &badArgument),
+        DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(badArgument, 1U);
 
     GUID guid = kSampleGuid;
     const std::u16string plain = automation::UuidToString(guid);
@@ -453,66 +420,53 @@ TEST(Dispatch, TakesRecordsGuidsAndReferences) {
     EXPECT_EQ(Call(probe, kTakeGuid, {broken.Get()}), DISP_E_TYPEMISMATCH);
 }
 
-TEST(Dispatch, DescribesTheRecordsItReturns) {
-    CProbe probe;
-    CVariant result;
-    EXPECT_EQ(Call(probe, kGetPair, {}), S_OK);  // without a result variable
-    ASSERT_EQ(Call(probe, kGetPair, {}, result.Put()), S_OK);
-    IRecordInfo& info = *result.Get().pRecInfo;
-    void* record = result.Get().pvRecord;
-    CBstr name;
-    EXPECT_TRUE(info.GetName(name.Put()) == S_OK && TextOf(name.Get()) == u"Pair");
+TEST(Dispatch, DescribesRecords) {
+    const CComPtr<IRecordInfo> info = automation::detail::NewRecordInfo(kPair);
+    void* const record = info->RecordCreate();
+    auto* const pair = static_cast<Pair*>(record);
+    *pair = {NewBstr(u"kept"), 5};
     ULONG count = 9;
     BSTR names[9] = {};
-    ASSERT_EQ(info.GetFieldNames(&count, names), S_OK);
+    ASSERT_EQ(info->GetFieldNames(&count, names), S_OK);
     const CBstr first(names[0]);
     const CBstr second(names[1]);
     EXPECT_TRUE(count == 2 && TextOf(names[1]) == u"number");
     CVariant field;
-    ASSERT_EQ(info.GetField(record, u"TEXT", field.Put()), S_OK);
-    EXPECT_NE(field.Get().bstrVal, static_cast<Pair*>(record)->text);
-    EXPECT_EQ(TextOf(field.Get().bstrVal), u"kept");
+    ASSERT_EQ(info->GetField(record, u"TEXT", field.Put()), S_OK);
+    EXPECT_TRUE(TextOf(field.Get().bstrVal) == u"kept" && field.Get().bstrVal != pair->text);
     CVariant number = Value(u"42");
     constexpr ULONG kPut = DISPATCH_PROPERTYPUT;
-    EXPECT_EQ(info.PutField(kPut, record, u"number", &number.Get()), S_OK);
-    EXPECT_EQ(info.PutField(kPut, record, u"text", &number.Get()), S_OK);
-    EXPECT_EQ(info.PutField(kPut, record, u"none", &number.Get()), DISP_E_UNKNOWNNAME);
-    EXPECT_EQ(info.PutField(DISPATCH_METHOD, record, u"text", &number.Get()), E_INVALIDARG);
+    EXPECT_EQ(info->PutField(kPut, record, u"number", &number.Get()), S_OK);
+    EXPECT_EQ(info->PutField(kPut, record, u"text", &number.Get()), S_OK);
+    EXPECT_EQ(info->PutField(kPut, record, u"none", &number.Get()), DISP_E_UNKNOWNNAME);
+    EXPECT_EQ(info->PutField(DISPATCH_METHOD, record, u"text", &number.Get()), E_INVALIDARG);
     void* copy = nullptr;
-    ASSERT_EQ(info.RecordCreateCopy(record, &copy), S_OK);
-    EXPECT_EQ(info.PutFieldNoCopy(kPut, record, u"text", &field.Get()), S_OK);
+    ASSERT_EQ(info->RecordCreateCopy(record, &copy), S_OK);
+    EXPECT_EQ(info->PutFieldNoCopy(kPut, record, u"text", &field.Get()), S_OK);
     EXPECT_EQ(field.Get().vt, VT_EMPTY);  // moved to the record
-    EXPECT_TRUE(TextOf(static_cast<Pair*>(copy)->text) == u"42" &&
-                static_cast<Pair*>(copy)->number == 42);
-    EXPECT_TRUE(info.RecordCopy(record, copy) == S_OK && info.RecordCopy(copy, copy) == S_OK);
+    EXPECT_EQ(TextOf(static_cast<Pair*>(copy)->text), u"42");
+    EXPECT_EQ(static_cast<Pair*>(copy)->number, 42);
+    EXPECT_TRUE(info->RecordCopy(record, copy) == S_OK && info->RecordCopy(copy, copy) == S_OK);
     EXPECT_EQ(TextOf(static_cast<Pair*>(copy)->text), u"kept");
-    EXPECT_EQ(info.RecordDestroy(copy), S_OK);
-    CVariant guid;
-    const CVariant text = Value(automation::UuidToString(kSampleGuid));
-    ASSERT_EQ(Call(probe, kTakeGuid, {text.Get()}, guid.Put()), S_OK);
-    EXPECT_FALSE(info.IsMatchingType(guid.Get().pRecInfo));
-    ASSERT_EQ(guid.Get().pRecInfo->GetField(guid.Get().pvRecord, u"Data3", field.Put()), S_OK);
+    EXPECT_TRUE(info->RecordDestroy(copy) == S_OK && info->RecordDestroy(record) == S_OK);
+    GUID guid = kSampleGuid;
+    const auto guidInfo = automation::detail::NewRecordInfo(automation::detail::GuidRecord());
+    EXPECT_FALSE(info->IsMatchingType(guidInfo.Get()));
+    ASSERT_EQ(guidInfo->GetField(&guid, u"Data3", field.Put()), S_OK);
     EXPECT_EQ(field.Get().uiVal, 0xcdef);
 }
 
-TEST(Dispatch, ReportsFailuresWithTheirErrorInformation) {
+// A failure without error information does not report that of an earlier call.
+TEST(Dispatch, ClearsTheErrorInformationBeforeTheCall) {
     CProbe probe;
     Outputs out;
+    CComPtr<ICreateErrorInfo> maker;
     CComPtr<IErrorInfo> info;
-    EXPECT_EQ(Call(probe, kGive, out.References(E_FAIL)), DISP_E_EXCEPTION);
-    EXPECT_EQ(GetErrorInfo(0, info.Put()), S_OK);  // not moved to an EXCEPINFO
-    EXCEPINFO exception;
-    Outcome outcome{99, &exception};
-    EXPECT_EQ(Call(probe, kGive, out.References(E_FAIL), nullptr, &outcome), DISP_E_EXCEPTION);
-    const CBstr source(exception.bstrSource);
-    EXPECT_TRUE(exception.scode == E_FAIL && exception.dwHelpContext == 3);
-    EXPECT_EQ(TextOf(source.Get()), u"source");
-    CComPtr<IErrorInfo> left;
-    EXPECT_EQ(GetErrorInfo(0, left.Put()), S_FALSE);
-    // A failure without error information does not report that of an earlier call.
+    CreateErrorInfo(maker.Put());
+    maker->QueryInterface(IID_IErrorInfo, info.PutVoid());
     SetErrorInfo(0, info.Get());
-    EXPECT_EQ(Call(probe, kGive, out.References(E_NOTIMPL), nullptr, &outcome), DISP_E_EXCEPTION);
-    EXPECT_TRUE(exception.scode == E_NOTIMPL && exception.bstrSource == nullptr);
+    EXPECT_EQ(Call(probe, kGive, out.References(E_NOTIMPL)), DISP_E_EXCEPTION);
+    EXPECT_EQ(GetErrorInfo(0, info.Put()), S_FALSE);
 }
 
 }  // namespace
