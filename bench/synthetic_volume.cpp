@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "cli/scan/catalogue_summary.h"
-#include "cli/scan/catalogue_writer.h"
+#include "cli/scan/data_file_writer.h"
+#include "cli/scan/volume_list.h"
 
 namespace bench {
 
@@ -89,17 +89,15 @@ public:
         fs::create_directories(folder);
         m_volume.folder = folder.string();
         m_volume.path = (folder / "C.dat").string();
-        zorel::tools::CCatalogueWriter writer(m_volume.path);
+        zorel::cli::CDataFileWriter writer(m_volume.path);
         AddOwners(writer);
         AddFolders(writer);
         AddFiles(writer);
         writer.Finish();
-        zorel::tools::CCatalogueSummary summary(m_volume.folder);
-        summary.SetVolume('C', u"C.dat");
-        summary.Save();
+        zorel::cli::ListVolume(m_volume.folder, 'C', "C.dat");
         m_volume.bytes = fs::file_size(m_volume.path);
         m_volume.files = m_files;
-        m_volume.folders = writer.FolderCount();
+        m_volume.folders = static_cast<std::uint64_t>(writer.FolderCount());
         return m_volume;
     }
 
@@ -114,14 +112,17 @@ private:
         return name + u"_" + Number(number);
     }
 
-    void AddOwners(zorel::tools::CCatalogueWriter& writer) {
+    void AddOwners(zorel::cli::CDataFileWriter& writer) {
         for (std::uint32_t i = 0; i < kOwners; ++i) {
-            const std::u16string name = i % 20 == 19 ? u"" : u"user" + Number(i);
-            writer.AddOwner(u"S-1-5-21-1000-" + Number(i), name, i % 2 == 0 ? u"CORP" : u"LAB");
+            rec::COwnerRecord owner;
+            owner.OwnerId = u"S-1-5-21-1000-" + Number(i);
+            owner.OwnerName = i % 20 == 19 ? u"" : u"user" + Number(i);
+            owner.OwnerDomain = i % 2 == 0 ? u"CORP" : u"LAB";
+            writer.AddOwner(owner);
         }
     }
 
-    void AddFolders(zorel::tools::CCatalogueWriter& writer) {
+    void AddFolders(zorel::cli::CDataFileWriter& writer) {
         const std::uint64_t count = m_files * kFoldersPerMillion / kFilesPerMillion;
         std::vector<int> depths = {0};
         std::vector<std::u16string> paths = {u"C:"};
@@ -131,7 +132,7 @@ private:
                 parent = Below(depths.size());
             }
             const std::u16string name = Name(depths.size());
-            writer.AddFolder(name, parent);
+            writer.AddFolder(name, static_cast<std::int64_t>(parent));
             m_volume.topFolders += parent == 0 ? 1 : 0;
             depths.push_back(depths[parent] + 1);
             paths.push_back(paths[parent] + u"\\" + name);
@@ -141,15 +142,18 @@ private:
         m_folders = count;
     }
 
-    void AddFiles(zorel::tools::CCatalogueWriter& writer) {
+    void AddFiles(zorel::cli::CDataFileWriter& writer) {
         constexpr std::int64_t kStart = 130'000'000'000'000'000;  // ticks, late in 2012
+        rec::CFileRecord file;
         for (std::uint64_t i = 0; i < m_files; ++i) {
             const std::uint64_t folder = i * m_folders / m_files;
             const std::uint64_t ending = Below(std::size(kEndings));
-            const auto time = kStart + static_cast<std::int64_t>(Below(400'000'000)) * 10'000'000;
-            writer.AddFile(Name(i) + std::u16string(kEndings[ending]), folder,
-                           static_cast<std::uint32_t>(Below(kOwners)), time,
-                           static_cast<std::int64_t>(Below(10'000'000)));
+            file.ModifyTime = kStart + static_cast<std::int64_t>(Below(400'000'000)) * 10'000'000;
+            file.DirIndex = static_cast<std::int64_t>(folder);
+            file.Size = static_cast<std::int64_t>(Below(10'000'000));
+            file.OwnerIndex = static_cast<std::uint32_t>(Below(kOwners));
+            file.FileName = Name(i) + std::u16string(kEndings[ending]);
+            writer.AddFile(file);
             m_volume.txtFiles += kEndings[ending] == u".txt" ? 1 : 0;
             m_volume.sampleFiles += folder == m_sample ? 1 : 0;
         }

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <csignal>
 #include <exception>
 #include <memory>
 #include <sstream>
@@ -8,12 +7,13 @@
 #include <vector>
 
 #include "cli/command_line/command.h"
+#include "cli/command_line/signals.h"
 
 #ifndef OIBIDX_VERSION
-#error "The build must say which version this is."
+#error "The build must define the version."
 #endif
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 
@@ -45,8 +45,8 @@ std::vector<DeclaredCommand> DeclareCommands(CLI::App& app) {
     app.set_version_flag("--version", "oibidx " OIBIDX_VERSION);
     app.require_subcommand(0, 1);
     app.footer(
-        "Exit codes: 0 success, 1 nothing found, 2 failure. 'oibidx COMMAND --help' tells\n"
-        "more about a command.");
+        "Exit codes: 0 success, 1 nothing found, 2 failure. 'oibidx COMMAND --help' describes\n"
+        "a command.");
     std::vector<DeclaredCommand> commands;
     for (const CommandEntry& entry : kCommands) {
         CLI::App* subcommand = app.add_subcommand(entry.name, entry.summary);
@@ -59,18 +59,18 @@ std::vector<DeclaredCommand> DeclareCommands(CLI::App& app) {
 // Help and version go to standard output; a wrong command line is a failure.
 EExitCode ReportParse(const CLI::App& app, const CLI::ParseError& error, COutput& output) {
     std::ostringstream text;
-    std::ostringstream complaint;
-    const int code = app.exit(error, text, complaint);
+    std::ostringstream errorText;
+    const int code = app.exit(error, text, errorText);
     output.Write(text.str());
     if (code == 0) {
         return kExitOk;
     }
-    PrintError(complaint.str());
+    PrintError(errorText.str());
     return kExitFailure;
 }
 
-// The arguments in the order that CLI11 takes them in, the last one first. An option that is
-// given nothing ("--name=") would take the next argument for its value; it gets an empty one.
+// The arguments in the order that CLI11 requires, the last one first. CLI11 would take the next
+// argument as the value of "--name="; such an option gets an empty argument as its value.
 std::vector<std::string> ReversedArguments(int argc, char** argv) {
     std::vector<std::string> arguments;
     bool areOptions = true;
@@ -92,7 +92,7 @@ std::vector<std::string> ReversedArguments(int argc, char** argv) {
 }
 
 EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
-    CLI::App app("Catalogues of files: scan a folder tree, browse what was recorded.", "oibidx");
+    CLI::App app("Writes catalogues of files, browses and searches them, and edits meta-files.", "oibidx");
     const std::vector<DeclaredCommand> commands = DeclareCommands(app);
     try {
         app.parse(ReversedArguments(argc, argv));
@@ -109,9 +109,7 @@ EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
 }
 
 int Main(int argc, char** argv) {
-    // A closed pipe and a size limit are to be errors of the write, not a sudden end.
-    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
-    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+    IgnoreWriteSignals();
     try {
         COutput output;
         const EExitCode code = RunCommandLine(argc, argv, output);
@@ -125,8 +123,8 @@ int Main(int argc, char** argv) {
 
 }  // namespace
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli
 
 int main(int argc, char** argv) {
-    return zorel::tools::Main(argc, argv);
+    return zorel::cli::Main(argc, argv);
 }

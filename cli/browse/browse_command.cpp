@@ -4,12 +4,13 @@
 #include <utility>
 #include <vector>
 
-#include "ZorelText.h"
+#include "ZorelClient.h"
 #include "cli/command_line/command.h"
-#include "cli/library/library.h"
+#include "cli/output/calendar.h"
+#include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 
@@ -20,7 +21,7 @@ bool IsVolume(std::u16string_view text) {
            ((text[0] >= u'A' && text[0] <= u'Z') || (text[0] >= u'a' && text[0] <= u'z'));
 }
 
-// The folder names of a path; a volume in front, doubled and trailing separators go.
+// The folder names of a path, without its volume and without empty names.
 std::vector<std::u16string> SplitPath(std::u16string_view path) {
     std::vector<std::u16string> names;
     const bool isRooted = path.find_first_of(kSeparators) == 0;
@@ -37,7 +38,7 @@ std::vector<std::u16string> SplitPath(std::u16string_view path) {
     return names;
 }
 
-// The path as the library takes it: the first component stands for the volume.
+// The path for the library, which ignores the first name: it is the volume.
 std::u16string JoinPath(const std::vector<std::u16string>& names) {
     std::u16string path = u"C:";
     for (const std::u16string& name : names) {
@@ -50,14 +51,7 @@ std::u16string JoinPath(const std::vector<std::u16string>& names) {
 // The files of one listing.
 class CFileList {
 public:
-    struct Row {
-        client::CText name;
-        client::CText owner;
-        DATE modified;
-        std::int64_t size;  // bytes
-    };
-
-    CFileList(client::CPointer<IOibFilesArray> files, std::string subject)
+    CFileList(client::CComPtr<IOibFilesArray> files, std::string subject)
         : m_files(std::move(files)), m_subject(std::move(subject)) {
         client::Check(m_files->get_FilesCount(&m_count), m_subject);
     }
@@ -68,57 +62,58 @@ public:
         client::Check(m_files->get_TotalSize(&size), m_subject);
         return static_cast<std::int64_t>(size);
     }
-    Row At(ULONG index) const {
-        OibFileInfo info{};
-        client::Check(m_files->GetFileInfo(index, &info), m_subject);
-        Row row{{}, {}, info.ModifyTime, info.Size};
-        *row.name.Out() = info.FileName;
-        *row.owner.Out() = info.Owner;
-        return row;
+    void Read(ULONG index, client::CFileInfo& file) const {
+        client::Check(m_files->GetFileInfo(index, file.Put()), m_subject);
     }
 
 private:
-    client::CPointer<IOibFilesArray> m_files;
+    client::CComPtr<IOibFilesArray> m_files;
     std::string m_subject;
     ULONG m_count = 0;
 };
 
-// One data file opened for browsing; its errors name the file.
+// A data file opened for browsing. Failures are client::CError with its path.
 class CVolume {
 public:
     explicit CVolume(const std::string& path) : m_path(path) {
-        client::Check(m_library->BrowseOibDF(client::CText(ToUtf16(path)).Get(), m_browser.Out()),
+        client::Check(client::CreateLibrary()->BrowseOibDF(client::CString::FromUtf8(path),
+                                                           m_browser.Put()),
                       m_path);
     }
 
-    std::vector<std::u16string> Folders(const std::u16string& path) const {
-        client::CTextArray folders;
-        client::Check(m_browser->GetFolders(client::CText(path).Get(), folders.Out()), m_path);
-        return folders.Texts();
-    }
+    std::vector<std::u16string> Folders(const std::u16string& path) const;
     // Every folder below `path`, each before its own subfolders, with names relative to it.
     std::vector<std::u16string> AllFolders(const std::u16string& path) const;
     bool Exists(std::vector<std::u16string> names) const;
-    // No `endings`: files of every name.
+    // Without `endings`: all files.
     CFileList Files(const std::u16string& path, bool isRecursive,
                     const std::optional<std::string>& endings) const;
 
 private:
     std::string m_path;
-    client::CLibrary m_library;
-    client::CPointer<IOibDFBrowser> m_browser;
+    client::CComPtr<IOibDFBrowser> m_browser;
 };
+
+std::vector<std::u16string> CVolume::Folders(const std::u16string& path) const {
+    client::CStringArray folders;
+    client::Check(m_browser->GetFolders(client::CString(path), folders.Put()), m_path);
+    std::vector<std::u16string> names;
+    for (std::size_t i = 0; i < folders.Size(); ++i) {
+        names.emplace_back(folders[i]);
+    }
+    return names;
+}
 
 std::vector<std::u16string> CVolume::AllFolders(const std::u16string& path) const {
     struct Place {
         std::u16string relative;
-        bool isReachable;  // a name that holds a separator cannot be asked for
+        bool isReachable;  // false after a name that contains a separator
     };
     std::vector<std::u16string> found;
-    std::vector<Place> open = {{u"", true}};  // to be listed, the next one last
-    while (!open.empty()) {
-        const Place place = std::move(open.back());
-        open.pop_back();
+    std::vector<Place> pending = {{u"", true}};  // the next one last
+    while (!pending.empty()) {
+        const Place place = std::move(pending.back());
+        pending.pop_back();
         const bool isStart = place.relative.empty();
         if (!isStart) {
             found.push_back(place.relative);
@@ -129,7 +124,7 @@ std::vector<std::u16string> CVolume::AllFolders(const std::u16string& path) cons
         std::vector<std::u16string> names = Folders(isStart ? path : path + u'\\' + place.relative);
         std::reverse(names.begin(), names.end());
         for (const std::u16string& name : names) {
-            open.push_back({isStart ? name : place.relative + u'\\' + name,
+            pending.push_back({isStart ? name : place.relative + u'\\' + name,
                             name.find_first_of(kSeparators) == std::u16string::npos});
         }
     }
@@ -140,7 +135,7 @@ bool CVolume::Exists(std::vector<std::u16string> names) const {
     if (names.empty()) {
         return true;
     }
-    const std::u16string last = Folded(std::move(names.back()));
+    const std::u16string last = Folded(names.back());
     names.pop_back();
     const std::vector<std::u16string> siblings = Folders(JoinPath(names));
     return std::any_of(siblings.begin(), siblings.end(),
@@ -149,11 +144,12 @@ bool CVolume::Exists(std::vector<std::u16string> names) const {
 
 CFileList CVolume::Files(const std::u16string& path, bool isRecursive,
                          const std::optional<std::string>& endings) const {
-    const client::CText root(path);
-    const client::CText filter = endings ? client::CText(ToUtf16(*endings)) : client::CText();
-    client::CPointer<IOibFilesArray> files;
-    client::Check(m_browser->GetFilesEx(root.Get(), isRecursive ? VARIANT_TRUE : VARIANT_FALSE,
-                                        filter.Get(), files.Out()),
+    const client::CString filter =
+        endings ? client::CString::FromUtf8(*endings) : client::CString();
+    client::CComPtr<IOibFilesArray> files;
+    client::Check(m_browser->GetFilesEx(client::CString(path),
+                                        isRecursive ? VARIANT_TRUE : VARIANT_FALSE, filter,
+                                        files.Put()),
                   m_path);
     return {std::move(files), m_path};
 }
@@ -183,15 +179,15 @@ void CBrowseCommand::Declare(CLI::App& app) {
     app.add_option("DATAFILE", m_dataFile, "Data file of a volume, such as CATALOGUE/C.dat")
         ->required();
     app.add_option("PATH", m_path, "Folder to list: C:\\usr\\share, /usr/share or usr/share");
-    app.add_flag("-r,--recursive", m_isRecursive, "List everything below the folder");
-    app.add_option("--ext", m_endings, "Only files whose names end so, as in 'txt;log'")
+    app.add_flag("-r,--recursive", m_isRecursive, "List all folders and files below the folder");
+    app.add_option("--ext", m_endings, "Only files with these endings of the name: 'txt;log'")
         ->type_name("LIST");
     app.add_flag("-H,--human", m_isHuman, "Print sizes like 1.5K");
     DeclareJson(app);
     app.footer(
         "Folders come first, then files with owner, size in bytes, modification time (UTC)\n"
-        "and name. With both -r and --ext only files are listed. Exit code 1: there is no\n"
-        "such folder, or no file ends as asked for.");
+        "and name. With both -r and --ext only files are listed. Exit code 1: the folder does\n"
+        "not exist, or no file has one of the endings.");
 }
 
 EExitCode CBrowseCommand::Run(COutput& output) {
@@ -222,10 +218,11 @@ void CBrowseCommand::Print(COutput& output, const std::vector<std::u16string>& f
     constexpr std::size_t kDateWidth = 19;
     std::size_t ownerWidth = 1;
     std::size_t sizeWidth = 1;
+    client::CFileInfo file;
     for (ULONG i = 0; i < files.Count(); ++i) {
-        const CFileList::Row row = files.At(i);
-        ownerWidth = std::max(ownerWidth, DisplayWidth(Printable(row.owner.View())));
-        sizeWidth = std::max(sizeWidth, Size(row.size).size());
+        files.Read(i, file);
+        ownerWidth = std::max(ownerWidth, DisplayWidth(Printable(client::ViewOf(file.Owner))));
+        sizeWidth = std::max(sizeWidth, Size(file.Size).size());
     }
     const auto line = [&](const char* type, const std::string& owner, const std::string& size,
                           const std::string& date, const std::string& name) {
@@ -237,10 +234,11 @@ void CBrowseCommand::Print(COutput& output, const std::vector<std::u16string>& f
         line("d", "-", "-", "-", Printable(name) + "\\");
     }
     for (ULONG i = 0; i < files.Count(); ++i) {
-        const CFileList::Row row = files.At(i);
-        const std::string owner = row.owner.View().empty() ? "-" : Printable(row.owner.View());
-        line("-", owner, Size(row.size), FormatDate(row.modified, " ").value_or("-"),
-             Printable(row.name.View()));
+        files.Read(i, file);
+        const std::string owner = Printable(client::ViewOf(file.Owner));
+        line("-", owner.empty() ? "-" : owner, Size(file.Size),
+             FormatDate(file.ModifyTime, " ").value_or("-"),
+             Printable(client::ViewOf(file.FileName)));
     }
     output.Write(Counted(folders.size(), "folder") + ", " + Counted(files.Count(), "file") + ", " +
                  Size(files.TotalSize()) + (m_isHuman ? "\n" : " bytes\n"));
@@ -251,16 +249,13 @@ void CBrowseCommand::PrintJson(COutput& output, const std::vector<std::u16string
     for (const std::u16string& name : folders) {
         output.Write(CJsonObject().Add("type", "folder").Add("name", name).Line());
     }
+    client::CFileInfo file;
     for (ULONG i = 0; i < files.Count(); ++i) {
-        const CFileList::Row row = files.At(i);
+        files.Read(i, file);
         CJsonObject object;
-        object.Add("type", "file").Add("name", row.name.View()).AddNumber("size", row.size);
-        if (const auto date = FormatDate(row.modified, "T")) {
-            object.Add("modified", *date + "Z");
-        } else {
-            object.AddNull("modified");
-        }
-        output.Write(object.Add("owner", row.owner.View()).Line());
+        object.Add("type", "file").Add("name", client::ViewOf(file.FileName));
+        object.AddNumber("size", file.Size).AddDate("modified", file.ModifyTime);
+        output.Write(object.Add("owner", client::ViewOf(file.Owner)).Line());
     }
 }
 
@@ -270,4 +265,4 @@ std::unique_ptr<CCommand> MakeBrowseCommand() {
     return std::make_unique<CBrowseCommand>();
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

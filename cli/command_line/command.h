@@ -1,16 +1,15 @@
-// The shape of a command, and the commands there are.
+// The commands of the client.
 #pragma once
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <memory>
-#include <stdexcept>
-#include <string>
 
+#include "cli/command_line/command_error.h"
 #include "cli/output/output.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 enum EExitCode : int {
     kExitOk = 0,
@@ -18,14 +17,8 @@ enum EExitCode : int {
     kExitFailure = 2,
 };
 
-// A failure told in words; `what` names the file or argument it is about.
-class CToolError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-// One command of the client. Declare is called once, before the arguments are parsed
-// into the command's members; Run at most once, after that. Run throws on failure.
+// One command. Declare is called once, before the arguments are parsed into the members of
+// the command; Run is called at most once, after that. Run throws std::exception on failure.
 class CCommand {
 public:
     virtual ~CCommand() = default;
@@ -35,7 +28,7 @@ public:
 
 protected:
     void DeclareJson(CLI::App& app) {
-        app.add_flag("--json", m_isJson, "Print JSON, one object a line");
+        app.add_flag("--json", m_isJson, "Print JSON, one object per line");
     }
 
     bool m_isJson = false;
@@ -52,4 +45,4 @@ std::unique_ptr<CCommand> MakeMetaCommand();
 std::unique_ptr<CCommand> MakeSessionCommand();
 std::unique_ptr<CCommand> MakePublicationCommand();
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

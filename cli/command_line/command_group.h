@@ -1,4 +1,3 @@
-// A command that is a name for several.
 #pragma once
 
 #include <memory>
@@ -8,14 +7,14 @@
 
 #include "cli/command_line/command.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 template <class Command>
 std::unique_ptr<CCommand> MakeCommand() {
     return std::make_unique<Command>();
 }
 
-// Runs the one of its commands that the command line names.
+// A command that consists of subcommands: it runs the one that the command line names.
 class CCommandGroup : public CCommand {
 public:
     struct Entry {
@@ -49,4 +48,4 @@ private:
     std::vector<std::pair<CLI::App*, std::unique_ptr<CCommand>>> m_commands;
 };
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -1,8 +1,8 @@
-#include "ZorelText.h"
+#include "ZorelClient.h"
 #include "cli/command_line/command.h"
-#include "cli/library/library.h"
+#include "cli/output/json_object.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 
@@ -10,27 +10,26 @@ class CFingerprintCommand : public CCommand {
 public:
     void Declare(CLI::App& app) override {
         app.add_option("PATH", m_path, "Folder path, such as 'C:\\Users\\john'")->required();
-        app.add_option("--subfolders", m_subfolders, "Elements that count, -1 for all")
+        app.add_option("--subfolders", m_subfolders, "Number of path elements, -1 for all")
             ->capture_default_str();
         DeclareJson(app);
         app.footer(
-            "Prints the fingerprint that key lines carry for files of this folder when they\n"
-            "are generated with the same --subfolders.");
+            "Prints the fingerprint of the folder in key lines that are generated with the same\n"
+            "number of --subfolders.");
     }
 
     EExitCode Run(COutput& output) override {
         const std::u16string path = ToUtf16(m_path);
-        const client::CLibrary library;
-        client::CText fingerprint;
-        client::Check(library->ConvetrPathToCrcStr(client::CText(path).Get(), m_subfolders,
-                                                   fingerprint.Out()),
+        client::CString fingerprint;
+        client::Check(client::CreateLibrary()->ConvetrPathToCrcStr(client::CString(path),
+                                                                   m_subfolders, fingerprint.Put()),
                       m_path);
         if (m_isJson) {
             CJsonObject object;
             object.Add("path", path).Add("fingerprint", fingerprint.View());
             output.Write(object.Line());
         } else {
-            output.Write(ToUtf8(fingerprint.View()) + "\n");
+            output.Write(fingerprint.Utf8() + "\n");
         }
         return kExitOk;
     }
@@ -46,4 +45,4 @@ std::unique_ptr<CCommand> MakeFingerprintCommand() {
     return std::make_unique<CFingerprintCommand>();
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

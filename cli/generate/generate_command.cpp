@@ -1,8 +1,6 @@
-#include <sys/stat.h>
-
-#include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -10,35 +8,34 @@
 #include <system_error>
 #include <utility>
 
-#include "ZorelText.h"
+#include "ZorelClient.h"
 #include "cli/command_line/command.h"
-#include "cli/library/library.h"
+#include "cli/command_line/paths.h"
+#include "cli/generate/file_state.h"
+#include "cli/output/calendar.h"
+#include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
 #include "cli/output/waiting_line.h"
 #include "cli/search/search_filters.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct TextFile {
-    std::pair<std::int64_t, std::int64_t> changed;  // last change of any kind
-    std::uint64_t bytes = 0;
-};
-using TextFiles = std::map<std::string, TextFile>;
+using TextFiles = std::map<std::string, FileState>;
 
-// The text data files in a folder; none when it cannot be read.
+// The text data files in a folder; none when the folder cannot be read.
 TextFiles TextFilesIn(const fs::path& folder) {
     TextFiles files;
     std::error_code ignored;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored)) {
-        struct stat status {};
         const std::string name = entry.path().filename().string();
-        if (name.starts_with("vl.") && stat(entry.path().c_str(), &status) == 0) {
-            files[name] = {{status.st_ctim.tv_sec, status.st_ctim.tv_nsec},
-                           static_cast<std::uint64_t>(status.st_size)};
+        const auto state = name.starts_with("vl.") ? ReadFileState(entry.path().string())
+                                                   : std::nullopt;
+        if (state) {
+            files[name] = *state;
         }
     }
     return files;
@@ -49,8 +46,8 @@ struct Written {
     std::int64_t bytes = 0;
 };
 
-// The times that files carry are given to them, so only the system's own mark tells which
-// ones are of this run.
+// Counts the files of this run. The library sets their modification times, so that only the
+// time of the last change shows which files are new.
 Written CountWritten(const TextFiles& before, const TextFiles& after) {
     Written written;
     for (const auto& [name, file] : after) {
@@ -63,32 +60,26 @@ Written CountWritten(const TextFiles& before, const TextFiles& after) {
     return written;
 }
 
-// As the library takes a path: both separators part folders.
-std::string WithSlashes(std::string path) {
-    std::replace(path.begin(), path.end(), '\\', '/');
-    return path;
-}
-
 class CGenerateCommand : public CCommand {
 public:
     void Declare(CLI::App& app) override {
         app.add_option("SUMMARY", m_summary, "List of volumes, such as CATALOGUE/summary.txt")
             ->required();
         app.add_option("-o,--output", m_output, "Folder for the text data files")->required();
-        app.add_option("--records", m_records, "Files told in one text data file")
+        app.add_option("--records", m_records, "Files listed in one text data file")
             ->check(CLI::PositiveNumber)
             ->capture_default_str();
-        auto* const crc = app.add_flag("--crc", m_isCrc, "Key lines for a search server");
-        app.add_option("--subfolders", m_subfolders, "Folders in a fingerprint, -1 for all")
+        auto* const crc = app.add_flag("--crc", m_isCrc, "Write key lines for a search server");
+        app.add_option("--subfolders", m_subfolders, "Path elements in a fingerprint, -1 for all")
             ->needs(crc)
             ->capture_default_str();
-        app.add_option("--parts", m_parts, "Parts of a name that get key lines of their own")
+        app.add_option("--parts", m_parts, "Parts of a name that have key lines of their own")
             ->needs(crc)
             ->capture_default_str();
-        app.add_option("--separators", m_separators, "Characters that cut a name into parts")
+        app.add_option("--separators", m_separators, "Characters that separate the parts of a name")
             ->needs(crc)
             ->capture_default_str();
-        app.add_option("--time", m_time, "Time given to the files (UTC); now when not given");
+        app.add_option("--time", m_time, "Times of the text data files (UTC); default: now");
         DeclareJson(app);
         app.footer(
             "Writes for each volume and owner a series vl.VOLUME.OWNER.NUMBER.txt, and for\n"
@@ -96,11 +87,11 @@ public:
     }
 
     EExitCode Run(COutput& output) override {
-        const std::uint64_t ticks = TicksOf(ParseTime(m_time.value_or("0s"), "--time"));
-        const fs::path folder = fs::absolute(WithSlashes(m_output));
+        const std::chrono::sys_seconds time = ParseTime(m_time.value_or("0s"), "--time");
+        const fs::path folder = WithSlashes(m_output);
         const TextFiles before = TextFilesIn(folder);
         const auto start = std::chrono::steady_clock::now();
-        Generate(folder.string(), ticks);
+        Generate(ToTicks(time.time_since_epoch().count()));
         const double seconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         Report(output, CountWritten(before, TextFilesIn(folder)), seconds);
@@ -108,16 +99,16 @@ public:
     }
 
 private:
-    void Generate(const std::string& folder, std::uint64_t ticks) const {
-        const client::CLibrary library;
-        const client::CText summary(ToUtf16(fs::absolute(m_summary).string()));
-        const client::CText target(ToUtf16(folder));
-        const client::CText separators(ToUtf16(m_separators));
+    void Generate(std::int64_t ticks) const {
+        const auto library = client::CreateLibrary();
+        const client::CString volumes(AbsolutePath(m_summary));
+        const client::CString folder(AbsolutePath(m_output));
+        const auto separators = client::CString::FromUtf8(m_separators);
         const _FILETIME time = {static_cast<ULONG>(ticks), static_cast<ULONG>(ticks >> 32)};
         const CWaitingLine waiting("Generating from " + m_summary);
-        client::Check(library->GenerateOibTDFs(summary.Get(), target.Get(), time, m_records,
+        client::Check(library->GenerateOibTDFs(volumes, folder, time, m_records,
                                                m_isCrc ? VARIANT_TRUE : VARIANT_FALSE, m_subfolders,
-                                               m_parts, separators.Get()),
+                                               m_parts, separators),
                       m_summary);
     }
 
@@ -154,4 +145,4 @@ std::unique_ptr<CCommand> MakeGenerateCommand() {
     return std::make_unique<CGenerateCommand>();
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -3,7 +3,7 @@
 #include "ZorelText.h"
 #include "cli/output/text_format.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 
@@ -43,20 +43,20 @@ TextFileName ParseTextFileName(std::string_view path) {
 }
 
 bool IsOwnedBy(std::u16string_view owner, std::u16string_view account) {
-    const std::u16string label = Folded(std::u16string(owner));
-    std::u16string asked = Folded(std::u16string(account));
+    const std::u16string label = Folded(owner);
+    std::u16string wanted = Folded(account);
     for (const char16_t separator : {u'\\', u'@', u'.'}) {
-        const std::size_t at = asked.find(separator);
+        const std::size_t at = wanted.find(separator);
         if (at != std::u16string::npos) {
-            std::u16string domain = asked.substr(0, at);
-            std::u16string name = asked.substr(at + 1);
+            std::u16string domain = wanted.substr(0, at);
+            std::u16string name = wanted.substr(at + 1);
             if (separator == u'@') {
                 domain.swap(name);
             }
             return label == domain.append(u".").append(name);
         }
     }
-    return label.ends_with(asked.insert(0, u"."));
+    return label.ends_with(wanted.insert(0, u"."));
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -3,11 +3,11 @@
 #include <charconv>
 #include <cstdio>
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 
-// Takes `digits` hexadecimal digits off the text, and the dash in front of them.
+// Removes `digits` hexadecimal digits, after a dash if `hasDash`, from the start of the text.
 template <class Number>
 bool TakeHex(std::string_view& text, std::size_t digits, bool hasDash, Number& number) {
     if (hasDash) {
@@ -38,12 +38,12 @@ std::optional<GUID> ParseGuid(std::string_view text) {
         text = text.substr(1, text.size() - 2);
     }
     GUID guid{};
-    bool isGood = TakeHex(text, 8, false, guid.Data1) && TakeHex(text, 4, true, guid.Data2) &&
+    bool isValid = TakeHex(text, 8, false, guid.Data1) && TakeHex(text, 4, true, guid.Data2) &&
                   TakeHex(text, 4, true, guid.Data3);
-    for (std::size_t i = 0; i < 8 && isGood; ++i) {
-        isGood = TakeHex(text, 2, i == 0 || i == 2, guid.Data4[i]);
+    for (std::size_t i = 0; i < 8 && isValid; ++i) {
+        isValid = TakeHex(text, 2, i == 0 || i == 2, guid.Data4[i]);
     }
-    return isGood && text.empty() ? std::optional(guid) : std::nullopt;
+    return isValid && text.empty() ? std::optional(guid) : std::nullopt;
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -5,100 +5,61 @@
 #include <utility>
 #include <vector>
 
-#include "ZorelText.h"
+#include "ZorelClient.h"
 #include "cli/command_line/command_group.h"
-#include "cli/library/library.h"
+#include "cli/meta_files/meta_file.h"
+#include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 
-using Attr = std::pair<std::u16string, std::u16string>;  // name and value
+struct Attribute {
+    std::u16string name;
+    std::u16string value;
+};
 
-// The elements of a path with A-Z folded.
+// The elements of a path, folded.
 std::vector<std::u16string> FoldedElements(std::u16string_view path) {
     std::vector<std::u16string> elements;
     while (!path.empty()) {
         const std::size_t end = std::min(path.find(u'.'), path.size());
         if (end != 0) {
-            elements.push_back(Folded(std::u16string(path.substr(0, end))));
+            elements.push_back(Folded(path.substr(0, end)));
         }
         path.remove_prefix(std::min(end + 1, path.size()));
     }
     return elements;
 }
 
-// A line break, wherever it lies in the bytes of the text: the file is cut there.
+// Throws for a line end at any byte of the text, even or odd: the library ends the line there.
 void CheckIsOneLine(const std::string& what, std::u16string_view text) {
     constexpr std::string_view kLineEnd("\r\0\n\0", 4);
     const std::string_view bytes(reinterpret_cast<const char*>(text.data()),
                                  text.size() * sizeof(char16_t));
     if (bytes.find(kLineEnd) != bytes.npos) {
-        throw CToolError(what + ": A line of a meta-file cannot hold a line break.");
+        throw CCommandError(what + ": A line of a meta-file cannot contain a line break.");
     }
 }
 
-// Refuses what the file format would give back as something else.
+// Throws for text that would be another one when the library reads the file.
 void CheckReadsBack(const std::string& what, std::u16string_view text) {
     constexpr std::u16string_view kBlanks = u" \t";
     CheckIsOneLine(what, text);
     if (!text.empty() &&
         (kBlanks.find(text.front()) != text.npos || kBlanks.find(text.back()) != text.npos)) {
-        throw CToolError(what + ": A meta-file does not keep blanks at the start and the end.");
+        throw CCommandError(what + ": A meta-file does not keep blanks at the start and the end of a text.");
     }
 }
 
 void CheckIsName(const std::string& name) {
     if (FoldedElements(ToUtf16(name)).empty()) {
-        throw CToolError("'" + name + "': This is no name.");
+        throw CCommandError("'" + name + "': This is not a name.");
     }
 }
 
-// A meta-file opened through the library; its errors name the file.
-class CMetaFile {
-public:
-    CMetaFile(std::string path, EIdxMetaOpenMode mode) : m_path(std::move(path)) {
-        const client::CLibrary library;
-        const client::CText file(ToUtf16(m_path));
-        Check(library->CreateMetaFile(file.Get(), mode, m_file.Out()));
-    }
-
-    std::vector<std::u16string> Names() const {
-        client::CTextArray names;
-        Check(m_file->EnumAllAttrs(names.Out()));
-        return names.Texts();
-    }
-    bool Find(std::u16string_view name, client::CText& value) const {
-        return Check(m_file->FindAttr(client::CText(name).Get(), value.Out())) == S_OK;
-    }
-    bool HasTree(std::u16string_view path) const {
-        client::CPointer<IMtfAttrsTree> tree;
-        return Check(m_file->FindAttrsTree(client::CText(path).Get(), tree.Out())) == S_OK;
-    }
-    void Set(const Attr& attr) {
-        Check(m_file->SetAttr(client::CText(attr.first).Get(), client::CText(attr.second).Get()));
-    }
-    void Delete(std::u16string_view name) { Check(m_file->DelAttr(client::CText(name).Get())); }
-    void DeleteTree(std::u16string_view path) {
-        Check(m_file->DelAttrsTree(client::CText(path).Get()));
-    }
-    void Comment(std::u16string_view text) {
-        Check(m_file->PushComment(client::CText(text).Get()));
-    }
-    void Save() { Check(m_file->FlushChanges()); }
-
-private:
-    HRESULT Check(HRESULT result) const {
-        client::Check(result, m_path);
-        return result;
-    }
-
-    std::string m_path;
-    client::CPointer<IMtfMetaFile> m_file;
-};
-
-// What all commands on a meta-file have in common.
+// The options that the commands on a meta-file share.
 class CMetaCommand : public CCommand {
 protected:
     void DeclareFile(CLI::App& app) {
@@ -106,17 +67,18 @@ protected:
         DeclareJson(app);
     }
     void DeclareCreate(CLI::App& app) {
-        app.add_flag("--create", m_mayCreate, "Make the file when it is missing");
+        app.add_flag("--create", m_create, "Create the file if it is missing");
     }
     CMetaFile OpenToRead() const { return CMetaFile(m_file, EIdxMetaLoad); }
-    // The file is held until the end. A missing one is made only when asked for.
+    // Other processes cannot change the file as long as the result exists. Creates a missing file
+    // only with --create.
     CMetaFile OpenToChange() const {
-        if (!m_mayCreate) {
+        if (!m_create) {
             OpenToRead();
         }
         return CMetaFile(m_file, EIdxMetaOpenRW);
     }
-    // What was done how many times; people see only what went wrong.
+    // Prints the number of changes as JSON; without --json nothing.
     void PrintSummary(COutput& output, std::string_view what, std::size_t count) const {
         if (m_isJson) {
             CJsonObject object;
@@ -128,15 +90,15 @@ protected:
     std::string m_file;
 
 private:
-    bool m_mayCreate = false;
+    bool m_create = false;
 };
 
 class CMetaListCommand : public CMetaCommand {
 public:
     void Declare(CLI::App& app) override {
         DeclareFile(app);
-        app.add_option("SUBTREE", m_subtree, "Only what stands below this path");
-        app.footer("Prints NAME=VALUE for each attribute. Exit code 1: there is none.");
+        app.add_option("SUBTREE", m_subtree, "Only attributes below this path");
+        app.footer("Prints NAME=VALUE for each attribute. Exit code 1: there is no attribute.");
     }
 
     EExitCode Run(COutput& output) override {
@@ -149,7 +111,7 @@ public:
                 !std::equal(wanted.begin(), wanted.end(), path.begin())) {
                 continue;
             }
-            client::CText value;
+            client::CString value;
             found = file.Find(name, value) || found;
             if (m_isJson) {
                 output.Write(CJsonObject().Add("name", name).Add("value", value.View()).Line());
@@ -169,12 +131,12 @@ public:
     void Declare(CLI::App& app) override {
         DeclareFile(app);
         app.add_option("NAME", m_name, "Attribute, such as Job.Server.Host")->required();
-        app.footer("Prints the value as it stands in the file. Exit code 1: there is none.");
+        app.footer("Prints the value without changes. Exit code 1: there is no such attribute.");
     }
 
     EExitCode Run(COutput& output) override {
         const std::u16string name = ToUtf16(m_name);
-        client::CText value;
+        client::CString value;
         if (!OpenToRead().Find(name, value)) {
             PrintError(m_file + ": There is no attribute " + m_name);
             return kExitNothingFound;
@@ -201,10 +163,10 @@ public:
     }
 
     EExitCode Run(COutput& output) override {
-        const std::vector<Attr> attrs = Attributes();
+        const std::vector<Attribute> attrs = ParseArguments();
         CMetaFile file = OpenToChange();
-        for (const Attr& attr : attrs) {
-            file.Set(attr);
+        for (const Attribute& attr : attrs) {
+            file.Set(attr.name, attr.value);
         }
         file.Save();
         PrintSummary(output, "set", attrs.size());
@@ -212,28 +174,28 @@ public:
     }
 
 private:
-    std::vector<Attr> Attributes() const {
+    std::vector<Attribute> ParseArguments() const {
         if (m_arguments.size() == 2 && m_arguments[0].find('=') == std::string::npos) {
-            return {Attribute(m_arguments[0], m_arguments[1])};
+            return {MakeAttribute(m_arguments[0], m_arguments[1])};
         }
-        std::vector<Attr> attrs;
+        std::vector<Attribute> attrs;
         for (const std::string& argument : m_arguments) {
             const std::size_t sign = argument.find('=');
             if (sign == std::string::npos) {
-                throw CToolError(argument + ": NAME=VALUE is wanted.");
+                throw CCommandError(argument + ": The form NAME=VALUE is required.");
             }
-            attrs.push_back(Attribute(argument.substr(0, sign), argument.substr(sign + 1)));
+            attrs.push_back(MakeAttribute(argument.substr(0, sign), argument.substr(sign + 1)));
         }
         return attrs;
     }
-    static Attr Attribute(const std::string& name, const std::string& value) {
-        Attr attr(ToUtf16(name), ToUtf16(value));
+    static Attribute MakeAttribute(const std::string& name, const std::string& value) {
+        Attribute attr{ToUtf16(name), ToUtf16(value)};
         CheckIsName(name);
-        if (attr.first.front() == u'#') {
-            throw CToolError(name + ": A line that starts with # is a comment.");
+        if (attr.name.front() == u'#') {
+            throw CCommandError(name + ": A line that starts with # is a comment.");
         }
-        CheckReadsBack(name, attr.first);
-        CheckReadsBack(name, attr.second);
+        CheckReadsBack(name, attr.name);
+        CheckReadsBack(name, attr.value);
         return attr;
     }
 
@@ -246,7 +208,7 @@ public:
         DeclareFile(app);
         app.add_option("NAME", m_names, "Attributes, or with --tree subtrees")->required();
         app.add_flag("--tree", m_isTree, "Delete subtrees with everything below them");
-        app.footer("Exit code 1: nothing of this was there, and the file stays as it is.");
+        app.footer("Exit code 1: the file contains none of them and does not change.");
     }
 
     EExitCode Run(COutput& output) override {
@@ -270,7 +232,7 @@ public:
 
 private:
     bool Delete(CMetaFile& file, const std::u16string& name) const {
-        client::CText value;
+        client::CString value;
         if (m_isTree ? !file.HasTree(name) : !file.Find(name, value)) {
             return false;
         }
@@ -287,7 +249,7 @@ public:
     void Declare(CLI::App& app) override {
         DeclareFile(app);
         DeclareCreate(app);
-        app.add_option("TEXT", m_texts, "Comments; each line of a text becomes one")->required();
+        app.add_option("TEXT", m_texts, "Comments; each line of a text is a comment")->required();
         app.footer("Adds comment lines at the end of the file.");
     }
 
@@ -302,7 +264,7 @@ public:
         }
         CMetaFile file = OpenToChange();
         for (const std::u16string& line : lines) {
-            // The line feed keeps an empty line.
+            // Without the line feed the library would ignore an empty line.
             file.Comment(line + u"\n");
         }
         file.Save();
@@ -326,4 +288,4 @@ std::unique_ptr<CCommand> MakeMetaCommand() {
     });
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -6,17 +6,18 @@
 #include <utility>
 #include <vector>
 
-#include "ZorelText.h"
+#include "ZorelClient.h"
 #include "cli/command_line/command_group.h"
-#include "cli/library/library.h"
 #include "cli/meta_files/guid_text.h"
+#include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 
-// A publication opened through the library; its errors name the file.
+// A publication opened through the library. Failures are client::CError and CCommandError with
+// the path.
 class CPublication {
 public:
     struct Command {
@@ -25,77 +26,77 @@ public:
     };
 
     explicit CPublication(std::string path) : m_path(std::move(path)) {
-        const client::CLibrary library;
-        const client::CText file(ToUtf16(m_path));
-        Check(library->LoadPublication(file.Get(), m_reader.Out()));
-        Check(m_reader->get_AddBSessionCmdAccessor(m_accessor.Out()));
+        Check(client::CreateLibrary()->LoadPublication(client::CString::FromUtf8(m_path),
+                                                       m_reader.Put()));
+        Check(m_reader->get_AddBSessionCmdAccessor(m_accessor.Put()));
     }
 
     void Check(HRESULT result) const { client::Check(result, m_path); }
-    IMtfAddBSessionCmdAccessor* Accessor() const { return m_accessor.operator->(); }
+    IMtfAddBSessionCmdAccessor& Accessor() const { return *m_accessor; }
 
-    void Times(client::CText& local, client::CText& utc) const {
-        client::CPointer<IMtfPublicationOrderingInfo> info;
-        Check(m_reader->get_OrderingInfo(info.Out()));
-        Check(info->get_PubLocalTime(local.Out()));
-        Check(info->get_PubUtcTime(utc.Out()));
+    void Times(client::CString& local, client::CString& utc) const {
+        client::CComPtr<IMtfPublicationOrderingInfo> info;
+        Check(m_reader->get_OrderingInfo(info.Put()));
+        Check(info->get_PubLocalTime(local.Put()));
+        Check(info->get_PubUtcTime(utc.Put()));
     }
 
-    // In the order of the file. The reader gives types by position, the accessor everything
-    // else by number; the numbers stand in the tree, in the order of their positions.
+    // In the order of the file. The reader returns types by position, the accessor takes the
+    // numbers of commands; the names in the tree are the numbers, in the order of positions.
     std::vector<Command> Commands() const {
         INT count = 0;
         Check(m_reader->get_CmdCount(&count));
         const std::vector<INT> numbers = Numbers();
         if (static_cast<std::size_t>(count) != numbers.size()) {
-            throw CToolError(m_path + ": The numbers of the commands cannot be told.");
+            throw CCommandError(m_path + ": The numbers of the commands are ambiguous.");
         }
         std::vector<Command> commands;
         for (INT i = 0; i < count; ++i) {
-            client::CText type;
-            Check(m_reader->GetCmdType(i, type.Out()));
+            client::CString type;
+            Check(m_reader->GetCmdType(i, type.Put()));
             commands.push_back({numbers[static_cast<std::size_t>(i)], std::u16string(type.View())});
         }
         return commands;
     }
 
 private:
-    // Those of the tree "cmd". A second tree whose name starts so would hide which command
-    // came first.
+    // Those of the tree "cmd". With a second tree whose name starts with "cmd" the order of the
+    // commands would be unknown.
     std::vector<INT> Numbers() const {
-        client::CPointer<IMtfMetaFile> file;
-        client::CPointer<IMtfAttrsTree> root;
-        client::CTextArray names;
-        Check(m_reader->get_MetaFile(file.Out()));
-        Check(file->GetRootAttrsTree(root.Out()));
-        Check(root->EnumChildTrees(names.Out()));
+        client::CComPtr<IMtfMetaFile> file;
+        client::CComPtr<IMtfAttrsTree> root;
+        client::CStringArray names;
+        Check(m_reader->get_MetaFile(file.Put()));
+        Check(file->GetRootAttrsTree(root.Put()));
+        Check(root->EnumChildTrees(names.Put()));
         std::vector<INT> numbers;
-        for (const std::u16string& name : names.Texts()) {
+        for (std::size_t i = 0; i < names.Size(); ++i) {
+            const std::u16string_view name = names[i];
             if (Folded(name).starts_with(u"cmd")) {
                 if (!numbers.empty()) {
-                    throw CToolError(m_path + ": There are commands in several trees.");
+                    throw CCommandError(m_path + ": There are commands in several trees.");
                 }
-                numbers = NumbersIn(*root.operator->(), name);
+                numbers = NumbersIn(*root, name);
             }
         }
         return numbers;
     }
-    std::vector<INT> NumbersIn(IMtfAttrsTree& root, const std::u16string& name) const {
-        client::CPointer<IMtfAttrsTree> tree;
-        client::CTextArray names;
-        Check(root.GetExistingSubtree(client::CText(name).Get(), tree.Out()));
-        Check(tree->EnumChildTrees(names.Out()));
+    std::vector<INT> NumbersIn(IMtfAttrsTree& root, std::u16string_view name) const {
+        client::CComPtr<IMtfAttrsTree> tree;
+        client::CStringArray names;
+        Check(root.GetExistingSubtree(client::CString(name), tree.Put()));
+        Check(tree->EnumChildTrees(names.Put()));
         std::vector<INT> numbers;
         std::unordered_set<INT> known;
-        for (const std::u16string& text : names.Texts()) {
-            const std::optional<INT> number = ReadNumber(ToUtf8(text));
+        for (std::size_t i = 0; i < names.Size(); ++i) {
+            const std::optional<INT> number = ReadNumber(ToUtf8(names[i]));
             if (number && known.insert(*number).second) {
                 numbers.push_back(*number);
             }
         }
         return numbers;
     }
-    // As the library reads it: blanks and a sign before it, anything behind it.
+    // As the library reads a number: after blanks and a sign, before any other text.
     static std::optional<INT> ReadNumber(const std::string& text) {
         char* end = nullptr;
         const long long value = std::strtoll(text.c_str(), &end, 10);
@@ -106,14 +107,14 @@ private:
     }
 
     std::string m_path;
-    client::CPointer<IMtfPublicationMetaFileReader> m_reader;
-    client::CPointer<IMtfAddBSessionCmdAccessor> m_accessor;
+    client::CComPtr<IMtfPublicationMetaFileReader> m_reader;
+    client::CComPtr<IMtfAddBSessionCmdAccessor> m_accessor;
 };
 
 struct Field {
     const char* key;    // in JSON
-    const char* label;  // for people
-    client::CText text;
+    const char* label;  // in listings
+    client::CString text;
 };
 
 class CPublicationShowCommand : public CCommand {
@@ -123,8 +124,9 @@ public:
         DeclareJson(app);
         app.footer(
             "Prints the times of the publication and its commands with their numbers in the\n"
-            "file; groups are counted from 0. Commands in several trees, such as cmd.1 and\n"
-            "cmdX.2, are refused: their order is not told. Exit code 1: there is neither.");
+            "file; groups have numbers from 0. Commands in several trees, such as cmd.1 and\n"
+            "cmdX.2, are an error: their order is unknown. Exit code 1: there are no times and\n"
+            "no commands.");
     }
 
     EExitCode Run(COutput& output) override {
@@ -142,7 +144,7 @@ public:
     }
 
 private:
-    // One object, or a line for each field that is not empty; `indent` stands before each.
+    // One object, or a line, after `indent`, for each field that is not empty.
     template <std::size_t kCount>
     void Print(COutput& output, CJsonObject object, const std::string& indent,
                const Field (&fields)[kCount]) const {
@@ -168,13 +170,13 @@ private:
 
     void Show(COutput& output, const CPublication& publication,
               const CPublication::Command& command) const {
-        IMtfAddBSessionCmdAccessor& accessor = *publication.Accessor();
-        Field fields[] = {{"commandType", "  Type", client::CText(command.type)},
+        IMtfAddBSessionCmdAccessor& accessor = publication.Accessor();
+        Field fields[] = {{"commandType", "  Type", client::CString(command.type)},
                           {"jobName", "  Job", {}},
                           {"backupServer", "  Server", {}},
                           {"sessionDateUtc", "  Session", {}}};
-        publication.Check(accessor.GetBSessionInfo(command.number, fields[1].text.Out(),
-                                                   fields[2].text.Out(), fields[3].text.Out()));
+        publication.Check(accessor.GetBSessionInfo(command.number, fields[1].text.Put(),
+                                                   fields[2].text.Put(), fields[3].text.Put()));
         if (!m_isJson) {
             output.Write("Command " + std::to_string(command.number) + "\n");
         }
@@ -187,7 +189,7 @@ private:
     }
 
     void ShowGroup(COutput& output, const CPublication& publication, INT command, INT group) const {
-        IMtfAddBSessionCmdAccessor& accessor = *publication.Accessor();
+        IMtfAddBSessionCmdAccessor& accessor = publication.Accessor();
         const auto title = [&](const char* what) {
             if (!m_isJson) {
                 output.Write("  Group " + std::to_string(group) + ", " + what + "\n");
@@ -204,8 +206,8 @@ private:
         for (INT i = 0; i < files; ++i) {
             Field f[] = {
                 {"server", "Server", {}}, {"path", "Path", {}}, {"modifyDateUtc", "Modified", {}}};
-            publication.Check(accessor.GetBackupFile(command, group, i, f[0].text.Out(),
-                                                     f[1].text.Out(), f[2].text.Out()));
+            publication.Check(accessor.GetBackupFile(command, group, i, f[0].text.Put(),
+                                                     f[1].text.Put(), f[2].text.Put()));
             title("backup file");
             Print(output, NewObject("backupFile", command).AddNumber("group", group), "    ", f);
         }
@@ -219,10 +221,10 @@ private:
                      {"origin", "Origin", {}},
                      {"platform", "Platform", {}}};
         GUID id{};
-        publication.Check(publication.Accessor()->GetOibRef(command, group, index, f[0].text.Out(),
-                                                            f[1].text.Out(), &id, f[3].text.Out(),
-                                                            f[4].text.Out()));
-        f[2].text = client::CText(ToUtf16(GuidText(id)));
+        publication.Check(publication.Accessor().GetOibRef(command, group, index, f[0].text.Put(),
+                                                            f[1].text.Put(), &id, f[3].text.Put(),
+                                                            f[4].text.Put()));
+        f[2].text = client::CString(ToUtf16(GuidText(id)));
         Print(output, NewObject("oib", command).AddNumber("group", group), "    ", f);
     }
 
@@ -233,8 +235,8 @@ private:
 
 std::unique_ptr<CCommand> MakePublicationCommand() {
     return std::make_unique<CCommandGroup>(std::vector<CCommandGroup::Entry>{
-        {"show", "Print times, commands and what they add", MakeCommand<CPublicationShowCommand>},
+        {"show", "Print the times and the commands", MakeCommand<CPublicationShowCommand>},
     });
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

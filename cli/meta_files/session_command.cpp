@@ -3,13 +3,13 @@
 #include <utility>
 #include <vector>
 
-#include "ZorelText.h"
+#include "ZorelClient.h"
 #include "cli/command_line/command_group.h"
-#include "cli/library/library.h"
 #include "cli/meta_files/guid_text.h"
+#include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 
@@ -19,26 +19,26 @@ struct OibRef {
     GUID id;
 };
 
-// A backup-session meta-file opened through the library; its errors name the file.
+// A backup-session meta-file opened through the library. Failures are client::CError with the
+// path.
 class CSession {
 public:
     CSession(std::string path, EIdxMetaOpenMode mode) : m_path(std::move(path)) {
-        const client::CLibrary library;
-        const client::CText file(ToUtf16(m_path));
-        Check(library->CreateBSessionMetaFile(file.Get(), mode, m_session.Out()));
+        Check(client::CreateLibrary()->CreateBSessionMetaFile(client::CString::FromUtf8(m_path),
+                                                              mode, m_session.Put()));
     }
 
     std::vector<OibRef> References() const {
-        client::CPointer<ICatOibRefsEnumerator> list;
-        Check(m_session->EnumOibsRefs(list.Out()));
+        client::CComPtr<ICatOibRefsEnumerator> list;
+        Check(m_session->EnumOibsRefs(list.Put()));
         INT count = 0;
         Check(list->get_RefsCount(&count));
         std::vector<OibRef> references;
         for (INT i = 0; i < count; ++i) {
-            client::CText vmName;
-            client::CText backupTime;
+            client::CString vmName;
+            client::CString backupTime;
             GUID id{};
-            Check(list->GetOibRef(i, vmName.Out(), backupTime.Out(), &id));
+            Check(list->GetOibRef(i, vmName.Put(), backupTime.Put(), &id));
             references.push_back(
                 {std::u16string(vmName.View()), std::u16string(backupTime.View()), id});
         }
@@ -51,7 +51,7 @@ private:
     void Check(HRESULT result) const { client::Check(result, m_path); }
 
     std::string m_path;
-    client::CPointer<IMtfBSessionMetaFile> m_session;
+    client::CComPtr<IMtfBSessionMetaFile> m_session;
 };
 
 class CSessionListCommand : public CCommand {
@@ -61,7 +61,7 @@ public:
         DeclareJson(app);
         app.footer(
             "Prints identifier, backup time and machine of each reference, the highest group\n"
-            "first. Exit code 1: there is none.");
+            "number first. Exit code 1: there is no reference.");
     }
 
     EExitCode Run(COutput& output) override {
@@ -92,17 +92,17 @@ class CSessionDeleteCommand : public CCommand {
 public:
     void Declare(CLI::App& app) override {
         app.add_option("FILE", m_file, "Backup-session meta-file")->required();
-        app.add_option("ID", m_ids, "Identifiers of references, in braces or without")->required();
+        app.add_option("ID", m_ids, "Identifiers of references, with or without braces")->required();
         DeclareJson(app);
         app.footer(
-            "Deletes the group of each identifier, all in one save; of several groups with one\n"
-            "identifier the first in the file. Exit code 1: no reference has any of them, and\n"
-            "the file stays as it is.");
+            "Deletes the group of each identifier, all in one save. Of several groups with the\n"
+            "same identifier, it deletes the first in the file. Exit code 1: no reference has\n"
+            "one of the identifiers; the file does not change.");
     }
 
     EExitCode Run(COutput& output) override {
         const std::vector<GUID> ids = Identifiers();
-        static_cast<void>(CSession(m_file, EIdxMetaLoad));  // a missing file is not made
+        static_cast<void>(CSession(m_file, EIdxMetaLoad));  // fails for a missing file, which the next line would create
         CSession session(m_file, EIdxMetaOpenRW);
         std::size_t deleted = 0;
         std::vector<OibRef> references = session.References();
@@ -134,9 +134,9 @@ private:
         std::vector<GUID> ids;
         for (const std::string& text : m_ids) {
             const std::optional<GUID> id = ParseGuid(text);
-            // All zeros stand for a reference without an identifier.
+            // A reference without an identifier has the identifier 0.
             if (!id || *id == GUID_NULL) {
-                throw CToolError(text + ": This is no identifier.");
+                throw CCommandError(text + ": This is not an identifier.");
             }
             ids.push_back(*id);
         }
@@ -156,4 +156,4 @@ std::unique_ptr<CCommand> MakeSessionCommand() {
     });
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -1,27 +1,20 @@
 #include "cli/output/progress_line.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <cstdio>
 
-namespace zorel::tools {
+#include "cli/output/terminal.h"
+
+namespace zorel::cli {
 
 namespace {
 
 constexpr std::chrono::milliseconds kInterval{100};
 
-std::size_t TerminalColumns() {
-    winsize size{};
-    const bool known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
-    return known ? size.ws_col - 1U : 79U;
-}
-
 }  // namespace
 
 CProgressLine::CProgressLine()
     : m_next(std::chrono::steady_clock::now() + kInterval),
-      m_isTerminal(::isatty(STDERR_FILENO) == 1) {}
+      m_isTerminal(IsErrorTerminal()) {}
 
 bool CProgressLine::IsDue() const {
     return m_isTerminal && std::chrono::steady_clock::now() >= m_next;
@@ -33,7 +26,7 @@ void CProgressLine::Show(const std::string& text) {
     }
     m_next = std::chrono::steady_clock::now() + kInterval;
     m_isShown = true;
-    const std::string line = "\r" + text.substr(0, TerminalColumns()) + "\033[K";
+    const std::string line = "\r" + text.substr(0, ErrorTerminalColumns()) + "\033[K";
     static_cast<void>(std::fputs(line.c_str(), stderr));
 }
 
@@ -44,4 +37,4 @@ void CProgressLine::Clear() {
     }
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

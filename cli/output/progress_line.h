@@ -3,10 +3,10 @@
 #include <chrono>
 #include <string>
 
-namespace zorel::tools {
+namespace zorel::cli {
 
-// One line on the terminal behind standard error that is rewritten in place, at most ten
-// times a second, and wiped at the end. Without a terminal nothing is shown.
+// A line that is rewritten in place, at most ten times a second, and cleared at the end. It
+// is shown only when standard error is a terminal.
 class CProgressLine {
 public:
     CProgressLine();
@@ -14,7 +14,7 @@ public:
     CProgressLine(const CProgressLine&) = delete;
     CProgressLine& operator=(const CProgressLine&) = delete;
 
-    // Whether Show would write: lets callers spare the making of the text.
+    // Whether Show would write. Callers check it before they format a text.
     bool IsDue() const;
     void Show(const std::string& text);
     void Clear();
@@ -25,4 +25,4 @@ private:
     bool m_isShown = false;
 };
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

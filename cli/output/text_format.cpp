@@ -4,34 +4,48 @@
 
 #include "ZorelText.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 std::string Printable(std::u16string_view text) {
     std::string out;
-    std::size_t plain = 0;  // start of the part not yet copied
+    std::size_t copied = 0;  // units
     for (std::size_t i = 0; i <= text.size(); ++i) {
         if (i < text.size() && text[i] >= 0x20 && (text[i] < 0x7F || text[i] >= 0xA0)) {
             continue;
         }
-        out += ToUtf8(text.substr(plain, i - plain));
+        out += ToUtf8(text.substr(copied, i - copied));
         if (i < text.size()) {
             char escape[8];
             static_cast<void>(
                 std::snprintf(escape, sizeof(escape), "\\x%02X", static_cast<unsigned>(text[i])));
             out += escape;
         }
-        plain = i + 1;
+        copied = i + 1;
     }
     return out;
 }
 
-std::u16string Folded(std::u16string text) {
-    for (char16_t& unit : text) {
-        if (unit >= u'A' && unit <= u'Z') {
-            unit = static_cast<char16_t>(unit + (u'a' - u'A'));
+namespace {
+
+// Moves the letters `first` to `first` + 25 by `offset`.
+std::u16string MapLetters(std::u16string_view text, char16_t first, int offset) {
+    std::u16string out(text);
+    for (char16_t& unit : out) {
+        if (unit >= first && unit < first + 26) {
+            unit = static_cast<char16_t>(unit + offset);
         }
     }
-    return text;
+    return out;
+}
+
+}  // namespace
+
+std::u16string Folded(std::u16string_view text) {
+    return MapLetters(text, u'A', u'a' - u'A');
+}
+
+std::u16string UpperCased(std::u16string_view text) {
+    return MapLetters(text, u'a', u'A' - u'a');
 }
 
 std::string HumanSize(std::int64_t bytes) {
@@ -47,20 +61,6 @@ std::string HumanSize(std::int64_t bytes) {
     char text[32];
     static_cast<void>(std::snprintf(text, sizeof(text), "%.1f%c", value, kUnits[unit]));
     return text;
-}
-
-std::optional<std::string> FormatDate(DATE date, std::string_view separator) {
-    SYSTEMTIME time{};
-    if (VariantTimeToSystemTime(date, &time) == 0) {
-        return std::nullopt;
-    }
-    char day[32];
-    char hour[32];
-    static_cast<void>(
-        std::snprintf(day, sizeof(day), "%04u-%02u-%02u", time.wYear, time.wMonth, time.wDay));
-    static_cast<void>(std::snprintf(hour, sizeof(hour), "%02u:%02u:%02u", time.wHour, time.wMinute,
-                                    time.wSecond));
-    return day + std::string(separator) + hour;
 }
 
 std::size_t DisplayWidth(std::string_view text) {
@@ -90,8 +90,8 @@ std::string PadRight(const std::string& text, std::size_t width) {
     return text + Padding(text, width);
 }
 
-std::string Counted(std::uint64_t count, std::string_view noun) {
+std::string Counted(std::int64_t count, std::string_view noun) {
     return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -1,33 +1,29 @@
-// How sizes, times and names look to people.
+// Sizes, counts and names in listings.
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
-#include "ZorelAutomation.h"
+namespace zorel::cli {
 
-namespace zorel::tools {
-
-// For a terminal: control characters as \xHH, everything else as it is.
+// Replaces control characters by \xHH.
 std::string Printable(std::u16string_view text);
 
-// With A-Z in lower case, as names are compared that differ in nothing else.
-std::u16string Folded(std::u16string text);
+// Maps A-Z to a-z, as the library does to compare names.
+std::u16string Folded(std::u16string_view text);
+// Maps a-z to A-Z.
+std::u16string UpperCased(std::u16string_view text);
 
-// 1536 gives "1.5K"; below 1024 the number itself.
+// "1.5K" for 1536; a number below 1024 has no unit.
 std::string HumanSize(std::int64_t bytes);
 
-// "2024-03-01", `separator`, "12:34:56"; nothing for a date outside the calendar.
-std::optional<std::string> FormatDate(DATE date, std::string_view separator);
-
-// Columns taken on a terminal, counting one for each code point.
+// Columns on a terminal: one for each code point.
 std::size_t DisplayWidth(std::string_view text);
 std::string PadLeft(const std::string& text, std::size_t width);
 std::string PadRight(const std::string& text, std::size_t width);
 
 // "1 file", "2 files".
-std::string Counted(std::uint64_t count, std::string_view noun);
+std::string Counted(std::int64_t count, std::string_view noun);
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -1,17 +1,16 @@
 #include "cli/output/waiting_line.h"
 
-#include <unistd.h>
-
 #include <chrono>
 #include <utility>
 
 #include "cli/output/progress_line.h"
+#include "cli/output/terminal.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 CWaitingLine::CWaitingLine(std::string what) : m_what(std::move(what)) {
-    if (isatty(STDERR_FILENO) != 0) {
-        m_thread = std::thread([this] { Keep(); });
+    if (IsErrorTerminal()) {
+        m_thread = std::thread([this] { Run(); });
     }
 }
 
@@ -26,7 +25,7 @@ CWaitingLine::~CWaitingLine() {
     }
 }
 
-void CWaitingLine::Keep() {
+void CWaitingLine::Run() {
     using std::chrono::steady_clock;
     CProgressLine line;
     const auto start = steady_clock::now();
@@ -39,4 +38,4 @@ void CWaitingLine::Keep() {
     }
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -1,4 +1,3 @@
-// Shows on a terminal that a long call is still running.
 #pragma once
 
 #include <condition_variable>
@@ -6,11 +5,10 @@
 #include <string>
 #include <thread>
 
-namespace zorel::tools {
+namespace zorel::cli {
 
-// While it lives, a line such as "Searching, 3 s" stands on the terminal behind standard
-// error once the wait has lasted a moment; a thread of its own keeps it. Nothing is shown
-// without a terminal.
+// A progress line such as "Searching, 3 s" during a long call: shown from half a second after
+// construction until destruction, by a thread of its own.
 class CWaitingLine {
 public:
     explicit CWaitingLine(std::string what);
@@ -19,7 +17,7 @@ public:
     ~CWaitingLine();
 
 private:
-    void Keep();
+    void Run();
 
     std::string m_what;
     std::mutex m_lock;
@@ -28,4 +26,4 @@ private:
     std::thread m_thread;
 };
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

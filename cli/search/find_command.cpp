@@ -1,13 +1,13 @@
 #include <filesystem>
 
-#include "ZorelText.h"
+#include "ZorelClient.h"
 #include "cli/command_line/command.h"
-#include "cli/library/library.h"
+#include "cli/command_line/paths.h"
 #include "cli/output/waiting_line.h"
 #include "cli/search/search_filters.h"
 #include "cli/search/search_output.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 
@@ -17,28 +17,27 @@ public:
         app.add_option("CATALOGUE", m_catalogue, "Folder of a catalogue, or its summary.txt")
             ->required();
         m_filters.Declare(app);
-        app.add_flag("--count", m_isCount, "Print only how many files were found");
+        app.add_flag("--count", m_isCount, "Print only the number of files found");
         DeclareJson(app);
         app.footer(
-            "Searches the data files of all volumes of the catalogue. A pattern without stars\n"
-            "may stand anywhere in the name; nothing is bound to the name's end. Times are\n"
-            "UTC: 2024-03-01, 2024-03-01T12:30:00, or an age: 12h, 30d, 2w. Exit code 1:\n"
-            "nothing found.");
+            "Searches the data files of all volumes of the catalogue. A pattern without * matches\n"
+            "anywhere in the name; no pattern has to match up to the name's end. Times are UTC:\n"
+            "2024-03-01, 2024-03-01T12:30:00, or an age: 12h, 30d, 2w. Exit code 1: nothing\n"
+            "found.");
     }
 
     EExitCode Run(COutput& output) override {
         SearchSpec& criteria = m_filters.ForCatalogue();
-        const client::CLibrary library;
-        client::CPointer<IOibBDFSearchTask> task;
+        client::CComPtr<IOibBDFSearchTask> task;
         {
             const CWaitingLine waiting("Searching " + m_catalogue);
-            client::Check(library->FindInOibBDF(client::CText(ToUtf16(Folder())).Get(), task.Out()),
-                          m_catalogue);
+            const client::CString folder(AbsolutePath(Folder()));
+            client::Check(client::CreateLibrary()->FindInOibBDF(folder, task.Put()), m_catalogue);
             client::Check(task->Find(&criteria), m_catalogue);
         }
         CSearchOutput results(output, m_isJson, m_isCount);
         results.KeepVolume(m_filters.Volume());
-        results.Add(*task.operator->(), m_catalogue);
+        results.Add(*task, m_catalogue);
         return results.Finish();
     }
 
@@ -60,4 +59,4 @@ std::unique_ptr<CCommand> MakeFindCommand() {
     return std::make_unique<CFindCommand>();
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -1,8 +1,8 @@
-#include "ZorelText.h"
+#include "ZorelClient.h"
 #include "cli/command_line/command.h"
-#include "cli/library/library.h"
+#include "cli/output/json_object.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 
@@ -15,18 +15,17 @@ public:
             ->required();
         DeclareJson(app);
         app.footer(
-            "Only the name after the last backslash is matched. The pattern may match the\n"
-            "beginning of the name only; it is not bound to the name's start when it begins\n"
-            "with *. Exit code 0: it matches; 1: it does not.");
+            "Only the name after the last backslash is compared. The pattern has to match at the\n"
+            "start of the name unless it begins with *; it never has to match up to the name's\n"
+            "end. Exit code 0: it matches; 1: it does not match.");
     }
 
     EExitCode Run(COutput& output) override {
         const std::u16string line = ToUtf16(m_line);
         const std::u16string pattern = ToUtf16(m_pattern);
-        const client::CLibrary library;
         VARIANT_BOOL matches = VARIANT_FALSE;
-        client::Check(library->IsWildcardMatch(client::CText(line).Get(),
-                                               client::CText(pattern).Get(), &matches),
+        client::Check(client::CreateLibrary()->IsWildcardMatch(
+                          client::CString(line), client::CString(pattern), &matches),
                       m_line);
         const bool isMatch = matches != VARIANT_FALSE;
         if (m_isJson) {
@@ -50,4 +49,4 @@ std::unique_ptr<CCommand> MakeMatchCommand() {
     return std::make_unique<CMatchCommand>();
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -1,27 +1,22 @@
-// The filters that the search commands share, and what people may write for them.
 #pragma once
 
 #include <CLI/App.hpp>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "ZorelOibIdxLib.h"
-#include "cli/library/com_holders.h"
+#include "ZorelClient.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
-// Bytes: a number, alone or with K, M, G or T behind it (powers of 1024). Throws CToolError
-// naming `option`.
+// Bytes: a number, alone or followed by K, M, G or T (powers of 1024). Throws CCommandError
+// with `option`.
 std::int64_t ParseSize(const std::string& text, const std::string& option);
 
-// A moment in UTC: 2024-03-01, 2024-03-01T12:30 or 2024-03-01T12:30:15, or an age such as
-// 45s, 10min, 12h, 30d or 2w. Throws CToolError naming `option`.
-DATE ParseTime(const std::string& text, const std::string& option);
-
-// Ticks of a FILETIME for a moment of whole seconds.
-std::uint64_t TicksOf(DATE date);
+// A moment in UTC or an age (cli/output/calendar.h). Throws CCommandError with `option`.
+std::chrono::sys_seconds ParseTime(const std::string& text, const std::string& option);
 
 // The criteria of one search, as options and as the library's record.
 class CSearchFilters {
@@ -30,18 +25,19 @@ public:
 
     const std::optional<std::string>& Owner() const { return m_owner; }
     const std::optional<std::string>& Endings() const { return m_endings; }
-    // The volume that the folder is written with.
+    // The volume in the path of --under; none when the path has no volume.
     std::optional<char16_t> Volume() const;
 
     // The record for a search of a catalogue. It points into this object.
     SearchSpec& ForCatalogue();
-    // The record for a text data file whose lines name `volume`, with the same meaning:
-    // the folder ends with a backslash, and a pattern without stars may stand anywhere.
+    // The record for a text data file whose lines begin with `volume`. The library has other
+    // rules for text: the folder ends with a backslash, and a pattern without stars fits at
+    // the start of a name only. The record makes up for both.
     SearchSpec& ForText(std::u16string_view volume);
 
 private:
     void FillCommon();
-    // The folder with backslashes and a volume in front; empty when none is asked for.
+    // The folder with backslashes and a volume; empty without --under.
     std::u16string Root(std::u16string_view volume) const;
 
     std::optional<std::string> m_name;
@@ -55,10 +51,10 @@ private:
     bool m_useServerRule = false;
 
     SearchSpec m_record{};
-    client::CText m_rootText;
-    client::CText m_nameText;
-    client::CText m_ownerText;
-    client::CText m_endingsText;
+    client::CString m_rootText;
+    client::CString m_nameText;
+    client::CString m_ownerText;
+    client::CString m_endingsText;
 };
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

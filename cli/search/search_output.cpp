@@ -3,10 +3,11 @@
 #include <algorithm>
 
 #include "ZorelText.h"
-#include "cli/library/library.h"
+#include "cli/output/calendar.h"
+#include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
 namespace {
 constexpr std::size_t kSizeWidth = 13;
@@ -21,7 +22,7 @@ void CSearchOutput::KeepEndings(const std::optional<std::string>& endings) {
     m_endings.emplace();
     const std::u16string list = Folded(ToUtf16(*endings)) + u";";
     std::size_t start = 0;
-    std::size_t count = 0;  // of the ending's units, its blanks left out
+    std::size_t count = 0;  // units of the ending, without its blanks
     for (std::size_t i = 0; i < list.size(); ++i) {
         if (list[i] == u';' || list[i] == u',') {
             if (count > 0) {
@@ -36,7 +37,7 @@ void CSearchOutput::KeepEndings(const std::optional<std::string>& endings) {
 }
 
 bool CSearchOutput::IsKept(std::u16string_view path) const {
-    if (m_volume && Folded(std::u16string(path.substr(0, 1))) != Folded({*m_volume})) {
+    if (m_volume && Folded(path.substr(0, 1)) != Folded({&*m_volume, 1})) {
         return false;
     }
     const std::u16string_view name = path.substr(path.rfind(u'\\') + 1);
@@ -53,27 +54,24 @@ void CSearchOutput::Add(IOibTDFSearchTask& task, const std::string& subject) {
         return;
     }
     for (INT i = 0; i < count; ++i) {
-        SearchResult result{};
-        client::Check(task.GetResult(i, &result), subject);
-        client::CText path;
-        client::CText owner;
-        *path.Out() = result.FileFullName;
-        *owner.Out() = result.Owner;
-        if (IsKept(path.View())) {
+        client::CSearchResult result;
+        client::Check(task.GetResult(i, result.Put()), subject);
+        if (IsKept(client::ViewOf(result.FileFullName))) {
             ++m_found;
-            Print(path.View(), result, owner.View());
+            Print(result);
         }
     }
 }
 
-void CSearchOutput::Print(std::u16string_view path, const SearchResult& result,
-                          std::u16string_view owner) {
+void CSearchOutput::Print(const SearchResult& result) {
     if (m_isCount) {
         return;
     }
-    const auto date = FormatDate(result.ModifyTime, m_isJson ? "T" : " ");
+    const std::u16string_view path = client::ViewOf(result.FileFullName);
+    const std::u16string_view owner = client::ViewOf(result.Owner);
     if (!m_isJson) {
-        m_output.Write(PadRight(date.value_or("-"), kDateWidth) + "  " +
+        const std::string date = FormatDate(result.ModifyTime, " ").value_or("-");
+        m_output.Write(PadRight(date, kDateWidth) + "  " +
                        PadLeft(std::to_string(result.Size), kSizeWidth) + "  " +
                        PadRight(owner.empty() ? "-" : Printable(owner), kOwnerWidth) + "  " +
                        Printable(path) + "\n");
@@ -81,12 +79,8 @@ void CSearchOutput::Print(std::u16string_view path, const SearchResult& result,
     }
     CJsonObject object;
     object.Add("path", path).AddNumber("size", result.Size);
-    if (date) {
-        object.Add("modified", *date + "Z");
-    } else {
-        object.AddNull("modified");
-    }
-    m_output.Write(object.Add("owner", owner).Line());
+    object.AddDate("modified", result.ModifyTime).Add("owner", owner);
+    m_output.Write(object.Line());
 }
 
 EExitCode CSearchOutput::Finish() {
@@ -98,4 +92,4 @@ EExitCode CSearchOutput::Finish() {
     return m_found == 0 ? kExitNothingFound : kExitOk;
 }
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

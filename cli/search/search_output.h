@@ -1,4 +1,3 @@
-// How the results of a search are printed.
 #pragma once
 
 #include <cstdint>
@@ -6,33 +5,32 @@
 #include <string>
 #include <vector>
 
-#include "ZorelOibIdxLib.h"
+#include "ZorelClient.h"
 #include "cli/command_line/command.h"
 
-namespace zorel::tools {
+namespace zorel::cli {
 
-// Prints the results of one search task after the other: a line each, JSON objects, or
-// their number at the end.
+// Prints the results of search tasks: a line or a JSON object for each, or only their number
+// at the end.
 class CSearchOutput {
 public:
     CSearchOutput(COutput& output, bool isJson, bool isCount)
         : m_output(output), m_isJson(isJson), m_isCount(isCount) {}
 
-    // Keeps only names with one of these endings (';' and ',' separate them), by the rule
-    // of the catalogue search: the list in lower case, the name as it stands, and an ending
-    // that holds blanks loses as many units at its end.
+    // Keeps only names that end in one of the texts of the list, which ';' and ',' separate.
+    // The rule is that of the catalogue search: the list is mapped to lower case, the name is
+    // not, and each blank inside an ending removes one unit from its end.
     void KeepEndings(const std::optional<std::string>& endings);
-    // Keeps only files of this volume. The catalogue search takes a folder with any volume
-    // for one of all volumes.
+    // Keeps only files of this volume: the catalogue search ignores the volume of a folder.
     void KeepVolume(std::optional<char16_t> volume) { m_volume = volume; }
-    // `subject` names what was searched, for errors.
+    // Throws client::CError with `subject`.
     void Add(IOibTDFSearchTask& task, const std::string& subject);
     // kExitNothingFound when there was no result.
     EExitCode Finish();
 
 private:
     bool IsKept(std::u16string_view path) const;
-    void Print(std::u16string_view path, const SearchResult& result, std::u16string_view owner);
+    void Print(const SearchResult& result);
 
     COutput& m_output;
     bool m_isJson;
@@ -42,4 +40,4 @@ private:
     std::uint64_t m_found = 0;
 };
 
-}  // namespace zorel::tools
+}  // namespace zorel::cli

@@ -321,7 +321,7 @@ class Searches(SearchTest):
                      "vl.C.unkn.0.txt", "vl.C.0.txt"):
             done = run("find-text", self.base + "/" + names[0], name, "--owner=ann")
             self.assertEqual((done.returncode, done.stdout), (2, b""))
-            self.assertIn(name + ": --owner: The name does not tell an owner", done.stderr.decode())
+            self.assertIn(name + ": --owner: The file name contains no owner", done.stderr.decode())
 
     def test_all_volumes_are_searched(self):
         other = os.path.join(self.base, "other")
@@ -420,13 +420,13 @@ class Failures(SearchTest):
         generate = ["generate", self.summary, "-o", self.texts]
         for size in ("", "x", "-1", "1.5M", "10X", "10MM", "10 M", "K", "9223372036854775808",
                      "8388608T"):
-            self.check([*find, "--max-size=" + size], f"--max-size: '{size}' is no size")
+            self.check([*find, "--max-size=" + size], f"--max-size: '{size}' is not a size")
         for when in ("", "d", "-3d", "3y", "30 d", "2024-02-30", "2024-13-01", "2024-01-01T24:00",
                      "2024-01-01T1", "2024-01-01x", "12:30", "tomorrow", " 2024-01-01",
                      "2024--1-01", "+024-01-01", "2024-01-01T12:30:", "2024-01-01 12:30:15.5"):
-            self.check([*find, "--newer-than=" + when], f"--newer-than: '{when}' is no time")
-            self.check([*generate, "--time=" + when], f"--time: '{when}' is no time")
-        self.check([*text, "--owner=a"], self.summary + ": --owner: The name does not tell an owner")
+            self.check([*find, "--newer-than=" + when], f"--newer-than: '{when}' is not a time")
+            self.check([*generate, "--time=" + when], f"--time: '{when}' is not a time")
+        self.check([*text, "--owner=a"], self.summary + ": --owner: The file name contains no owner")
         self.check([*generate, "--records=0"], "--records")
         self.check([*generate, "--records=x"], "--records")
         self.check([*generate, "--subfolders=1"], "--subfolders", "--crc")

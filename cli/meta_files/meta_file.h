@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ZorelClient.h"
+
+namespace zorel::cli {
+
+// A meta-file opened through the library. Failures are client::CError with the path.
+class CMetaFile {
+public:
+    CMetaFile(std::string path, EIdxMetaOpenMode mode);
+
+    // The paths of all attributes, in the order of the library.
+    std::vector<std::u16string> Names() const;
+    // False when there is no such attribute.
+    bool Find(std::u16string_view name, client::CString& value) const;
+    bool HasTree(std::u16string_view path) const;
+    void Set(std::u16string_view name, std::u16string_view value);
+    void Delete(std::u16string_view name);
+    void DeleteTree(std::u16string_view path);
+    void Comment(std::u16string_view text);
+    void Save();
+
+private:
+    HRESULT Check(HRESULT result) const { return client::Check(result, m_path); }
+
+    std::string m_path;
+    client::CComPtr<IMtfMetaFile> m_file;
+};
+
+// Whether there is such a meta-file, or the copy that an unfinished save left.
+bool MetaFileExists(const std::string& path);
+
+}  // namespace zorel::cli

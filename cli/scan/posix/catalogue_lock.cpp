@@ -1,0 +1,23 @@
+#include "cli/scan/catalogue_lock.h"
+
+#include <sys/file.h>
+
+#include <cerrno>
+
+#include "cli/command_line/signals.h"
+#include "cli/scan/posix/directory.h"
+
+namespace zorel::cli {
+
+CCatalogueLock::CCatalogueLock(const std::string& folder)
+    : m_folder(std::make_unique<CDescriptor>(OpenFolder(folder))) {
+    while (::flock(m_folder->Get(), LOCK_EX) != 0) {
+        if (errno != EINTR || IsInterrupted()) {
+            ThrowSystemError(folder, errno);
+        }
+    }
+}
+
+CCatalogueLock::~CCatalogueLock() = default;
+
+}  // namespace zorel::cli

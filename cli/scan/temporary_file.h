@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+namespace zorel::cli {
+
+// An empty file with a name of its own in the target's folder, to be filled by its path and
+// then renamed to the target. Without Commit the destructor removes it and the target keeps
+// its content. Failures are std::system_error with the target's path.
+class CTemporaryFile {
+public:
+    explicit CTemporaryFile(std::string target);
+    ~CTemporaryFile();
+    CTemporaryFile(const CTemporaryFile&) = delete;
+    CTemporaryFile& operator=(const CTemporaryFile&) = delete;
+
+    const std::string& Path() const { return m_path; }
+    // Writes the content to the disk, then renames. The file must be closed.
+    void Commit();
+
+private:
+    std::string m_target;
+    std::string m_path;  // empty after Commit
+};
+
+}  // namespace zorel::cli

@@ -1,0 +1,51 @@
+#include "cli/scan/volume_list.h"
+
+#include "ZorelText.h"
+#include "cli/meta_files/meta_file.h"
+#include "cli/output/text_format.h"
+#include "cli/scan/catalogue_lock.h"
+
+namespace zorel::cli {
+
+namespace {
+
+std::string ListPath(const std::string& catalogue) {
+    return catalogue + "/" + kVolumeListName;
+}
+
+// Neither mode changes the file before it is saved, and both write it whole, so that a list
+// in 8-bit text becomes UTF-16.
+CMetaFile OpenList(const std::string& path) {
+    return {path, MetaFileExists(path) ? EIdxMetaLoad : EIdxMetaCreateNewDetached};
+}
+
+}  // namespace
+
+std::vector<std::string> ListedDataFiles(const std::string& catalogue) {
+    const std::string path = ListPath(catalogue);
+    const CMetaFile list = OpenList(path);
+    std::vector<std::string> files;
+    for (const std::u16string& name : list.Names()) {
+        client::CString file;
+        if (list.Find(name, file)) {
+            files.push_back(file.Utf8());
+        }
+    }
+    return files;
+}
+
+void ListVolume(const std::string& catalogue, char letter, const std::string& dataFile) {
+    const std::u16string volume = ToUtf16(std::string("Volume.") + letter);
+    const CCatalogueLock lock(catalogue);
+    CMetaFile list = OpenList(ListPath(catalogue));
+    for (const std::u16string& name : list.Names()) {
+        // The library takes volume.c for another volume than Volume.C.
+        if (Folded(name) == Folded(volume) && name.back() != volume.back()) {
+            list.Delete(name);
+        }
+    }
+    list.Set(volume, ToUtf16(dataFile));
+    list.Save();
+}
+
+}  // namespace zorel::cli
