@@ -92,7 +92,8 @@ std::vector<std::string> ReversedArguments(int argc, char** argv) {
 }
 
 EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
-    CLI::App app("Writes catalogues of files, browses and searches them, and edits meta-files.", "oibidx");
+    CLI::App app("Writes catalogues of files, browses and searches them, and edits meta-files.",
+                 "oibidx");
     const std::vector<DeclaredCommand> commands = DeclareCommands(app);
     try {
         app.parse(ReversedArguments(argc, argv));

@@ -4,7 +4,7 @@
 # checked once, by the native build.
 if(NOT CMAKE_CROSSCOMPILING)
   add_test(NAME layers/includes
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/layers/check_layers.sh ${PROJECT_SOURCE_DIR}/src)
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/layers/check_layers.sh ${PROJECT_SOURCE_DIR})
   add_test(NAME layers/self_check COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/layers/self_check.sh)
   add_test(NAME style/format COMMAND ${PROJECT_SOURCE_DIR}/scripts/lint format)
 endif()

@@ -76,9 +76,9 @@ private:
 class CVolume {
 public:
     explicit CVolume(const std::string& path) : m_path(path) {
-        client::Check(client::CreateLibrary()->BrowseOibDF(client::CString::FromUtf8(path),
-                                                           m_browser.Put()),
-                      m_path);
+        client::Check(
+            client::CreateLibrary()->BrowseOibDF(client::CString::FromUtf8(path), m_browser.Put()),
+            m_path);
     }
 
     std::vector<std::u16string> Folders(const std::u16string& path) const;
@@ -125,7 +125,7 @@ std::vector<std::u16string> CVolume::AllFolders(const std::u16string& path) cons
         std::reverse(names.begin(), names.end());
         for (const std::u16string& name : names) {
             pending.push_back({isStart ? name : place.relative + u'\\' + name,
-                            name.find_first_of(kSeparators) == std::u16string::npos});
+                               name.find_first_of(kSeparators) == std::u16string::npos});
         }
     }
     return found;
@@ -147,10 +147,10 @@ CFileList CVolume::Files(const std::u16string& path, bool isRecursive,
     const client::CString filter =
         endings ? client::CString::FromUtf8(*endings) : client::CString();
     client::CComPtr<IOibFilesArray> files;
-    client::Check(m_browser->GetFilesEx(client::CString(path),
-                                        isRecursive ? VARIANT_TRUE : VARIANT_FALSE, filter,
-                                        files.Put()),
-                  m_path);
+    client::Check(
+        m_browser->GetFilesEx(client::CString(path), isRecursive ? VARIANT_TRUE : VARIANT_FALSE,
+                              filter, files.Put()),
+        m_path);
     return {std::move(files), m_path};
 }
 

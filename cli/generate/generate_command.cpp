@@ -32,8 +32,8 @@ TextFiles TextFilesIn(const fs::path& folder) {
     std::error_code ignored;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored)) {
         const std::string name = entry.path().filename().string();
-        const auto state = name.starts_with("vl.") ? ReadFileState(entry.path().string())
-                                                   : std::nullopt;
+        const auto state =
+            name.starts_with("vl.") ? ReadFileState(entry.path().string()) : std::nullopt;
         if (state) {
             files[name] = *state;
         }

@@ -39,7 +39,7 @@ std::optional<GUID> ParseGuid(std::string_view text) {
     }
     GUID guid{};
     bool isValid = TakeHex(text, 8, false, guid.Data1) && TakeHex(text, 4, true, guid.Data2) &&
-                  TakeHex(text, 4, true, guid.Data3);
+                   TakeHex(text, 4, true, guid.Data3);
     for (std::size_t i = 0; i < 8 && isValid; ++i) {
         isValid = TakeHex(text, 2, i == 0 || i == 2, guid.Data4[i]);
     }

@@ -49,7 +49,8 @@ void CheckReadsBack(const std::string& what, std::u16string_view text) {
     CheckIsOneLine(what, text);
     if (!text.empty() &&
         (kBlanks.find(text.front()) != text.npos || kBlanks.find(text.back()) != text.npos)) {
-        throw CCommandError(what + ": A meta-file does not keep blanks at the start and the end of a text.");
+        throw CCommandError(
+            what + ": A meta-file does not keep blanks at the start and the end of a text.");
     }
 }
 

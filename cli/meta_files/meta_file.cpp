@@ -51,7 +51,8 @@ void CMetaFile::Save() {
 
 bool MetaFileExists(const std::string& path) {
     VARIANT_BOOL exists = VARIANT_FALSE;
-    client::Check(client::CreateLibrary()->IsMetaFileExists(CString::FromUtf8(path), &exists), path);
+    client::Check(client::CreateLibrary()->IsMetaFileExists(CString::FromUtf8(path), &exists),
+                  path);
     return exists != VARIANT_FALSE;
 }
 

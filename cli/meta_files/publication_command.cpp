@@ -222,8 +222,8 @@ private:
                      {"platform", "Platform", {}}};
         GUID id{};
         publication.Check(publication.Accessor().GetOibRef(command, group, index, f[0].text.Put(),
-                                                            f[1].text.Put(), &id, f[3].text.Put(),
-                                                            f[4].text.Put()));
+                                                           f[1].text.Put(), &id, f[3].text.Put(),
+                                                           f[4].text.Put()));
         f[2].text = client::CString(ToUtf16(GuidText(id)));
         Print(output, NewObject("oib", command).AddNumber("group", group), "    ", f);
     }

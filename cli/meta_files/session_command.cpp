@@ -92,7 +92,8 @@ class CSessionDeleteCommand : public CCommand {
 public:
     void Declare(CLI::App& app) override {
         app.add_option("FILE", m_file, "Backup-session meta-file")->required();
-        app.add_option("ID", m_ids, "Identifiers of references, with or without braces")->required();
+        app.add_option("ID", m_ids, "Identifiers of references, with or without braces")
+            ->required();
         DeclareJson(app);
         app.footer(
             "Deletes the group of each identifier, all in one save. Of several groups with the\n"
@@ -102,7 +103,8 @@ public:
 
     EExitCode Run(COutput& output) override {
         const std::vector<GUID> ids = Identifiers();
-        static_cast<void>(CSession(m_file, EIdxMetaLoad));  // fails for a missing file, which the next line would create
+        static_cast<void>(CSession(
+            m_file, EIdxMetaLoad));  // fails for a missing file, which the next line would create
         CSession session(m_file, EIdxMetaOpenRW);
         std::size_t deleted = 0;
         std::vector<OibRef> references = session.References();

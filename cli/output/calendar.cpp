@@ -26,8 +26,7 @@ bool TakeNumber(std::string_view& text, std::size_t maxDigits, int& number) {
 
 // Removes one of these characters from the start of `text`.
 bool TakeAnyOf(std::string_view& text, std::string_view characters) {
-    const bool isFound =
-        !text.empty() && characters.find(text.front()) != std::string_view::npos;
+    const bool isFound = !text.empty() && characters.find(text.front()) != std::string_view::npos;
     text.remove_prefix(isFound ? 1 : 0);
     return isFound;
 }

@@ -13,8 +13,7 @@ constexpr std::chrono::milliseconds kInterval{100};
 }  // namespace
 
 CProgressLine::CProgressLine()
-    : m_next(std::chrono::steady_clock::now() + kInterval),
-      m_isTerminal(IsErrorTerminal()) {}
+    : m_next(std::chrono::steady_clock::now() + kInterval), m_isTerminal(IsErrorTerminal()) {}
 
 bool CProgressLine::IsDue() const {
     return m_isTerminal && std::chrono::steady_clock::now() >= m_next;

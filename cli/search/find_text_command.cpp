@@ -58,8 +58,8 @@ private:
             TextFileName name = ParseTextFileName(file);
             if (!owner.empty() && !name.owner) {
                 throw CCommandError(file +
-                                 ": --owner: The file name contains no owner, such as "
-                                 "vl.VOLUME.DOMAIN.NAME.NUMBER.txt.");
+                                    ": --owner: The file name contains no owner, such as "
+                                    "vl.VOLUME.DOMAIN.NAME.NUMBER.txt.");
             }
             if (owner.empty() || IsOwnedBy(*name.owner, ToUtf16(owner))) {
                 texts.push_back({file, std::move(name.volume)});

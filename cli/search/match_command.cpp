@@ -24,8 +24,8 @@ public:
         const std::u16string line = ToUtf16(m_line);
         const std::u16string pattern = ToUtf16(m_pattern);
         VARIANT_BOOL matches = VARIANT_FALSE;
-        client::Check(client::CreateLibrary()->IsWildcardMatch(
-                          client::CString(line), client::CString(pattern), &matches),
+        client::Check(client::CreateLibrary()->IsWildcardMatch(client::CString(line),
+                                                               client::CString(pattern), &matches),
                       m_line);
         const bool isMatch = matches != VARIANT_FALSE;
         if (m_isJson) {

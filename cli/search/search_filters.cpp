@@ -30,7 +30,8 @@ std::int64_t ParseSize(const std::string& text, const std::string& option) {
         shift = 10 * (static_cast<int>(power) + 1);
     }
     if (!isValid || number > std::numeric_limits<std::int64_t>::max() >> shift) {
-        throw CCommandError(option + ": '" + text + "' is not a size; examples: 4096, 10K, 10M, 2G, 1T");
+        throw CCommandError(option + ": '" + text +
+                            "' is not a size; examples: 4096, 10K, 10M, 2G, 1T");
     }
     return number << shift;
 }
@@ -42,8 +43,9 @@ std::chrono::sys_seconds ParseTime(const std::string& text, const std::string& o
     if (const auto moment = ParseAge(text)) {
         return *moment;
     }
-    throw CCommandError(option + ": '" + text +
-                     "' is not a time; examples: 2024-03-01, 2024-03-01T12:30:00, or an age such as 30d");
+    throw CCommandError(
+        option + ": '" + text +
+        "' is not a time; examples: 2024-03-01, 2024-03-01T12:30:00, or an age such as 30d");
 }
 
 void CSearchFilters::Declare(CLI::App& app) {
@@ -55,7 +57,8 @@ void CSearchFilters::Declare(CLI::App& app) {
         ->type_name("TIME");
     app.add_option("--older-than", m_olderThan, "Modified at this time (UTC) or earlier")
         ->type_name("TIME");
-    app.add_option("--min-size", m_minSize, "At least this many bytes, for example 10M")->type_name("SIZE");
+    app.add_option("--min-size", m_minSize, "At least this many bytes, for example 10M")
+        ->type_name("SIZE");
     app.add_option("--max-size", m_maxSize, "At most this many bytes")->type_name("SIZE");
     app.add_option("--ext", m_endings, "Endings of names, in lower case: '.txt;.log'")
         ->type_name("LIST");
@@ -90,8 +93,10 @@ void CSearchFilters::FillCommon() {
     const double unbounded = std::numeric_limits<double>::infinity();
     m_record = {};
     m_record.UseTimeLimits = m_newerThan || m_olderThan ? VARIANT_TRUE : VARIANT_FALSE;
-    m_record.ModifyTimeFrom = m_newerThan ? ToDate(ParseTime(*m_newerThan, "--newer-than")) : -unbounded;
-    m_record.ModifyTimeTill = m_olderThan ? ToDate(ParseTime(*m_olderThan, "--older-than")) : unbounded;
+    m_record.ModifyTimeFrom =
+        m_newerThan ? ToDate(ParseTime(*m_newerThan, "--newer-than")) : -unbounded;
+    m_record.ModifyTimeTill =
+        m_olderThan ? ToDate(ParseTime(*m_olderThan, "--older-than")) : unbounded;
     m_record.UseSizeLimits = m_minSize || m_maxSize ? VARIANT_TRUE : VARIANT_FALSE;
     m_record.SizeFrom =
         m_minSize ? ParseSize(*m_minSize, "--min-size") : std::numeric_limits<std::int64_t>::min();

@@ -1,22 +1,28 @@
 #!/usr/bin/env bash
-# Reads every source of the library and prints each violation of the layer order: an include
-# of a later layer, a system header or a system conditional outside the folders posix/ and
-# win32/, and a second `catch (...)`. Fails when it prints anything or finds no source.
+# Reads every source in src/ and cli/ and prints each violation of these rules:
+# - A layer of src/ includes itself and earlier layers only.
+# - cli/ includes the public headers, the records and streams of index data, and its own files.
+# - System headers and conditionals on a system are in folders posix/ and win32/ only; other
+#   sources do not include files of these folders.
+# - There is one `catch (...)`.
+# Fails when it prints anything, or when a folder has no source.
 #
-# Usage: check_layers.sh SRC-FOLDER
+# Usage: check_layers.sh FOLDER-OF-SRC-AND-CLI
 set -euo pipefail
 
-src=${1:?the folder with the layers}
+cd "${1:?the folder that contains src and cli}"
 files=()
-if [[ -d $src ]]; then
-    mapfile -t files < <(cd "$src" && find . -type f \( -name '*.h' -o -name '*.cpp' \) -printf '%P\n' | sort)
-fi
-if ((${#files[@]} == 0)); then
-    echo "no sources in '$src'"
-    exit 1
-fi
+for folder in src cli; do
+    before=${#files[@]}
+    if [[ -d $folder ]]; then
+        mapfile -t -O "$before" files < <(find "$folder" -type f \( -name '*.h' -o -name '*.cpp' \) | sort)
+    fi
+    if ((${#files[@]} == before)); then
+        echo "no sources in '$folder'"
+        exit 1
+    fi
+done
 
-cd "$src"
 awk '
 BEGIN {
     count = split("text platform automation frame idxdata mtf tdf frame/server", names, " ")
@@ -37,14 +43,27 @@ function layer_of(path) {
     return path
 }
 
+function check_client_include(target) {
+    if (target !~ /^(cli\/.*|idxdata\/(streams|tables)\/.*|frame\/errors\.h)$/) {
+        report("include of the client", target)
+    } else if (target ~ /\/(posix|win32)\// && !for_system) {
+        report("include of one system", target)
+    }
+}
+
 # `target` is the include as written; `quoted` is true for quotation marks.
 function check_include(target, quoted,    layer) {
     if (!quoted) {
-        if (!for_system && target ~ /[.\/]/ && target !~ /^[a-z]+intrin\.h$/) report("system header", target)
+        if (for_system || target !~ /[.\/]/) return
+        if (target !~ (here == "cli" ? "^(CLI|nlohmann)/" : "^[a-z]+intrin\\.h$")) report("system header", target)
         return
     }
     if (target !~ /\//) {
         if (target !~ /^Zorel[A-Za-z]*\.h$/) report("include without a layer", target)
+        return
+    }
+    if (here == "cli") {
+        check_client_include(target)
         return
     }
     layer = layer_of(target)
@@ -58,9 +77,10 @@ function check_include(target, quoted,    layer) {
 }
 
 FNR == 1 {
-    here = layer_of(FILENAME)
-    for_system = FILENAME ~ /^(platform|automation)\/(posix|win32)\//
-    if (!(here in rank)) report("source outside the layers", FILENAME)
+    path = FILENAME
+    here = sub(/^src\//, "", path) ? layer_of(path) : "cli"
+    for_system = path ~ /^(platform|automation|cli|cli\/.*)\/(posix|win32)\//
+    if (here != "cli" && !(here in rank)) report("source outside the layers", FILENAME)
     pending = ""
 }
 {

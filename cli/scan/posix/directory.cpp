@@ -38,8 +38,8 @@ CDescriptor OpenFolder(const std::string& path) {
 }
 
 CDescriptor OpenSubfolder(int parent, const char* name) {
-    return CDescriptor(::openat(parent, name,
-                                O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+    return CDescriptor(
+        ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
 }
 
 FolderId IdOf(const CDescriptor& folder, const std::string& name) {

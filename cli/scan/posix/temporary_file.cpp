@@ -25,8 +25,8 @@ std::string FolderOf(const std::string& path) {
 void Sync(const std::string& path, int flags, const std::string& target) {
     CDescriptor descriptor(::open(path.c_str(), flags | O_CLOEXEC));
     // Some file systems cannot sync a folder and report EINVAL.
-    const bool isSynced =
-        descriptor && (::fsync(descriptor.Get()) == 0 || ((flags & O_DIRECTORY) != 0 && errno == EINVAL));
+    const bool isSynced = descriptor && (::fsync(descriptor.Get()) == 0 ||
+                                         ((flags & O_DIRECTORY) != 0 && errno == EINVAL));
     if (!isSynced || descriptor.Close() != 0) {
         ThrowSystemError(target, errno);
     }

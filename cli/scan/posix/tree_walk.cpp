@@ -164,8 +164,7 @@ void CTreeWalk::Record(Level& level, const std::string& name) {
     }
 }
 
-void CTreeWalk::RecordFile(const Level& level, const std::string& name,
-                           const struct stat& status) {
+void CTreeWalk::RecordFile(const Level& level, const std::string& name, const struct stat& status) {
     m_file.FileName = ToUtf16(name);
     m_file.DirIndex = level.folder;
     m_file.OwnerIndex = m_owners.IndexOf(status.st_uid);
