@@ -1,43 +1,33 @@
 #!/usr/bin/env python3
-"""Runs the client's commands on meta-files, which are written and read here by themselves.
+"""Runs the commands of the client on meta-files, which the test writes and reads itself.
 
 Usage: meta_test.py OIBIDX [unittest arguments]
 """
 import json
 import os
-import subprocess
-import sys
-import tempfile
 import unittest
 
-OIBIDX = os.path.abspath(sys.argv.pop(1))
+from tool_support import ClientTest, run
+
 WEB, DB = "9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d", "0e8d7c6b-5a49-4382-9170-6f5e4d3c2b1a"
 NO_ID = "{00000000-0000-0000-0000-000000000000}"
 
 
-class MetaTest(unittest.TestCase):
-    maxDiff = None
-
+class MetaTest(ClientTest):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.file = os.path.join(folder.name, "x.mtf")
+        super().setUp()
+        self.file = os.path.join(self.base, "x.mtf")
 
-    def write(self, *lines):
-        with open(self.file, "wb") as file:
-            file.write(b"\xff\xfe" + "\r\n".join(lines).encode("utf-16-le", "surrogatepass"))
+    def write_lines(self, *lines):
+        self.write("x.mtf", "\r\n".join(lines))
 
     def lines(self):
         with open(self.file, "rb") as file:
-            data = file.read()
-        self.assertEqual(data[:2], b"\xff\xfe")
-        return data[2:].decode("utf-16-le", "surrogatepass").split("\r\n")
+            return file.read().decode("utf-16-le")[1:].split("\r\n")
 
     def run_on_file(self, command, *arguments, code=0):
-        """Standard output and standard error of a run that has to end with `code`."""
-        group, member = command.split()
-        done = subprocess.run([OIBIDX, group, member, self.file, *arguments], timeout=60,
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        """Standard output and standard error of a run whose exit code has to be `code`."""
+        done = run(*command.split(), self.file, *arguments)
         self.assertEqual(done.returncode, code, done.stderr)
         return done.stdout.decode(), done.stderr.decode()
 
@@ -46,16 +36,15 @@ class MetaTest(unittest.TestCase):
         return [json.loads(line) for line in out.splitlines()]
 
     def test_reading(self):
-        self.write("#c", "Job.Name=Da\x1bily", "job.Server.Host = srv=1", "v=\U0001F600", "note")
+        self.write_lines("#c", "Job.Name=Da\x1bily", "job.Server.Host = srv=1", "v=\U0001F600", "note")
         everything = [("v", "\U0001F600"), ("Job.Name", "Da\x1bily"), ("Job.Server.Host", "srv=1")]
         for subtree, wanted in [([], everything), (["JOB"], everything[1:]), (["v"], []),
                                 (["job..server."], everything[2:]), (["Jo"], [])]:
-            with self.subTest(subtree=subtree):
-                code = 0 if wanted else 1
-                listed = self.objects("meta list", *subtree, code=code)
-                self.assertEqual(listed, [{"name": n, "value": v} for n, v in wanted])
-                text = "".join(f"{n}={v}\n" for n, v in wanted).replace("\x1b", "\\x1B")
-                self.assertEqual(self.run_on_file("meta list", *subtree, code=code), (text, ""))
+            code = 0 if wanted else 1
+            listed = self.objects("meta list", *subtree, code=code)
+            self.assertEqual(listed, [{"name": n, "value": v} for n, v in wanted], subtree)
+            text = "".join(f"{n}={v}\n" for n, v in wanted).replace("\x1b", "\\x1B")
+            self.assertEqual(self.run_on_file("meta list", *subtree, code=code), (text, ""))
         self.assertEqual(self.run_on_file("meta get", "JOB.Name"), ("Da\x1bily\n", ""))
         self.assertEqual(self.objects("meta get", "v"), [{"name": "v", "value": "\U0001F600"}])
         self.assertEqual(self.run_on_file("meta get", "job.name", code=1),
@@ -75,27 +64,24 @@ class MetaTest(unittest.TestCase):
                 ("set", ["e.f.g="], 0, {"set": 1},
                  ["a.b=p=q", "#one", "#", "#two", "#three", "e.f.g="]),
                 ("del", ["--tree", "E.f", "a"], 0, {"deleted": 2}, ["#one", "#", "#two", "#three"])]:
-            with self.subTest(command=command, arguments=arguments):
-                self.assertEqual(self.objects("meta " + command, *arguments, code=code),
-                                 [{"file": self.file, **answer}])
-                self.assertEqual(self.lines(), lines)
+            self.assertEqual(self.objects("meta " + command, *arguments, code=code),
+                             [{"file": self.file, **answer}])
+            self.assertEqual(self.lines(), lines, arguments)
 
-    def test_what_would_be_lost_is_refused(self):
-        self.write("a=1")
-        split = b"\xe0\xb4\x85\xe0\xa8\x80\xc4\x80"  # holds the bytes of a line break
+    def test_text_that_would_be_lost_is_an_error(self):
+        self.write_lines("a=1")
+        split = b"\xe0\xb4\x85\xe0\xa8\x80\xc4\x80"  # its bytes contain a line break
         for arguments in (["#x=1"], ["x= 1"], ["x=1\t"], [" x=1"], ["x=1\r\n2"], ["=1"], ["..=1"],
                           ["x"], ["x", "y", "z=1"], [b"x=" + split]):
-            with self.subTest(arguments=arguments):
-                self.assertTrue(self.run_on_file("meta set", "b=2", *arguments, code=2)[1])
-        self.run_on_file("meta comment", split, code=2)
-        self.run_on_file("meta del", "", code=2)
-        self.run_on_file("meta del", "--tree", ".", code=2)
+            self.assertTrue(self.run_on_file("meta set", "b=2", *arguments, code=2)[1], arguments)
+        for arguments in (["comment", split], ["del", ""], ["del", "--tree", "."]):
+            self.run_on_file("meta " + arguments[0], *arguments[1:], code=2)
         self.assertEqual(self.lines(), ["a=1"])
 
     def test_sessions(self):
         groups = [["oib1.VmName=web\x7f", "oib1.BackupTimeUtc=monday", f"oib1.OibUID={{{WEB}}}"],
                   ["oib2.VmName=db02", f"oib2.OibUID={DB}"]]
-        self.write(*groups[0], *groups[1])
+        self.write_lines(*groups[0], *groups[1])
         self.assertEqual(self.objects("session list"), [
             {"vmName": "db02", "backupTimeUtc": "", "uniqueId": f"{{{DB}}}"},
             {"vmName": "web\x7f", "backupTimeUtc": "monday", "uniqueId": f"{{{WEB}}}"}])
@@ -103,23 +89,22 @@ class MetaTest(unittest.TestCase):
                          f"{{{DB}}}          db02\n{{{WEB}}}  monday  web\\x7F\n")
         for ids, code in (([WEB[:-1]], 2), ([WEB + "0"], 2), (["x" + WEB[1:]], 2), ([NO_ID], 2),
                           (["-" + WEB[1:]], 2), ([WEB.replace("9", "8")], 1)):
-            with self.subTest(ids=ids):
-                self.run_on_file("session delete", "--", *ids, code=code)
-                self.assertEqual(self.lines(), groups[0] + groups[1])
+            self.run_on_file("session delete", "--", *ids, code=code)
+            self.assertEqual(self.lines(), groups[0] + groups[1], ids)
         self.assertEqual(
             self.objects("session delete", f"{{{WEB.upper()}}}", WEB.replace("9", "8")),
             [{"file": self.file, "deleted": 1}])
         self.assertEqual(self.lines(), groups[1])
         self.run_on_file("session delete", DB)
         self.assertEqual(self.run_on_file("session list", code=1), ("", ""))
-        self.write("oibX.VmName=a")
+        self.write_lines("oibX.VmName=a")
         self.assertIn("String: [X].", self.run_on_file("session list", code=2)[1])
         os.remove(self.file)
         self.run_on_file("session delete", DB, code=2)
         self.assertFalse(os.path.exists(self.file))
 
     def test_publications(self):
-        self.write("Publication.LocalTime=noon", "cmd.7.Type=AddBSession", "cmd.7.JobName=Daily",
+        self.write_lines("Publication.LocalTime=noon", "cmd.7.Type=AddBSession", "cmd.7.JobName=Daily",
                    "cmd.7.grp.5.BackupFile.2.Path=/a", "cmd.7.grp.9.OIB.1.VmName=web",
                    f"cmd.7.grp.9.OIB.1.OibUID={WEB}", "cmd.-3.Type=Other", "cmd.07.BackupServer=s")
         command = {"type": "command", "jobName": "", "backupServer": "", "sessionDateUtc": ""}
@@ -138,11 +123,11 @@ class MetaTest(unittest.TestCase):
             "  Server    s\n  Group 0, backup file\n    Path        /a\n"
             f"  Group 1, restore point\n    Machine     web\n    Identifier  {{{WEB}}}\n"
             "Command -3\n  Type      Other\n")
-        self.write("note")
+        self.write_lines("note")
         self.assertEqual(self.run_on_file("publication show", code=1), ("", ""))
-        self.write("cmd.1.JobName=a", "cmdX.2.JobName=b")
+        self.write_lines("cmd.1.JobName=a", "cmdX.2.JobName=b")
         self.assertIn("several trees", self.run_on_file("publication show", code=2)[1])
-        self.write("cmdline=x")
+        self.write_lines("cmdline=x")
         self.assertIn("path 'cmdline', value 'x'", self.run_on_file("publication show", code=2)[1])
 
 

@@ -1,5 +1,5 @@
-"""What the tests of the command-line client share: running it, trees to scan, and what the
-file system says about them. Takes the client's path from the first argument of the test.
+"""Shared by the tests of the command-line client: runs, trees to scan, and a model of what a
+scan of them records. The first argument of the test is the path of the client.
 """
 import datetime
 import json
@@ -15,7 +15,7 @@ import unittest
 
 OIBIDX = os.path.abspath(sys.argv.pop(1))
 EPOCH = datetime.datetime(1970, 1, 1)
-NASTY_NAMES = ["ü ß", "日本", "two  blanks ", "line\nbreak", "quo'te\"", "-dash", "x" * 255,
+AWKWARD_NAMES = ["ü ß", "日本", "two  blanks ", "line\nbreak", "quo'te\"", "-dash", "x" * 255,
                os.fsdecode(b"bad\xff\xfebytes"), "\U0001F600", "tab\t", "dot."]
 
 
@@ -25,7 +25,7 @@ def run(*arguments, **options):
 
 
 def answer(*arguments, code=0):
-    """The standard output of a run that has to end with `code`."""
+    """The standard output of a run whose exit code has to be `code`."""
     done = run(*arguments)
     if done.returncode != code:
         raise AssertionError(f"{arguments}: exit {done.returncode}, {done.stderr.decode()}")
@@ -44,40 +44,8 @@ def limited(*limits):
     return apply
 
 
-def read_catalogue(path):
-    """The tables of a data file by identifier, parsed apart from the client."""
-    with open(path, "rb") as file:
-        data = file.read()
-    tables, start = {}, 0
-    while True:
-        prefix, major, minor, following, form, table, fields = struct.unpack_from(
-            "<4sHHqIII", data, start)
-        assert (prefix, major, minor, form) == (b"VIFD", 1, 1, 0), (prefix, major, minor, form)
-        types = struct.unpack_from(f"<{fields}H", data, start + 28)
-        at = start + 28 + 2 * fields
-        count, at = struct.unpack_from("<q", data, at)[0], at + 8
-        records = []
-        for _ in range(count):
-            record = []
-            for kind in types:
-                if kind == 2:
-                    end = at + 4 + 2 * struct.unpack_from("<I", data, at)[0]
-                    record.append(data[at + 4:end].decode("utf-16-le", "surrogatepass"))
-                    at = end
-                else:
-                    form = {1: "<q", 3: "<I"}[kind]
-                    record.append(struct.unpack_from(form, data, at)[0])
-                    at += struct.calcsize(form)
-            records.append(record)
-        assert at == (following or len(data)), "a table does not end where the next begins"
-        tables[table] = (types, records)
-        if not following:
-            return tables
-        start = following
-
-
 def utf16_key(name):
-    """What listings are ordered by: code units with A-Z folded."""
+    """The order of listings: code units with A-Z folded."""
     folded = "".join(c.lower() if "A" <= c <= "Z" else c for c in name)
     data = folded.encode("utf-16-le", "surrogatepass")
     return struct.unpack(f"<{len(data) // 2}H", data)
@@ -113,11 +81,11 @@ def make_tree(root, seed):
     chance = random.Random(seed)
     folders = [root]
     for i in range(60):
-        name = chance.choice(NASTY_NAMES)[:200] + str(i) if i % 3 else f"Folder{i}"
+        name = chance.choice(AWKWARD_NAMES)[:200] + str(i)
         folders.append(os.path.join(chance.choice(folders), name))
         os.mkdir(folders[-1])
     for i in range(300):
-        name = chance.choice(NASTY_NAMES)[:80] + f"{i}" + chance.choice(["", ".txt", ".TXT", "log"])
+        name = chance.choice(AWKWARD_NAMES)[:80] + f"{i}" + chance.choice(["", ".txt", ".TXT", "log"])
         path = os.path.join(chance.choice(folders), name)
         with open(path, "wb") as file:
             file.truncate(chance.choice([0, 1, 77, 4096, 5 * 2**30]))
@@ -150,6 +118,23 @@ class ClientTest(unittest.TestCase):
             file.write(content)
         if modified is not None:
             os.utime(path, ns=(0, modified))
+
+    def write(self, name, content):
+        """Writes bytes, or text as UTF-16 with a byte-order mark; returns the path."""
+        path = os.path.join(self.base, name)
+        with open(path, "wb") as file:
+            file.write(content if isinstance(content, bytes)
+                       else ("\ufeff" + content).encode("utf-16-le"))
+        return path
+
+    def check_failure(self, arguments, *texts):
+        """The run fails without output, and its message contains the texts."""
+        done = run(*arguments)
+        message = done.stderr.decode()
+        self.assertEqual((done.returncode, done.stdout), (2, b""), (arguments, message))
+        self.assertTrue(message.startswith("oibidx: "), message)
+        for text in texts:
+            self.assertIn(text, message)
 
     def scan(self, *arguments):
         return objects("scan", self.tree, "-o", self.catalogue, "--json", *arguments)[0]
