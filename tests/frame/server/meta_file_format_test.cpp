@@ -1,10 +1,11 @@
 // The documented example of a meta-file, byte for byte.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <sstream>
 
 #include "support/meta_files.h"
-#include "support/port_files.h"
 
 namespace {
 
@@ -32,14 +33,13 @@ TEST_F(MetaFileFormat, GoldenFileIsTheDocumentedExample) {
         std::filesystem::path(ZOREL_SOURCE_DIR "/tests/data/meta_file.mtf").u16string());
     EXPECT_EQ(DumpIn(ZOREL_SOURCE_DIR "/doc/meta-file.md"), golden);
     ASSERT_TRUE(support::WriteWhole(Path(), golden));
-    const auto file = OpenMetaFile(EIdxMetaLoad);
+    const auto file = OpenMetaFile(EBinding::Early, EIdxMetaLoad);
     const std::pair<const char16_t*, const char16_t*> attrs[] = {
         {u"Version", u"1"}, {u"Job.Name", u"Daily"}, {u"Job.Server.Host", u"srv01"}};
     std::u16string names;
     for (const auto& [name, value] : attrs) {
         names += (names.empty() ? u"" : u" ") + std::u16string(name);
-        EXPECT_EQ(support::TextFrom<&IMtfMetaFile::FindAttr>(EBinding::Early, file.Get(),
-                                                             support::Bstr(name).Get()),
+        EXPECT_EQ(support::TextFrom<&IMtfMetaFile::FindAttr>(EBinding::Early, file.Get(), name),
                   value);
     }
     EXPECT_EQ(support::NamesFrom<&IMtfMetaFile::EnumAllAttrs>(EBinding::Early, file.Get()), names);
