@@ -7,7 +7,6 @@ import os
 import pwd
 import random
 import resource
-import struct
 import subprocess
 import sys
 import tempfile
@@ -27,8 +26,7 @@ def run(*arguments, **options):
 def answer(*arguments, code=0):
     """The standard output of a run whose exit code has to be `code`."""
     done = run(*arguments)
-    if done.returncode != code:
-        raise AssertionError(f"{arguments}: exit {done.returncode}, {done.stderr.decode()}")
+    assert done.returncode == code, (arguments, done.returncode, done.stderr)
     return done.stdout
 
 
@@ -36,19 +34,9 @@ def objects(*arguments, code=0):
     return [json.loads(line) for line in answer(*arguments, code=code).splitlines()]
 
 
-def limited(*limits):
-    """For preexec_fn: resource limits; a size limit gives an error, not a signal."""
-    def apply():
-        for kind, value in limits:
-            resource.setrlimit(kind, (value, value))
-    return apply
-
-
-def utf16_key(name):
-    """The order of listings: code units with A-Z folded."""
-    folded = "".join(c.lower() if "A" <= c <= "Z" else c for c in name)
-    data = folded.encode("utf-16-le", "surrogatepass")
-    return struct.unpack(f"<{len(data) // 2}H", data)
+def limited(resource_kind, value):
+    """For preexec_fn: a resource limit. A size limit gives an error, not a signal."""
+    return lambda: resource.setrlimit(resource_kind, (value, value))
 
 
 def owner_of(status):
@@ -102,10 +90,8 @@ class ClientTest(unittest.TestCase):
     maxDiff = None
 
     def setUp(self):
-        holder = tempfile.TemporaryDirectory()
-        self.addCleanup(subprocess.run, ["rm", "-rf", holder.name])
-        holder._finalizer.detach()
-        self.base = holder.name
+        self.base = tempfile.mkdtemp()
+        self.addCleanup(subprocess.run, ["rm", "-rf", self.base])
         self.tree = os.path.join(self.base, "tree")
         self.catalogue = os.path.join(self.base, "catalogue")
         self.data_file = os.path.join(self.catalogue, "C.dat")
@@ -142,7 +128,7 @@ class ClientTest(unittest.TestCase):
     def content(self):
         """Every file of the catalogue with its bytes."""
         found = {}
-        for name in os.listdir(self.catalogue) if os.path.isdir(self.catalogue) else []:
-            with open(os.path.join(self.catalogue, name), "rb") as file:
-                found[name] = file.read()
+        for entry in os.scandir(self.catalogue) if os.path.isdir(self.catalogue) else []:
+            with open(entry.path, "rb") as file:
+                found[entry.name] = file.read()
         return found
