@@ -1,4 +1,4 @@
-// Meta-files on the disk: what is read, what is written, what is refused and in which words.
+// Meta-files on the disk: reading, writing, and the messages of failures.
 #include "mtf/store/meta_file.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +8,6 @@
 #include <fstream>
 
 #include "frame/conversions.h"
-#include "mtf/store/path_elements.h"
 #include "mtf/tree/opened_meta_file.h"
 #include "support/meta_file_model.h"
 #include "support/port_files.h"
@@ -58,7 +57,7 @@ protected:
     std::u16string m_old = m_path + u".old";
 };
 
-// What 8-bit text says: each system has its own.
+// The expected text of 8-bit bytes, which depends on the system.
 std::u16string Narrow(std::string_view bytes, std::u16string_view onLinux) {
     return support::kOnLinux ? std::u16string(onLinux) : frame::AnsiToWide(bytes);
 }
@@ -140,9 +139,8 @@ TEST_F(MetaFileTest, RefusesBadContentAndPaths) {
         std::u16string message;
     } kRows[] = {
         {"odd byte count", "\xFF\xFE\0a\0", 5, kLoad, u"EMtfLoad" + odd},
-        {"one byte", "\xFF\xFE\0", 3, kOpenRW, u"EMtfOpenRW" + odd},
         {"line end at an odd offset", "\xFF\xFEz\r\0\n\0a", 8, kLoad, u"EMtfLoad" + odd},
-        {"line end at an odd offset behind whole lines", "\xFF\xFEz\0\r\0\n\0y\r\0\n\0a", 14, kLoad,
+        {"line end at an odd offset after whole lines", "\xFF\xFEz\0\r\0\n\0y\r\0\n\0a", 14, kLoad,
          u"EMtfLoad" + odd},
         {"no file", nullptr, 0, kLoad, u"EMtfLoad\r\nFile \"%1\" does not exist."},
         {"unknown mode", nullptr, 0, static_cast<EMtfOpenMode>(3),
@@ -162,7 +160,7 @@ TEST_F(MetaFileTest, RefusesBadContentAndPaths) {
     ASSERT_TRUE(WriteWhole(m_old, MetaFileBytes(u"a=1")));
     EXPECT_EQ(MessageOf([&] { Open(kOpenRW); }),
               Named(open + u"EMtfOpenRW" + copy) + SystemFailure(5));
-    EXPECT_TRUE(std::filesystem::exists(m_folder.Native(u"m.old"))) << "the copy is lost";
+    EXPECT_TRUE(std::filesystem::exists(m_folder.Native(u"m.old"))) << "the copy was deleted";
     m_path = m_folder.Path(u"missing/m");
     EXPECT_EQ(MessageOf([&] { Open(kOpenRW); }),
               Named(open + u"EMtfOpenRW" + notOpened) + SystemFailure(3));
@@ -192,7 +190,7 @@ TEST_F(MetaFileTest, WaitsOneSecondForAFileInUse) {
     EXPECT_GE(waited, std::chrono::milliseconds(1000));
     EXPECT_LT(waited, std::chrono::seconds(20));
 
-    // Nor is it taken away from its holder, with or without a copy.
+    // Nor can the file be deleted while it is held, with or without a copy.
     for (const std::string copy : {"<none>", "copy"}) {
         ASSERT_TRUE(copy == "<none>" || WriteWhole(m_old, copy));
         EXPECT_EQ(MessageOf([&] { Open(kDetached); }),
@@ -204,7 +202,7 @@ TEST_F(MetaFileTest, WaitsOneSecondForAFileInUse) {
     }
     std::filesystem::remove(m_folder.Native(u"m.old"));
 
-    // A save that cannot have the file makes no copy that would outlive the holder's changes.
+    // A save that cannot open the file leaves no copy.
     holder->CloseFile();
     const auto loaded = Open(kLoad);
     const auto next = Open(kOpenRW);
@@ -234,8 +232,8 @@ TEST_F(MetaFileTest, OpensByMode) {
         {"open", u"a=1", nullptr, kOpenRW, {u"a=1"}, MetaFileBytes(u"a=1"), kNone},
         {"recover", u"a", u"old=1", kOpenRW, {u"old=1"}, kOldBytes, kNone},
         {"recover a missing file", nullptr, u"old=1", kOpenRW, {u"old=1"}, kOldBytes, kNone},
-        {"start anew", u"a=1", u"old=1", kDetached, {}, kNone, kNone},
-        {"start anew without a file", nullptr, nullptr, kDetached, {}, kNone, kNone},
+        {"start empty", u"a=1", u"old=1", kDetached, {}, kNone, kNone},
+        {"start empty without a file", nullptr, nullptr, kDetached, {}, kNone, kNone},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.label);
@@ -255,35 +253,25 @@ TEST_F(MetaFileTest, OpensByMode) {
     EXPECT_FALSE(CMtfMetaFile::Exists(m_folder.Path(u"x*")));
 }
 
-TEST_F(MetaFileTest, AppendsOnlyWhatHasBeenAdded) {
-    ASSERT_TRUE(WriteWhole(m_path, MetaFileBytes(u"a=1\r\n\r\nc")));
+TEST_F(MetaFileTest, WritesOnlyWhatIsNecessary) {
+    ASSERT_TRUE(WriteWhole(m_path, "a=1"));
+    const auto before = std::filesystem::last_write_time(m_folder.Native(u"m"));
     const auto file = CMtfOpenedMetaFile::Open(m_path, kOpenRW);
-    const auto nodeBefore = std::filesystem::last_write_time(m_folder.Native(u"m"));
     file->File().Save();
-    EXPECT_EQ(std::filesystem::last_write_time(m_folder.Native(u"m")), nodeBefore);
-    file->Tree().SetAttr(0, u"x.y", u"1");
-    file->Tree().SetAttr(0, u"X.z", u"2");
-    EXPECT_EQ(file->Lines().GetSaveKind(), EMtfSaveKind::SaveAppend);
+    EXPECT_EQ(std::filesystem::last_write_time(m_folder.Native(u"m")), before);
+    // 8-bit text is kept by an append and converted by a rewrite.
+    file->Lines().PushComment(u"a\r\n\r\nb\n");
     file->File().Save();
-    EXPECT_EQ(ReadWhole(m_path), MetaFileBytes(u"a=1\r\n\r\nc\r\nx.y=1\r\nx.z=2"));
-    file->Tree().SetAttr(0, u"A", u"3");
+    EXPECT_EQ(ReadWhole(m_path), "a=1" + WideBytes(u"\r\n#a\r\n#\r\n#b"));
+    file->Tree().SetAttr(0, u"x", u"1");
     file->Tree().SetAttr(0, u"a", u"2");
-    EXPECT_EQ(file->Lines().GetSaveKind(), EMtfSaveKind::SaveRewrite);
     idxdata::CMtfOutBuffer out(2048);
     EXPECT_EQ(MessageOf([&] { file->Lines().ComposeTail(out); }),
               u"There are one or more lines updated at the beginning of the file.");
-    EXPECT_EQ(MessageOf([&] { file->Lines().ReplaceAttrLine(6, u"n", u"v"); }),
-              u"There is no line 6 in meta-file " + m_path);
+    EXPECT_EQ(MessageOf([&] { file->Lines().ReplaceAttrLine(5, u"n", u"v"); }),
+              u"There is no line 5 in meta-file " + m_path);
     file->File().Save();
-    EXPECT_EQ(ReadWhole(m_path), MetaFileBytes(u"a=2\r\n\r\nc\r\nx.y=1\r\nx.z=2\r\nA=3"));
-
-    // 8-bit text is appended to as it is; both encodings stand in the file then.
-    file->File().CloseFile();
-    ASSERT_TRUE(WriteWhole(m_path, "a=1"));
-    const auto narrow = CMtfOpenedMetaFile::Open(m_path, kOpenRW);
-    narrow->Lines().PushComment(u"a\r\n\r\nb\n");
-    narrow->File().Save();
-    EXPECT_EQ(ReadWhole(m_path), "a=1" + WideBytes(u"\r\n#a\r\n#\r\n#b"));
+    EXPECT_EQ(ReadWhole(m_path), MetaFileBytes(u"a=2\r\n#a\r\n#\r\n#b\r\nx=1"));
 }
 
 TEST_F(MetaFileTest, RewritesWhatItDoesNotHold) {
@@ -300,27 +288,6 @@ TEST_F(MetaFileTest, RewritesWhatItDoesNotHold) {
     EXPECT_EQ(ReadWhole(m_path), MetaFileBytes(u"b"));
     EXPECT_EQ(ReadWhole(m_old), "<none>");
     EXPECT_EQ(LinesOf(*file), (Texts{u"<none>", u"b"})) << "numbers of lines stay";
-}
-
-TEST_F(MetaFileTest, FindsLinesUnderAPath) {
-    ASSERT_TRUE(WriteWhole(m_path, MetaFileBytes(u"oib1.A=1\r\noib10.A=2\r\nOIB1=3\r\n#oib1.x=4\r\n"
-                                                 u"oib1..b.c=5\r\n.oib1.d=6")));
-    const auto lines = Open(kLoad)->GetLines();
-    const struct {
-        std::u16string_view prefix;
-        std::vector<std::uint64_t> ids;
-    } kRows[] = {{u"oib1", {0, 2, 4}}, {u"oib1.B", {}},        {u"oib1..", {4}},
-                 {u"OIB10", {1}},      {u"", {0, 1, 2, 4, 5}}, {u".", {5}}};
-    for (const auto& row : kRows) {
-        std::vector<std::uint64_t> ids;
-        for (const CMtfAttrLine& found : lines->FindAttrLinesUnder(row.prefix)) {
-            ids.push_back(found.line);
-        }
-        EXPECT_EQ(ids, row.ids) << frame::WideToAnsi(row.prefix);
-    }
-    EXPECT_EQ(MessageOf([] { CMtfPathElements(u".a..b").At(2); }),
-              u"Out of the path elems boundary. Specified path element id '2', path elements "
-              u"number '2'.");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// What is left of a meta-file when a save is broken off: by a fault of the disk at every
-// step, by the end of the process, by a power cut.
+// The content of a meta-file after an interrupted save: by a failure of the disk at every
+// step, by the end of the process, by a power failure.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -35,10 +35,9 @@ struct Scenario {
     const char16_t* file;
     const char16_t* old;
     EMtfOpenMode mode;
-    bool faultsAtOpen;  // otherwise they strike in the save only
-    bool appends;
+    bool faultsAtOpen;  // otherwise faults happen only in the save
     std::function<void(CMtfOpenedMetaFile&)> change;
-    const char16_t* before;  // what the next open finds, unless it finds `after`
+    const char16_t* before;  // the next open reads this or `after`
     const char16_t* after;
 
     friend void PrintTo(const Scenario& row, std::ostream* out) { *out << row.label; }
@@ -69,43 +68,41 @@ void SaveAndModify(CMtfOpenedMetaFile& file) {
     file.File().Save();
     Modify(file);
 }
-void LoseName(CMtfOpenedMetaFile& file) {
+void DeleteOpenFile(CMtfOpenedMetaFile& file) {
     ::unlink(frame::WideToAnsi(file.File().GetPath()).c_str());
     Add(file);
 }
 
+constexpr const char16_t* kModified = u"a.b=3\r\nc=2";
+constexpr const char16_t* kAppended = u"a.b=1\r\nc=2\r\nd=3";
+
 const Scenario kScenarios[] = {
-    {"append", kBase, nullptr, kOpenRW, false, true, Add, kBase, u"a.b=1\r\nc=2\r\nd=3"},
-    {"append of two lines", kBase, nullptr, kOpenRW, false, false, AddTwo, kBase, kBaseAndTwo},
-    {"append of a value of two lines", kBase, nullptr, kOpenRW, false, false, AddValueOfTwoLines,
-     kBase, kBaseAndTwo},
-    {"append behind a line end", u"c=2\r\n", nullptr, kOpenRW, false, false, Add, u"c=2<end>",
+    {"append", kBase, nullptr, kOpenRW, false, Add, kBase, kAppended},
+    {"append of two lines", kBase, nullptr, kOpenRW, false, AddTwo, kBase, kBaseAndTwo},
+    {"append of a value of two lines", kBase, nullptr, kOpenRW, false, AddValueOfTwoLines, kBase,
+     kBaseAndTwo},
+    {"append after a line end", u"c=2\r\n", nullptr, kOpenRW, false, Add, u"c=2<end>",
      u"c=2\r\n\r\nd=3"},
-    {"rewrite", kBase, nullptr, kOpenRW, false, false, Modify, kBase, u"a.b=3\r\nc=2"},
-    {"rewrite of a loaded file", kBase, nullptr, kLoad, false, false, Modify, kBase,
-     u"a.b=3\r\nc=2"},
-    {"first save of a detached file", nullptr, nullptr, kDetached, false, false, Add, nullptr,
-     u"d=3"},
-    {"second save of a detached file", nullptr, nullptr, kDetached, false, false, SaveAndModify,
-     kBase, u"a.b=3\r\nc=2"},
-    {"creation", nullptr, nullptr, kOpenRW, true, true, Add, nullptr, u"d=3"},
-    {"recovery", u"brok", kBase, kOpenRW, true, true, Add, kBase, u"a.b=1\r\nc=2\r\nd=3"},
-    {"recovery of a missing file", nullptr, kBase, kOpenRW, true, false, Modify, kBase,
-     u"a.b=3\r\nc=2"},
-    {"rewrite of a loaded copy", u"brok", kBase, kLoad, false, false, Modify, kBase,
-     u"a.b=3\r\nc=2"},
-    {"rewrite of a copy alone", nullptr, kBase, kLoad, false, false, Modify, kBase,
-     u"a.b=3\r\nc=2"},
-    {"held file without a name", kBase, nullptr, kOpenRW, false, false, LoseName, nullptr,
-     u"a.b=1\r\nc=2\r\nd=3"},
+    {"rewrite", kBase, nullptr, kOpenRW, false, Modify, kBase, kModified},
+    {"rewrite of a loaded file", kBase, nullptr, kLoad, false, Modify, kBase, kModified},
+    {"first save of a detached file", nullptr, nullptr, kDetached, false, Add, nullptr, u"d=3"},
+    {"second save of a detached file", nullptr, nullptr, kDetached, false, SaveAndModify, kBase,
+     kModified},
+    {"creation", nullptr, nullptr, kOpenRW, true, Add, nullptr, u"d=3"},
+    {"recovery", u"brok", kBase, kOpenRW, true, Add, kBase, kAppended},
+    {"recovery of a missing file", nullptr, kBase, kOpenRW, true, Modify, kBase, kModified},
+    {"rewrite of a loaded copy", u"brok", kBase, kLoad, false, Modify, kBase, kModified},
+    {"rewrite without the copied file", nullptr, kBase, kLoad, false, Modify, kBase, kModified},
+    {"held file without a name", kBase, nullptr, kOpenRW, false, DeleteOpenFile, nullptr,
+     kAppended},
 };
 
 std::u16string Text(const char16_t* content) {
     return content == nullptr ? u"<none>" : content;
 }
 
-// The lines that an open finds, "<none>" when there is nothing to open. A line end that is
-// text of the last line shows as "<end>".
+// The lines that an open reads, "<none>" when there is no file. A line end that belongs to the
+// last line is shown as "<end>".
 std::u16string LoadedText(const std::u16string& path) {
     if (!CMtfMetaFile::Exists(path)) {
         return u"<none>";
@@ -120,6 +117,18 @@ std::u16string LoadedText(const std::u16string& path) {
         text.replace(text.size() - 2, 2, u"<end>");
     }
     return text;
+}
+
+// Calls `body` with step 1, 2, ... until it returns false because no fault was injected.
+void ForEachStep(EFault fault, const std::function<bool(int)>& body) {
+    int step = 1;
+    for (bool isInjected = true; isInjected && step < 200; ++step) {
+        SCOPED_TRACE("fault " + std::to_string(static_cast<int>(fault)) + ", step " +
+                     std::to_string(step));
+        isInjected = body(step);
+    }
+    EXPECT_LT(step, 200) << "no end";
+    EXPECT_GT(step, 3) << "fewer than two faults were injected";
 }
 
 class MetaFileFaults : public testing::TestWithParam<Scenario> {
@@ -143,15 +152,16 @@ protected:
         }
         file->File().Save();
     }
-    // What the next open finds has to be the old content or the new. A creation may be broken
-    // off before the first line.
+    // The next open reads the old content or the new. An interrupted creation may leave an
+    // empty file.
     void CheckDisk() {
         const std::u16string found = LoadedText(m_path);
-        const bool created = found.empty() && GetParam().appends && GetParam().before == nullptr;
+        const bool created =
+            found.empty() && GetParam().faultsAtOpen && GetParam().before == nullptr;
         EXPECT_TRUE(found == Text(GetParam().before) || found == Text(GetParam().after) || created)
             << frame::WideToAnsi(found);
     }
-    // 0 when the file could be had, 1 when it was in use, ten times.
+    // 0 when the file was opened, 1 when it was in use, ten times.
     int Visit() {
         int pauses = 0;
         g_diskFaults.sleep = [&] { ++pauses; };
@@ -177,15 +187,13 @@ protected:
 TEST_P(MetaFileFaults, FailureAtEveryStepLosesNothing) {
     for (const EFault fault : {EFault::FailOnce, EFault::FailFromThen}) {
         int failures = 0;
-        bool struck = true;
-        for (int step = 1; struck && step < 200; ++step) {
-            for (const bool savesAgain : {false, true}) {
-                SCOPED_TRACE("fault " + std::to_string(static_cast<int>(fault)) + ", step " +
-                             std::to_string(step) + (savesAgain ? ", saved again" : ""));
+        for (const bool savesAgain : {false, true}) {
+            ForEachStep(fault, [&](int step) {
+                SCOPED_TRACE(savesAgain ? "saved again" : "");
                 Prepare();
                 File file;
                 const auto message = support::MessageOf([&] { Run(file, step, fault); });
-                struck = g_diskFaults.Disarm() >= step;
+                const bool isInjected = g_diskFaults.Disarm() >= step;
                 failures += message == u"<none>" ? 0 : 1;
                 if (file && savesAgain) {
                     file->File().Save();
@@ -194,19 +202,17 @@ TEST_P(MetaFileFaults, FailureAtEveryStepLosesNothing) {
                 file.reset();
                 CheckDisk();
                 CheckReopened();
-            }
+                return isInjected;
+            });
         }
-        EXPECT_FALSE(struck) << "never done";
-        EXPECT_GE(failures, 2) << "the faults do not strike";
+        EXPECT_GE(failures, 2) << "no fault was reported";
     }
 }
 
-// A second process opens the file for writing at every step, and lets it go again.
+// A second process opens the file for writing at every step, and closes it.
 TEST_P(MetaFileFaults, AnotherProcessAtEveryStepUndoesNothing) {
     int refusals = 0;
-    bool struck = true;
-    for (int step = 1; struck && step < 200; ++step) {
-        SCOPED_TRACE("step " + std::to_string(step));
+    ForEachStep(EFault::Visit, [&](int step) {
         Prepare();
         g_diskFaults.visit = [&] {
             const int code = support::RunInChild([&] { return Visit(); });
@@ -215,36 +221,32 @@ TEST_P(MetaFileFaults, AnotherProcessAtEveryStepUndoesNothing) {
         };
         File file;
         const auto message = support::MessageOf([&] { Run(file, step, EFault::Visit); });
-        struck = g_diskFaults.Disarm() >= step;
+        const bool isInjected = g_diskFaults.Disarm() >= step;
         file.reset();
         if (message == u"<none>") {
             EXPECT_EQ(LoadedText(m_path), Text(GetParam().after));
             EXPECT_EQ(support::ReadWhole(m_path + u".old"), "<none>");
         } else if (GetParam().before != nullptr || LoadedText(m_path) != u"") {
-            CheckDisk();  // not of the file that the other process has made
+            CheckDisk();  // unless the other process created the file
         }
-    }
-    EXPECT_FALSE(struck) << "never done";
+        return isInjected;
+    });
     EXPECT_GT(refusals, 0) << "the file was never in use";
 }
 
 TEST_P(MetaFileFaults, EndAtEveryStepLosesNothing) {
     for (const EFault fault : {EFault::Kill, EFault::PowerCut, EFault::PowerCutAll}) {
-        int deaths = 0;
-        for (int step = 1, code = g_diskFaults.kDied; code != 0 && step < 200; ++step) {
-            SCOPED_TRACE("fault " + std::to_string(static_cast<int>(fault)) + ", step " +
-                         std::to_string(step));
+        ForEachStep(fault, [&](int step) {
             Prepare();
-            code = support::RunInChild([&] {
+            const int code = support::RunInChild([&] {
                 File file;
                 return support::MessageOf([&] { Run(file, step, fault); }) == u"<none>" ? 0 : 1;
             });
-            ASSERT_TRUE(code == 0 || code == g_diskFaults.kDied) << code;
-            deaths += code == 0 ? 0 : 1;
+            EXPECT_TRUE(code == 0 || code == g_diskFaults.kDied) << code;
             CheckDisk();
             CheckReopened();
-        }
-        EXPECT_GE(deaths, 2) << "the faults do not strike";
+            return code != 0;
+        });
     }
 }
 
@@ -276,8 +278,8 @@ protected:
     idxdata::CBinaryFile::Holder m_saver = idxdata::CBinaryFile::OpenOrCreate(m_folder.Path(u"m"));
 };
 
-// Whoever opens a file that is being saved sees the copy, but has to wait for the saved file.
-TEST_F(MetaFileInUse, OpenWaitsForASaveUnderWay) {
+// While a file is being saved, an open for writing finds the copy and waits for the save.
+TEST_F(MetaFileInUse, OpenWaitsForASaveInProgress) {
     int pauses = 0;
     g_diskFaults.sleep = [&] { ++pauses == 3 ? Finish() : void(); };
     CMtfMetaFile::Open(m_path, kOpenRW);
@@ -294,44 +296,45 @@ TEST_F(MetaFileInUse, ASaveThatEndsWhileTheFileIsOpenedIsNotUndone) {
     EXPECT_EQ(LoadedText(m_path), u"a=2");
 }
 
-// A file is taken away before its safety copy, on the disk too.
-TEST(MetaFileStart, StartingAnewLeavesNoBrokenFileAlone) {
+// A file is deleted before its safety copy, on the disk too.
+TEST(MetaFileStart, StartingEmptyLeavesNoIncompleteFile) {
     const support::CTempFolder folder(support::QuickFolder());
     const std::u16string path = folder.Path(u"m");
     for (const EFault fault : {EFault::Kill, EFault::PowerCut, EFault::PowerCutAll}) {
-        for (int step = 1, code = g_diskFaults.kDied; code != 0; ++step) {
-            ASSERT_LT(step, 100) << "never done";
-            ASSERT_TRUE(support::WriteWhole(path, MetaFileBytes(u"brok")));
-            ASSERT_TRUE(support::WriteWhole(path + u".old", MetaFileBytes(u"a=1")));
-            code = support::RunInChild([&] {
+        ForEachStep(fault, [&](int step) {
+            support::WriteWhole(path, MetaFileBytes(u"brok"));
+            support::WriteWhole(path + u".old", MetaFileBytes(u"a=1"));
+            const int code = support::RunInChild([&] {
                 g_diskFaults.Arm(step, fault);
                 CMtfMetaFile::Open(path, kDetached);
                 return 0;
             });
-            ASSERT_TRUE(code == 0 || code == g_diskFaults.kDied) << code;
+            EXPECT_TRUE(code == 0 || code == g_diskFaults.kDied) << code;
             const std::u16string found = LoadedText(path);
             EXPECT_TRUE(found == u"<none>" || (code != 0 && found == u"a=1"))
-                << frame::WideToAnsi(found) << ", step " << step;
-        }
+                << frame::WideToAnsi(found);
+            return code != 0;
+        });
     }
 }
 
 // Step `step` of an endless sequence of saves: it appends one to four items; every third
 // step rewrites the file instead, every fortieth step deletes the items first. No two steps
 // leave the same content.
-template <class SetAttr, class DelSubtree>
-void TakeStep(int step, SetAttr&& setAttr, DelSubtree&& delSubtree) {
+template <class Target>
+void TakeStep(int step, Target&& target) {
     const std::u16string number = frame::IntToString(step);
     if (step % 40 == 0) {
-        delSubtree(u"items");
+        target.DelSubtree(u"items");
     }
     const std::u16string value =
         number + std::u16string(static_cast<std::size_t>(step % 7) * 300, u'x');
     if (step % 3 == 0) {
-        return setAttr(u"head.step", value);
+        target.SetAttr(u"head.step", value);
+        return;
     }
     for (int item = 0; item <= step % 4; ++item) {
-        setAttr(u"items." + number + u"-" + frame::IntToString(item), value);
+        target.SetAttr(u"items." + number + u"-" + frame::IntToString(item), value);
     }
 }
 
@@ -346,31 +349,10 @@ enum class ESaver { KeepsOpen, Loads, OpensEachTime };
             const bool load = saver == ESaver::Loads && CMtfMetaFile::Exists(path);
             file = CMtfOpenedMetaFile::Open(path, load ? kLoad : kOpenRW);
         }
-        CMtfAttrsTreeData& tree = file->Tree();
-        TakeStep(
-            lastSaved + 1,
-            [&](const auto& name, const auto& value) { tree.SetAttr(0, name, value); },
-            [&](const auto& name) { tree.DelSubtree(0, name); });
+        TakeStep(lastSaved + 1, file->Root());
         file->File().Save();
     }
 }
-
-// The expected content after each step.
-struct Sequence {
-    support::CMetaFileModel model;
-    int step = 0;
-
-    Sequence() { model.Open(false); }
-    std::string ContentAt(int wanted) {
-        while (step < wanted) {
-            TakeStep(
-                ++step, [&](const auto& name, const auto& value) { model.SetAttr(name, value); },
-                [&](const auto& name) { model.DelSubtree(name); });
-            model.Save();
-        }
-        return *model.Disk();
-    }
-};
 
 // Each child is killed after a few finished saves and a random part of a save's duration,
 // whatever the speed of the machine. The file then holds all finished saves and, at most, the
@@ -382,7 +364,16 @@ TEST(MetaFileKill, KilledSavesLeaveWholeContents) {
     auto& lastSaved = *new (::mmap(nullptr, sizeof(std::atomic<int>), PROT_READ | PROT_WRITE,
                                    MAP_SHARED | MAP_ANONYMOUS, -1, 0)) std::atomic<int>(0);
     std::mt19937 random(7);
-    Sequence sequence;
+    support::CMetaFileModel model;
+    model.Open(false);
+    int step = 0;
+    const auto contentAt = [&](int wanted) {
+        while (step < wanted) {
+            TakeStep(++step, model);
+        }
+        model.Save();
+        return *model.Disk();
+    };
     int interruptedRewrites = 0;
     const auto deadline = Clock::now() + std::chrono::minutes(1);
     const auto isDone = [&](int kills) {
@@ -409,8 +400,8 @@ TEST(MetaFileKill, KilledSavesLeaveWholeContents) {
         interruptedRewrites += support::ReadWhole(path + u".old") == "<none>" ? 0 : 1;
         CMtfMetaFile::Open(path, kOpenRW);
         const std::string found = MetaFileBytes(LoadedText(path));
-        if (found != sequence.ContentAt(lastSaved)) {
-            EXPECT_TRUE(found == sequence.ContentAt(++lastSaved)) << "kill " << kill;
+        if (found != contentAt(lastSaved)) {
+            EXPECT_TRUE(found == contentAt(++lastSaved)) << "kill " << kill;
         }
     }
     EXPECT_GT(interruptedRewrites, 0) << "no kill interrupted a rewrite";
