@@ -49,11 +49,9 @@ TEST(IndexFileFormat, GoldenFileIsTheDocumentedExample) {
     std::ifstream document(ZOREL_SOURCE_DIR "/doc/index-data-file.md");
     std::string documented;
     for (std::string line; std::getline(document, line);) {
-        if (line.size() > 10 && line.find("    0") == 0 && line[8] == ' ' && line[9] == ' ') {
-            std::istringstream bytes(line.substr(10, 48));
-            for (std::string byte; bytes >> byte;) {
-                documented.push_back(static_cast<char>(std::stoi(byte, nullptr, 16)));
-            }
+        std::istringstream bytes(line.starts_with("    0") ? line.substr(10, 48) : "");
+        for (std::string byte; bytes >> byte;) {
+            documented.push_back(static_cast<char>(std::stoi(byte, nullptr, 16)));
         }
     }
     std::ifstream file(ZOREL_SOURCE_DIR "/tests/data/example.dat", std::ios::binary);
@@ -79,16 +77,13 @@ TEST_F(IndexFile, LocatingATable) {
         return Failure{text + " in CSeqTableReader::CSeqTableReader", result};
     };
     const Failure notFound{"Table not found in CDataFileReader::OpenSeqTable", frame::kFail};
-    const auto second = static_cast<std::int64_t>(ChainTables({dirs}).size());
+    const auto secondTable = static_cast<std::int64_t>(ChainTables({dirs}).size());
     const auto maxCount = static_cast<std::int64_t>(files.records.size() / 32) + 256;
-    const struct {
-        std::string bytes;
-        Failure failure;  // none: the Files table is found
-    } rows[] = {
+    const std::pair<std::string, Failure> rows[] = {
         {volume.Bytes(), {}},
         {ChainTables({bent(dirs, [](auto& t) { t.id = 77, t.format = 9; }), files}), {}},
         {ChainTables({owners}), notFound},
-        {ChainTables({dirs, owners}, second), notFound},  // a loop
+        {ChainTables({dirs, owners}, secondTable), notFound},  // a loop
         {ChainTables({dirs, bent(owners, [](auto& t) { t.prefix = "VIFX"; }), files}),
          failed("Prefix not match", frame::kInvalidArg)},
         {bentFiles([](auto& t) { t.minor = 2; }), failed("Invalid datafile version")},
@@ -104,38 +99,33 @@ TEST_F(IndexFile, LocatingATable) {
     const auto locate = [](ReaderPtr reader) {
         return FailureOf([&] { CSeqTableReader(reader, EIdxTableFiles, rec::CFileRecord()); });
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(&row - rows);
-        EXPECT_EQ(locate(Open<CFileReader>(row.bytes)), row.failure);
-        EXPECT_EQ(locate(Open<CBuffFileReader>(row.bytes)), row.failure);
+    for (const auto& [bytes, failure] : rows) {
+        EXPECT_EQ(locate(Open<CFileReader>(bytes)), failure) << failure.message;
+        EXPECT_EQ(locate(Open<CBuffFileReader>(bytes)), failure) << failure.message;
     }
     EXPECT_EQ(locate(nullptr), (Failure{"Wrong file reader", frame::kInvalidArg}));
 }
 
-struct Listing {
-    std::vector<std::tuple<std::u16string, std::int64_t, std::uint32_t, std::int64_t, std::int64_t>>
-        rows;
-    Failure failure;
-    bool operator==(const Listing&) const = default;
-};
+using Row = std::tuple<std::u16string, std::int64_t, std::uint32_t, std::int64_t, std::int64_t>;
+using Listing = std::pair<std::vector<Row>, Failure>;
 
 Listing Read(const ReaderPtr& reader, bool throughCursor, EReadMode mode = EReadMode::Forgiving) {
-    Listing listing;
-    listing.failure = FailureOf([&] {
+    std::vector<Row> rows;
+    const Failure failure = FailureOf([&] {
         rec::CFileRecord r;
         CSeqTableReader table(reader, EIdxTableFiles, r, mode);
         CFileRecordCursor cursor(table);
         for (FileRecordView v{}; throughCursor && cursor.Next(v);) {
             std::u16string name;
             v.AppendNameTo(name);
-            listing.rows.emplace_back(name, v.dirIndex, v.ownerIndex, v.modifyTime, v.size);
+            rows.emplace_back(name, v.dirIndex, v.ownerIndex, v.modifyTime, v.size);
         }
         while (!table.IsEnd()) {
             table.ReadRecord(r);
-            listing.rows.emplace_back(r.FileName, r.DirIndex, r.OwnerIndex, r.ModifyTime, r.Size);
+            rows.emplace_back(r.FileName, r.DirIndex, r.OwnerIndex, r.ModifyTime, r.Size);
         }
     });
-    return listing;
+    return {std::move(rows), failure};
 }
 
 // A cursor returns the records and failures of ReadRecord with both readers. In strict mode
@@ -147,9 +137,9 @@ TEST_F(IndexFile, WaysToReadRecordsAgree) {
         const Listing checked = Read(Open<CBuffFileReader>(bytes), false);
         EXPECT_EQ(Read(Open<CBuffFileReader>(bytes), true), checked);
         const Listing strict = Read(Open<CFileReader>(bytes), true, EReadMode::Strict);
-        EXPECT_EQ(strict.rows, checked.rows);
-        EXPECT_EQ(strict.failure.message.empty(), checked.failure.message.empty());
-        return plain.rows.size();
+        EXPECT_EQ(strict.first, checked.first);
+        EXPECT_EQ(strict.second == Failure{}, checked.second == Failure{});
+        return plain.first.size();
     };
     const std::string bytes = support::SmallVolume().Bytes();
     std::mt19937 random(7);

@@ -94,20 +94,12 @@ void CDataFileBrowser::ListFiles(std::u16string_view rootPath, bool recursive,
     }
     CFileRecordCursor cursor(table);
     FileRecordView file{};
-    std::u16string name;
     while (cursor.Next(file)) {
         const CListedFolders::Id folder = FolderOf(map, file.dirIndex);
-        if (folder == CListedFolders::kNoFolder) {
-            continue;
+        if (folder != CListedFolders::kNoFolder &&
+            filter.IsPermitted(file.nameBytes, file.nameLength)) {
+            files.AddFile(folder, file);
         }
-        if (filter.IsEnabled()) {
-            name.clear();
-            file.AppendNameTo(name);
-            if (!filter.IsPermitted(name)) {
-                continue;
-            }
-        }
-        files.AddFile(folder, file);
     }
     files.SortByName();
 }

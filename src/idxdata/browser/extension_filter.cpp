@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <span>
 
 namespace idxdata {
 
@@ -32,10 +31,6 @@ void CExtensionFilter::Parse(std::u16string_view text) {
         }
     }
     close();
-}
-
-bool CExtensionFilter::IsPermitted(std::u16string_view name) const noexcept {
-    return IsPermitted(std::as_bytes(std::span(name)).data(), name.size());
 }
 
 bool CExtensionFilter::IsPermitted(const std::byte* name, std::size_t length) const noexcept {

@@ -16,8 +16,7 @@ public:
     // ignored. A disabled filter permits every name, an enabled one without endings none.
     CExtensionFilter(bool enabled, std::u16string_view text);
 
-    bool IsPermitted(std::u16string_view name) const noexcept;
-    // The same for a name of `length` code units at any address.
+    // `name` is `length` code units at any address.
     bool IsPermitted(const std::byte* name, std::size_t length) const noexcept;
 
     bool IsEnabled() const noexcept { return m_enabled; }

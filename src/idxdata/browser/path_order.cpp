@@ -40,7 +40,7 @@ public:
 
     std::vector<std::uint32_t> Sort() {
         m_order.reserve(m_entries.size());
-        Enter(CListedFolders::kListedFolder);
+        OpenFolder(CListedFolders::kListedFolder);
         while (!m_path.empty()) {
             if (m_path.back() == m_items.size()) {
                 m_path.pop_back();
@@ -49,7 +49,7 @@ public:
             const Item item = m_items.back();
             m_items.pop_back();
             if (item.isFolder) {
-                Enter(item.index);
+                OpenFolder(item.index);
             } else {
                 m_order.push_back(item.index);
             }
@@ -59,7 +59,7 @@ public:
 
 private:
     // Pushes the folder's items, the first one last.
-    void Enter(CListedFolders::Id folder) {
+    void OpenFolder(CListedFolders::Id folder) {
         m_path.push_back(m_items.size());
         for (const std::uint32_t file : m_files[folder]) {
             m_items.push_back({m_keys[file], file, false});
