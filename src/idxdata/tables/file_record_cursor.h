@@ -21,7 +21,6 @@ struct FileRecordView {
     std::int64_t modifyTime;  // ticks
     std::int64_t size;        // bytes
 
-    char16_t NameUnit(std::size_t i) const noexcept { return text::LoadUnit(nameBytes, i); }
     void AppendNameTo(std::u16string& text) const;
 };
 
