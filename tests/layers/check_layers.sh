@@ -6,7 +6,6 @@
 #   sources do not include files of these folders.
 # - There is one `catch (...)`.
 # Fails when it prints anything, or when a folder has no source.
-#
 # Usage: check_layers.sh FOLDER-OF-SRC-AND-CLI
 set -euo pipefail
 
@@ -43,33 +42,18 @@ function layer_of(path) {
     return path
 }
 
-function check_client_include(target) {
-    if (target !~ /^(cli\/.*|idxdata\/(streams|tables)\/.*|frame\/errors\.h)$/) {
-        report("include of the client", target)
-    } else if (target ~ /\/(posix|win32)\// && !for_system) {
-        report("include of one system", target)
-    }
-}
-
 # `target` is the include as written; `quoted` is true for quotation marks.
-function check_include(target, quoted,    layer) {
+function check_include(target, quoted,    allowed) {
     if (!quoted) {
-        if (for_system || target !~ /[.\/]/) return
-        if (target !~ (here == "cli" ? "^(CLI|nlohmann)/" : "^[a-z]+intrin\\.h$")) report("system header", target)
-        return
-    }
-    if (target !~ /\//) {
+        allowed = here == "cli" ? "^(CLI|nlohmann)/" : "^[a-z]+intrin\\.h$"
+        if (!for_system && target ~ /[.\/]/ && target !~ allowed) report("system header", target)
+    } else if (target !~ /\//) {
         if (target !~ /^Zorel[A-Za-z]*\.h$/) report("include without a layer", target)
-        return
-    }
-    if (here == "cli") {
-        check_client_include(target)
-        return
-    }
-    layer = layer_of(target)
-    if (!(layer in rank)) {
+    } else if (here == "cli" && target !~ /^(cli\/.*|idxdata\/(streams|tables)\/.*|frame\/errors\.h)$/) {
+        report("include of the client", target)
+    } else if (here != "cli" && !(layer_of(target) in rank)) {
         report("include of no layer", target)
-    } else if (rank[layer] > rank[here]) {
+    } else if (here != "cli" && rank[layer_of(target)] > rank[here]) {
         report("include of a later layer", target)
     } else if (target ~ /\/(posix|win32)\// && !for_system) {
         report("include of one system", target)
