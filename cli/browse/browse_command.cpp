@@ -6,6 +6,7 @@
 
 #include "ZorelClient.h"
 #include "cli/command_line/command.h"
+#include "cli/library/string_array.h"
 #include "cli/output/calendar.h"
 #include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
@@ -97,11 +98,7 @@ private:
 std::vector<std::u16string> CVolume::Folders(const std::u16string& path) const {
     client::CStringArray folders;
     client::Check(m_browser->GetFolders(client::CString(path), folders.Put()), m_path);
-    std::vector<std::u16string> names;
-    for (std::size_t i = 0; i < folders.Size(); ++i) {
-        names.emplace_back(folders[i]);
-    }
-    return names;
+    return TextsOf(folders);
 }
 
 std::vector<std::u16string> CVolume::AllFolders(const std::u16string& path) const {

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "cli/library/string_array.h"
+
 namespace zorel::cli {
 
 using client::CString;
@@ -13,11 +15,7 @@ CMetaFile::CMetaFile(std::string path, EIdxMetaOpenMode mode) : m_path(std::move
 std::vector<std::u16string> CMetaFile::Names() const {
     client::CStringArray names;
     Check(m_file->EnumAllAttrs(names.Put()));
-    std::vector<std::u16string> texts;
-    for (std::size_t i = 0; i < names.Size(); ++i) {
-        texts.emplace_back(names[i]);
-    }
-    return texts;
+    return TextsOf(names);
 }
 
 bool CMetaFile::Find(std::u16string_view name, CString& value) const {

@@ -8,6 +8,7 @@
 
 #include "ZorelClient.h"
 #include "cli/command_line/command_group.h"
+#include "cli/library/string_array.h"
 #include "cli/meta_files/guid_text.h"
 #include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
@@ -70,8 +71,7 @@ private:
         Check(file->GetRootAttrsTree(root.Put()));
         Check(root->EnumChildTrees(names.Put()));
         std::vector<INT> numbers;
-        for (std::size_t i = 0; i < names.Size(); ++i) {
-            const std::u16string_view name = names[i];
+        for (const std::u16string& name : TextsOf(names)) {
             if (Folded(name).starts_with(u"cmd")) {
                 if (!numbers.empty()) {
                     throw CCommandError(m_path + ": There are commands in several trees.");
@@ -81,15 +81,15 @@ private:
         }
         return numbers;
     }
-    std::vector<INT> NumbersIn(IMtfAttrsTree& root, std::u16string_view name) const {
+    std::vector<INT> NumbersIn(IMtfAttrsTree& root, const std::u16string& treeName) const {
         client::CComPtr<IMtfAttrsTree> tree;
         client::CStringArray names;
-        Check(root.GetExistingSubtree(client::CString(name), tree.Put()));
+        Check(root.GetExistingSubtree(client::CString(treeName), tree.Put()));
         Check(tree->EnumChildTrees(names.Put()));
         std::vector<INT> numbers;
         std::unordered_set<INT> known;
-        for (std::size_t i = 0; i < names.Size(); ++i) {
-            const std::optional<INT> number = ReadNumber(ToUtf8(names[i]));
+        for (const std::u16string& name : TextsOf(names)) {
+            const std::optional<INT> number = ReadNumber(ToUtf8(name));
             if (number && known.insert(*number).second) {
                 numbers.push_back(*number);
             }
