@@ -2,9 +2,9 @@
 // two-digit ones, and they differ for values out of range.
 #include "platform/times.h"
 
-#include <chrono>
 #include <cmath>
 
+#include "platform/calendar.h"
 #include "platform/errors.h"
 
 namespace platform {
@@ -29,12 +29,6 @@ chrono::sys_days DayOf(std::int64_t dayNumber) noexcept {
     return chrono::sys_days(chrono::days(dayNumber));
 }
 
-CalendarDate CalendarDateOf(chrono::sys_days day) noexcept {
-    const chrono::year_month_day date(day);
-    return {static_cast<std::uint32_t>(static_cast<int>(date.year())),
-            static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day())};
-}
-
 // The calendar day and the time of day; milliseconds become 0.
 SystemTime MakeSystemTime(std::int64_t dayNumber, std::int64_t secondOfDay) noexcept {
     const chrono::sys_days day = DayOf(dayNumber);
@@ -57,10 +51,6 @@ double MakeDate(std::int64_t dayNumber, std::int64_t secondOfDay) noexcept {
 }
 
 }  // namespace
-
-CalendarDate DateOfDay(std::uint32_t day) noexcept {
-    return CalendarDateOf(DayOf(kTicksEpoch + day));
-}
 
 bool SystemTimeToDate(const SystemTime& time, double& date) noexcept {
     if (time.year < 100 || time.year > 9999 || time.month < 1 || time.month > 12 || time.day > 31 ||

@@ -14,15 +14,6 @@ inline constexpr std::int64_t kSecondsPerDay = 86'400;
 inline constexpr double kMinDate = -657'434;      // 0100-01-01, the first DATE
 inline constexpr double kEndOfDates = 2'958'466;  // the day after 9999-12-31
 
-struct CalendarDate {
-    std::uint32_t year;
-    std::uint32_t month;  // 1 to 12
-    std::uint32_t day;    // 1 to 31
-};
-
-// The date of a day that is counted from 1601-01-01, up to the year 32767.
-CalendarDate DateOfDay(std::uint32_t day) noexcept;
-
 struct SystemTime {
     std::uint16_t year;
     std::uint16_t month;      // 1 to 12

@@ -9,6 +9,7 @@
 #include <random>
 #include <tuple>
 
+#include "platform/calendar.h"
 #include "platform/errors.h"
 
 namespace platform {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/calendar.h"
 #include "platform/times.h"
 #include "text/unit_writer.h"
 
