@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cmath>
 #include <ctime>
 #include <limits>
 #include <random>
@@ -92,56 +91,44 @@ TEST(Times, TicksOutsideTheCalendarAreRefused) {
     EXPECT_EQ(date, -109205);
 }
 
+SystemTime At(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
+    const auto u = [](int value) { return static_cast<std::uint16_t>(value); };
+    return {u(year), u(month), 0, u(day), u(hour), u(minute), u(second), 999};
+}
+
 TEST(Times, DaysOutsideTheirMonthCountOnAndOtherFieldsAreChecked) {
-    const struct {
-        SystemTime time;
-        double date;  // NaN: refused
-    } rows[] = {
-        {{2013, 1, 0, 15, 9, 5, 7, 999}, 41289.37855324074},
-        {{1899, 12, 0, 29, 6, 0, 0, 0}, -1.25},
-        {{2001, 4, 9, 31, 0, 0, 0, 0}, 37012},
-        {{2001, 2, 0, 31, 12, 0, 0, 0}, 36953.5},
-        {{2001, 3, 0, 0, 0, 0, 0, 0}, 36950},
-        {{2001, 1, 0, 0, 0, 0, 0, 0}, 36891},
-        {{100, 1, 0, 0, 0, 0, 0, 0}, NAN},
-        {{2001, 1, 0, 32, 0, 0, 0, 0}, NAN},
-        {{2001, 0, 0, 1, 0, 0, 0, 0}, NAN},
-        {{2001, 13, 0, 1, 0, 0, 0, 0}, NAN},
-        {{2001, 1, 0, 1, 24, 0, 0, 0}, NAN},
-        {{2001, 1, 0, 1, 0, 60, 0, 0}, NAN},
-        {{2001, 1, 0, 1, 0, 0, 60, 0}, NAN},
-        {{99, 12, 0, 31, 0, 0, 0, 0}, NAN},
-        {{10000, 1, 0, 1, 0, 0, 0, 0}, NAN},
-    };
-    for (const auto& row : rows) {
+    const auto dateOf = [](const SystemTime& time) {
         double date = 77;
-        EXPECT_EQ(SystemTimeToDate(row.time, date), !std::isnan(row.date)) << &row - rows;
-        EXPECT_EQ(date, std::isnan(row.date) ? 77 : row.date) << &row - rows;
+        return SystemTimeToDate(time, date) ? date : -date;
+    };
+    EXPECT_EQ(dateOf(At(2013, 1, 15, 9, 5, 7)), 41289.37855324074);
+    EXPECT_EQ(dateOf(At(1899, 12, 29, 6)), -1.25);
+    EXPECT_EQ(dateOf(At(2001, 4, 31)), 37012);
+    EXPECT_EQ(dateOf(At(2001, 2, 31, 12)), 36953.5);
+    EXPECT_EQ(dateOf(At(2001, 3, 0)), 36950);
+    EXPECT_EQ(dateOf(At(2001, 1, 0)), 36891);
+    for (const SystemTime& time :
+         {At(100, 1, 0), At(2001, 1, 32), At(2001, 0, 1), At(2001, 13, 1), At(2001, 1, 1, 24),
+          At(2001, 1, 1, 0, 60), At(2001, 1, 1, 0, 0, 60), At(99, 12, 31), At(10000, 1, 1)}) {
+        EXPECT_EQ(dateOf(time), -77) << time.year << '-' << time.month << '-' << time.day;
     }
 }
 
 TEST(Times, DatesAreRoundedToSecondsAndLimitedToTheCalendar) {
-    const struct {
-        double date;
-        SystemTime time;  // year 0: refused
-    } rows[] = {
-        {-0.75, {1899, 12, 6, 30, 18, 0, 0, 0}},
-        {-1.25, {1899, 12, 5, 29, 6, 0, 0, 0}},
-        {1.0 + 0.6 / 86400, {1899, 12, 0, 31, 0, 0, 1, 0}},
-        {0.999999, {1899, 12, 0, 31, 0, 0, 0, 0}},
-        {2958465.99999, {9999, 12, 5, 31, 23, 59, 59, 0}},
-        {2958465.999999, {}},
-        {2958466.0, {}},
-        {-657434.5, {100, 1, 5, 1, 12, 0, 0, 0}},
-        {-657435.0, {}},
-        {1e300, {}},
-        {std::numeric_limits<double>::infinity(), {}},
-        {std::numeric_limits<double>::quiet_NaN(), {}},
-    };
-    for (const auto& row : rows) {
+    const auto rounded = [](double date) {
         SystemTime time{};
-        EXPECT_EQ(DateToSystemTime(row.date, time), row.time.year != 0) << row.date;
-        EXPECT_TRUE(time == row.time) << row.date;
+        return DateToSystemTime(date, time) && SystemTimeToDate(time, date) ? date : 0.125;
+    };
+    EXPECT_EQ(rounded(-0.75), 0.75);
+    EXPECT_EQ(rounded(-1.25), -1.25);
+    EXPECT_EQ(rounded(1.0 + 0.6 / 86400), 1 + 1.0 / 86400);
+    EXPECT_EQ(rounded(0.999999), 1);
+    EXPECT_EQ(rounded(2958465.99999), 2958465 + 86399.0 / 86400);
+    EXPECT_EQ(rounded(-657434.5), -657434.5);
+    for (const double date :
+         {2958465.999999, 2958466.0, -657435.0, 1e300, -1e300,
+          std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
+        EXPECT_EQ(rounded(date), 0.125) << date;
     }
 }
 
