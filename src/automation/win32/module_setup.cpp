@@ -6,6 +6,8 @@
 
 namespace automation {
 
+using platform::win32::Wide;
+
 namespace {
 
 HRESULT LastFailure() noexcept {
@@ -51,7 +53,7 @@ HRESULT Unregister(const CLibraryAttributes& library) noexcept {
 // registration would remain.
 HRESULT Register(ITypeLib& library, std::u16string modulePath) {
     std::u16string folder = modulePath.substr(0, modulePath.find_last_of(u'\\'));
-    return ::RegisterTypeLib(&library, win32::Wide(modulePath.data()), win32::Wide(folder.data()));
+    return ::RegisterTypeLib(&library, Wide(modulePath.data()), Wide(folder.data()));
 }
 
 class CModuleSetup final : public IModuleSetup {
@@ -59,7 +61,7 @@ public:
     platform::IRegistry& Registry() override { return platform::SystemRegistry(); }
 
     HRESULT LoadScript(std::uint16_t number, std::u16string& script) override {
-        const auto module = static_cast<HMODULE>(OwnModule());
+        const auto module = static_cast<HMODULE>(platform::OwnModule());
         const HRSRC found = ::FindResourceW(module, MAKEINTRESOURCEW(number), L"REGISTRY");
         const HGLOBAL loaded = found == nullptr ? nullptr : ::LoadResource(module, found);
         if (loaded == nullptr) {

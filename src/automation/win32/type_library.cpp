@@ -11,8 +11,8 @@ namespace automation::win32 {
 HRESULT OwnModulePath(std::u16string& path) {
     constexpr std::size_t kMaxPath = 0x8000;  // code units
     for (path.resize(256); path.size() <= kMaxPath; path.resize(path.size() * 2)) {
-        const std::uint32_t length =
-            GetModuleFileNameW(OwnModule(), path.data(), static_cast<std::uint32_t>(path.size()));
+        const std::uint32_t length = platform::GetModuleFileNameW(
+            platform::OwnModule(), path.data(), static_cast<std::uint32_t>(path.size()));
         if (length == 0) {
             return HRESULT_FROM_WIN32(platform::GetLastError());
         }
@@ -21,20 +21,20 @@ HRESULT OwnModulePath(std::u16string& path) {
             return S_OK;
         }
     }
-    return HRESULT_FROM_WIN32(win32err::kFilenameTooLong);
+    return HRESULT_FROM_WIN32(platform::win32err::kFilenameTooLong);
 }
 
 HRESULT LoadTypeLibraryOf(const std::u16string& modulePath, CComPtr<ITypeLib>& library,
                           std::u16string* loadedPath) {
     std::u16string path = modulePath;
-    HRESULT hr = ::LoadTypeLibEx(Wide(path.c_str()), REGKIND_NONE, library.Put());
+    HRESULT hr = ::LoadTypeLibEx(platform::win32::Wide(path.c_str()), REGKIND_NONE, library.Put());
     if (FAILED(hr)) {
         const std::size_t dot = path.find_last_of(u".\\");
         if (dot != std::u16string::npos && path[dot] == u'.') {
             path.resize(dot);
         }
         path += u".tlb";
-        hr = ::LoadTypeLibEx(Wide(path.c_str()), REGKIND_NONE, library.Put());
+        hr = ::LoadTypeLibEx(platform::win32::Wide(path.c_str()), REGKIND_NONE, library.Put());
     }
     if (loadedPath != nullptr) {
         *loadedPath = std::move(path);
