@@ -17,7 +17,7 @@ inline std::string Narrow(std::u16string_view text) {
     return frame::WideToAnsi(text);
 }
 
-// The results of a task, without lines. One whose time cannot be converted is empty.
+// The results of a task, without lines. A result whose time cannot be converted is empty.
 inline std::vector<FoundFile> ReadResults(EBinding binding, IOibTDFSearchTask* task) {
     INT count = -1;
     EXPECT_EQ(Call<&IOibTDFSearchTask::get_ResultsCount>(binding, task, &count).hr, S_OK);
@@ -39,7 +39,7 @@ inline std::vector<FoundFile> ReadResults(EBinding binding, IOibTDFSearchTask* t
     return files;
 }
 
-// What ReadResults gives for these files.
+// The files as ReadResults returns them.
 inline std::vector<FoundFile> AsResults(std::vector<FoundFile> files) {
     for (FoundFile& file : files) {
         file.line.clear();

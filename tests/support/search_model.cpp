@@ -68,7 +68,8 @@ std::uint16_t Field(const Text& line, std::size_t at, std::size_t length) {
     return static_cast<std::uint16_t>(number);
 }
 
-// A day beyond its month counts on into the next one; day 0 is the day before the first.
+// A day beyond the end of its month is a day of the next month; day 0 is the last day of the
+// month before.
 std::optional<double> ParseTime(const Text& line) {
     const unsigned month = Field(line, 0, 2);
     const unsigned day = Field(line, 3, 2);
@@ -177,7 +178,7 @@ std::set<std::int64_t> FoldersBelow(const std::vector<DirRow>& dirs, const Text&
     return folders;
 }
 
-// Extensions without blanks inside.
+// For extensions without blanks inside.
 bool IsPermitted(const Text& name, Text extensions) {
     std::erase(extensions, u' ');
     const std::vector<Text> list = Split(Lower(extensions), u";,");
@@ -203,16 +204,17 @@ std::optional<Text> PathOf(const std::vector<DirRow>& dirs, std::int64_t dir) {
 void SearchVolume(const Text& key, const Volume& volume, const Criteria& criteria,
                   SearchOutcome& outcome) {
     const Text filter = Lower(criteria.owner.value_or(u""));
-    const auto wanted = std::find_if(
-        volume.owners.begin(), volume.owners.end(),
-        [&](const OwnerRow& owner) { return !IsUnknown(owner) && IsWanted(owner, filter); });
+    const std::vector<OwnerRow>& owners = volume.owners;
+    const auto wanted = std::find_if(owners.begin(), owners.end(), [&](const OwnerRow& owner) {
+        return !IsUnknown(owner) && IsWanted(owner, filter);
+    });
+    const std::vector<OwnerLabel> labels = LabelsOf(owners);
     const Text root = criteria.root.value_or(u"");
     const std::set<std::int64_t> folders = FoldersBelow(volume.dirs, root);
     for (std::size_t i = 0; i < volume.files.size(); ++i) {
         const FileRow& file = volume.files[i];
         if ((!filter.empty() &&
-             static_cast<std::ptrdiff_t>(file.owner) != wanted - volume.owners.begin()) ||
-            (!filter.empty() && wanted == volume.owners.end()) ||
+             (wanted == owners.end() || file.owner != wanted - owners.begin())) ||
             (!root.empty() && !folders.contains(file.dir)) ||
             !PlainWildcardMatch(file.name, criteria.pattern.value_or(u""), criteria.serverRule) ||
             !IsPermitted(file.name, criteria.extensions.value_or(u""))) {
@@ -232,7 +234,6 @@ void SearchVolume(const Text& key, const Volume& volume, const Criteria& criteri
                            Wide(" " + std::to_string(file.dir) + ",")}};
         }
         const bool separator = file.name.ends_with(u'\\') || file.name.ends_with(u'/');
-        const std::vector<OwnerLabel> labels = LabelsOf(volume.owners);
         outcome.files.push_back({u"",
                                  key.substr(key.find(u'.') + 1, 1) + u":\\" + *path +
                                      file.name.substr(0, file.name.size() - (separator ? 1 : 0)),

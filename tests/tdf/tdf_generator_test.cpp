@@ -120,6 +120,23 @@ TEST_F(TdfGenerator, AgreesWithTheModelOnRandomVolumes) {
     }
 }
 
+// More and longer paths than the generator caches, then some of them again.
+TEST_F(TdfGenerator, WritesPathsThatItNoLongerCaches) {
+    Volume volume;
+    volume.dirs = {{u"", 0}};
+    volume.owners = {{u"S-1", u"u", u"D"}};
+    for (std::int64_t i = 1; i < 63 + 270; ++i) {
+        const auto letter = static_cast<char16_t>(u'a' + i % 26);
+        volume.dirs.push_back({std::u16string(1000, letter), std::min<std::int64_t>(i - 1, 62)});
+    }
+    for (std::int64_t i = 0; i < 280; ++i) {
+        volume.files.push_back({u"f", 63 + i % 270, 0, kMorning, i});
+    }
+    WriteVolume(volume.Bytes());
+    EXPECT_EQ(Generate().text, "");
+    ExpectSame(ReadOutput(), Expected(volume));
+}
+
 TEST_F(TdfGenerator, NamesTheIndexOutsideTheFolderTable) {
     const struct {
         std::int64_t dir, parentOf5;

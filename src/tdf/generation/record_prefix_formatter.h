@@ -7,18 +7,19 @@
 
 namespace tdf {
 
-// Writes "MM/DD/YYYY HH:MM:SS, SIZE, ". Remembers the last day, so one thread at a time.
+// Writes "MM/DD/YYYY HH:MM:SS, SIZE, ". Caches the text of the last day; for one thread at a
+// time.
 class CRecordPrefixFormatter {
 public:
     static constexpr std::size_t kMaxUnits = 19 + 2 + 20 + 2;
 
     // Writes at most kMaxUnits code units to `line`, at any address, and returns their
-    // number. UTC, seconds cut. A time before 1601 is written as the first second of that
-    // year, one after 9999 as the last second of it, so that the columns stay.
+    // number. The time is UTC in whole seconds. A time before 1601 is written as the first
+    // second of 1601, a time after 9999 as the last second of 9999.
     std::size_t Write(std::int64_t ticks, std::int64_t size, std::byte* line);
 
 private:
-    static constexpr std::size_t kDayUnits = 11;  // with the blank after it
+    static constexpr std::size_t kDayUnits = 11;  // the day and a blank
 
     void SetDay(std::uint32_t day);
 
