@@ -1,6 +1,5 @@
-// Faults in the file-system calls of the program that includes this: it takes the place of
-// the C library's calls. For one source file of a program, and for its one thread; for
-// Linux.
+// Fault injection for the file-system calls of a program on Linux: replaces the calls of the C
+// library. For programs of one thread; included by one source file.
 #pragma once
 
 #include <fcntl.h>
@@ -21,33 +20,38 @@
 
 namespace support {
 
+template <class... Args>
+int System(long number, Args... args) {
+    return static_cast<int>(::syscall(number, args...));
+}
+
 enum class EFault {
     FailOnce,      // the call fails, a write after half of its bytes
-    FailFromThen,  // it and all later ones
-    Kill,          // the process ends there, in the middle of a write
-    PowerCut,      // the same, and of what was not brought to the disk half is lost
-    PowerCutAll,   // the same, and all of it is lost
-    Visit,         // the call succeeds, but something else happens before it: `visit`
+    FailFromThen,  // the call and all later ones fail
+    Kill,          // the process ends in the call, a write after half of its bytes
+    PowerCut,      // as Kill, and half of the changes that were not flushed are lost
+    PowerCutAll,   // as Kill, and all of these changes are lost
+    Visit,         // `visit` runs before the call, which succeeds
 };
 
-// What of a file is not on the disk.
+// The changes of a file that were not flushed.
 struct Unsynced {
-    int descriptor = -1;                                     // of its own
-    off_t from = std::numeric_limits<off_t>::max();          // where the content after it begins
-    std::vector<std::pair<off_t, std::string>> overwritten;  // the bytes that stood before it
+    int descriptor = -1;
+    off_t from = std::numeric_limits<off_t>::max();          // the start of the added content
+    std::vector<std::pair<off_t, std::string>> overwritten;  // the former bytes before it
 };
 
-// The calls of this process, counted from Arm on.
+// The calls of this process, counted since Arm.
 struct DiskFaults {
-    static constexpr int kDied = 77;  // the exit code of a process that was made to end
+    static constexpr int kDied = 77;  // the exit code of an ended process
 
-    int step = 0;  // where the fault strikes, from 1; 0: nowhere
+    int step = 0;  // the number of the faulty call, from 1; 0: none
     int calls = 0;
     EFault fault = EFault::FailOnce;
     bool failNextWrite = false;
-    bool isDelayed = false;  // closing and setting times count as well
+    bool isDelayed = false;  // closing and setting times are counted, too
     std::function<void()> visit;
-    std::function<void()> sleep;  // takes the place of pauses
+    std::function<void()> sleep;  // replaces pauses
     std::map<std::pair<dev_t, ino_t>, Unsynced> unsynced;
     std::vector<std::pair<std::string, std::string>> unsyncedMoves;  // source, target
     std::vector<std::string> unsyncedDeletions;
@@ -65,14 +69,14 @@ struct DiskFaults {
         return calls;
     }
 
-    bool Strikes() {
+    bool IsFaulty() {
         if (step == 0) {
             return false;
         }
         ++calls;
         if (fault == EFault::Visit) {
             if (calls == step) {
-                step = 0;  // the visitor's own calls do not count
+                step = 0;  // the calls of `visit` are not counted
                 visit();
                 step = calls;
             }
@@ -80,28 +84,26 @@ struct DiskFaults {
         }
         return calls == step || (fault == EFault::FailFromThen && calls > step);
     }
-    // True when the call that asks has to fail, with errno.
+    // True when this call has to fail, with errno.
     bool Fails(int code) {
-        if (!Strikes()) {
+        if (!IsFaulty()) {
             return false;
         }
-        DieIfDeadly();
+        EndIfFatal();
         errno = code;
         return true;
     }
-    void DieIfDeadly() {
-        if (fault == EFault::FailOnce || fault == EFault::FailFromThen) {
-            return;
-        }
-        if (fault != EFault::Kill) {
+    void EndIfFatal() {
+        if (fault >= EFault::PowerCut) {
             CutPower();
         }
-        ::_exit(kDied);
+        if (fault >= EFault::Kill) {
+            ::_exit(kDied);
+        }
     }
 
-    // Before content of an open file changes: `length` bytes from `from` on, or all from there
-    // on when it is 0.
-    void Touch(int descriptor, off_t from, off_t length = 0) {
+    // Called before `length` bytes of an open file change, from `from` on; 0: all bytes.
+    void BeforeChange(int descriptor, off_t from, off_t length = 0) {
         struct stat info {};
         if (step == 0 || fault < EFault::PowerCut || ::fstat(descriptor, &info) != 0) {
             return;
@@ -109,8 +111,7 @@ struct DiskFaults {
         const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
         Unsynced& file = unsynced[{info.st_dev, info.st_ino}];
         if (file.descriptor < 0) {
-            file.descriptor =
-                static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path.c_str(), O_RDWR | O_CLOEXEC));
+            file.descriptor = System(SYS_openat, AT_FDCWD, path.c_str(), O_RDWR | O_CLOEXEC);
         }
         const off_t end = std::min(info.st_size, from + length);
         if (from < end) {
@@ -137,10 +138,10 @@ struct DiskFaults {
             unsynced.erase(it);
         }
     }
-    // Where a file lies that is deleted, but may come back.
+    // The name of a deleted file until the deletion is flushed.
     static std::string Lost(const std::string& path) { return path + ".lost~"; }
     void CutPower() {
-        // Half of what is not on the disk: the first deletion comes back, the later ones stay.
+        // Half of the deletions: the first file exists again, the later ones do not.
         if (fault == EFault::PowerCut && !unsyncedDeletions.empty()) {
             const std::string& path = unsyncedDeletions.front();
             ::syscall(SYS_renameat2, AT_FDCWD, Lost(path).c_str(), AT_FDCWD, path.c_str(), 1);
@@ -166,11 +167,11 @@ struct DiskFaults {
         if (Fails(EIO)) {
             return -1;
         }
-        const long result = ::syscall(SYS_renameat2, AT_FDCWD, source, AT_FDCWD, target, flags);
+        const int result = System(SYS_renameat2, AT_FDCWD, source, AT_FDCWD, target, flags);
         if (result == 0 && step != 0) {
             unsyncedMoves.emplace_back(source, target);
         }
-        return static_cast<int>(result);
+        return result;
     }
 };
 
@@ -185,25 +186,24 @@ int open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const unsigned mode = (flags & O_CREAT) != 0 ? va_arg(arguments, unsigned) : 0;
     va_end(arguments);
-    if (support::g_diskFaults.Fails(EIO)) {
-        return -1;
-    }
-    return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+    return support::g_diskFaults.Fails(EIO)
+               ? -1
+               : support::System(SYS_openat, AT_FDCWD, path, flags, mode);
 }
 
 ssize_t write(int descriptor, const void* buffer, std::size_t length) {
     support::DiskFaults& faults = support::g_diskFaults;
-    faults.Touch(descriptor, ::lseek(descriptor, 0, SEEK_CUR), static_cast<off_t>(length));
+    faults.BeforeChange(descriptor, ::lseek(descriptor, 0, SEEK_CUR), static_cast<off_t>(length));
     bool fails = std::exchange(faults.failNextWrite, false);
-    if (!fails && faults.Strikes()) {
-        // Even: what a system tears, it tears between pages.
+    if (!fails && faults.IsFaulty()) {
+        // An even number: systems split writes between pages.
         if (const std::size_t part = length / 4 * 2; part != 0) {
             const ssize_t half = ::syscall(SYS_write, descriptor, buffer, part);
-            faults.DieIfDeadly();
+            faults.EndIfFatal();
             faults.failNextWrite = true;
             return half;
         }
-        faults.DieIfDeadly();
+        faults.EndIfFatal();
         fails = true;
     }
     if (fails) {
@@ -215,7 +215,7 @@ ssize_t write(int descriptor, const void* buffer, std::size_t length) {
 
 ssize_t copy_file_range(int in, off64_t* inAt, int out, off64_t* outAt, std::size_t length,
                         unsigned flags) {
-    support::g_diskFaults.Touch(out, ::lseek(out, 0, SEEK_CUR));
+    support::g_diskFaults.BeforeChange(out, ::lseek(out, 0, SEEK_CUR));
     if (support::g_diskFaults.Fails(ENOSPC)) {
         return -1;
     }
@@ -223,11 +223,9 @@ ssize_t copy_file_range(int in, off64_t* inAt, int out, off64_t* outAt, std::siz
 }
 
 int ftruncate(int descriptor, off_t length) noexcept {
-    support::g_diskFaults.Touch(descriptor, length);
-    if (support::g_diskFaults.Fails(EIO)) {
-        return -1;
-    }
-    return static_cast<int>(::syscall(SYS_ftruncate, descriptor, length));
+    support::g_diskFaults.BeforeChange(descriptor, length);
+    return support::g_diskFaults.Fails(EIO) ? -1
+                                            : support::System(SYS_ftruncate, descriptor, length);
 }
 
 int fsync(int descriptor) {
@@ -235,28 +233,27 @@ int fsync(int descriptor) {
         return -1;
     }
     support::g_diskFaults.Synced(descriptor);
-    return static_cast<int>(::syscall(SYS_fsync, descriptor));
+    return support::System(SYS_fsync, descriptor);
 }
 
-// What fails when a file is closed is the writing that was put off.
+// A failing close reports a delayed write that failed.
 int close(int descriptor) {
     if (support::g_diskFaults.isDelayed && support::g_diskFaults.Fails(ENOSPC)) {
         struct stat info {};
         if (::fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode)) {
-            ::syscall(SYS_ftruncate, descriptor, info.st_size / 4 * 2);  // not if it only reads
+            ::syscall(SYS_ftruncate, descriptor, info.st_size / 4 * 2);  // fails if read-only
         }
         ::syscall(SYS_close, descriptor);
         errno = ENOSPC;
         return -1;
     }
-    return static_cast<int>(::syscall(SYS_close, descriptor));
+    return support::System(SYS_close, descriptor);
 }
 
 int futimens(int descriptor, const timespec* times) noexcept {
-    if (support::g_diskFaults.isDelayed && support::g_diskFaults.Fails(EIO)) {
-        return -1;
-    }
-    return static_cast<int>(::syscall(SYS_utimensat, descriptor, nullptr, times, 0));
+    return support::g_diskFaults.isDelayed && support::g_diskFaults.Fails(EIO)
+               ? -1
+               : support::System(SYS_utimensat, descriptor, nullptr, times, 0);
 }
 
 int rename(const char* source, const char* target) noexcept {
@@ -275,10 +272,9 @@ int unlink(const char* path) noexcept {
     if (faults.step != 0 && faults.fault == support::EFault::PowerCut) {
         faults.unsyncedDeletions.emplace_back(path);
         const std::string lost = faults.Lost(path);
-        return static_cast<int>(
-            ::syscall(SYS_renameat2, AT_FDCWD, path, AT_FDCWD, lost.c_str(), 0));
+        return support::System(SYS_renameat2, AT_FDCWD, path, AT_FDCWD, lost.c_str(), 0);
     }
-    return static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
+    return support::System(SYS_unlinkat, AT_FDCWD, path, 0);
 }
 
 int nanosleep(const timespec* pause, timespec* rest) {
@@ -286,7 +282,7 @@ int nanosleep(const timespec* pause, timespec* rest) {
         support::g_diskFaults.sleep();
         return 0;
     }
-    return static_cast<int>(::syscall(SYS_nanosleep, pause, rest));
+    return support::System(SYS_nanosleep, pause, rest);
 }
 
 }  // extern "C"

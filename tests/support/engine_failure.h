@@ -1,4 +1,4 @@
-// What an engine's call ended with.
+// The failure of a call of an engine.
 #pragma once
 
 #include <cstdint>

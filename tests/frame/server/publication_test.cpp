@@ -1,9 +1,6 @@
 // Publications through the interfaces, early and late bound.
 #include <gtest/gtest.h>
 
-#include <map>
-#include <random>
-
 #include "support/meta_files.h"
 
 namespace {
@@ -349,32 +346,6 @@ TEST_F(Publication, NullArguments) {
     EXPECT_EQ(x, nullptr);
     EXPECT_EQ((Get<INT, &Reader::get_CmdCount>(EBinding::Early, r)), 1)
         << "a refused call adds no command";
-}
-
-// Keys in random order, compared with a model that stores when each first appeared.
-TEST_F(Publication, ManyKeysInAnyOrder) {
-    std::mt19937 random(11);
-    std::u16string text;
-    std::vector<std::u16string> names;  // of the groups, by first appearance
-    std::map<INT, std::size_t> positions;
-    for (int i = 0; i < 60000; ++i) {
-        const INT key = static_cast<INT>(random() % 40000) - 100;
-        const std::u16string name = u"vm" + frame::IntToString(i);
-        const auto [found, isNew] = positions.emplace(key, names.size());
-        names.resize(names.size() + (isNew ? 1 : 0));
-        names[found->second] = name;
-        text += (i == 0 ? u"" : u"\n") + (u"cmd.4.grp." + frame::IntToString(key)) +
-                u".OIB.0.VmName=" + name;
-    }
-    Write(text);
-    const EBinding b = EBinding::Early;
-    const auto accessor = AccessorOf(b, Load(b).Get());
-    const INT count = Get<INT, &Accessor::GetRetargetedOibGroupsNum>(b, accessor.Get(), 4);
-    ASSERT_EQ(static_cast<std::size_t>(count), names.size());
-    for (INT i = 0; i < count; ++i) {
-        ASSERT_EQ(OibText(b, accessor.Get(), 4, i, 0),
-                  names[static_cast<std::size_t>(i)] + u"////");
-    }
 }
 
 }  // namespace
