@@ -78,8 +78,7 @@ TEST_F(TdfGenerator, AgreesWithTheModelOnRandomVolumes) {
     } rows[] = {
         {kNoSplit, false, 0, 0, {}},
         {7, false, 0, 0, {3, 1024, 64, 256}},
-        {1, false, 0, 0, {1, 64, 64, 64}},
-        {0, false, 0, 0, {}},
+        {0, false, 0, 0, {1, 64, 64, 64}},
         {-1, true, 2, 2, {}},
         {40, false, 0, 0, {1, 100000, 4096, 65536}},
         {kNoSplit, true, 3, 2, {}},

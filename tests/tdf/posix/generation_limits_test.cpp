@@ -9,7 +9,7 @@ namespace {
 using GenerationLimits = support::CTdfGenerationTest;
 
 TEST_F(GenerationLimits, MoreOwnersThanHandles) {
-    const support::Volume volume = support::UniqueOwnersVolume(1, 10, 100'000, 20'000);
+    const support::Volume volume = support::UniqueOwnersVolume(1, 10, 50'000, 10'000);
     WriteVolume(volume.Bytes());
     constexpr std::uint64_t kMaxMemory = 300'000'000;  // bytes
     for (const std::uint64_t handles : {256U, 24U}) {
