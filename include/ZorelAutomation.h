@@ -1,6 +1,6 @@
-// The automation types that ZorelOibIdxLib.h is written in.
+// The automation types that ZorelOibIdxLib.h uses.
 //
-// On Windows they are the system's own. On other systems this header declares the
+// On Windows the system's headers define them. On other systems this header declares the
 // part of OLE Automation that the library and its clients use, with the published
 // 64-bit layouts and identifiers: OLECHAR is a UTF-16 code unit (char16_t), LONG and
 // ULONG have 32 bits, and an interface is a C++ class without data whose vtable has
@@ -10,7 +10,7 @@
 #if defined(_WIN32)
 
 #include <windows.h>
-// Order matters: the automation headers build on windows.h.
+// The automation headers need windows.h before them.
 #include <oaidl.h>
 #include <ocidl.h>
 #include <oleauto.h>
@@ -191,7 +191,7 @@ union CY {
 };
 
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpedantic"  // the nameless record member is the published form
+#pragma GCC diagnostic ignored "-Wpedantic"  // the published VARIANT has an unnamed record member
 struct VARIANT {
     VARTYPE vt;
     WORD wReserved1;
@@ -302,8 +302,8 @@ static_assert(sizeof(SYSTEMTIME) == 16);
 
 // ----- Interfaces ---------------------------------------------------------------
 
-// The protected destructors keep clients from deleting through an interface; they
-// take no vtable slot.
+// The destructors are protected, because clients must not delete through an interface. They
+// are not virtual and have no vtable slot.
 
 struct IUnknown {
     virtual HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) = 0;
@@ -375,7 +375,7 @@ protected:
     ~IEnumString() = default;
 };
 
-// The record description that travels with a VT_RECORD variant.
+// The description of the record in a VT_RECORD variant.
 struct IRecordInfo : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE RecordInit(PVOID record) = 0;
     virtual HRESULT STDMETHODCALLTYPE RecordClear(PVOID record) = 0;
@@ -417,7 +417,8 @@ inline constexpr IID IID_ISupportErrorInfo = {
 
 extern "C" {
 BSTR STDAPICALLTYPE SysAllocString(const OLECHAR* text);
-// A null `text` leaves the `length` code units unset; the terminator is always written.
+// With a null `text` the `length` code units are uninitialized. Writes the terminating NUL
+// in both cases.
 BSTR STDAPICALLTYPE SysAllocStringLen(const OLECHAR* text, UINT length);
 void STDAPICALLTYPE SysFreeString(BSTR text);
 UINT STDAPICALLTYPE SysStringLen(BSTR text);      // code units; 0 for null

@@ -2,10 +2,10 @@
 // controller, for C++ clients on Linux and on Windows.
 //
 // A client creates the class COibIdxLib (on Linux through CreateOibIdxLib below, on
-// Windows through CoCreateInstance) and calls IOibIdxLib; every other object is handed
-// out by a method. Methods return an HRESULT; a failure leaves error information for
-// the calling thread (GetErrorInfo). Every string, array and record field handed out
-// belongs to the caller. doc/interface.md describes each method.
+// Windows through CoCreateInstance) and calls IOibIdxLib; methods return all other
+// objects. Methods return an HRESULT; a failure sets the error information of the
+// calling thread (GetErrorInfo). The caller frees every returned string, array and
+// record field. doc/interface.md describes each method.
 #pragma once
 
 #include "ZorelAutomation.h"
@@ -57,14 +57,14 @@ inline constexpr GUID GUID_EIdxMetaOpenMode = {
 
 // How CreateMetaFile and CreateBSessionMetaFile open a file; passed as an INT.
 enum EIdxMetaOpenMode : INT {
-    EIdxMetaLoad = 0,               // read an existing file, hold nothing open
-    EIdxMetaOpenRW = 1,             // open or create, and hold the file
-    EIdxMetaCreateNewDetached = 2,  // start empty; the first flush writes the file
+    EIdxMetaLoad = 0,               // read an existing file and close it
+    EIdxMetaOpenRW = 1,             // open or create the file and keep it open
+    EIdxMetaCreateNewDetached = 2,  // start without attributes; the first flush writes the file
 };
 
-// What a search looks for. Null strings count as not given.
+// The criteria of a search. A null string is the same as an empty one.
 struct SearchSpec {
-    BSTR rootPath;         // folder that the files stand below
+    BSTR rootPath;         // folder that contains the files
     BSTR FileNamePattern;  // wildcard pattern for the file name
     BSTR Owner;            // NAME, DOMAIN\NAME, NAME@DOMAIN or DOMAIN.NAME
     VARIANT_BOOL UseTimeLimits;
@@ -74,7 +74,7 @@ struct SearchSpec {
     LONGLONG SizeFrom;  // bytes, both ends included
     LONGLONG SizeTill;
     VARIANT_BOOL UseSearchServerRule;
-    BSTR UnrestrictedExtentions;  // permitted name endings, separated by ';' or ','
+    BSTR UnrestrictedExtentions;  // permitted file name suffixes, separated by ';' or ','
 };
 
 struct SearchResult {
@@ -100,7 +100,7 @@ static_assert(sizeof(OibFileInfo) == 32 && offsetof(OibFileInfo, Owner) == 24);
 
 // ----- Interfaces -------------------------------------------------------------------
 
-// The text data file search task: results addressed from 0.
+// The text data file search task. The index of the first result is 0.
 struct IOibTDFSearchTask : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE GetResult(INT index, SearchResult* srchResult) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_ResultsCount(INT* pCount) = 0;
@@ -205,8 +205,8 @@ protected:
     ~IMtfPublicationOrderingInfo() = default;
 };
 
-// In this interface cmdId is a command's number as written in the file; groupId, oibId
-// and fileId are positions from 0.
+// In this interface cmdId is a command's number in the file; groupId, oibId and fileId are
+// 0-based positions.
 struct IMtfAddBSessionCmdAccessor : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE GetRetargetedOibGroupsNum(INT cmdId, INT* pCount) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetOibsNumInRetargetedOibGroup(INT cmdId, INT groupId,
@@ -227,7 +227,7 @@ protected:
     ~IMtfAddBSessionCmdAccessor() = default;
 };
 
-// In this interface cmdId is a position from 0.
+// In this interface cmdId is a 0-based position.
 struct IMtfPublicationMetaFileReader : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE get_OrderingInfo(IMtfPublicationOrderingInfo** ppInfo) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_CmdCount(INT* pCount) = 0;
@@ -254,7 +254,7 @@ struct IOibIdxLib : IDispatch {
                                                    SAFEARRAY** ppResult) = 0;
     virtual HRESULT STDMETHODCALLTYPE ParseOibTDFName(BSTR txtHierarchyFileName,
                                                       BSTR* ppOwnerDomain, BSTR** ppOwnerName) = 0;
-    // The misspelled name is the published one.
+    // The misspelled name is kept for compatibility.
     virtual HRESULT STDMETHODCALLTYPE ConvetrPathToCrcStr(BSTR folderPath, INT subfoldersMax,
                                                           BSTR* retStr) = 0;
     virtual HRESULT STDMETHODCALLTYPE FindInOibTDF2(BSTR dataFile, SearchSpec* srchSpec,
@@ -280,8 +280,8 @@ protected:
 
 extern "C" {
 #if !defined(_WIN32)
-// Creates the library object without a class factory. With an `outer` object `iid` must
-// be IUnknown (CLASS_E_NOAGGREGATION otherwise); a null `ppv` gives E_POINTER.
+// Creates the library object without a class factory. With an `outer` object, `iid` must
+// be IUnknown (otherwise CLASS_E_NOAGGREGATION). E_POINTER for a null `ppv`.
 HRESULT CreateOibIdxLib(IUnknown* outer, const IID* iid, void** ppv);
 HRESULT DllGetClassObject(const CLSID& clsid, const IID& iid, void** ppv);
 HRESULT DllCanUnloadNow();

@@ -1,10 +1,10 @@
-// How text passes between UTF-16 (interfaces, catalogues) and the 8-bit text of the
-// system (paths, command lines, logs), for the library and for its clients.
+// Conversion between UTF-16 text (interfaces, catalogues) and the 8-bit text of the system
+// (paths, command lines, logs), for the library and for its clients.
 //
-// The 8-bit form is UTF-8. Both directions are total, text that is well formed passes
-// through both unchanged, and every byte string survives the way to UTF-16 and back: a
-// byte that belongs to no valid sequence is carried as U+DC80..U+DCFF, any other lone
-// surrogate as the three bytes of its code point.
+// The 8-bit form is UTF-8. Both conversions accept every input. Well-formed text converts in
+// both directions without a change, and every byte string converts to UTF-16 and back without
+// a change: a byte that is not part of a valid sequence becomes U+DC80..U+DCFF, any other lone
+// surrogate becomes the three bytes of its code point.
 #pragma once
 
 #include <cstddef>
@@ -23,39 +23,39 @@ inline bool IsLowSurrogate(char32_t c) {
 }
 
 struct DecodedUnit {
-    char32_t value;  // a scalar value, a surrogate, or U+DC80..U+DCFF for a stray byte
+    char32_t value;  // a scalar value, a surrogate, or U+DC80..U+DCFF for an invalid byte
     std::size_t length;
 };
 
-// Decodes the sequence at `pos` (which is inside `text`) by its bytes alone.
+// Decodes the sequence at `pos`, which must be less than the size of `text`.
 inline DecodedUnit DecodeSequence(std::string_view text, std::size_t pos) {
     const auto byteAt = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const unsigned char lead = byteAt(pos);
     if (lead < 0x80) {
         return {lead, 1};
     }
-    const DecodedUnit stray{0xDC00U + lead, 1};
+    const DecodedUnit invalid{0xDC00U + lead, 1};
     const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
     if (lead < 0xC2 || lead > 0xF4 || text.size() - pos < length) {
-        return stray;
+        return invalid;
     }
     char32_t value = lead & (0xFFU >> (length + 1));
     for (std::size_t i = 1; i < length; ++i) {
         if ((byteAt(pos + i) & 0xC0U) != 0x80U) {
-            return stray;
+            return invalid;
         }
         value = (value << 6) | (byteAt(pos + i) & 0x3FU);
     }
-    constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (value < kSmallest[length] || value > 0x10FFFF) {
-        return stray;
+    constexpr char32_t kMinValue[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (value < kMinValue[length] || value > 0x10FFFF) {
+        return invalid;
     }
-    // These would go back as one byte: keep the three apart.
-    return value >= 0xDC80 && value <= 0xDCFF ? stray : DecodedUnit{value, length};
+    // ToUtf8 converts these values to one byte, so each of the three bytes is an invalid byte.
+    return value >= 0xDC80 && value <= 0xDCFF ? invalid : DecodedUnit{value, length};
 }
 
-// Appends a lone low surrogate. Highs that stand before it would pair with it and read
-// back as other bytes: they are carried as stray bytes instead.
+// Appends a lone low surrogate. High surrogates directly before it would form a pair with it
+// and convert back to other bytes, so they are replaced by their three bytes as invalid bytes.
 inline void AppendLowSurrogate(std::u16string& out, char32_t low) {
     std::size_t keep = out.size();
     while (keep > 0 && IsHighSurrogate(out[keep - 1])) {

@@ -21,8 +21,8 @@ automation::CSafeArrayPtr NewStringArray(std::size_t count) {
     return array;
 }
 
-// The array is fresh and its slots are null, so the string goes straight into its slot
-// instead of being copied by SafeArrayPutElement.
+// Stores the string directly: the elements of a new array are null, and SafeArrayPutElement
+// would copy the string once more.
 void PutString(SAFEARRAY* array, std::size_t index, std::u16string_view text) {
     const BSTR string = ::SysAllocStringLen(reinterpret_cast<const OLECHAR*>(text.data()),
                                             static_cast<UINT>(text.size()));

@@ -1,4 +1,4 @@
-// Between the engines' types and those of automation: string arrays, strings, booleans.
+// Conversions between the types of the engines and automation types: string arrays, booleans.
 #pragma once
 
 #include <string>
@@ -15,16 +15,16 @@ constexpr VARIANT_BOOL ToVariantBool(bool value) noexcept {
 }
 
 // A new one-dimensional array of BSTR with lower bound 0; an empty list gives an array
-// without elements. Throws CExc (E_FAIL) when it cannot be allocated, CComExc when an
-// element cannot be stored; no array is left behind then.
+// without elements. Throws CExc (E_FAIL) if it cannot be allocated, CComExc if an element
+// cannot be stored; the array is freed in both cases.
 automation::CSafeArrayPtr StringListToSafeArray(const std::vector<std::u16string>& list);
 
-// The same for any source: `textAt(i)` gives the i-th of `count` texts as a view.
+// The same for any source: `textAt(i)` returns the i-th of `count` texts as a view.
 template <class TextAt>
 automation::CSafeArrayPtr StringsToSafeArray(std::size_t count, TextAt&& textAt);
 
-// The array's strings from its lower to its upper bound. Throws CComExc (E_INVALIDARG)
-// for an array of something else or with another number of dimensions than one.
+// The array's strings from its lower to its upper bound. Throws CComExc (E_INVALIDARG) if
+// `array` is null, is not an array of BSTR, or does not have exactly one dimension.
 std::vector<std::u16string> SafeArrayToStringList(SAFEARRAY* array);
 
 namespace detail {

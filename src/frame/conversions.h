@@ -1,5 +1,5 @@
-// Conversions that all layers share: numbers, GUIDs, string lists and 8-bit text, with
-// fixed formats and fixed failure messages; trimming and tests without regard to case.
+// Conversions used by all layers: numbers, GUIDs and 8-bit text to and from UTF-16 text, and
+// trimming. Formats and error messages are fixed.
 #pragma once
 
 #include <cstddef>
@@ -22,26 +22,26 @@ std::u16string UIntToHexString8(std::uint32_t value);
 std::u16string UInt64ToHexString(std::uint64_t value);
 std::u16string BoolToString(bool value);
 
-// A decimal number at the start of a text, as the C library reads it: leading white space,
-// a sign, digits. `length` counts all of these and is 0 when there is no digit.
+// A decimal number at the start of a text, parsed like strtoll: leading white space, a sign,
+// digits. `length` counts all of these; it is 0 if there is no digit.
 struct DecimalPrefix {
     std::size_t length = 0;
-    std::uint64_t magnitude = 0;  // stays at its largest value once it is out of range
+    std::uint64_t magnitude = 0;  // the largest value if the number is out of range
     bool negative = false;
 };
 DecimalPrefix ReadDecimalPrefix(std::u16string_view text) noexcept;
-// The number within the type's range, clamped to the nearest end.
+// The number, clamped to the range of the type.
 std::int32_t ClampToInt32(const DecimalPrefix& number) noexcept;
 std::int64_t ClampToInt64(const DecimalPrefix& number) noexcept;
 
-// Read a leading decimal number and ignore what follows; out-of-range values are clamped.
-// Throw CExc (E_FAIL) with the whole text when there is no digit.
+// Parse a leading decimal number, clamped to the range of the type; the rest of the text is
+// ignored. Throw CExc (E_FAIL) with the whole text if there is no digit.
 std::int32_t StringToInt(std::u16string_view text);
 std::uint32_t StringToUInt(std::u16string_view text);
 
-// Lower case, 36 characters, or 38 with braces.
+// Lower case; 36 characters, or 38 with braces.
 std::u16string GuidToString(const GUID& guid, bool withBraces);
-// Accepts either brace independently. Throws CWin32Exc (1705) with the text.
+// Each brace is optional on its own. Throws CWin32Exc (1705) with the text.
 GUID StringToGuid(std::u16string_view text);
 
 // The thread's ANSI code page on Windows, UTF-8 on Linux.

@@ -13,9 +13,9 @@ namespace {
 
 constexpr std::uint32_t kLibraryNameId = 100;
 
-// The number behind a '%', read as wcstol reads it: leading blanks, a sign, digits.
+// The number after a '%', parsed like wcstol: leading blanks, a sign, digits.
 struct PlaceholderNumber {
-    std::size_t length = 0;  // code units consumed; 0 when no number stands there
+    std::size_t length = 0;  // code units consumed; 0 if there is no number
     std::int64_t value = 0;  // clamped to 32 bits
 };
 
@@ -24,12 +24,12 @@ PlaceholderNumber ReadNumber(std::u16string_view text) {
     return {prefix.length, ClampToInt32(prefix)};
 }
 
-// What stands for number `n` when no argument fits it: the number as an unsigned one.
+// The text for placeholder number `n` without an argument: the number is printed unsigned.
 std::u16string UnfilledPlaceholder(std::int64_t n) {
     return u"%" + UInt64ToString(static_cast<std::uint32_t>(n));
 }
 
-// The description of the thread's error information, which this call takes away.
+// Returns the description of the thread's error information and clears the information.
 std::u16string TakeErrorDescription() {
     automation::CComPtr<IErrorInfo> info;
     if (::GetErrorInfo(0, info.Put()) != S_OK) {

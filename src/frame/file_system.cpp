@@ -36,12 +36,13 @@ bool FolderExists(std::u16string_view path) {
     return FindsAnything(ToLongPath(CombinePath(path, u"*")));
 }
 
-// Adds the missing ancestors of the one folder in `levels` and drops what exists.
+// Appends the missing ancestors of the only folder in `levels`, and removes the folder from
+// `levels` if it exists.
 void CollectMissingAncestors(std::vector<std::u16string_view>& levels) {
     const bool named = !levels.front().empty();
     for (;;) {
         const std::u16string_view path = StripTrailingSeparator(levels.back());
-        // No name is the root of the file system only as somebody's ancestor.
+        // An empty path is the root of the file system only if it is the ancestor of a folder.
         if (named && FolderExists(path)) {
             levels.pop_back();
             return;
@@ -71,7 +72,7 @@ bool FlushFile(std::u16string_view longPath) {
     return file && platform::FlushFileBuffers(file.Get());
 }
 
-// Deletes the file; a missing one is no failure. Without a context of its own.
+// Deletes the file without adding a context message. A missing file is not a failure.
 void Remove(std::u16string_view path) {
     const std::u16string longPath = ToLongPath(path);
     if (!FileExists(longPath) || platform::DeleteFileW(longPath)) {
@@ -160,7 +161,8 @@ void ResetReadOnly(std::u16string_view path) {
 }
 
 void CreateFolder(std::u16string_view path) {
-    // Waiting folders, the one asked for first: no recursion, whatever the path's length.
+    // The folders to create, `path` first. A list instead of a recursion: a long path must not
+    // exhaust the stack.
     std::vector<std::u16string_view> levels{path};
     try {
         CollectMissingAncestors(levels);
@@ -180,7 +182,7 @@ void DeleteFile(std::u16string_view path) {
 }
 
 void DeleteFileDurably(std::u16string_view path) {
-    // No call brings a deletion to the disk, but one does so for a new name.
+    // The system can write a rename through to the disk, but not a deletion.
     const std::u16string staged = StagedPath(path);
     const bool moved =
         platform::MoveFileExW(ToLongPath(path), ToLongPath(staged),
@@ -296,8 +298,8 @@ std::u16string GetTempFolder() {
 }
 
 std::u16string GetModuleFilePath(platform::ModuleHandle module) {
-    // The returned length is compared with the number of the "buffer too small" error: kept
-    // on purpose. A path of just that length must not grow the buffer for ever.
+    // Comparing the returned length with the "buffer too small" error code: kept for
+    // compatibility. The limit ends the loop if the path has exactly that length.
     constexpr int kMaxGrowths = 4;
     std::u16string buffer(512, u'\0');
     std::uint32_t length = 0;

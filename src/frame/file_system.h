@@ -1,7 +1,7 @@
-// Paths, folders and files for the engines. Every function that reaches the file system
-// takes its path in the long form (ToLongPath) and throws CWin32Exc or CExc with the
-// paths as the caller gave them, unless a comment says otherwise. No state: any thread
-// may call them.
+// Paths, folders and files for the engines. Every function that accesses the file system
+// passes the long form of its paths (ToLongPath) to the system. Failures are CWin32Exc or
+// CExc; their messages contain the paths as the caller passed them, unless a comment says
+// otherwise. The functions have no state; any thread may call them.
 #pragma once
 
 #include <cstddef>
@@ -15,60 +15,63 @@
 
 namespace frame {
 
-// Texts only; nothing here touches the file system.
+// Path texts. These functions do not access the file system.
 
-// Puts \\?\ (or \\?\UNC\ in place of two leading backslashes) in front, unless it is there.
+// Adds the prefix \\?\ unless the path has it; in a path that begins with two backslashes,
+// replaces these by \\?\UNC\.
 std::u16string ToLongPath(std::u16string_view path);
 
 struct SplitText {
     std::u16string_view head;  // folder or base name
     std::u16string_view tail;  // name or extension
 };
-// At the last backslash; only without one, at the last slash. No separator: no folder.
+// Splits at the last backslash, or at the last slash if there is no backslash. Without a
+// separator the folder is empty.
 SplitText SplitPath(std::u16string_view path) noexcept;
-// At the last dot; without one the extension is empty.
+// Splits at the last dot; without a dot the extension is empty.
 SplitText SplitExtension(std::u16string_view name) noexcept;
-// Without one final separator.
+// Removes one separator from the end.
 std::u16string_view StripTrailingSeparator(std::u16string_view path) noexcept;
-// A backslash before every part but the first, even before an empty one.
+// Writes a backslash before every part but the first, also before an empty part.
 std::u16string JoinPath(const std::vector<std::u16string_view>& parts);
 std::u16string CombinePath(std::u16string_view a, std::u16string_view b);
 
-// True for anything that the path finds: files, folders, wildcard matches.
+// True if a search for the path finds something: a file, a folder or a wildcard match.
 bool FileExists(std::u16string_view path);
 void ResetReadOnly(std::u16string_view path);
-// Creates the folder and its missing ancestors. A failure carries one message for each
-// level that waited for it.
+// Creates the folder and its missing ancestors. The exception has one message for each folder
+// that was not created.
 void CreateFolder(std::u16string_view path);
-// A missing file is no failure; a read-only one is deleted.
+// Deletes a read-only file too. A missing file is not a failure.
 void DeleteFile(std::u16string_view path);
-// Like DeleteFile, and the name does not come back after a power cut.
+// Like DeleteFile; the deletion is on the disk when the function returns, and a power cut
+// does not undo it.
 void DeleteFileDurably(std::u16string_view path);
 // Overwrites the target.
 void CopyFile(std::u16string_view source, std::u16string_view target, bool createTargetFolder);
-// Throws what CopyFile throws, for a copy that is made in another way.
+// Throws the exception of CopyFile, for a caller that copies in another way.
 [[noreturn]] void ThrowNotCopied(std::u16string_view source, std::u16string_view target,
                                  std::uint32_t code);
-// Copies to a name that must be free. The target appears under it only when it is whole
-// and on the disk; until then it is written beside it, under the name of StagedPath.
+// Copies to a path that must not exist. Writes the copy to StagedPath(target), flushes it to
+// the disk and renames it, so that `target` never contains a part of the file.
 void CopyFileDurably(std::u16string_view source, std::u16string_view target);
-// Where a file is written that shall appear at `path` only when it is whole.
+// The path under which a file is written before it is renamed to `path`.
 std::u16string StagedPath(std::u16string_view path);
-// Messages show the long paths.
+// The messages contain the long paths.
 void MoveFile(std::u16string_view source, std::u16string_view target, bool replace);
-// Copies files, then sub-folders. Its own message shows the long paths.
+// Copies the files, then the sub-folders. The message of CopyFolder contains the long paths.
 void CopyFolder(std::u16string_view source, std::u16string_view target);
 
 struct FolderList {
     std::vector<std::u16string> folders;
     std::vector<std::u16string> files;
 };
-// What the pattern matches, without "." and ".."; nothing found is an empty list.
+// The entries that match the pattern, without "." and ".."; two empty lists if there are none.
 FolderList ListFolder(std::u16string_view pattern);
 void RemoveFolder(std::u16string_view path);
 std::u16string GetTempFolder();
 
-// A null module is the program itself.
+// A null module is the program.
 std::u16string GetModuleFilePath(platform::ModuleHandle module);
 std::u16string GetModuleFolder(platform::ModuleHandle module);
 std::u16string GetModuleFileName(platform::ModuleHandle module);
@@ -82,8 +85,8 @@ std::u16string GetEnvironmentValue(std::u16string_view name);
 void SetFilePointerTo(platform::FileHandle handle, std::int64_t position);
 void ReadExactly(platform::FileHandle handle, void* buffer, std::uint32_t length);
 platform::CFileHandle DuplicateHandleOf(platform::FileHandle handle);
-// Waits for the file to appear (a timeout is a failure), then for its writers to let it go
-// (a timeout is none, kept on purpose).
+// Waits until the file exists, then until it can be opened for writing. A timeout of the first
+// wait is a failure; a timeout of the second is not. Kept for compatibility.
 void FileWaitCreation(std::u16string_view path, std::uint32_t seconds);
 
 }  // namespace frame

@@ -1,4 +1,4 @@
-// Versions of four numbers, in texts and in files.
+// Versions of four numbers, as text and in files.
 #pragma once
 
 #include <string>
@@ -10,11 +10,12 @@ namespace frame {
 
 using platform::FileVersion;
 
-// Four numbers separated by dots, each read as the C library reads an unsigned 32-bit
-// number and cut to its low 16 bits; what follows the fourth is ignored.
+// Parses four numbers separated by dots. Each is parsed like a 32-bit strtoul and truncated
+// to its low 16 bits. Text after the fourth number is ignored. Throws CExc (E_FAIL).
 FileVersion ParseVersion(std::u16string_view text);
 std::u16string FormatVersion(const FileVersion& version);
-// The file version of the file's version resource. Linux files have none: a failure.
+// The file version in the file's version resource. Throws CWin32Exc if there is none; on Linux
+// always.
 FileVersion GetFileVersion(std::u16string_view path);
 
 }  // namespace frame

@@ -26,7 +26,7 @@ const char* LevelWord(std::int32_t level) {
     }
 }
 
-// The whole line with its line break, the text indented by `indent` blanks.
+// The complete line with its line break; the text is indented by `indent` blanks.
 std::string ComposeLine(const platform::SystemTime& time, std::int32_t level, const CLogger& logger,
                         std::size_t indent, std::u16string_view text) {
     char head[64];

@@ -1,4 +1,4 @@
-// The log writers: text files with one line for each log line.
+// The log writers: they write text files with one line for each log line.
 #pragma once
 
 #include <mutex>
@@ -13,9 +13,9 @@ namespace frame {
 //
 //     [15.01.2013 09:05:07]      Info             text
 //
-// in local time and 8-bit text, tags in brackets before the text. The file is opened and
-// closed for every line, so that others may read, move or remove it in between; missing
-// folders are made. A line that cannot be written is dropped.
+// with the local time, in 8-bit text; tags are written in brackets before the text. The file
+// is opened and closed for every line, so that other processes can read, move or remove it
+// between two lines. Missing folders are created. A line that cannot be written is dropped.
 class CBackupStyleFileLogWriter final : public CLogWriter {
 public:
     explicit CBackupStyleFileLogWriter(std::u16string path) : m_path(std::move(path)) {}
@@ -28,15 +28,15 @@ private:
     std::u16string m_path;
 };
 
-// Writes lines of the same form to a file whose name may change from line to line, texts
-// indented by two blanks for each step of depth.
+// Writes lines of the same form, with the text indented by two blanks for each level of
+// depth, to a file whose name can depend on the time.
 class CFileLogWriter : public CLogWriter {
 public:
     void Write(std::int32_t level, const CLogger& logger, std::int32_t depth,
                std::u16string_view line) override;
 
 protected:
-    // The file for a line of this time.
+    // The file for a line written at `time`.
     virtual std::u16string FilePath(const platform::SystemTime& time) const = 0;
 
 private:
@@ -54,7 +54,7 @@ private:
     std::u16string m_path;
 };
 
-// A file for each day: "-YYYY-MM-DD" stands behind the base name.
+// Writes one file for each day: "-YYYY-MM-DD" follows the base name of the file.
 class CDailyFileLogWriter final : public CFileLogWriter {
 public:
     explicit CDailyFileLogWriter(std::u16string path) : m_path(std::move(path)) {}

@@ -6,6 +6,19 @@
 
 namespace frame {
 
+namespace {
+
+// Runs `body`, which logs a message. Drops the message if there is not enough memory for it.
+template <class Body>
+void DropOnOutOfMemory(Body body) noexcept {
+    try {
+        body();
+    } catch (const std::bad_alloc&) {
+    }
+}
+
+}  // namespace
+
 CLogger::CLogger() : m_core(std::make_shared<Core>()), m_indent(std::make_shared<IndentState>()) {
     m_indent->lock = m_core->lock;
 }
@@ -32,32 +45,20 @@ bool CLogger::IsEnabled(std::int32_t level) const noexcept {
 
 void CLogger::Log(std::int32_t level, std::u16string_view text) noexcept {
     const Hold hold(m_core->lock->mutex);
-    if (!IsEnabled(level)) {
-        return;
-    }
-    try {
-        WriteLines(level, text, m_indent->depth);
-    } catch (const std::bad_alloc&) {
+    if (IsEnabled(level)) {
+        DropOnOutOfMemory([&] { WriteLines(level, text, m_indent->depth); });
     }
 }
 
 void CLogger::Log(std::int32_t level, std::u16string_view text, TextArgs args) noexcept {
-    if (!IsEnabled(level)) {
-        return;
-    }
-    try {
-        Log(level, FormatText(text, args));
-    } catch (const std::bad_alloc&) {
+    if (IsEnabled(level)) {
+        DropOnOutOfMemory([&] { Log(level, FormatText(text, args)); });
     }
 }
 
 void CLogger::Log(std::int32_t level, std::uint32_t stringId, TextArgs args) noexcept {
-    if (!IsEnabled(level)) {
-        return;
-    }
-    try {
-        Log(level, LoadTableString(stringId), args);
-    } catch (const std::bad_alloc&) {
+    if (IsEnabled(level)) {
+        DropOnOutOfMemory([&] { Log(level, LoadTableString(stringId), args); });
     }
 }
 
@@ -66,12 +67,11 @@ void CLogger::LogException(std::int32_t level, const CExc& exc) noexcept {
     if (!IsEnabled(level)) {
         return;
     }
-    try {
+    DropOnOutOfMemory([&] {
         for (const std::u16string& message : exc.GetMessages()) {
             WriteLines(level, message, m_indent->depth + 1);
         }
-    } catch (const std::bad_alloc&) {
-    }
+    });
 }
 
 void CLogger::ChangeIndent(std::int32_t delta) noexcept {
@@ -99,25 +99,21 @@ CLogger& ProcessLogger() {
 
 CLogScope::CLogScope(std::u16string_view text, CLogger& logger, std::int32_t level) noexcept
     : m_logger(logger), m_level(level), m_separator(u". ") {
-    if (!m_logger.IsEnabled(m_level)) {
-        return;
-    }
-    try {
-        m_text = text;
-        Begin();
-    } catch (const std::bad_alloc&) {
+    if (m_logger.IsEnabled(m_level)) {
+        DropOnOutOfMemory([&] {
+            m_text = text;
+            Begin();
+        });
     }
 }
 
 CLogScope::CLogScope(std::uint32_t stringId, CLogger& logger, std::int32_t level) noexcept
     : m_logger(logger), m_level(level) {
-    if (!m_logger.IsEnabled(m_level)) {
-        return;
-    }
-    try {
-        m_text = LoadTableString(stringId);
-        Begin();
-    } catch (const std::bad_alloc&) {
+    if (m_logger.IsEnabled(m_level)) {
+        DropOnOutOfMemory([&] {
+            m_text = LoadTableString(stringId);
+            Begin();
+        });
     }
 }
 

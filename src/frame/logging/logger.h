@@ -1,4 +1,4 @@
-// The text log of the process: levels, nesting, and the lock that keeps messages whole.
+// The text log of the process.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@ namespace frame {
 
 class CLogger;
 
-// Smallest level first; 5 is known to writers only.
+// Lowest level first. Only the log writers know level 5.
 enum ELogLevel : std::int32_t {
     ELogDetail = 1,
     ELogInfo = 2,
@@ -22,8 +22,8 @@ enum ELogLevel : std::int32_t {
     ELogError = 4,
 };
 
-// Where log lines go. The logger calls it with its lock held; a writer that several
-// loggers share needs, and has, a lock of its own.
+// The destination of log lines. The logger calls Write with its lock held. A writer also has
+// its own lock, because several loggers can share it.
 class CLogWriter {
 public:
     CLogWriter() = default;
@@ -31,35 +31,36 @@ public:
     CLogWriter& operator=(const CLogWriter&) = delete;
     virtual ~CLogWriter() = default;
 
-    // Takes one line without its line break. Throws nothing but std::bad_alloc.
+    // Writes one line, passed without its line break. Throws only std::bad_alloc.
     virtual void Write(std::int32_t level, const CLogger& logger, std::int32_t depth,
                        std::u16string_view line) = 0;
 };
 
-// Writes messages to its writer, nothing while it has none. Any thread may call it: a
-// message stands in the log as a whole, its lines one after the other. Lock order: logger,
-// then writer. Never reports a failure; a message for which memory is short is dropped.
+// Writes messages to its writer; writes nothing while it has no writer. Any thread may call
+// it. The lines of a message are consecutive in the log. Lock order: logger, then writer.
+// Reports no failure: a message is dropped if there is not enough memory for it.
 class CLogger {
 public:
     CLogger();
 
-    // Waits for the message being written. The writer before is let go.
+    // Waits until the current message is written. Releases the previous writer.
     void SetWriter(std::shared_ptr<CLogWriter> writer) noexcept;
-    // Kept, and without effect on what is logged.
+    // Stores the flag, which has no effect on the log. Kept for compatibility.
     void SetSkipSecure(bool skip) noexcept;
-    // Shown in brackets in front of every later message.
+    // Adds a tag that is written in brackets before every later message.
     void AddTag(std::u16string tag);
-    // For writers, while they are called.
+    // To be called only from CLogWriter::Write.
     const std::vector<std::u16string>& Tags() const noexcept { return m_tags; }
 
     bool IsEnabled(std::int32_t level) const noexcept;
-    // One line for each line of the text; CR LF and LF end one. An empty text has none.
+    // Writes one log line for each line of the text. CR LF and LF end a line. An empty text has
+    // no lines.
     void Log(std::int32_t level, std::u16string_view text) noexcept;
     void Log(std::int32_t level, std::u16string_view text, TextArgs args) noexcept;
     void Log(std::int32_t level, std::uint32_t stringId, TextArgs args = {}) noexcept;
-    // Every message of `exc` by itself, newest first, one step deeper.
+    // Writes every message of `exc` as a separate message, newest first, one level deeper.
     void LogException(std::int32_t level, const CExc& exc) noexcept;
-    // The depth never falls below 0.
+    // The smallest depth is 0.
     void ChangeIndent(std::int32_t delta) noexcept;
 
 private:
@@ -85,16 +86,16 @@ private:
     bool m_skipSecure = false;
 };
 
-// The one logger of the process. It writes nothing until it is given a writer.
+// The logger of the process. It has no writer until SetWriter is called.
 CLogger& ProcessLogger();
 
-// Logs a text now and, at its end, the same text with the outcome: failed, unless Ok() was
-// called. A scope that began while nothing was logged stays silent.
+// Logs a text in its constructor and the same text with the outcome when it ends: "Failed.",
+// or "Ok." if Ok() was called. Logs nothing if logging was disabled when it was constructed.
 class CLogScope {
 public:
-    // "text", then "text. Ok." or "text. Failed."
+    // Logs "text", then "text. Ok." or "text. Failed.".
     CLogScope(std::u16string_view text, CLogger& logger, std::int32_t level = ELogDetail) noexcept;
-    // The text with this id, then the text with "Ok." or "Failed." right behind it.
+    // Logs the text with this id, then the text directly followed by "Ok." or "Failed.".
     CLogScope(std::uint32_t stringId, CLogger& logger, std::int32_t level = ELogDetail) noexcept;
     CLogScope(const CLogScope&) = delete;
     CLogScope& operator=(const CLogScope&) = delete;

@@ -2,7 +2,7 @@
 
 #include <exception>
 #include <new>
-#include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "automation/com_ptr.h"
@@ -13,43 +13,31 @@ namespace frame {
 
 namespace {
 
-LPCOLESTR AsOleText(const char16_t* text) {
-    return reinterpret_cast<LPCOLESTR>(text);
-}
-
-HRESULT ReportFixedText(const CErrorSource& source, const char16_t* text, HRESULT hr) noexcept {
-    ReportError(source, AsOleText(text));
+HRESULT ReportText(const CErrorSource& source, const char16_t* text, HRESULT hr) noexcept {
+    ReportError(source, reinterpret_cast<LPCOLESTR>(text));
     return hr;
 }
 
 HRESULT ReportOutOfMemory(const CErrorSource& source) noexcept {
-    return ReportFixedText(source, u"There is not enough memory to finish the call.",
-                           E_OUTOFMEMORY);
+    return ReportText(source, u"There is not enough memory to finish the call.", E_OUTOFMEMORY);
 }
 
-HRESULT ReportExc(const CErrorSource& source, const CExc& exc) {
-    ReportError(source, AsOleText(exc.GetFullMessage().c_str()));
-    return exc.GetHResult();
-}
-
-HRESULT ReportStandardException(const CErrorSource& source, const std::exception& error) {
-    const std::u16string text = u"Unexpected failure: " + AnsiToWide(error.what()) + u".";
-    ReportError(source, AsOleText(text.c_str()));
-    return E_FAIL;
-}
-
-// Translates the exception being handled. May itself run out of memory.
+// Reports the exception being handled. Throws std::bad_alloc if there is not enough memory
+// for its text.
 HRESULT ReportCurrentException(const CErrorSource& source) {
     try {
         throw;
     } catch (const CExc& exc) {
-        return ReportExc(source, exc);
+        return ReportText(source, exc.GetFullMessage().c_str(), exc.GetHResult());
     } catch (const std::bad_alloc&) {
         return ReportOutOfMemory(source);
     } catch (const std::length_error&) {
         return ReportOutOfMemory(source);
     } catch (const std::exception& error) {
-        return ReportStandardException(source, error);
+        const std::u16string text = u"Unexpected failure: " + AnsiToWide(error.what()) + u".";
+        return ReportText(source, text.c_str(), E_FAIL);
+    } catch (...) {
+        return ReportText(source, u"Unexpected failure.", E_FAIL);
     }
 }
 
@@ -74,21 +62,17 @@ void ReportError(const CErrorSource& source, LPCOLESTR description) noexcept {
 HRESULT RunAtBoundary(const CErrorSource& source, std::mutex* lock, CBodyRef body) noexcept {
     ::SetErrorInfo(0, nullptr);
     try {
-        std::optional<std::lock_guard<std::mutex>> guard;
-        if (lock != nullptr) {
-            guard.emplace(*lock);
-        }
         try {
+            std::unique_lock<std::mutex> guard;
+            if (lock != nullptr) {
+                guard = std::unique_lock(*lock);
+            }
             return body();
-        } catch (const std::exception&) {
-            return ReportCurrentException(source);
-        } catch (const CExc&) {
+        } catch (...) {
             return ReportCurrentException(source);
         }
-    } catch (const std::bad_alloc&) {
+    } catch (...) {  // not enough memory to report the first exception
         return ReportOutOfMemory(source);
-    } catch (...) {
-        return ReportFixedText(source, u"Unexpected failure.", E_FAIL);
     }
 }
 

@@ -1,4 +1,4 @@
-// Where exceptions end: every method of an automation interface runs its body here.
+// The exception boundary: every method of an automation interface runs its body through it.
 #pragma once
 
 #include <memory>
@@ -10,13 +10,13 @@
 
 namespace frame {
 
-// Under which name a class reports its errors.
+// The identity under which a class reports its errors.
 struct CErrorSource {
     const IID* iid;    // the identifier that the error information carries
-    LPCOLESTR progId;  // null: no source is set
+    LPCOLESTR progId;  // the source in the error information; null: none
 };
 
-// A callable borrowed for the length of one call.
+// A non-owning reference to a callable. The callable must outlive the call.
 class CBodyRef {
 public:
     template <class Body>
@@ -34,13 +34,13 @@ private:
     HRESULT (*m_call)(void*);
 };
 
-// Clears the thread's error information, takes `lock` (null: none), runs `body` and
-// returns its HRESULT. An exception becomes error information and an HRESULT: that of a
-// CExc as it stands, E_OUTOFMEMORY for exhausted memory, E_FAIL for anything else.
+// Clears the thread's error information, locks `lock` (null: none), runs `body` and returns
+// its HRESULT. Converts an exception into error information and an HRESULT: the HRESULT of a
+// CExc unchanged, E_OUTOFMEMORY if memory is exhausted, E_FAIL for any other exception.
 HRESULT RunAtBoundary(const CErrorSource& source, std::mutex* lock, CBodyRef body) noexcept;
 
-// Publishes error information for the calling thread; publishes nothing when the system
-// has no memory for it.
+// Sets the error information of the calling thread. Does nothing if there is not enough
+// memory for it.
 void ReportError(const CErrorSource& source, LPCOLESTR description) noexcept;
 
 }  // namespace frame

@@ -1,4 +1,4 @@
-// What all automation objects of the library have in common.
+// The base class of all automation objects of the library, and functions for their methods.
 #pragma once
 
 #include <atomic>
@@ -17,12 +17,14 @@
 
 namespace frame {
 
-// Whether `table`'s interface or one that it derives from has the identifier `iid`.
+// Whether the interface of `table`, or an interface that it derives from, has the
+// identifier `iid`.
 bool TableImplements(const automation::InterfaceTable& table, REFIID iid) noexcept;
 
-// The base of an automation object with one dual interface: reference count, module
-// count, IDispatch by the interface's table, ISupportErrorInfo, and the call frame for its
-// methods. Born with one reference, which CreateInstance below hands to its caller.
+// The base class of an automation object with one dual interface. Implements the reference
+// count, the module's object count, IDispatch through the interface's table,
+// ISupportErrorInfo and the call frame of the methods. A new object has one reference, which
+// CreateInstance below passes to its caller.
 template <class TInterface>
 class CCoObject : public TInterface, public ISupportErrorInfo {
 public:
@@ -65,7 +67,7 @@ public:
     }
 
 protected:
-    // `errorIid` is the identifier that the object's error information carries.
+    // `errorIid` is the interface identifier in the object's error information.
     explicit CCoObject(const IID& errorIid = automation::InterfaceTraits<TInterface>::kIid,
                        LPCOLESTR progId = nullptr) noexcept
         : m_source{&errorIid, progId} {}
@@ -76,7 +78,7 @@ protected:
     HRESULT Locked(Body&& body) noexcept {
         return RunAtBoundary(m_source, &m_lock, body);
     }
-    // Runs a method of an object that belongs to one thread at a time.
+    // Runs a method of an object that only one thread uses at a time.
     template <class Body>
     HRESULT Unlocked(Body&& body) noexcept {
         return RunAtBoundary(m_source, nullptr, body);
@@ -115,8 +117,8 @@ private:
     std::mutex m_lock;
 };
 
-// Creates an automation object. Memory that cannot be had is a CComExc; a CExc from there
-// or from the object's constructor gets `message` in front.
+// Creates an automation object. Throws CComExc (E_OUTOFMEMORY) if there is not enough memory.
+// Adds `message` in front of this exception and of a CExc from the object's constructor.
 template <class TObject, class... Args>
 automation::CComPtr<TObject> CreateInstance(std::u16string_view message, Args&&... args) {
     return WithContext(message, {}, [&] {
@@ -128,13 +130,14 @@ automation::CComPtr<TObject> CreateInstance(std::u16string_view message, Args&&.
     });
 }
 
-// Whether one of a method's pointer arguments is null.
+// Whether at least one of a method's pointer arguments is null.
 template <class... T>
 bool AnyNull(const T*... arguments) noexcept {
     return (... || (arguments == nullptr));
 }
 
-// Hands the object out through its own query: E_POINTER for a null `out`.
+// Stores the object's interface in `out` with a reference for the caller. E_POINTER for a
+// null `out`.
 template <class TInterface, class TObject>
 HRESULT ReturnInterface(const automation::CComPtr<TObject>& object, TInterface** out) noexcept {
     return object->QueryInterface(automation::InterfaceTraits<TInterface>::kIid,

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstddef>
 
-// These tie a name in a table to the member it stands for.
+// These take the name in the table and the member from the same word.
 #define ZOREL_FIELD(Record, member) \
     automation::Field<decltype(Record::member)>(u"" #member, offsetof(Record, member))
 #define ZOREL_METHOD(Interface, method, ...) \
@@ -24,10 +24,10 @@ using automation::Retval;
 using automation::Unspecified;
 
 constexpr DISPID kFirstId = 0x60020000;
-// The methods that an interface adds to one that is itself derived from IDispatch.
+// For methods of an interface that derives from another interface of the library.
 constexpr DISPID kFirstDerivedId = 0x60030000;
 
-// The versions of the type library that the two families of interfaces ask for.
+// The major version of the type library that the two families of interfaces load.
 constexpr std::uint16_t kMainLibrary = 1;
 constexpr std::uint16_t kMetaLibrary = 5;
 
@@ -103,8 +103,8 @@ namespace {
 
 // ----- The library object -------------------------------------------------------
 
-// The directions missing here are missing from the published interface too: LoadPublication
-// hands its reader back through an ordinary argument, not as a return value.
+// Unspecified directions are kept for compatibility: for late-bound clients LoadPublication
+// returns its reader in an ordinary argument, not as a return value.
 constexpr auto kOibIdxLibMethods = automation::Methods(
     kFirstId,
     ZOREL_METHOD(IOibIdxLib, InitLogging, Unspecified(u"logPath"), Unspecified(u"bSkipSecure")),

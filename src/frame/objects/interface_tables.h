@@ -1,5 +1,5 @@
-// The late-bound description of every interface and record of the library. Besides the
-// public header this is the only place where an interface is described.
+// The late-bound description of every interface and record of the library. Interfaces are
+// described only here and in the public header.
 #pragma once
 
 #include <span>
@@ -89,7 +89,7 @@ const automation::InterfaceTable& TableOf<IOibTDFSearchTask>();
 template <>
 const automation::InterfaceTable& TableOf<IOibBDFSearchTask>();
 
-// A base interface stands before the interfaces that derive from it.
+// Every base interface precedes the interfaces that derive from it.
 std::span<const automation::InterfaceTable* const> AllInterfaceTables();
 std::span<const automation::RecordDesc* const> AllRecordDescs();
 

@@ -9,10 +9,10 @@ std::atomic<long> g_objects{0};
 std::atomic<long> g_serverLocks{0};
 }  // namespace
 
-void ModuleAddObject() noexcept {
+CModuleObjectCount::CModuleObjectCount() noexcept {
     ++g_objects;
 }
-void ModuleReleaseObject() noexcept {
+CModuleObjectCount::~CModuleObjectCount() {
     --g_objects;
 }
 

@@ -1,26 +1,23 @@
-// The module's lock count: what keeps the module loaded.
+// The module's lock count. The module can be unloaded when it is 0. Any thread may call
+// these functions.
 #pragma once
 
 namespace frame {
 
-// One for every live automation object. Any thread.
-void ModuleAddObject() noexcept;
-void ModuleReleaseObject() noexcept;
-
-// IClassFactory::LockServer. An unlock without its lock changes nothing.
+// IClassFactory::LockServer. An unlock without a preceding lock has no effect.
 void ModuleLockServer() noexcept;
 void ModuleUnlockServer() noexcept;
 
-// No object is alive and no server lock is held.
+// True if no object exists and no server lock is held.
 bool ModuleCanUnload() noexcept;
 
-// Counts an automation object for as long as it lives.
+// A member of every automation object: counts the object from construction to destruction.
 class CModuleObjectCount {
 public:
-    CModuleObjectCount() noexcept { ModuleAddObject(); }
+    CModuleObjectCount() noexcept;
     CModuleObjectCount(const CModuleObjectCount&) = delete;
     CModuleObjectCount& operator=(const CModuleObjectCount&) = delete;
-    ~CModuleObjectCount() { ModuleReleaseObject(); }
+    ~CModuleObjectCount();
 };
 
 }  // namespace frame

@@ -19,7 +19,7 @@ public:
         *object = known ? static_cast<IClassFactory*>(this) : nullptr;
         return known ? S_OK : E_NOINTERFACE;
     }
-    // Static storage: references are not counted.
+    // The factory has static storage duration: references are not counted.
     ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
 

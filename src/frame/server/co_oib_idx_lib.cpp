@@ -135,7 +135,7 @@ HRESULT CCoOibIdxLib::FindInOibTDF(BSTR dataFile, BSTR rootPath, BSTR searchStr,
     });
 }
 
-// Not implemented by contract, whatever the arguments.
+// Kept for compatibility: E_NOTIMPL for all arguments.
 HRESULT CCoOibIdxLib::ParseOibTDFName(BSTR, BSTR*, BSTR**) {
     return Locked([] { return E_NOTIMPL; });
 }
@@ -231,7 +231,7 @@ HRESULT CCoOibIdxLib::LoadPublication(BSTR metaFilePath,
         if (metaFilePath == nullptr || ppPubReader == nullptr) {
             return E_INVALIDARG;
         }
-        // The message names the wrong class on purpose.
+        // The class in the message is wrong. Kept for compatibility.
         const auto reader = frame::CreateInstance<CCoMtfPublicationMetaFileReader>(
             u"Instance of the CCoMtfAddBSessionCmdAccessor cannot be initialized.",
             mtf::CPublication::Load(automation::TextOf(metaFilePath)));

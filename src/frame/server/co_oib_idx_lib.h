@@ -4,15 +4,15 @@
 
 namespace coClasses {
 
-// The library object: the one class that clients create. Holds nothing but its lock; each
-// method is a frame around one engine call. May be the inner object of an aggregate: then
-// its interfaces delegate their IUnknown to the outer object, and Inner() is the object's
-// own.
+// The library object: the only class that clients create. Its only state is its lock. Each
+// method converts its arguments, calls one engine and converts the result. As the inner
+// object of an aggregate, its interfaces delegate their IUnknown methods to the outer object;
+// Inner() is the non-delegating IUnknown.
 class CCoOibIdxLib final : public frame::CCoObject<IOibIdxLib> {
 public:
     explicit CCoOibIdxLib(IUnknown* outer) noexcept;
 
-    // The IUnknown that owns the object; the one reference it is born with belongs to it.
+    // The non-delegating IUnknown. The first reference of a new object is released through it.
     IUnknown* Inner() noexcept { return &m_inner; }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
@@ -60,7 +60,7 @@ private:
     };
 
     CInner m_inner;
-    IUnknown* m_outer;  // whose IUnknown the object's interfaces show; not counted
+    IUnknown* m_outer;  // the IUnknown that the interfaces delegate to; not reference-counted
 };
 
 }  // namespace coClasses

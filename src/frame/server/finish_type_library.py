@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Finishes a type library that widl wrote: gives the fields of records their help texts,
-which widl does not take, and removes the time of the build, so that the same sources give
+"""Completes a type library that widl compiled: adds the help texts of record fields, which
+widl does not support, and removes the build time, so that the same sources always produce
 the same bytes.
 
-The help texts are those that the description names as FIELD_HELP("text") in front of a
-field. Usage: finish_type_library.py DESCRIPTION COMPILED FINISHED
+The description marks a help text as FIELD_HELP("text") in front of the field.
+Usage: finish_type_library.py DESCRIPTION COMPILED FINISHED
 """
 
 import re
@@ -14,13 +14,13 @@ import sys
 HEADER_SIZE = 0x54
 TYPE_COUNT = 0x20  # in the header
 SEGMENTS = 15
-TYPES, NAMES, STRINGS = 0, 7, 8  # positions of segments in the directory
-# In the entry of a type, which has 0x64 bytes.
+TYPES, NAMES, STRINGS = 0, 7, 8  # indexes of segments in the directory
+# The size of a type entry and the offsets of its members.
 ENTRY_SIZE, KIND, MEMBERS, COUNTS, NAME = 0x64, 0x00, 0x04, 0x18, 0x34
 RECORD_KIND = 1
-# A variable's record: what every one has, then help context and help text.
+# The size of a variable record without its optional members (help context, help text).
 PLAIN_VARIABLE = 0x14
-# Custom data: a text that names the time of the build, then the time as a number.
+# Custom data: a text that contains the build time, then the build time as a number.
 BUILD_TIME = re.compile(rb"(Created by WIDL version [^\0\n]*\n)(W*\x13\0)(.{4})", re.DOTALL)
 
 
@@ -38,7 +38,7 @@ class TypeLibrary:
         struct.pack_into("<I", self.data, position, value)
 
     def segment(self, number):
-        """The position of a segment's place and length in the directory."""
+        """The position of a segment's directory entry: its offset and its length."""
         return self.directory + 16 * number
 
     def entries(self):
@@ -51,7 +51,7 @@ class TypeLibrary:
         return self.data[start + 12 : start + 12 + length].decode("ascii")
 
     def insert(self, position, new):
-        """Puts bytes in front of what stands at a position, and moves every reference."""
+        """Inserts bytes at a position and adjusts every offset after it."""
         self.data[position:position] = new
         references = [self.segment(i) for i in range(SEGMENTS)]
         moved = [r for r in references if position <= self.read(r) < 0xFFFFFFFF]
@@ -62,17 +62,17 @@ class TypeLibrary:
                 self.write(entry + MEMBERS, self.read(entry + MEMBERS) + len(new))
 
     def add_string(self, text):
-        """Adds a text to the table of strings; returns its offset there."""
+        """Adds a text to the string table and returns its offset in the table."""
         encoded = struct.pack("<H", len(text)) + text.encode("ascii")
         encoded += b"W" * max(-len(encoded) % 4, 8 - len(encoded))
-        place = self.segment(STRINGS)
-        offset = self.read(place + 4)
-        self.write(place + 4, offset + len(encoded))
-        self.insert(self.read(place) + offset, encoded)
+        segment = self.segment(STRINGS)
+        offset = self.read(segment + 4)
+        self.write(segment + 4, offset + len(encoded))
+        self.insert(self.read(segment) + offset, encoded)
         return offset
 
     def set_field_help(self, record, helps):
-        """Gives the fields of one record their texts, by the fields' names."""
+        """Adds help texts to the fields of one record; `helps` maps field names to texts."""
         entry = next(
             e
             for e in self.entries()
@@ -104,15 +104,15 @@ class TypeLibrary:
     def remove_build_time(self):
         found = BUILD_TIME.search(self.data)
         if not found:
-            raise SystemExit("the time of the build does not stand where it is expected")
+            raise SystemExit("the build time is not at its expected position")
         text, between, number = found.groups()
-        # Everything keeps its length: it is counted.
+        # The replacement has the same length, so that no offset changes.
         same = b"Created by WIDL".ljust(len(text)) + between + bytes(len(number))
         self.data[found.start() : found.end()] = same
 
 
 def helps_of(description):
-    """The help texts by record and field."""
+    """Returns the help texts: record name -> field name -> text."""
     helps = {}
     for body, record in re.findall(r"struct \w+\s*\{([^}]*)\}\s*(\w+);", description):
         fields = re.findall(r'FIELD_HELP\("([^"]*)"\)\s*\w+\s+(\w+);', body)

@@ -122,8 +122,6 @@ void COwnerFiles::CloseAll() {
         }
         try {
             Close(owner);
-        } catch (const frame::CExc&) {
-            first = first ? first : std::current_exception();
         } catch (const std::exception&) {
             first = first ? first : std::current_exception();
         }

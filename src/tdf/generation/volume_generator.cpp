@@ -32,16 +32,12 @@ void CVolumeGenerator::Run(std::u16string_view dataFile) {
     const auto saveLines = [&] {
         try {
             files.CloseAll();
-        } catch (const frame::CExc&) {
         } catch (const std::exception&) {
         }
     };
     try {
         ReadFiles(files);
         WriteOwnersMap(files);
-    } catch (const frame::CExc&) {
-        saveLines();
-        throw;
     } catch (const std::exception&) {
         saveLines();
         throw;

@@ -13,7 +13,7 @@ namespace {
 
 enum class EAction { Register, Unregister };
 
-// Gives the thread the system's locale until the end of the scope.
+// Sets the thread's locale to the system's until the end of the scope.
 class CSystemLocaleScope {
 public:
     explicit CSystemLocaleScope(IModuleSetup& setup) noexcept

@@ -4,9 +4,10 @@
 
 namespace server {
 
-// Registers and unregisters the class, its application identifier and the type library
-// with the system, under the system's locale. Returns the first failure and stops there;
-// the entries written before it remain, and the next registration replaces them.
+// Register and unregister the class, its application identifier and the type library with
+// the system. The thread has the system's locale during the call. Both stop at the first
+// failure and return it; entries written before the failure remain, and the next registration
+// replaces them.
 HRESULT RegisterServer(automation::IModuleSetup& setup) noexcept;
 HRESULT UnregisterServer(automation::IModuleSetup& setup) noexcept;
 

@@ -16,7 +16,7 @@ using text::EqualsNoCase;
 
 namespace {
 
-[[noreturn]] void Refuse(std::u16string_view what, std::size_t line) {
+[[noreturn]] void ThrowMalformed(std::u16string_view what, std::size_t line) {
     throw frame::CExc(u"Registry script, line %1: %2.", {frame::UInt64ToString(line), what},
                       frame::HResultFromWin32(platform::win32err::kInvalidData));
 }
@@ -33,7 +33,7 @@ std::u16string_view TextOfVariable(const ScriptVariables& variables, std::u16str
             return text;
         }
     }
-    Refuse(u"an unknown replacement variable", line);
+    ThrowMalformed(u"an unknown replacement variable", line);
 }
 
 std::u16string Expand(std::u16string_view script, const ScriptVariables& variables) {
@@ -47,7 +47,7 @@ std::u16string Expand(std::u16string_view script, const ScriptVariables& variabl
         }
         const std::size_t end = script.find(u'%', start + 1);
         if (end == std::u16string_view::npos) {
-            Refuse(u"a percent sign without its partner", LineAt(script, start));
+            ThrowMalformed(u"a percent sign without its partner", LineAt(script, start));
         }
         const std::u16string_view name = script.substr(start + 1, end - start - 1);
         expanded += name.empty() ? std::u16string_view(u"%")
@@ -62,13 +62,13 @@ struct Word {
     bool quoted = false;
     std::size_t line = 0;
 
-    // Whether this is a word of the language; a quoted one never is.
+    // Whether this is the keyword. A quoted word is not a keyword.
     bool Is(std::u16string_view keyword) const {
         return !quoted && text::EqualsNoCase(text, keyword);
     }
 };
 
-// The words of a script, with one word of foresight.
+// The words of a script, with one word of lookahead.
 class CScriptWords {
 public:
     explicit CScriptWords(std::u16string_view text) : m_text(text) { Advance(); }
@@ -84,7 +84,7 @@ public:
     }
     Word Take(std::u16string_view wanted) {
         if (!m_next) {
-            Refuse(std::u16string(wanted) + u" is missing at the end", m_line);
+            ThrowMalformed(std::u16string(wanted) + u" is missing at the end", m_line);
         }
         Word word = std::move(*m_next);
         Advance();
@@ -118,7 +118,7 @@ private:
             const std::size_t start = m_position + 1;
             const std::size_t end = m_text.find(u'\'', start);
             if (end == std::u16string_view::npos) {
-                Refuse(u"a quote without its partner", word.line);
+                ThrowMalformed(u"a quote without its partner", word.line);
             }
             word.text += m_text.substr(start, end - start);
             m_position = end + 1;
@@ -152,7 +152,7 @@ platform::ERegistryRoot RootOf(const Word& word) {
     const auto* found = std::find_if(std::begin(kRoots), std::end(kRoots),
                                      [&](const RootName& row) { return word.Is(row.name); });
     if (found == std::end(kRoots)) {
-        Refuse(u"not a root key", word.line);
+        ThrowMalformed(u"not a root key", word.line);
     }
     return found->root;
 }
@@ -161,7 +161,7 @@ std::uint32_t NumberOf(const Word& word) {
     const frame::DecimalPrefix number = frame::ReadDecimalPrefix(word.text);
     if (word.text.empty() || word.text[0] < u'0' || word.text[0] > u'9' ||
         number.length != word.text.size() || number.magnitude > 0xFFFFFFFFU) {
-        Refuse(u"not a number of 32 bits", word.line);
+        ThrowMalformed(u"not a number of 32 bits", word.line);
     }
     return static_cast<std::uint32_t>(number.magnitude);
 }
@@ -174,13 +174,13 @@ platform::RegistryValue TakeValue(CScriptWords& words) {
     if (type.Is(u"d")) {
         return NumberOf(words.Take(u"a number"));
     }
-    Refuse(u"a value is neither s (text) nor d (number)", type.line);
+    ThrowMalformed(u"a value is neither s (text) nor d (number)", type.line);
 }
 
 }  // namespace
 
-// Reads the words into keys. The open blocks are a list, not a recursion: depth costs no
-// stack.
+// Parses the words into keys. The open blocks are a list instead of a recursion: a deeply
+// nested script must not exhaust the stack.
 class CRegistryScriptParser {
 public:
     using Key = CRegistryScript::Key;
@@ -205,11 +205,11 @@ public:
 private:
     static constexpr std::size_t kNoKey = static_cast<std::size_t>(-1);
 
-    // Enters the block of a key, given by its number.
+    // Enters the block of the key with index `key`.
     void Open(std::size_t key) {
         const Word brace = m_words.Take(u"an opening brace");
         if (!brace.Is(u"{")) {
-            Refuse(u"an opening brace is missing", brace.line);
+            ThrowMalformed(u"an opening brace is missing", brace.line);
         }
         m_open.push_back(key);
     }
@@ -227,17 +227,17 @@ private:
     void TakeNamedValue() {
         const Word name = m_words.Take(u"the name of a value");
         if (m_open.back() == kNoKey || name.text.empty() || !m_words.Skip(u"=")) {
-            Refuse(u"a value needs a key, a name and an equals sign", name.line);
+            ThrowMalformed(u"a value needs a key, a name and an equals sign", name.line);
         }
         m_keys[m_open.back()].values.push_back({name.text, TakeValue(m_words)});
     }
 
     void TakeKey(bool noRemove, bool forceRemove) {
         const Word name = m_words.Take(u"a key or a closing brace");
-        // Never an empty name: deleting "the key" would then delete everything beside it.
+        // An empty name would denote the parent key, and Unregister would delete all of it.
         if (!platform::IsRegistryPath(name.text) || name.text.find(u'\\') != std::u16string::npos ||
             name.Is(u"{") || name.Is(u"=")) {
-            Refuse(u"not the name of a key", name.line);
+            ThrowMalformed(u"not the name of a key", name.line);
         }
         Key key;
         key.key.root = m_root;
@@ -245,7 +245,7 @@ private:
             key.key.path = m_keys[m_open.back()].key.path + u"\\";
         }
         key.key.path += name.text;
-        key.fresh = forceRemove;
+        key.forceRemove = forceRemove;
         if (m_words.Skip(u"=")) {
             key.values.push_back({{}, TakeValue(m_words)});
         }
@@ -258,12 +258,12 @@ private:
         }
     }
 
-    // A key cannot go while one below it stays.
+    // Marks the last key and its ancestors: a key cannot be deleted if a subkey remains.
     void KeepLast() {
-        m_keys.back().keep = true;
-        for (const std::size_t above : m_open) {
-            if (above != kNoKey) {
-                m_keys[above].keep = true;
+        m_keys.back().noRemove = true;
+        for (const std::size_t ancestor : m_open) {
+            if (ancestor != kNoKey) {
+                m_keys[ancestor].noRemove = true;
             }
         }
     }
@@ -271,7 +271,7 @@ private:
     CScriptWords m_words;
     std::vector<Key>& m_keys;
     platform::ERegistryRoot m_root{};
-    std::vector<std::size_t> m_open;  // the keys whose blocks are open, the innermost last
+    std::vector<std::size_t> m_open;  // indexes of the keys with open blocks, innermost last
 };
 
 CRegistryScript::CRegistryScript(std::u16string_view text, const ScriptVariables& variables) {
@@ -280,7 +280,7 @@ CRegistryScript::CRegistryScript(std::u16string_view text, const ScriptVariables
 }
 
 std::uint32_t CRegistryScript::RegisterKey(const Key& key, platform::IRegistry& registry) {
-    std::uint32_t code = key.fresh ? registry.DeleteTree(key.key) : kSuccess;
+    std::uint32_t code = key.forceRemove ? registry.DeleteTree(key.key) : kSuccess;
     if (code == kSuccess || code == kFileNotFound) {
         code = registry.CreateKey(key.key);
     }
@@ -291,7 +291,7 @@ std::uint32_t CRegistryScript::RegisterKey(const Key& key, platform::IRegistry& 
 }
 
 std::uint32_t CRegistryScript::UnregisterKey(const Key& key, platform::IRegistry& registry) {
-    if (!key.keep) {
+    if (!key.noRemove) {
         const std::uint32_t code = registry.DeleteTree(key.key);
         return code == kFileNotFound ? kSuccess : code;
     }

@@ -1,4 +1,5 @@
-// Registry scripts: what registering a module writes, and what unregistering takes away.
+// Registry scripts: the keys and values that registering a module writes and unregistering
+// deletes.
 //
 //     HKCR
 //     {
@@ -12,11 +13,11 @@
 //         }
 //     }
 //
-// Words are divided by white space; one in single quotes may hold anything, a quote being
-// written twice. Roots are HKCR, HKCU, HKLM and HKU. A key may have a default value (`= s`
-// text or `= d` number) and a block with subkeys and `val` lines. %NAME% stands for a
-// replacement variable, %% for a percent sign; variables are replaced before anything else,
-// inside quotes too. Words of the language and names of variables have no letter case.
+// White space separates words. A word in single quotes can contain any character; a quote in
+// it is written twice. The roots are HKCR, HKCU, HKLM and HKU. A key can have a default value
+// (`= s` text or `= d` number) and a block with subkeys and `val` lines. %NAME% is a
+// replacement variable and %% a percent sign; variables are replaced first, also inside
+// quotes. Keywords and names of variables are not case-sensitive.
 #pragma once
 
 #include <cstdint>
@@ -30,22 +31,22 @@
 
 namespace server {
 
-// Names and texts of the replacement variables.
+// The names and texts of the replacement variables.
 using ScriptVariables = std::vector<std::pair<std::u16string_view, std::u16string>>;
 
 class CRegistryScript {
 public:
-    // Reads the whole script; throws CExc (0x8007000D) with the place when it is malformed,
-    // so that a script which cannot be read changes nothing.
+    // Parses the complete script, so that a malformed script changes nothing. Throws CExc
+    // (0x8007000D) with the line number if the script is malformed.
     CRegistryScript(std::u16string_view text, const ScriptVariables& variables);
 
-    // Both stop at the first key or value that is refused and return its Win32 code.
+    // Register and Unregister stop at the first failure and return its Win32 error code.
 
-    // Writes keys and values in the order of the script. A ForceRemove key is deleted with
-    // everything below it first.
+    // Writes keys and values in the order of the script. Deletes a ForceRemove key with all
+    // its subkeys before it writes the key.
     std::uint32_t Register(platform::IRegistry& registry) const;
-    // Deletes the keys with everything below them, the last first. NoRemove keys and those
-    // above one stay, with values that are not the script's. What is missing is no failure.
+    // Deletes the keys with all their subkeys, in reverse order. Of a NoRemove key and of its
+    // ancestors it deletes only the values of the script. Missing keys are not a failure.
     std::uint32_t Unregister(platform::IRegistry& registry) const;
 
 private:
@@ -57,18 +58,18 @@ private:
     };
     struct Key {
         platform::RegistryKey key;
-        bool keep = false;   // when unregistering
-        bool fresh = false;  // delete before writing
+        bool noRemove = false;     // Unregister does not delete the key
+        bool forceRemove = false;  // Register deletes the key first
         std::vector<Value> values;
     };
 
     static std::uint32_t RegisterKey(const Key& key, platform::IRegistry& registry);
     static std::uint32_t UnregisterKey(const Key& key, platform::IRegistry& registry);
 
-    std::vector<Key> m_keys;  // a key before its subkeys
+    std::vector<Key> m_keys;  // every key precedes its subkeys
 };
 
-// Writes every quote twice, for a text that goes between quotes.
+// Doubles every single quote, for a text that is inserted between quotes.
 std::u16string DoubleQuotes(std::u16string_view text);
 
 }  // namespace server
