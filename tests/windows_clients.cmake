@@ -1,5 +1,5 @@
-# Clients of the registered Windows module, run under Wine. Every test registers what it
-# needs itself; the lock keeps the tests that change the registry apart.
+# Clients of the registered Windows module, run under Wine. Every test registers the modules
+# it needs; the resource lock prevents two tests from changing the registry at the same time.
 
 add_library(strings_object SHARED windows/strings_object.cpp)
 set_target_properties(strings_object PROPERTIES PREFIX "")
@@ -26,7 +26,7 @@ set(example ${CMAKE_CURRENT_SOURCE_DIR}/data/example.dat)
 zorel_client_test(vbscript ${run_script} "client.vbs: all steps passed"
   ${CMAKE_CURRENT_SOURCE_DIR}/windows/client.vbs FOLDER ${example})
 zorel_client_test(jscript ${run_script} "client.js: all steps passed"
-  ${CMAKE_CURRENT_SOURCE_DIR}/windows/client.js FOLDER ${example})
+  ${CMAKE_CURRENT_SOURCE_DIR}/windows/client.js FOLDER)
 zorel_client_test(cpp ${CMAKE_CURRENT_SOURCE_DIR}/windows/cpp_client_test.sh
   $<TARGET_FILE:generate_and_search> ${example})
 zorel_client_test(cpp_by_name ${CMAKE_CURRENT_SOURCE_DIR}/windows/by_name_client_test.sh

@@ -115,26 +115,32 @@ enum { FIRST_OWN_SLOT = 7 };
     M(I, GetGUID) M(I, GetSource) M(I, GetDescription) M(I, GetHelpFile) M(I, GetHelpContext)
 #define OF_ICreateErrorInfo(M, I) \
     M(I, SetGUID) M(I, SetSource) M(I, SetDescription) M(I, SetHelpFile) M(I, SetHelpContext)
-#define OF_IOibIdxLib(M, I)                                                                  \
-    M(I, InitLogging)                                                                        \
-    M(I, CreateMetaFile)                                                                     \
-    M(I, IsMetaFileExists)                                                                   \
-    M(I, GenerateOibTDFs) M(I, FindInOibTDF) M(I, ParseOibTDFName) M(I, ConvetrPathToCrcStr) \
-        M(I, FindInOibTDF2) M(I, BrowseOibDF) M(I, IsWildcardMatch) M(I, FindInOibBDF)       \
-            M(I, CreateBSessionMetaFile) M(I, LoadPublicationOrderingInfo) M(I, LoadPublication)
-#define OF_IMtfMetaFile(M, I)                                                    \
-    M(I, GetRootAttrsTree)                                                       \
-    M(I, CreateAttrsTree)                                                        \
-    M(I, FindAttrsTree)                                                          \
-    M(I, GetExistingAttrsTree) M(I, DelAttrsTree) M(I, SetAttr) M(I, FindAttr)   \
-        M(I, GetExistingAttr) M(I, DelAttr) M(I, EnumAllAttrs) M(I, PushComment) \
-            M(I, FlushChanges) M(I, Close)
-#define OF_IMtfAttrsTree(M, I)                                                                 \
-    M(I, EnumChildTrees)                                                                       \
-    M(I, CreateSubtree)                                                                        \
-    M(I, FindSubtree)                                                                          \
-    M(I, GetExistingSubtree) M(I, DelSubtree) M(I, EnumChildAttrs) M(I, DelAttr) M(I, SetAttr) \
-        M(I, FindAttr) M(I, GetExistingAttr)
+#define OF_IOibIdxLib(M, I)                                                               \
+    M(I, InitLogging)                                                                     \
+    M(I, CreateMetaFile)                                                                  \
+    M(I, IsMetaFileExists)                                                                \
+    M(I, GenerateOibTDFs)                                                                 \
+    M(I, FindInOibTDF)                                                                    \
+    M(I, ParseOibTDFName)                                                                 \
+    M(I, ConvetrPathToCrcStr) M(I, FindInOibTDF2) M(I, BrowseOibDF) M(I, IsWildcardMatch) \
+        M(I, FindInOibBDF) M(I, CreateBSessionMetaFile) M(I, LoadPublicationOrderingInfo) \
+            M(I, LoadPublication)
+#define OF_IMtfMetaFile(M, I)                                                               \
+    M(I, GetRootAttrsTree)                                                                  \
+    M(I, CreateAttrsTree)                                                                   \
+    M(I, FindAttrsTree)                                                                     \
+    M(I, GetExistingAttrsTree)                                                              \
+    M(I, DelAttrsTree)                                                                      \
+    M(I, SetAttr)                                                                           \
+    M(I, FindAttr) M(I, GetExistingAttr) M(I, DelAttr) M(I, EnumAllAttrs) M(I, PushComment) \
+        M(I, FlushChanges) M(I, Close)
+#define OF_IMtfAttrsTree(M, I) \
+    M(I, EnumChildTrees)       \
+    M(I, CreateSubtree)        \
+    M(I, FindSubtree)          \
+    M(I, GetExistingSubtree)   \
+    M(I, DelSubtree)           \
+    M(I, EnumChildAttrs) M(I, DelAttr) M(I, SetAttr) M(I, FindAttr) M(I, GetExistingAttr)
 #define OF_IMtfBSessionMetaFile(M, I) \
     M(I, DeleteOibRef) M(I, EnumOibsRefs) M(I, FlushChanges) M(I, Close)
 #define OF_ICatOibRefsEnumerator(M, I) \

@@ -49,7 +49,7 @@ TEST(Conversions, NumbersAgreeWithTheCLibrary) {
     }
 }
 
-// Texts put together from the pieces that the C library's parser tells apart.
+// Texts composed of the elements that the C library's parser distinguishes.
 TEST(Conversions, ParsingAgreesWithTheCLibrary) {
     static const char* const kPieces[] = {
         " ", "\t", "\n", "+", "-", "0", "7", "12", "2147483648", "99999999999999999999", "x", "."};

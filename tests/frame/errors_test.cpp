@@ -1,4 +1,4 @@
-// Messages, their composition and what becomes of an exception at the boundary.
+// Messages, their composition, and the conversion of exceptions at the boundary.
 #include "frame/errors.h"
 
 #include <gtest/gtest.h>

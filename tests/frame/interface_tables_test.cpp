@@ -8,10 +8,6 @@
 #include <string>
 
 #include "ZorelText.h"
-#include "automation/bstr.h"
-#include "automation/dispatch.h"
-#include "automation/variant.h"
-#include "support/target.h"
 
 namespace {
 
@@ -98,91 +94,6 @@ TEST(InterfaceTables, DescribeThePublishedInterfaces) {
     const std::string published{std::istreambuf_iterator<char>(file), {}};
     ASSERT_FALSE(published.empty());
     EXPECT_EQ(AllTables(), published);
-}
-
-// A search task whose answers tell what it was asked.
-class CFakeSearchTask final : public IOibBDFSearchTask {
-public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID locale,
-                                            DISPID* ids) override {
-        return automation::DispatchGetIDsOfNames(frame::TableOf<IOibBDFSearchTask>(), IID_NULL,
-                                                 names, count, locale, ids);
-    }
-    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID reserved, LCID locale, WORD flags,
-                                     DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
-                                     UINT* badArgument) override {
-        return automation::DispatchInvoke(frame::TableOf<IOibBDFSearchTask>(), this, id, reserved,
-                                          locale, flags, params, result, exception, badArgument);
-    }
-
-    HRESULT STDMETHODCALLTYPE GetResult(INT index, SearchResult* result) override {
-        *result = {automation::NewBstr(u"C:\\a.txt"), 45000.5, index, nullptr};
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE get_ResultsCount(INT* count) override {
-        *count = m_finds;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE Find(SearchSpec* criteria) override {
-        m_finds += automation::TextOf(criteria->Owner) == u"owner" ? 1 : 100;
-        return S_OK;
-    }
-
-private:
-    INT m_finds = 0;
-};
-
-TEST(InterfaceTables, ReachInheritedMethodsThroughTheDerivedInterface) {
-    CFakeSearchTask task;
-    const struct {
-        const char16_t* name;
-        DISPID id;
-    } names[] = {{u"find", 0x60030000}, {u"GETRESULT", 0x60020000}, {u"ResultsCount", 0x60020001}};
-    for (const auto& row : names) {
-        auto* name = reinterpret_cast<LPOLESTR>(const_cast<char16_t*>(row.name));
-        DISPID id = 0;
-        EXPECT_EQ(task.GetIDsOfNames(IID_NULL, &name, 1, 0, &id), S_OK);
-        EXPECT_EQ(id, row.id);
-    }
-    const automation::CBstr owner(automation::NewBstr(u"owner"));
-    SearchSpec criteria = {};
-    criteria.Owner = owner.Get();
-    VARIANT argument = {};
-    argument.vt = VT_RECORD;
-    argument.pvRecord = &criteria;
-    DISPPARAMS one = {&argument, nullptr, 1, 0};
-    // Windows wants the record's description beside it, and Wine takes no records at all.
-    EXPECT_EQ(support::kOnWindows ? task.Find(&criteria)
-                                  : task.Invoke(0x60030000, IID_NULL, 0, DISPATCH_METHOD, &one,
-                                                nullptr, nullptr, nullptr),
-              S_OK);
-    DISPPARAMS none = {};
-    automation::CVariant count;
-    EXPECT_EQ(task.Invoke(0x60020001, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, count.Put(),
-                          nullptr, nullptr),
-              S_OK);
-    EXPECT_EQ(count.Get().vt, VT_I4);
-    EXPECT_EQ(count.Get().lVal, 1);
-    if (support::kOnWindows) {
-        return;
-    }
-    argument = {};
-    argument.vt = VT_I4;
-    argument.lVal = 42;
-    automation::CVariant result;
-    EXPECT_EQ(
-        task.Invoke(0x60020000, IID_NULL, 0, DISPATCH_METHOD, &one, result.Put(), nullptr, nullptr),
-        S_OK);
-    ASSERT_EQ(result.Get().vt, VT_RECORD);
-    GUID guid = {};
-    EXPECT_EQ(result.Get().pRecInfo->GetGuid(&guid), S_OK);
-    EXPECT_EQ(guid, GUID_SearchResult);
-    EXPECT_EQ(static_cast<SearchResult*>(result.Get().pvRecord)->Size, 42);
 }
 
 }  // namespace

@@ -16,23 +16,23 @@
 namespace frame {
 namespace {
 
-constexpr char kBlanks[] = "           ";  // eleven
-
-// The lines of a log without their time stamps, each of which is checked for its form.
+// The lines of a log as "LEVEL[TAG]|TEXT". Checks the form of the rest: the time stamp, the
+// blanks and the line break.
 std::vector<std::string> ReadLog(const std::u16string& path) {
     std::vector<std::string> lines;
     std::string content = support::ReadWhole(path);
-    const std::regex stamp(R"(\[\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d\]      )");
+    const std::regex form(
+        R"(\[\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d\]      (\w*)  (?:((?:\[\w+\])+) )? {11}([\s\S]*))");
     while (!content.empty()) {
         const std::size_t end = content.find("\r\n");
         if (end == std::string::npos) {
-            ADD_FAILURE() << "a line is not ended: " << content;
+            ADD_FAILURE() << "a line without a line break: " << content;
             break;
         }
         const std::string line = content.substr(0, end);
-        EXPECT_TRUE(std::regex_search(line, stamp, std::regex_constants::match_continuous)) << line;
-        lines.push_back(
-            std::regex_replace(line, stamp, "", std::regex_constants::format_first_only));
+        std::smatch parts;
+        EXPECT_TRUE(std::regex_match(line, parts, form)) << line;
+        lines.push_back(parts.str(1) + parts.str(2) + "|" + parts.str(3));
         content.erase(0, end + 2);
     }
     return lines;
@@ -55,18 +55,16 @@ TEST_F(LoggerTest, WritesLevelsAndLines) {
         std::u16string_view text;
         Lines expected;
     };
-    const std::string info = std::string("Info  ") + kBlanks;
     const Row kRows[] = {
         {0, u"below the threshold", {}},
-        {1, u"one", {info + "one"}},
-        {2, u"a\r\nb\r\n", {info + "a", info + "b"}},
-        {3,
-         u"w\n\nx",
-         {std::string("Warning  ") + kBlanks + "w", std::string("Warning  ") + kBlanks,
-          std::string("Warning  ") + kBlanks + "x"}},
-        {4, u"cr\r alone\r", {std::string("Error  ") + kBlanks + "cr\r alone\r"}},
-        {5, u"\u0416", {info + (support::kOnLinux ? "\xD0\x96" : WideToAnsi(u"\u0416"))}},
-        {6, u"no word", {std::string("  ") + kBlanks + "no word"}},
+        {1, u"one", {"Info|one"}},
+        {2, u"a\r\nb\r\n", {"Info|a", "Info|b"}},
+        {3, u"w\n\nx", {"Warning|w", "Warning|", "Warning|x"}},
+        {4, u"cr\r alone\r", {"Error|cr\r alone\r"}},
+        {5,
+         u"\u0416",
+         {std::string("Info|") + (support::kOnLinux ? "\xD0\x96" : WideToAnsi(u"\u0416"))}},
+        {6, u"no word", {"|no word"}},
         {1, u"", {}},
     };
     Lines expected;
@@ -82,19 +80,17 @@ TEST_F(LoggerTest, ShowsTagsAndFormatsArguments) {
     m_logger.AddTag(u"7");
     m_logger.Log(2, u"%1 of %2", {u"one", u"two"});
     m_logger.Log(2, 100);
-    EXPECT_EQ(ReadLog(m_path),
-              (Lines{std::string("Info  [job][7] ") + kBlanks + "one of two",
-                     std::string("Info  [job][7] ") + kBlanks + "ZorelOibIdxLib"}));
+    EXPECT_EQ(ReadLog(m_path), (Lines{"Info[job][7]|one of two", "Info[job][7]|ZorelOibIdxLib"}));
 }
 
-TEST_F(LoggerTest, AppendsToWhatIsThereAndFollowsANewWriter) {
+TEST_F(LoggerTest, AppendsToAnExistingFileAndUsesANewWriter) {
     const std::u16string other = m_folder.Path(u"other.log");
-    ASSERT_TRUE(support::WriteWhole(other, "[01.01.2001 00:00:00]      kept\r\n"));
+    ASSERT_TRUE(support::WriteWhole(other, "[01.01.2001 00:00:00]      Info             kept\r\n"));
     m_logger.Log(1, u"first");
     m_logger.SetWriter(std::make_shared<CBackupStyleFileLogWriter>(other));
     m_logger.Log(1, u"second");
-    EXPECT_EQ(ReadLog(m_path), Lines{std::string("Info  ") + kBlanks + "first"});
-    EXPECT_EQ(ReadLog(other), (Lines{"kept", std::string("Info  ") + kBlanks + "second"}));
+    EXPECT_EQ(ReadLog(m_path), Lines{"Info|first"});
+    EXPECT_EQ(ReadLog(other), (Lines{"Info|kept", "Info|second"}));
 }
 
 TEST_F(LoggerTest, DropsLinesThatCannotBeWritten) {
@@ -114,11 +110,10 @@ TEST_F(LoggerTest, LogsExceptionsNewestFirst) {
     CExc exc(u"inner", kFail);
     exc.AddMessage(u"outer\r\nwith two lines");
     m_logger.LogException(4, exc);
-    const std::string error = std::string("Error  ") + kBlanks;
-    EXPECT_EQ(ReadLog(m_path), (Lines{error + "outer", error + "with two lines", error + "inner"}));
+    EXPECT_EQ(ReadLog(m_path), (Lines{"Error|outer", "Error|with two lines", "Error|inner"}));
 }
 
-// Remembers what it is told.
+// Stores the lines it receives, with level and depth.
 class CMemoryWriter final : public CLogWriter {
 public:
     void Write(std::int32_t level, const CLogger&, std::int32_t depth,
@@ -129,7 +124,7 @@ public:
     Lines m_seen;
 };
 
-TEST(LogScope, TellsTheOutcomeOnce) {
+TEST(LogScope, LogsTheOutcomeOnce) {
     const auto writer = std::make_shared<CMemoryWriter>();
     CLogger logger;
     {
@@ -182,16 +177,15 @@ TEST_F(LoggerTest, KeepsMessagesOfSeveralThreadsWhole) {
     }
     Lines messages;
     for (const std::string& line : ReadLog(m_path)) {
-        if (line.starts_with("Warning")) {
-            messages.push_back(line.substr(std::string("Warning  ").size() + 11));
+        if (line.starts_with("Warning|")) {
+            messages.push_back(line.substr(8));
         }
     }
     ASSERT_EQ(messages.size(), 3U * kThreads * kMessages);
     for (std::size_t i = 0; i < messages.size(); i += 3) {
         const std::string thread = messages[i].substr(0, 1);
-        EXPECT_EQ(messages[i], thread + " begin");
-        EXPECT_EQ(messages[i + 1], thread + " middle");
-        EXPECT_EQ(messages[i + 2], thread + " end");
+        EXPECT_EQ((Lines{&messages[i], &messages[i] + 3}),
+                  (Lines{thread + " begin", thread + " middle", thread + " end"}));
     }
 }
 
@@ -209,9 +203,8 @@ TEST(FileLogWriters, NameTheirFiles) {
     logger.SetWriter(std::make_shared<CSimpleFileLogWriter>(folder.Path(u"s.log")));
     logger.ChangeIndent(+1);
     logger.Log(4, u"simple");
-    const std::string head = std::string("Error  ") + kBlanks;
-    EXPECT_EQ(ReadLog(folder.Path(AnsiToWide(name))), Lines{head + "daily"});
-    EXPECT_EQ(ReadLog(folder.Path(u"s.log")), Lines{head + "  simple"});
+    EXPECT_EQ(ReadLog(folder.Path(AnsiToWide(name))), Lines{"Error|daily"});
+    EXPECT_EQ(ReadLog(folder.Path(u"s.log")), Lines{"Error|  simple"});
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "same_files/write_files.h"
 
-IOibIdxLib* CreateLibrary() {
-    IOibIdxLib* library = nullptr;
-    ::CreateOibIdxLib(nullptr, &IID_IOibIdxLib, reinterpret_cast<void**>(&library));
-    return library;
+zorel::client::CComPtr<IOibIdxLib> NewLibrary() {
+    return zorel::client::CreateLibrary();
 }

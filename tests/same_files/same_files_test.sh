@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the same program with this system's module and with the Windows module and compares
-# the files that they leave, byte for byte.
+# Runs the same program with the module of this system and with the Windows module, and
+# compares the files that they write, byte for byte.
 #
 # Usage: same_files_test.sh WRITE_FILES WRITE_FILES_EXE
 set -euo pipefail

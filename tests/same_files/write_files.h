@@ -1,9 +1,7 @@
-// Where the program of the comparison gets the library from: one implementation a system.
+// The function of the comparison program that differs between the systems.
 #pragma once
 
-#include <string_view>
+#include "ZorelClient.h"
 
-#include "ZorelOibIdxLib.h"
-
-// The library's object, made by the module itself; null when that fails.
-IOibIdxLib* CreateLibrary();
+// Creates the library object; initializes COM first where the system needs it.
+zorel::client::CComPtr<IOibIdxLib> NewLibrary();

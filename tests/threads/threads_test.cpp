@@ -16,7 +16,7 @@ using automation::CComPtr;
 using support::Bstr;
 using support::NewLibrary;
 
-// Opens, lists and fails; the failure's text must be this thread's own.
+// Opens, lists and fails. The error information must belong to the calling thread.
 void BrowseAndFail(IOibIdxLib& library, const std::u16string& path, const std::u16string& missing) {
     for (int i = 0; i < 50; ++i) {
         CComPtr<IOibDFBrowser> browser;

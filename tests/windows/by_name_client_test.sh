@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The late-bound C++ sample: a listing, a search, and failures told with number and text.
+# The late-bound C++ sample: a listing, a search, and failures with number and text.
 #
 # Usage: by_name_client_test.sh PROGRAM EXAMPLE-VOLUME
 set -euo pipefail
@@ -29,7 +29,7 @@ fails_as() {
     local status=0 output
     output=$(browse "$2" 'C:\docs' "$3" '*') || status=$?
     [[ $status -eq 1 ]] && grep -q "^0x$1: " <<<"$output" || {
-        echo "a missing file gives $status: $output" >&2
+        echo "status $status for a missing file: $output" >&2
         exit 1
     }
 }

@@ -1,5 +1,5 @@
-' Everything that a script engine can do with the library, step by step. Arguments: a folder
-' for the files made here, ending with a backslash, and the example catalogue.
+' A session with every object of the library. Arguments: a folder for the files of this
+' script, ending with a backslash, and the example catalogue.
 Option Explicit
 Dim folder, example, library, browser, files, tree, meta, strings, list, session, refs
 Dim order, reader, number, source, description

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Holds what the Windows module shows and what it needs against what it may: exactly the
-# listed functions, and libraries of the system only.
+# Checks that the Windows module exports exactly the listed functions and imports only
+# libraries of the system.
 #
 # Usage: exports_test.sh OBJDUMP MODULE FUNCTION...
 set -euo pipefail

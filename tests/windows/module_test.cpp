@@ -1,5 +1,5 @@
-// The registered Windows module as its clients get it: created by the system, called from
-// other apartments, unloaded when nothing of it is left.
+// The registered Windows module: created through COM, called from other apartments and by
+// name, and unloaded after the last reference.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -11,14 +11,14 @@
 #include <thread>
 #include <vector>
 
-#include "ZorelOibIdxLib.h"
-#include "automation/com_ptr.h"
+#include "ZorelClient.h"
 #include "support/target.h"
 #include "support/temp_folder.h"
 
 namespace {
 
-using automation::CComPtr;
+using zorel::client::CComPtr;
+using zorel::client::CString;
 
 constexpr wchar_t kModule[] = L"ZorelOibIdxComLib.dll";
 
@@ -27,18 +27,9 @@ std::wstring Wide(const char* path) {
     return std::wstring(text.begin(), text.end());
 }
 
-// A string argument.
-class CText {
-public:
-    explicit CText(const std::wstring& text) : m_text(::SysAllocString(text.c_str())) {}
-    CText(const CText&) = delete;
-    CText& operator=(const CText&) = delete;
-    ~CText() { ::SysFreeString(m_text); }
-    operator BSTR() const { return m_text; }
-
-private:
-    BSTR m_text;
-};
+CString Text(const std::wstring& text) {
+    return CString(std::u16string(text.begin(), text.end()));
+}
 
 // The module, loaded by its path and not through the registry.
 class CLoadedModule {
@@ -74,7 +65,7 @@ public:
     ~CApartment() { ::CoUninitialize(); }
 };
 
-// Runs `body` on a thread of its own and serves calls to this thread's objects meanwhile.
+// Runs `body` on a new thread and processes calls to the objects of this thread meanwhile.
 void OnOtherThread(DWORD model, const std::function<void()>& body) {
     HANDLE done = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
     std::thread thread([&] {
@@ -98,26 +89,18 @@ CComPtr<IOibIdxLib> NewLibrary() {
     return library;
 }
 
-// Unloads what is not needed, at once.
-bool IsLoadedStill() {
+// Unloads unused modules without a delay; returns whether the module remains loaded.
+bool IsStillLoaded() {
     ::CoFreeUnusedLibrariesEx(0, 0);
     return ::GetModuleHandleW(kModule) != nullptr;
 }
 
-// A variant of the test's own.
+// A VARIANT that owns its value.
 struct CValue : VARIANT {
     CValue() : VARIANT{} {}
     explicit CValue(const wchar_t* text) : CValue() {
         vt = VT_BSTR;
         bstrVal = ::SysAllocString(text);
-    }
-    explicit CValue(bool value) : CValue() {
-        vt = VT_BOOL;
-        boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
-    }
-    explicit CValue(LONG value) : CValue() {
-        vt = VT_I4;
-        lVal = value;
     }
     CValue(const CValue&) = delete;
     CValue& operator=(const CValue&) = delete;
@@ -149,15 +132,15 @@ protected:
         ASSERT_EQ(::GetModuleHandleW(kModule), nullptr);
     }
     void TearDown() override {
-        EXPECT_FALSE(IsLoadedStill());
+        EXPECT_FALSE(IsStillLoaded());
         EXPECT_EQ(CLoadedModule().CallExport("DllUnregisterServer"), S_OK);
     }
 
     const CApartment m_apartment{COINIT_APARTMENTTHREADED};
 };
 
-// When it carries calls between apartments Wine looks for a type library of the neutral
-// locale only, whatever locale the registered one has.
+// For calls between apartments Wine only uses a type library that is registered for the
+// neutral locale. Registers the library for this locale too.
 class CNeutralTypeLibrary {
 public:
     CNeutralTypeLibrary() {
@@ -190,14 +173,14 @@ TEST_F(WindowsModule, IsCreatedByNameAndUnloadedAfterUse) {
     {
         const auto library = NewLibrary();
         ASSERT_TRUE(library);
-        EXPECT_TRUE(IsLoadedStill());
+        EXPECT_TRUE(IsStillLoaded());
     }
-    EXPECT_FALSE(IsLoadedStill());
-    // An object that the library handed out keeps the module, and so does a server lock; an
-    // unlock too many does not take anything away.
+    EXPECT_FALSE(IsStillLoaded());
+    // A returned object keeps the module loaded, and so does a server lock. An unlock without a
+    // lock has no effect.
     CComPtr<IOibDFBrowser> browser;
-    EXPECT_EQ(NewLibrary()->BrowseOibDF(CText(Wide(ZOREL_EXAMPLE)), browser.Put()), S_OK);
-    EXPECT_TRUE(IsLoadedStill());
+    EXPECT_EQ(NewLibrary()->BrowseOibDF(Text(Wide(ZOREL_EXAMPLE)), browser.Put()), S_OK);
+    EXPECT_TRUE(IsStillLoaded());
     browser = nullptr;
     CComPtr<IClassFactory> factory;
     ASSERT_EQ(::CoGetClassObject(CLSID_COibIdxLib, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
@@ -205,52 +188,13 @@ TEST_F(WindowsModule, IsCreatedByNameAndUnloadedAfterUse) {
               S_OK);
     EXPECT_EQ(factory->LockServer(FALSE), S_OK);
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-    EXPECT_TRUE(IsLoadedStill());
+    EXPECT_TRUE(IsStillLoaded());
     EXPECT_EQ(factory->LockServer(FALSE), S_OK);
     factory = nullptr;
-    EXPECT_FALSE(IsLoadedStill());
+    EXPECT_FALSE(IsStillLoaded());
 }
 
-// An outer object without interfaces of its own.
-class COuter final : public IUnknown {
-public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        if (iid == IID_IUnknown) {
-            *object = this;
-            AddRef();
-            return S_OK;
-        }
-        return inner->QueryInterface(iid, object);
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
-    ULONG STDMETHODCALLTYPE Release() override { return --references; }
-    virtual ~COuter() = default;
-
-    CComPtr<IUnknown> inner;
-    ULONG references = 1;
-};
-
-TEST_F(WindowsModule, IsAggregated) {
-    COuter outer;
-    void* refused = &refused;
-    EXPECT_EQ(::CoCreateInstance(CLSID_COibIdxLib, &outer, CLSCTX_INPROC_SERVER, IID_IOibIdxLib,
-                                 &refused),
-              CLASS_E_NOAGGREGATION);
-    EXPECT_EQ(refused, nullptr);
-    ASSERT_EQ(::CoCreateInstance(CLSID_COibIdxLib, &outer, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                 outer.inner.PutVoid()),
-              S_OK);
-    CComPtr<IOibIdxLib> library;
-    ASSERT_EQ(outer.QueryInterface(IID_IOibIdxLib, library.PutVoid()), S_OK);
-    CComPtr<IUnknown> identity;
-    EXPECT_EQ(library->QueryInterface(IID_IUnknown, identity.PutVoid()), S_OK);
-    EXPECT_EQ(identity.Get(), &outer);
-    VARIANT_BOOL match = VARIANT_FALSE;
-    EXPECT_EQ(library->IsWildcardMatch(CText(L"C:\\a.txt"), CText(L"*.txt"), &match), S_OK);
-    EXPECT_EQ(match, VARIANT_TRUE);
-}
-
-// The system carries calls between apartments with the help of the type library.
+// The system marshals calls between apartments with the type library.
 TEST_F(WindowsModule, IsCalledFromAnotherApartment) {
     const CNeutralTypeLibrary neutral;
     const auto library = NewLibrary();
@@ -262,43 +206,36 @@ TEST_F(WindowsModule, IsCalledFromAnotherApartment) {
         ASSERT_EQ(::CoGetInterfaceAndReleaseStream(stream, IID_IOibIdxLib, proxy.PutVoid()), S_OK);
         EXPECT_NE(proxy.Get(), library.Get());
         VARIANT_BOOL match = VARIANT_FALSE;
-        EXPECT_EQ(proxy->IsWildcardMatch(CText(L"C:\\a.txt"), CText(L"*.txt"), &match), S_OK);
+        EXPECT_EQ(proxy->IsWildcardMatch(Text(L"C:\\a.txt"), Text(L"*.txt"), &match), S_OK);
         EXPECT_EQ(match, VARIANT_TRUE);
-        // Wine loses the error information on the way; the result is right on both systems.
-        EXPECT_EQ(proxy->IsWildcardMatch(CText(L"a.txt"), CText(L"*"), &match), E_FAIL);
+        // Wine does not marshal the error information; the result is correct on both systems.
+        EXPECT_EQ(proxy->IsWildcardMatch(Text(L"a.txt"), Text(L"*"), &match), E_FAIL);
     });
 }
 
-// Created from the multithreaded apartment the object lives in one of the system's own;
-// arrays, records and objects come back from there.
+// The system creates the object in another apartment for a thread of the multithreaded
+// apartment. Arrays, records and objects are marshalled.
 TEST_F(WindowsModule, ServesTheMultithreadedApartment) {
     const CNeutralTypeLibrary neutral;
     OnOtherThread(COINIT_MULTITHREADED, [] {
         const auto library = NewLibrary();
         ASSERT_TRUE(library);
         CComPtr<IOibDFBrowser> browser;
-        ASSERT_EQ(library->BrowseOibDF(CText(Wide(ZOREL_EXAMPLE)), browser.Put()), S_OK);
-        SAFEARRAY* folders = nullptr;
-        ASSERT_EQ(browser->GetFolders(CText(L"C:"), &folders), S_OK);
-        BSTR folder = nullptr;
-        LONG first = 0;
-        EXPECT_EQ(::SafeArrayGetElement(folders, &first, &folder), S_OK);
-        EXPECT_STREQ(folder, L"docs");
-        ::SysFreeString(folder);
-        ::SafeArrayDestroy(folders);
+        ASSERT_EQ(library->BrowseOibDF(Text(Wide(ZOREL_EXAMPLE)), browser.Put()), S_OK);
+        zorel::client::CStringArray folders;
+        ASSERT_EQ(browser->GetFolders(Text(L"C:"), folders.Put()), S_OK);
+        ASSERT_EQ(folders.Size(), 1U);
+        EXPECT_EQ(folders[0], u"docs");
         CComPtr<IOibFilesArray> files;
-        ASSERT_EQ(browser->GetFilesEx(CText(L"C:"), VARIANT_TRUE, CText(L".txt"), files.Put()),
-                  S_OK);
-        OibFileInfo file = {};
-        ASSERT_EQ(files->GetFileInfo(0, &file), S_OK);
+        ASSERT_EQ(browser->GetFilesEx(Text(L"C:"), VARIANT_TRUE, Text(L".txt"), files.Put()), S_OK);
+        zorel::client::CFileInfo file;
+        ASSERT_EQ(files->GetFileInfo(0, file.Put()), S_OK);
         EXPECT_EQ(file.Size, 1234);
         EXPECT_NE(::SysStringLen(file.FileName), 0U);
-        ::SysFreeString(file.FileName);
-        ::SysFreeString(file.Owner);
     });
 }
 
-// Identifiers travel by value and back, records by reference.
+// Identifiers are marshalled by value in both directions, records by reference.
 TEST_F(WindowsModule, CarriesIdentifiersAndRecordsBetweenApartments) {
     const CNeutralTypeLibrary neutral;
     const support::CTempFolder folder;
@@ -311,7 +248,7 @@ TEST_F(WindowsModule, CarriesIdentifiersAndRecordsBetweenApartments) {
         const auto library = NewLibrary();
         ASSERT_TRUE(library);
         CComPtr<IMtfBSessionMetaFile> session;
-        ASSERT_EQ(library->CreateBSessionMetaFile(CText(folder.Native(u"session.mtf").wstring()),
+        ASSERT_EQ(library->CreateBSessionMetaFile(Text(folder.Native(u"session.mtf").wstring()),
                                                   EIdxMetaLoad, session.Put()),
                   S_OK);
         CComPtr<ICatOibRefsEnumerator> references;
@@ -329,23 +266,21 @@ TEST_F(WindowsModule, CarriesIdentifiersAndRecordsBetweenApartments) {
         EXPECT_EQ(count, 0);
 
         CComPtr<IOibBDFSearchTask> task;
-        ASSERT_EQ(library->FindInOibBDF(CText(folder.Native().wstring()), task.Put()), S_OK);
-        const CText pattern(L"a.t");
+        ASSERT_EQ(library->FindInOibBDF(Text(folder.Native().wstring()), task.Put()), S_OK);
+        const CString pattern(u"a.t");
         SearchSpec criteria = {};
         criteria.FileNamePattern = pattern;
         EXPECT_EQ(task->Find(&criteria), S_OK);
         EXPECT_EQ(task->get_ResultsCount(&count), S_OK);
         ASSERT_EQ(count, 1);
-        SearchResult found = {};
-        EXPECT_EQ(task->GetResult(0, &found), S_OK);
+        zorel::client::CSearchResult found;
+        EXPECT_EQ(task->GetResult(0, found.Put()), S_OK);
         EXPECT_STREQ(found.FileFullName, L"C:\\docs\\a.txt");
         EXPECT_EQ(found.Size, 1234);
-        ::SysFreeString(found.FileFullName);
-        ::SysFreeString(found.Owner);
     });
 }
 
-// By name, with the failure's number, source and description.
+// A late-bound failure has a number, a source and a description.
 TEST_F(WindowsModule, IsCalledByName) {
     const auto library = NewLibrary();
     CValue result;
@@ -365,7 +300,7 @@ TEST_F(WindowsModule, IsCalledByName) {
     ::SysFreeString(exception.bstrDescription);
 
     CComPtr<IMtfMetaFile> file;
-    ASSERT_EQ(library->CreateMetaFile(CText(L"unused.mtf"), EIdxMetaCreateNewDetached, file.Put()),
+    ASSERT_EQ(library->CreateMetaFile(Text(L"unused.mtf"), EIdxMetaCreateNewDetached, file.Put()),
               S_OK);
     CComPtr<ITypeInfo> type;
     EXPECT_EQ(file->GetTypeInfo(0, 0, type.Put()), S_OK);
@@ -376,58 +311,7 @@ TEST_F(WindowsModule, IsCalledByName) {
     EXPECT_EQ(id, 0x60020007);
 }
 
-TEST_F(WindowsModule, GivesObjectsArraysAndNumbersByName) {
-    const auto library = NewLibrary();
-    CValue browser;
-    ASSERT_EQ(CallByName(library.Get(), L"BrowseOibDF", browser, nullptr,
-                         CValue(Wide(ZOREL_EXAMPLE).c_str())),
-              S_OK);
-    ASSERT_EQ(browser.vt, VT_DISPATCH);
-    CValue folders;
-    ASSERT_EQ(CallByName(browser.pdispVal, L"GetFolders", folders, nullptr, CValue(L"C:")), S_OK);
-    ASSERT_EQ(folders.vt, VT_ARRAY | VT_BSTR);
-    LONG position = 0;
-    BSTR folder = nullptr;
-    EXPECT_EQ(::SafeArrayGetElement(folders.parray, &position, &folder), S_OK);
-    EXPECT_STREQ(folder, L"docs");
-    ::SysFreeString(folder);
-    CValue files;
-    ASSERT_EQ(CallByName(browser.pdispVal, L"GetFilesEx", files, nullptr, CValue(L"C:"),
-                         CValue(true), CValue(L".txt")),
-              S_OK);
-    ASSERT_EQ(files.vt, VT_DISPATCH);
-    CValue count;
-    EXPECT_EQ(CallByName(files.pdispVal, L"FilesCount", count, nullptr), S_OK);
-    EXPECT_EQ(count.vt, VT_UI4);
-    EXPECT_EQ(count.ulVal, 1U);
-    CValue size;
-    EXPECT_EQ(CallByName(files.pdispVal, L"TotalSize", size, nullptr), S_OK);
-    EXPECT_EQ(size.vt, VT_UI8);
-    EXPECT_EQ(size.ullVal, 1234U);
-    CValue file;
-    const HRESULT hr = CallByName(files.pdispVal, L"GetFileInfo", file, nullptr, CValue(LONG{0}));
-    if (support::OnWine()) {
-        EXPECT_EQ(hr, E_NOTIMPL) << "Wine gives no records to callers by name";
-    } else {
-        ASSERT_EQ(hr, S_OK);
-        ASSERT_EQ(file.vt, VT_RECORD);
-        EXPECT_EQ(static_cast<OibFileInfo*>(file.pvRecord)->Size, 1234);
-    }
-    // A number and a text are taken for each other; what does not fit is refused.
-    CValue text;
-    EXPECT_EQ(CallByName(library.Get(), L"ConvetrPathToCrcStr", text, nullptr, CValue(L"C:\\a"),
-                         CValue(L"1")),
-              S_OK);
-    EXPECT_EQ(text.vt, VT_BSTR);
-    EXPECT_EQ(CallByName(library.Get(), L"ConvetrPathToCrcStr", text, nullptr, CValue(L"C:\\a"),
-                         CValue(L"one")),
-              DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(CallByName(library.Get(), L"ConvetrPathToCrcStr", text, nullptr, CValue(L"C:\\a")),
-              DISP_E_BADPARAMCOUNT);
-    EXPECT_EQ(CallByName(library.Get(), L"ConvertPathToCrcStr", text, nullptr), DISP_E_UNKNOWNNAME);
-}
-
-// The version of the type library that describes an interface.
+// The major version of the type library that describes the object's interface.
 WORD LibraryVersionOf(IDispatch* object) {
     CComPtr<ITypeInfo> type;
     CComPtr<ITypeLib> library;
@@ -443,12 +327,13 @@ WORD LibraryVersionOf(IDispatch* object) {
     return version;
 }
 
-// The interfaces of meta-files ask for version 5 of the type library, the others for 1.
-TEST_F(WindowsModule, AsksForTheVersionOfEachInterface) {
+// The interfaces of meta-files use version 5 of the type library if it is registered, the
+// others version 1.
+TEST_F(WindowsModule, UsesTheLibraryVersionOfEachInterface) {
     std::ifstream file(ZOREL_TYPE_LIBRARY, std::ios::binary);
     std::string bytes{std::istreambuf_iterator<char>(file), {}};
     ASSERT_GT(bytes.size(), 0x18U);
-    bytes[0x18] = 5;  // the place of the major version
+    bytes[0x18] = 5;  // the offset of the major version
     const support::CTempFolder folder;
     std::ofstream(folder.Native(u"five.tlb"), std::ios::binary) << bytes;
     std::wstring path = folder.Native(u"five.tlb").wstring();
@@ -464,17 +349,17 @@ TEST_F(WindowsModule, AsksForTheVersionOfEachInterface) {
             const auto library = NewLibrary();
             EXPECT_EQ(LibraryVersionOf(library.Get()), 1);
             CComPtr<IMtfMetaFile> metaFile;
-            ASSERT_EQ(library->CreateMetaFile(CText(L"unused.mtf"), EIdxMetaCreateNewDetached,
+            ASSERT_EQ(library->CreateMetaFile(Text(L"unused.mtf"), EIdxMetaCreateNewDetached,
                                               metaFile.Put()),
                       S_OK);
             EXPECT_EQ(LibraryVersionOf(metaFile.Get()), expected);
         }
-        // What was found is kept as long as the module.
-        EXPECT_FALSE(IsLoadedStill());
+        // The module caches the type information until it is unloaded.
+        EXPECT_FALSE(IsStillLoaded());
     }
 }
 
-// Late binding needs no registration.
+// Late binding also works without registration.
 TEST_F(WindowsModule, IsCalledByNameWithoutRegistration) {
     EXPECT_EQ(CLoadedModule().CallExport("DllUnregisterServer"), S_OK);
     CComPtr<IUnknown> none;
@@ -497,7 +382,7 @@ TEST_F(WindowsModule, IsCalledByNameWithoutRegistration) {
     EXPECT_EQ(result.boolVal, VARIANT_TRUE);
 }
 
-TEST_F(WindowsModule, TellsItsNameAndVersion) {
+TEST_F(WindowsModule, HasItsNameAndVersion) {
     const CLoadedModule module;
     wchar_t name[64] = {};
     EXPECT_GT(::LoadStringW(module.Get(), 100, name, 64), 0);

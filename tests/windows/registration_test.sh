@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Registers and unregisters the module as an installer does, each twice, and compares what
-# that changes in the registry with what it should.
+# Registers and unregisters the module with regsvr32, each twice, and compares the changes of
+# the registry with the expected ones.
 #
 # Usage: registration_test.sh MODULE TYPE-LIBRARY ENTRIES
-# ENTRIES is what a registration adds.
+# ENTRIES lists the entries that a registration adds.
 set -euo pipefail
 export LC_ALL=C
 
@@ -12,8 +12,8 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 [[ -s $module && -s $library && -s $entries ]]
 
-# Everything that classes have in the registry: a line for each key and each value, without
-# the copy that Wine keeps for 32-bit programs.
+# The registry entries of all classes: a line for each key and each value, without the copy
+# that Wine keeps for 32-bit programs.
 snapshot() {
     timeout 60 wine reg export HKCR "$seen\\exported.reg" /y >/dev/null
     iconv -f UTF-16 -t UTF-8 "$folder/exported.reg" | tr -d '\r' | awk '
@@ -21,8 +21,8 @@ snapshot() {
         key != "" && NF { print key " " $0 }' | sed '/Wow6432Node/d' | sort
 }
 
-# expect STEP FILE PATH: what has changed since the start must be what the file says, with
-# the module's path (as the system sees it) and its folder written as signs.
+# expect STEP FILE PATH: the changes since the start must be those in the file, where MODULE
+# and FOLDER replace the module's path (in Windows form) and its folder.
 expect() {
     local path=${3//\\/\\\\}
     snapshot >"$folder/now"
@@ -42,12 +42,12 @@ expect() {
 register() { timeout 120 wine regsvr32 /s "$@" || { echo "regsvr32 $*: $?"; exit 1; }; }
 
 cp "$module" "$folder/it's a module.dll"
-seen=$(winepath -w "$folder") # as the system sees it
+seen=$(winepath -w "$folder") # in Windows form
 odd="$seen\\it's a module.dll"
 real=$(winepath -w "$module")
 : >"$folder/nothing"
 
-# Nothing of earlier runs counts.
+# Removes entries of earlier runs.
 timeout 60 wine reg delete 'HKCR\TypeLib\{b61b642b-ea60-4c62-918f-26f54f0f815d}' /f \
     >/dev/null 2>&1 || true
 register "$real"
@@ -67,14 +67,14 @@ expect "after unregistering" "$folder/nothing" "$real"
 register /u "$real"
 expect "after unregistering twice" "$folder/nothing" "$real"
 
-# A module that has moved takes its registration under the old path back.
+# Unregistering from another path removes the registration under the old path.
 cp "$module" "$folder/it's a module.dll"
 register "$odd"
 rm "$folder/it's a module.dll"
 register /u "$real"
 expect "after unregistering under another path" "$folder/nothing" "$real"
 
-# A module without its type library takes the file beside it, and says when there is none.
+# A module without a type library uses the .tlb file in its folder, and fails without it.
 bare="$seen\\bare.dll"
 sed 's/T\x00Y\x00P\x00E\x00L\x00I\x00B\x00/N\x00O\x00N\x00E\x00L\x00I\x00B\x00/' "$module" >"$folder/bare.dll"
 if cmp -s "$module" "$folder/bare.dll" || timeout 60 wine regsvr32 /s "$bare"; then
@@ -87,7 +87,7 @@ expect "with the type library beside the module" "$entries" "$bare"
 register /u "$bare"
 expect "after unregistering it" "$folder/nothing" "$real"
 
-# What is not there cannot be registered.
+# Registering a missing module fails.
 if timeout 60 wine regsvr32 /s "$folder/none.dll"; then
     echo "regsvr32 takes a missing module"
     exit 1

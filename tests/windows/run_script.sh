@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Runs a script under the script host and looks for the line that it ends with: the host
-# tells of failures neither by text nor by its exit code.
+# Runs a script under the script host and checks for the last line of its output: the host
+# reports failures neither in its output nor in its exit code.
 #
 # Usage: run_script.sh SENTINEL SCRIPT [ARGUMENT...]
-# Arguments are paths of this system; FOLDER stands for an empty folder made for the run.
+# Arguments are paths of this system; FOLDER is replaced by a new empty folder.
 set -euo pipefail
 sentinel=$1
 script=$2
@@ -18,7 +18,7 @@ for argument in "$@"; do
         arguments+=("$(winepath -w "$argument")")
     fi
 done
-# The host takes a path that begins with a slash for a switch.
+# The host parses a path that begins with a slash as a switch.
 cd "$(dirname "$script")"
 status=0
 output=$(timeout 120 wine cscript.exe //nologo "$(basename "$script")" "${arguments[@]}" \

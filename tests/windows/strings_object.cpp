@@ -1,6 +1,6 @@
-// An automation object for the tests: script engines cannot look into a list of strings,
-// so this one tells what stands in it. A module of its own: regsvr32 registers the class
-// "ZorelOibIdxTest.Strings", whose method Joined(list, separator) gives one string.
+// An automation object for the script tests: scripts cannot read the elements of an array of
+// strings, so this object joins them. A separate module; regsvr32 registers its class
+// "ZorelOibIdxTest.Strings", whose method Joined(list, separator) returns one string.
 #include <windows.h>
 // Order matters: the automation headers build on windows.h.
 #include <objbase.h>
@@ -19,7 +19,7 @@ constexpr wchar_t kClassKey[] = L"CLSID\\{7f1d9a52-6a0e-4c6f-9d3b-0f3f5f1c2b11}"
 constexpr wchar_t kProgId[] = L"ZorelOibIdxTest.Strings";
 constexpr DISPID kJoined = 1;
 
-// The list in an argument, through the references that script engines put around it.
+// The array in an argument; script engines pass it through one or more references.
 SAFEARRAY* ListIn(const VARIANT* value) {
     while (value->vt == (VT_BYREF | VT_VARIANT)) {
         value = value->pvarVal;
@@ -94,7 +94,7 @@ public:
         if (id != kJoined) {
             return DISP_E_MEMBERNOTFOUND;
         }
-        // Arguments come last one first.
+        // The last argument is first.
         return params->cArgs != 2 || result == nullptr
                    ? DISP_E_BADPARAMCOUNT
                    : Join(ListIn(&params->rgvarg[1]), params->rgvarg[0], result);

@@ -7,8 +7,8 @@ set -euo pipefail
 
 case ${1-} in
     start)
-        # The server and what it starts keep the streams that they are given: with a pipe
-        # among them, who reads that pipe would wait for the server's end.
+        # The server and its children keep their standard streams open: the reader of a pipe
+        # would wait until the server ends.
         mkdir -p "$WINEPREFIX"
         wineserver -p </dev/null >/dev/null 2>&1 || true # fails when one runs already
         wineboot -i </dev/null >/dev/null 2>&1

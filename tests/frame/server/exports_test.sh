@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Holds the functions that the module exports against the published list, exactly.
+# Checks that the module exports exactly the published functions.
 #
 # Usage: exports_test.sh NM MODULE LIST
 set -euo pipefail
@@ -9,7 +9,7 @@ nm=${1:?the program nm} module=${2:?the module} list=${3:?the list of its export
 [[ -s $module ]] || { echo "no module '$module'"; exit 1; }
 [[ -s $list ]] || { echo "no export listed in '$list'"; exit 1; }
 
-# Everything defined, functions (T) or not, so that data or weak symbols show as well.
+# All defined symbols with their types, so that exported data and weak symbols are found too.
 exported=$("$nm" -D --defined-only --format=posix "$module" | cut -d' ' -f1,2 | sort)
 expected=$(sed 's/$/ T/' "$list" | sort)
 diff --label "expected" --label "exported by $module" -u <(echo "$expected") <(echo "$exported")

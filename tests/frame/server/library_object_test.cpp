@@ -1,4 +1,4 @@
-// The library object as a client meets it: arguments, class objects, aggregation, matching.
+// The library object: arguments, class object, aggregation, matching.
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -20,7 +20,8 @@ using support::CreateLibrary;
 using support::EBinding;
 using support::NewLibrary;
 
-// A null argument that a method checks ends it at once: nothing is reported or written.
+// A method returns at once for a null argument that it checks: no error information, no
+// output.
 TEST(LibraryObject, NullArguments) {
     const auto lib = NewLibrary();
     const auto text = Bstr(u"x");

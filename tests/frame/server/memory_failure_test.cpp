@@ -1,4 +1,4 @@
-// Every allocation of a call may fail: the call then says so and leaves nothing behind.
+// Lets every allocation of a call fail: the call must report it and free everything.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -15,7 +15,7 @@
 
 namespace {
 
-// Allocations of this thread until one fails; negative: none does.
+// The number of allocations of this thread until one fails; negative: none fails.
 thread_local long g_allocationsLeft = -1;
 
 bool NextAllocationFails() {
@@ -78,8 +78,8 @@ using support::Bstr;
 // Runs `call` with its first, second, … allocation failing until it succeeds.
 void FailEveryAllocation(const char* label, const std::function<HRESULT()>& call) {
     SCOPED_TRACE(label);
-    constexpr long kMost = 5000;
-    for (long k = 1; k < kMost; ++k) {
+    constexpr long kMaxAllocations = 5000;
+    for (long k = 1; k < kMaxAllocations; ++k) {
         g_allocationsLeft = k;
         const HRESULT hr = call();
         g_allocationsLeft = -1;
@@ -89,7 +89,7 @@ void FailEveryAllocation(const char* label, const std::function<HRESULT()>& call
             return;
         }
         ASSERT_EQ(hr, E_OUTOFMEMORY) << "allocation " << k;
-        // The error information itself may be what there is no memory for.
+        // The failed allocation may be that of the error information.
         ASSERT_TRUE(description.empty() ||
                     description.find(u"There is not enough memory") != description.npos ||
                     description.find(u"0x8007000e") != description.npos);
@@ -126,7 +126,7 @@ TEST(MemoryFailure, EveryAllocationOfEveryCall) {
 TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
     const support::CTempFolder folder;
     std::ofstream(folder.Native(u"x.mtf"), std::ios::binary)
-        << "oib1.VmName=a name longer than what a string holds in place\r\n"
+        << "oib1.VmName=a name that does not fit into the object of a string\r\n"
            "oib1.OibUID=0e8d7c6b-5a49-4382-9170-6f5e4d3c2b1a\r\n"
            "Publication.LocalTime=the time of the publication\r\n"
            "cmd.0.Type=AddBSession\r\ncmd.0.grp.0.OIB.0.VmName=the name of a machine\r\n"
@@ -173,7 +173,7 @@ TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
     EXPECT_EQ(::DllCanUnloadNow(), S_OK);
 }
 
-// The last allocations are those of the owners map: by then every line stands in its file.
+// The last allocations are those of the owners map: by then all lines must be in their file.
 TEST(MemoryFailure, GenerationKeepsTheLinesBeforeTheFailure) {
     const support::CTempFolder folder;
     std::ofstream(folder.Native(u"C.dat"), std::ios::binary) << support::SmallVolume().Bytes();

@@ -1,4 +1,4 @@
-// Registration over the real scripts, with everything around them under the test's control.
+// Registration with the real scripts, a registry of the test and a system that can fail.
 #include "frame/server/registration/registration.h"
 
 #include <gtest/gtest.h>
@@ -23,8 +23,8 @@ constexpr LCID kThreadLocale = 0x407;
 // A module with quotes, blanks and percent signs in its path.
 class CTestSetup final : public automation::IModuleSetup {
 public:
-    // The step with this number, from 0, and all steps after it fail; registry calls are
-    // counted by the registry.
+    // The step with this 0-based number and all later steps fail. The registry counts its
+    // calls separately.
     void RefuseFrom(int step) { m_stepsLeft = step; }
 
     support::CMemoryRegistry& Registry() override { return registry; }
@@ -102,14 +102,14 @@ ZorelOibIdxLib.COibIdxLib.5\CLSID :  = {f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
 
 const char kUnregistered[] = "AppID\nCLSID\n";
 
-TEST(Registration, WritesThePublishedEntriesAndTakesThemBack) {
+TEST(Registration, WritesAndDeletesThePublishedEntries) {
     CTestSetup setup;
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(server::RegisterServer(setup), S_OK);
         EXPECT_EQ(setup.Entries(), kRegistered);
         EXPECT_EQ(setup.steps, "app_id.rgs;class.rgs;library;");
         setup.steps.clear();
-        // What an older version left under the class key must go.
+        // An entry of an older version under the class key must be deleted.
         const RegistryKey old{ERegistryRoot::ClassesRoot,
                               u"CLSID\\{F527D4A6-8452-43F4-95F5-DCC32FB0DC24}\\Old\\Older"};
         EXPECT_EQ(setup.registry.CreateKey(old), 0U);
@@ -125,22 +125,23 @@ TEST(Registration, WritesThePublishedEntriesAndTakesThemBack) {
     EXPECT_EQ(setup.locale, kThreadLocale);
 }
 
-// Others' keys and values beside ours belong to them.
-TEST(Registration, LeavesTheNeighboursAlone) {
+// Keys and values of other programs must remain.
+TEST(Registration, KeepsForeignEntries) {
     CTestSetup setup;
     for (const char16_t* path :
          {u"AppID\\Other", u"CLSID\\{0}\\X", u"ZorelOibIdxLib.COibIdxLib.51"}) {
         EXPECT_EQ(setup.registry.CreateKey({ERegistryRoot::ClassesRoot, path}), 0U);
     }
-    const std::u16string theirs = u"kept";
-    EXPECT_EQ(setup.registry.SetValue({ERegistryRoot::ClassesRoot, u"CLSID"}, u"", theirs), 0U);
+    const std::u16string foreign = u"kept";
+    EXPECT_EQ(setup.registry.SetValue({ERegistryRoot::ClassesRoot, u"CLSID"}, u"", foreign), 0U);
     const std::string before = setup.Entries();
     EXPECT_EQ(server::RegisterServer(setup), S_OK);
     EXPECT_EQ(server::UnregisterServer(setup), S_OK);
     EXPECT_EQ(setup.Entries(), before);
 }
 
-// Whatever fails, its code comes back, nothing runs after it, and the next try succeeds.
+// Lets each step fail in turn: its code is returned, no later step runs, and the next call
+// succeeds. Returns the number of steps.
 template <class Refuse>
 int RefuseEveryStep(HRESULT (*action)(automation::IModuleSetup&) noexcept, const char* after,
                     Refuse refuse) {
@@ -164,8 +165,7 @@ int RefuseEveryStep(HRESULT (*action)(automation::IModuleSetup&) noexcept, const
 TEST(Registration, ReturnsTheFirstFailure) {
     const auto inRegistry = [](CTestSetup& setup, int step) { setup.registry.RefuseFrom(step); };
     const auto around = [](CTestSetup& setup, int step) { setup.RefuseFrom(step); };
-    // The calls that each of them makes: every key and value counts, and so does the
-    // deletion of each ForceRemove key.
+    // The number of calls: one for each key, each value and each deletion of a ForceRemove key.
     EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, kRegistered, inRegistry), 34);
     EXPECT_EQ(RefuseEveryStep(&server::UnregisterServer, kUnregistered, inRegistry), 14);
     EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, kRegistered, around), 6);

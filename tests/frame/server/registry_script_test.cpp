@@ -60,7 +60,7 @@ TEST(RegistryScript, RegistersAndUnregisters) {
     }
 }
 
-// A script is read whole before anything is written.
+// A malformed script must be rejected before anything is written.
 TEST(RegistryScript, RefusesMalformedScripts) {
     const struct {
         const char16_t* script;
@@ -112,7 +112,7 @@ TEST(RegistryScript, RefusesMalformedScripts) {
     EXPECT_NE(refusal(deep).find(u"missing at the end"), std::u16string::npos);
 }
 
-// A script that lost its end is refused, wherever it was cut.
+// A truncated script must be rejected, whatever its length.
 TEST(RegistryScript, RefusesEveryBeginningOfAScript) {
     for (const char* const name : {"app_id.rgs", "class.rgs"}) {
         std::ifstream file(std::string(ZOREL_SOURCE_DIR "/src/frame/server/") + name);

@@ -1,5 +1,5 @@
-// The type library that the module carries, held against what the interface tables (and,
-// through them, the public header) give for the same text.
+// Compares the module's type library with the published list of interfaces, which the
+// interface tables are compared with too.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -39,7 +39,7 @@ CComPtr<ITypeLib> OwnLibrary() {
     return library;
 }
 
-// What a type library or a type tells of itself; gives it back.
+// The attributes of a type library or a type; releases them.
 template <class Owner, class Attributes, HRESULT (STDMETHODCALLTYPE Owner::*kGet)(Attributes**),
           void (STDMETHODCALLTYPE Owner::*kRelease)(Attributes*)>
 class CAttributes {
@@ -191,7 +191,7 @@ std::string LibraryText(const CComPtr<ITypeLib>& library, TYPEKIND kind,
         }
     }
     std::string all;
-    // In the order of the tables: that of the library is the compiler's.
+    // In the order of the tables; the order in the library depends on the compiler.
     for (const automation::InterfaceTable* table : frame::AllInterfaceTables()) {
         all += std::exchange(byName[zorel::ToUtf8(table->name)], "");
     }
@@ -208,7 +208,7 @@ TEST(TypeLibrary, DescribesThePublishedInterfacesAndRecords) {
     std::ifstream file(ZOREL_SOURCE_DIR "/tests/data/interfaces.txt");
     std::string published{std::istreambuf_iterator<char>(file), {}};
     ASSERT_FALSE(published.empty());
-    // Which version a late-bound call asks for is not told by the library.
+    // The list also has the library version that late-bound calls use.
     published = std::regex_replace(published, std::regex(" library [15]"), "");
     const auto library = OwnLibrary();
     EXPECT_EQ(LibraryText(library, TKIND_DISPATCH, &InterfaceText) +
@@ -286,8 +286,8 @@ TEST(TypeLibrary, HasTheHelpTextsOfSearchCriteria) {
     }
 }
 
-// Whichever version an interface asks for, it is described: by the library that is
-// registered, or by the module's own.
+// Every interface has type information: from the registered library of its version, or from
+// the module's own library.
 TEST(TypeLibrary, AnswersForEveryInterface) {
     for (const automation::InterfaceTable* table : frame::AllInterfaceTables()) {
         SCOPED_TRACE(zorel::ToUtf8(table->name));
@@ -318,7 +318,7 @@ TEST(TypeLibrary, AnswersForEveryInterface) {
     EXPECT_EQ(automation::DispatchGetTypeInfo(table, 0, 0, nullptr), E_POINTER);
 }
 
-// A module without a library of its own is served by the file beside it.
+// A module without a type library uses the .tlb file in its folder.
 TEST(TypeLibrary, IsLoadedFromTheFileBesideTheModule) {
     const support::CTempFolder folder;
     const auto load = [&](const char16_t* module) {
