@@ -107,6 +107,8 @@ static_assert(sizeof(SearchSpec) == 88 && sizeof(FileRecord) == 32, "layout");
  * The methods are in slot order; a property is listed by its name. */
 
 enum { FIRST_OWN_SLOT = 7 };
+/* Not formatted: the format of these lists is not stable. */
+/* clang-format off */
 #define OF_IUnknown(M, I) M(I, QueryInterface) M(I, AddRef) M(I, Release)
 #define OF_IDispatch(M, I) M(I, GetTypeInfoCount) M(I, GetTypeInfo) M(I, GetIDsOfNames) M(I, Invoke)
 #define OF_IClassFactory(M, I) M(I, CreateInstance) M(I, LockServer)
@@ -115,48 +117,37 @@ enum { FIRST_OWN_SLOT = 7 };
     M(I, GetGUID) M(I, GetSource) M(I, GetDescription) M(I, GetHelpFile) M(I, GetHelpContext)
 #define OF_ICreateErrorInfo(M, I) \
     M(I, SetGUID) M(I, SetSource) M(I, SetDescription) M(I, SetHelpFile) M(I, SetHelpContext)
-#define OF_IOibIdxLib(M, I)                                                               \
-    M(I, InitLogging)                                                                     \
-    M(I, CreateMetaFile)                                                                  \
-    M(I, IsMetaFileExists)                                                                \
-    M(I, GenerateOibTDFs)                                                                 \
-    M(I, FindInOibTDF)                                                                    \
-    M(I, ParseOibTDFName)                                                                 \
-    M(I, ConvetrPathToCrcStr) M(I, FindInOibTDF2) M(I, BrowseOibDF) M(I, IsWildcardMatch) \
-        M(I, FindInOibBDF) M(I, CreateBSessionMetaFile) M(I, LoadPublicationOrderingInfo) \
-            M(I, LoadPublication)
-#define OF_IMtfMetaFile(M, I)                                                               \
-    M(I, GetRootAttrsTree)                                                                  \
-    M(I, CreateAttrsTree)                                                                   \
-    M(I, FindAttrsTree)                                                                     \
-    M(I, GetExistingAttrsTree)                                                              \
-    M(I, DelAttrsTree)                                                                      \
-    M(I, SetAttr)                                                                           \
-    M(I, FindAttr) M(I, GetExistingAttr) M(I, DelAttr) M(I, EnumAllAttrs) M(I, PushComment) \
-        M(I, FlushChanges) M(I, Close)
+#define OF_IOibIdxLib(M, I) \
+    M(I, InitLogging) M(I, CreateMetaFile) M(I, IsMetaFileExists) M(I, GenerateOibTDFs) \
+    M(I, FindInOibTDF) M(I, ParseOibTDFName) M(I, ConvetrPathToCrcStr) M(I, FindInOibTDF2) \
+    M(I, BrowseOibDF) M(I, IsWildcardMatch) M(I, FindInOibBDF) M(I, CreateBSessionMetaFile) \
+    M(I, LoadPublicationOrderingInfo) M(I, LoadPublication)
+#define OF_IMtfMetaFile(M, I) \
+    M(I, GetRootAttrsTree) M(I, CreateAttrsTree) M(I, FindAttrsTree) M(I, GetExistingAttrsTree) \
+    M(I, DelAttrsTree) M(I, SetAttr) M(I, FindAttr) M(I, GetExistingAttr) M(I, DelAttr) \
+    M(I, EnumAllAttrs) M(I, PushComment) M(I, FlushChanges) M(I, Close)
 #define OF_IMtfAttrsTree(M, I) \
-    M(I, EnumChildTrees)       \
-    M(I, CreateSubtree)        \
-    M(I, FindSubtree)          \
-    M(I, GetExistingSubtree)   \
-    M(I, DelSubtree)           \
-    M(I, EnumChildAttrs) M(I, DelAttr) M(I, SetAttr) M(I, FindAttr) M(I, GetExistingAttr)
+    M(I, EnumChildTrees) M(I, CreateSubtree) M(I, FindSubtree) M(I, GetExistingSubtree) \
+    M(I, DelSubtree) M(I, EnumChildAttrs) M(I, DelAttr) M(I, SetAttr) M(I, FindAttr) \
+    M(I, GetExistingAttr)
 #define OF_IMtfBSessionMetaFile(M, I) \
     M(I, DeleteOibRef) M(I, EnumOibsRefs) M(I, FlushChanges) M(I, Close)
 #define OF_ICatOibRefsEnumerator(M, I) \
-    M(I, RefsCount) M(I, MoveToElem) M(I, VmName) M(I, BackupTimeUtc) M(I, UniqueId) M(I, GetOibRef)
+    M(I, RefsCount) M(I, MoveToElem) M(I, VmName) M(I, BackupTimeUtc) M(I, UniqueId) \
+    M(I, GetOibRef)
 #define OF_IMtfPublicationOrderingInfo(M, I) M(I, PubLocalTime) M(I, PubUtcTime)
 #define OF_IMtfPublicationMetaFileReader(M, I) \
-    M(I, OrderingInfo) M(I, CmdCount) M(I, GetCmdType) M(I, AddBSessionCmdAccessor) M(I, MetaFile)
-#define OF_IMtfAddBSessionCmdAccessor(M, I)     \
-    M(I, GetRetargetedOibGroupsNum)             \
-    M(I, GetOibsNumInRetargetedOibGroup)        \
-    M(I, GetBackupFilesNumInRetargetedOibGroup) \
-    M(I, GetOibRef) M(I, GetBackupFile) M(I, GetBSessionInfo)
+    M(I, OrderingInfo) M(I, CmdCount) M(I, GetCmdType) M(I, AddBSessionCmdAccessor) \
+    M(I, MetaFile)
+#define OF_IMtfAddBSessionCmdAccessor(M, I) \
+    M(I, GetRetargetedOibGroupsNum) M(I, GetOibsNumInRetargetedOibGroup) \
+    M(I, GetBackupFilesNumInRetargetedOibGroup) M(I, GetOibRef) M(I, GetBackupFile) \
+    M(I, GetBSessionInfo)
 #define OF_IOibDFBrowser(M, I) M(I, GetFolders) M(I, GetFiles) M(I, Close) M(I, GetFilesEx)
 #define OF_IOibFilesArray(M, I) M(I, GetFileInfo) M(I, FilesCount) M(I, TotalSize)
 #define OF_IOibTDFSearchTask(M, I) M(I, GetResult) M(I, ResultsCount)
 #define OF_IOibBDFSearchTask(M, I) OF_IOibTDFSearchTask(M, I) M(I, Find)
+/* clang-format on */
 
 #define FOR_EACH_OWN_INTERFACE(INTERFACE)                                               \
     INTERFACE(IOibIdxLib, "5e5c6200-0e90-4c90-b72a-a066a723fd5e", 7)                    \
