@@ -9,7 +9,7 @@
 
 namespace zorel::cli {
 
-// The library takes \ for a separator, too.
+// Both / and \ are separators for the library.
 inline std::string WithSlashes(std::string path) {
     std::replace(path.begin(), path.end(), '\\', '/');
     return path;

@@ -61,8 +61,8 @@ public:
     }
 
 private:
-    // Those of the tree "cmd". With a second tree whose name starts with "cmd" the order of the
-    // commands would be unknown.
+    // The numbers in the tree "cmd". With a second tree whose name starts with "cmd" the order of
+    // the commands would be unknown.
     std::vector<INT> Numbers() const {
         client::CComPtr<IMtfMetaFile> file;
         client::CComPtr<IMtfAttrsTree> root;

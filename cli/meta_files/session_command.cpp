@@ -103,8 +103,8 @@ public:
 
     EExitCode Run(COutput& output) override {
         const std::vector<GUID> ids = Identifiers();
-        static_cast<void>(CSession(
-            m_file, EIdxMetaLoad));  // fails for a missing file, which the next line would create
+        // Fails for a missing file; the other mode would create it.
+        static_cast<void>(CSession(m_file, EIdxMetaLoad));
         CSession session(m_file, EIdxMetaOpenRW);
         std::size_t deleted = 0;
         std::vector<OibRef> references = session.References();

@@ -29,7 +29,7 @@ enum class ESkipped : std::size_t {
 struct ScanTotals {
     std::uint64_t bytes = 0;
     std::array<std::uint64_t, static_cast<std::size_t>(ESkipped::Count)> skipped{};
-    // Recorded, but no path leads there: the name contains a backslash, or differs from a
+    // Recorded, but no path can name them: the name contains a backslash, or differs from a
     // sibling's name only in ASCII letter case.
     std::uint64_t unreachableFolders = 0;
 

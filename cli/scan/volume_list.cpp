@@ -39,7 +39,7 @@ void ListVolume(const std::string& catalogue, char letter, const std::string& da
     const CCatalogueLock lock(catalogue);
     CMetaFile list = OpenList(ListPath(catalogue));
     for (const std::u16string& name : list.Names()) {
-        // The library takes volume.c for another volume than Volume.C.
+        // For the library volume.c and Volume.C are two volumes.
         if (Folded(name) == Folded(volume) && name.back() != volume.back()) {
             list.Delete(name);
         }

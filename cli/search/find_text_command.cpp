@@ -50,7 +50,7 @@ private:
         std::u16string volume;
     };
 
-    // Those of the owner; all of them without --owner and for an empty owner.
+    // The files of the owner; all files without --owner and for an empty owner.
     std::vector<Text> SelectedTexts() const {
         const std::string owner = m_filters.Owner().value_or("");
         std::vector<Text> texts;

@@ -32,7 +32,7 @@ public:
     SearchSpec& ForCatalogue();
     // The record for a text data file whose lines begin with `volume`. The library has other
     // rules for text: the folder ends with a backslash, and a pattern without stars fits at
-    // the start of a name only. The record makes up for both.
+    // the start of a name only. The record is adapted to both.
     SearchSpec& ForText(std::u16string_view volume);
 
 private:
