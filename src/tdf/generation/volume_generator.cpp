@@ -112,7 +112,7 @@ void CVolumeGenerator::WriteKeyLines(COwnerFiles& files, const idxdata::FileReco
         m_folderTexts->TextOf(static_cast<std::uint32_t>(record.dirIndex), index).text;
     m_name.clear();
     record.AppendNameTo(m_name);
-    m_keyNames.Cut(m_name);
+    m_keyNames.Split(m_name);
     const std::uint32_t owner = record.ownerIndex;
     WriteKeyLine(files, owner, EKeyTag::BaseName, fingerprint, m_keyNames.Base());
     for (const EKeyTag tag : {EKeyTag::Part, EKeyTag::ReversedPart}) {

@@ -54,7 +54,7 @@ private:
     std::optional<CTdfOwners> m_owners;
     std::optional<CFolderTexts> m_folderTexts;
     CRecordPrefixFormatter m_recordPrefix;
-    CKeyNameCutter m_keyNames;
+    CKeyNameSplitter m_keyNames;
     std::u16string m_name;  // of the record being written
 };
 

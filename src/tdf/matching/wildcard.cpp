@@ -80,7 +80,7 @@ const std::byte* BytesOf(std::u16string_view text) noexcept {
 }
 
 // Removes the next token from the front of `pattern`; empty when no token is left.
-std::u16string_view CutToken(std::u16string_view& pattern) noexcept {
+std::u16string_view RemoveToken(std::u16string_view& pattern) noexcept {
     while (!pattern.empty() && pattern.front() == u'*') {
         pattern.remove_prefix(1);
     }
@@ -101,7 +101,8 @@ bool Floats(std::u16string_view pattern, EStarRule rule) noexcept {
 
 bool MatchWildcard(std::u16string_view name, std::u16string_view pattern, bool floating) noexcept {
     CNameRest rest(BytesOf(name), name.size(), floating);
-    for (std::u16string_view token = CutToken(pattern); !token.empty(); token = CutToken(pattern)) {
+    for (std::u16string_view token = RemoveToken(pattern); !token.empty();
+         token = RemoveToken(pattern)) {
         if (!rest.MoveTo(token)) {
             return false;
         }
@@ -111,7 +112,8 @@ bool MatchWildcard(std::u16string_view name, std::u16string_view pattern, bool f
 
 CWildcardPattern::CWildcardPattern(std::u16string_view pattern, EStarRule rule)
     : m_floating(Floats(pattern, rule)) {
-    for (std::u16string_view token = CutToken(pattern); !token.empty(); token = CutToken(pattern)) {
+    for (std::u16string_view token = RemoveToken(pattern); !token.empty();
+         token = RemoveToken(pattern)) {
         m_tokens.push_back(text::ToLowerAscii(token));
     }
 }
@@ -148,7 +150,7 @@ bool CWildcardPattern::Match(const std::byte* name, std::size_t length) const no
     return true;
 }
 
-CutLineParts CutLine(std::u16string_view line) {
+PathInLine SplitLine(std::u16string_view line) {
     const std::size_t first = line.find(u'\\');
     if (first == std::u16string_view::npos || first < kDriveLength) {
         throw frame::CExc(u"Cannot find a folder in the line: [%1].", {line}, frame::kFail);

@@ -53,12 +53,12 @@ inline constexpr std::size_t kDriveLength = 2;
 
 // The path in a line of a text data file. It begins kDriveLength units before the first
 // backslash.
-struct CutLineParts {
+struct PathInLine {
     std::u16string_view folder;  // ends with a backslash
     std::u16string_view name;    // may be empty
 };
 
 // Throws CExc (E_FAIL) when the line has no backslash or fewer than two units before it.
-CutLineParts CutLine(std::u16string_view line);
+PathInLine SplitLine(std::u16string_view line);
 
 }  // namespace tdf

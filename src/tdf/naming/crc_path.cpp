@@ -86,7 +86,7 @@ std::u16string ConvertPathToCrc(std::u16string_view folderPath, std::int32_t sub
     return text;
 }
 
-CKeyNameCutter::CKeyNameCutter(std::int32_t additionalParts, std::u16string_view separators)
+CKeyNameSplitter::CKeyNameSplitter(std::int32_t additionalParts, std::u16string_view separators)
     : m_maxParts(additionalParts < 0 ? std::numeric_limits<std::size_t>::max()
                                      : static_cast<std::size_t>(additionalParts)),
       m_separators(separators) {
@@ -97,24 +97,24 @@ CKeyNameCutter::CKeyNameCutter(std::int32_t additionalParts, std::u16string_view
     }
 }
 
-void CKeyNameCutter::Cut(std::u16string_view name) {
+void CKeyNameSplitter::Split(std::u16string_view name) {
     const std::size_t dot = name.rfind(u'.');
     m_base = name.substr(0, dot);
     m_extension = dot == std::u16string_view::npos ? u"none" : name.substr(dot + 1);
     m_parts.clear();
     if (m_maxParts != 0) {
-        CutParts();
+        SplitParts();
         SortParts();
         m_parts.resize(std::min(m_parts.size(), m_maxParts));
     }
 }
 
-bool CKeyNameCutter::IsSeparator(char16_t unit) const noexcept {
+bool CKeyNameSplitter::IsSeparator(char16_t unit) const noexcept {
     return unit < m_asciiSeparators.size() ? m_asciiSeparators[unit]
                                            : m_separators.find(unit) != std::u16string::npos;
 }
 
-void CKeyNameCutter::CutParts() {
+void CKeyNameSplitter::SplitParts() {
     std::size_t begin = 0;
     for (std::size_t i = 0; i <= m_base.size(); ++i) {
         if (i == m_base.size() || IsSeparator(m_base[i])) {
@@ -126,7 +126,7 @@ void CKeyNameCutter::CutParts() {
     }
 }
 
-void CKeyNameCutter::SortParts() {
+void CKeyNameSplitter::SortParts() {
     if (m_parts.size() > kMaxInsertionSort) {
         std::stable_sort(m_parts.begin(), m_parts.end(), Longer);
         return;

@@ -50,13 +50,13 @@ std::u16string ConvertPathToCrc(std::u16string_view folderPath, std::int32_t sub
 
 // Divides file names into the pieces of key lines. Reuses its memory; for one thread at a
 // time.
-class CKeyNameCutter {
+class CKeyNameSplitter {
 public:
     // At most `additionalParts` parts; all of them for a negative number.
-    CKeyNameCutter(std::int32_t additionalParts, std::u16string_view separators);
+    CKeyNameSplitter(std::int32_t additionalParts, std::u16string_view separators);
 
     // The pieces are views of `name`.
-    void Cut(std::u16string_view name);
+    void Split(std::u16string_view name);
 
     std::u16string_view Extension() const noexcept { return m_extension; }  // "none" without a dot
     std::u16string_view Base() const noexcept { return m_base; }
@@ -65,7 +65,7 @@ public:
 
 private:
     bool IsSeparator(char16_t unit) const noexcept;
-    void CutParts();
+    void SplitParts();
     void SortParts();
 
     std::size_t m_maxParts;

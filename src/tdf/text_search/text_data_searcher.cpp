@@ -83,7 +83,7 @@ void CTextDataSearcher::GetResultRecord(std::int32_t index, std::u16string_view&
 }
 
 bool CTextDataSearcher::IsWildcardMatch(std::u16string_view line, std::u16string_view pattern) {
-    return MatchWildcard(CutLine(line).name, pattern, Floats(pattern, EStarRule::LeadingStar));
+    return MatchWildcard(SplitLine(line).name, pattern, Floats(pattern, EStarRule::LeadingStar));
 }
 
 }  // namespace tdf

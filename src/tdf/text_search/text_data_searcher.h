@@ -41,7 +41,7 @@ public:
                          std::int64_t& size) const;
 
     // Whether the file name in `line`, which holds a path, matches `pattern`. Throws what
-    // CutLine throws.
+    // SplitLine throws.
     static bool IsWildcardMatch(std::u16string_view line, std::u16string_view pattern);
 
 private:
