@@ -3,14 +3,28 @@
 # the registry with the expected ones.
 #
 # Usage: registration_test.sh MODULE TYPE-LIBRARY ENTRIES
-# ENTRIES lists the entries that a registration adds.
+# ENTRIES lists the entries that a registration adds; a line INTERFACE {IID} NAME is the
+# system's entries of an interface.
 set -euo pipefail
 export LC_ALL=C
 
-module=$1 library=$2 entries=$3
+module=$1 library=$2 list=$3
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-[[ -s $module && -s $library && -s $entries ]]
+[[ -s $module && -s $library && -s $list ]]
+
+entries=$folder/entries
+awk '
+    $1 != "INTERFACE" { print; next }
+    {
+        key = "> [HKEY_CLASSES_ROOT\\Interface\\" $2
+        stub = "@=\"{00020424-0000-0000-C000-000000000046}\""
+        print key "\\ProxyStubClsid32]\n" key "\\ProxyStubClsid32] " stub
+        print key "\\ProxyStubClsid]\n" key "\\ProxyStubClsid] " stub
+        print key "\\TypeLib]\n" key "\\TypeLib] \"Version\"=\"1.0\""
+        print key "\\TypeLib] @=\"{B61B642B-EA60-4C62-918F-26F54F0F815D}\""
+        print key "]\n" key "] @=\"" $3 "\""
+    }' "$list" >"$entries"
 
 # The registry entries of all classes: a line for each key and each value, without the copy
 # that Wine keeps for 32-bit programs.
