@@ -49,7 +49,7 @@ std::uint64_t ByteOrderMarks(__m128i low, __m128i high) noexcept {
 }
 
 // Packing saturates: units of 0x80 to 0x7FFF become bytes of 0x80 and above, units of 0x8000
-// and above become 0. A block without such a byte has no byte order mark.
+// and above become 0. So only units with a byte of 0 can be byte order marks.
 void MarkBlock(const std::byte* units, LineMarks& block) noexcept {
     LineMarks marks{};
     for (std::size_t i = 0; i < LineMarks::kUnits; i += kLanes) {
