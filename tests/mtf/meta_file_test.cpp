@@ -272,6 +272,13 @@ TEST_F(MetaFileTest, WritesOnlyWhatIsNecessary) {
               u"There is no line 5 in meta-file " + m_path);
     file->File().Save();
     EXPECT_EQ(ReadWhole(m_path), MetaFileBytes(u"a=2\r\n#a\r\n#\r\n#b\r\nx=1"));
+    for (std::uint64_t line = 0; line < 5; ++line) {
+        file->Lines().MarkDeleted(line);
+    }
+    file->File().Save();
+    file->Lines().PushComment(u"first");
+    file->File().Save();
+    EXPECT_EQ(ReadWhole(m_path), MetaFileBytes(u"#first"));
 }
 
 TEST_F(MetaFileTest, RewritesWhatItDoesNotHold) {
