@@ -4,7 +4,7 @@
 # - cli/ includes the public headers, the records and streams of index data, and its own files.
 # - System headers and conditionals on a system are in folders posix/ and win32/ only; other
 #   sources do not include files of these folders.
-# - There is one `catch (...)`.
+# - Only frame/objects/boundary.cpp has `catch (...)`.
 # Fails when it prints anything, or when a folder has no source.
 # Usage: check_layers.sh FOLDER-OF-SRC-AND-CLI
 set -euo pipefail
@@ -88,8 +88,8 @@ line ~ /^[ \t]*#[ \t]*include[ \t]*[<"]/ {
 line ~ /^[ \t]*#[ \t]*(if|ifdef|ifndef|elif)([^A-Za-z_]|$)/ && !for_system && line ~ systems {
     report("system conditional", line)
 }
-line ~ /catch[ \t]*\([ \t]*\.\.\.[ \t]*\)/ && ++catches > 1 {
-    report("another catch-all", line)
+line ~ /catch[ \t]*\([ \t]*\.\.\.[ \t]*\)/ && FILENAME != "src/frame/objects/boundary.cpp" {
+    report("catch-all outside the boundary", line)
 }
 END { exit faults > 0 }
 ' "${files[@]}"

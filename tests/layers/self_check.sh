@@ -10,10 +10,10 @@ failures=0
 
 valid_tree() {
     rm -rf "$tree"/{src,cli}
-    mkdir -p "$tree"/src/{text,platform/posix,frame/server,idxdata,mtf,tdf} "$tree"/cli/scan/posix
+    mkdir -p "$tree"/src/{text,platform/posix,frame/{objects,server},idxdata,mtf,tdf} "$tree"/cli/scan/posix
     printf '#include <unistd.h>\n#ifdef __linux__\n#endif\n' >"$tree/src/platform/posix/files.cpp"
     printf '#include "platform/files.h"\nvoid f() { try {} catch (...) {} }\n' \
-        >"$tree/src/frame/boundary.cpp"
+        >"$tree/src/frame/objects/boundary.cpp"
     printf '#include "tdf/clean.h"\n' >"$tree/src/frame/server/top.cpp"
     printf '// #include <windows.h>\n#include <emmintrin.h>\n#include "ZorelText.h"\n#if defined(NDEBUG)\n#endif\n' \
         >"$tree/src/tdf/clean.h"
@@ -53,7 +53,7 @@ row "unknown layer" src/gui/a.cpp 'int x;' "source outside the layers"
 row "sys/stat.h" src/tdf/a.cpp 'int x;\n#include <sys/stat.h>' "src/tdf/a.cpp:2: system header: sys/stat.h"
 row "condition over two lines" src/mtf/a.h '#if defined(NDEBUG) || \\\n    !defined(__linux__)\n#endif' "src/mtf/a.h:2: system conditional"
 row "elif" src/frame/server/a.h '#if 0\n#elif defined _MSC_VER\n#endif' "src/frame/server/a.h:2: system conditional"
-row "second catch-all" src/frame/server/a.cpp 'void g() { try {} catch( ... ) {} }' "src/frame/server/a.cpp:1: another catch-all"
+row "catch-all" src/frame/server/a.cpp 'void g() { try {} catch( ... ) {} }' "src/frame/server/a.cpp:1: catch-all outside the boundary"
 row "client: another part of index data" cli/a.cpp '#include "idxdata/browser/path_key.h"' "include of the client: idxdata/browser/path_key.h"
 row "client: another layer" cli/scan/posix/a.cpp '#include "platform/files.h"' "include of the client: platform/files.h"
 row "client: one system" cli/scan/a.cpp '#include "cli/scan/posix/a.h"' "cli/scan/a.cpp:1: include of one system"
