@@ -237,8 +237,9 @@ void CBrowseCommand::Print(COutput& output, const std::vector<std::u16string>& f
              FormatDate(file.ModifyTime, " ").value_or("-"),
              Printable(client::ViewOf(file.FileName)));
     }
-    output.Write(Counted(folders.size(), "folder") + ", " + Counted(files.Count(), "file") + ", " +
-                 Size(files.TotalSize()) + (m_isHuman ? "\n" : " bytes\n"));
+    output.Write(Counted(static_cast<std::int64_t>(folders.size()), "folder") + ", " +
+                 Counted(files.Count(), "file") + ", " + Size(files.TotalSize()) +
+                 (m_isHuman ? "\n" : " bytes\n"));
 }
 
 void CBrowseCommand::PrintJson(COutput& output, const std::vector<std::u16string>& folders,

@@ -39,6 +39,10 @@ constexpr SkippedKind kSkippedKinds[] = {
 };
 static_assert(std::size(kSkippedKinds) == static_cast<std::size_t>(ESkipped::Count));
 
+std::int64_t ToSigned(std::uint64_t value) {
+    return static_cast<std::int64_t>(value);
+}
+
 void CreateFolders(const std::string& path) {
     std::error_code error;
     std::filesystem::create_directories(path, error);
@@ -153,7 +157,7 @@ void CScanCommand::Print(COutput& output, const CDataFileWriter& writer,
         row(label, "nothing");
     }
     if (totals.unreachableFolders != 0) {
-        row("Note", Counted(totals.unreachableFolders, "recorded folder") +
+        row("Note", Counted(ToSigned(totals.unreachableFolders), "recorded folder") +
                         " cannot be browsed: the name contains a backslash, or differs from a "
                         "sibling's only in letter case");
     }
@@ -161,19 +165,18 @@ void CScanCommand::Print(COutput& output, const CDataFileWriter& writer,
 
 void CScanCommand::PrintJson(COutput& output, const CDataFileWriter& writer,
                              const ScanTotals& totals) const {
-    const auto number = [](std::uint64_t value) { return static_cast<std::int64_t>(value); };
     CJsonObject skipped;
     for (const SkippedKind& kind : kSkippedKinds) {
-        skipped.AddNumber(kind.key, number(totals.Skipped(kind.kind)));
+        skipped.AddNumber(kind.key, ToSigned(totals.Skipped(kind.kind)));
     }
     CJsonObject object;
     object.Add("catalogue", DataFilePath())
         .AddNumber("folders", writer.FolderCount() - 1)
         .AddNumber("files", writer.FileCount())
-        .AddNumber("bytes", number(totals.bytes))
+        .AddNumber("bytes", ToSigned(totals.bytes))
         .AddNumber("owners", writer.OwnerCount())
         .AddObject("skipped", skipped)
-        .AddNumber("unreachableFolders", number(totals.unreachableFolders));
+        .AddNumber("unreachableFolders", ToSigned(totals.unreachableFolders));
     output.Write(object.Line());
 }
 

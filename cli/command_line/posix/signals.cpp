@@ -1,6 +1,6 @@
 #include "cli/command_line/signals.h"
 
-#include <signal.h>
+#include <csignal>
 
 #include <iterator>
 
