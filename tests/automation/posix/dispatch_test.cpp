@@ -3,8 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <bit>
+#include <cstring>
 #include <fstream>
 #include <limits>
 #include <string>
@@ -19,99 +18,40 @@
 #include "automation/variant.h"
 #include "support/counted_object.h"
 
+namespace automation {
 namespace {
-
-using automation::CBstr;
-using automation::CComPtr;
-using automation::CVariant;
-using automation::NewBstr;
-using automation::TextOf;
 
 struct Pair {
     BSTR text;
     LONGLONG number;
 };
-constexpr GUID kPairGuid = {1, 2, 3, {4}};
-constexpr IID kProbeIid = {5, 6, 7, {8}};
 constexpr GUID kSampleGuid = {0x01234567, 0x89ab, 0xcdef, {1, 2, 3, 4, 5, 6, 7, 8}};
+constexpr FieldDesc kPairFields[] = {Field<BSTR>(u"text", offsetof(Pair, text)),
+                                     Field<LONGLONG>(u"number", offsetof(Pair, number))};
+constexpr RecordDesc kPair = {u"Pair", &kSampleGuid, sizeof(Pair), kPairFields};
 
-struct IProbe : IDispatch {
-    virtual HRESULT Take(INT number, Pair byValue, Pair* byPointer, BSTR* seen) = 0;
-    virtual HRESULT TakeGuid(GUID guid, GUID* seen) = 0;
-    virtual HRESULT Give(INT hr, BSTR* text, INT* number, GUID* guid, SAFEARRAY** list,
-                         IProbe** self, Pair* pair) = 0;
-    virtual HRESULT GiveSelf(INT hr, IProbe** self) = 0;
-    virtual HRESULT get_Total(ULONGLONG* total) = 0;
-
-protected:
-    ~IProbe() = default;
-};
-
-constexpr automation::FieldDesc kPairFields[] = {
-    automation::Field<BSTR>(u"text", offsetof(Pair, text)),
-    automation::Field<LONGLONG>(u"number", offsetof(Pair, number)),
-};
-constexpr automation::RecordDesc kPair = {u"Pair", &kPairGuid, sizeof(Pair), kPairFields};
-
-}  // namespace
-
-template <>
-struct automation::RecordTraits<Pair> {
-    static constexpr const RecordDesc& kDesc = kPair;
-};
-template <>
-struct automation::InterfaceTraits<IProbe> {
-    static constexpr const IID& kIid = kProbeIid;
-};
-
-namespace {
-
-using automation::In;
-using automation::Method;
-using automation::Out;
-using automation::PropertyGet;
-using automation::Retval;
-using automation::Unspecified;
-
-enum EProbeId : DISPID { kTake = 0x60020000, kTakeGuid, kGive, kGiveSelf, kTotal };
-
-constexpr auto kProbeMethods = automation::Methods(
-    kTake,
-    Method<&IProbe::Take>(u"Take", In(u"number"), Unspecified(u"byValue"), In(u"byPointer"),
-                          Retval(u"seen")),
-    Method<&IProbe::TakeGuid>(u"TakeGuid", In(u"guid"), Retval(u"seen")),
-    Method<&IProbe::Give>(u"Give", In(u"hr"), Out(u"text"), Out(u"number"), Out(u"guid"),
-                          Out(u"list"), Out(u"self"), Out(u"pair")),
-    Method<&IProbe::GiveSelf>(u"GiveSelf", In(u"hr"), Unspecified(u"self")),
-    PropertyGet<&IProbe::get_Total>(u"Total", Retval(u"total")));
-constexpr automation::InterfaceTable kTable = {u"IProbe", &kProbeIid, nullptr, 1, kProbeMethods};
-
-class CProbe final : public IProbe {
+class CProbe final : public IDispatch {
 public:
     HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
     ULONG AddRef() override { return ++references; }
     ULONG Release() override { return --references; }
     HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
     HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
-        return automation::DispatchGetIDsOfNames(kTable, iid, names, count, 0, ids);
+    HRESULT GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    HRESULT Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
+        return E_NOTIMPL;
     }
-    HRESULT Invoke(DISPID id, REFIID iid, LCID, WORD flags, DISPPARAMS* params, VARIANT* result,
-                   EXCEPINFO* exception, UINT* bad) override {
-        return automation::DispatchInvoke(kTable, this, id, iid, 0, flags, params, result,
-                                          exception, bad);
-    }
-    HRESULT Take(INT number, Pair byValue, Pair* byPointer, BSTR* seen) override {
+    HRESULT Take(INT number, Pair byValue, Pair* byPointer, BSTR* seen) {
         *seen = NewBstr(zorel::ToUtf16(std::to_string(number + byValue.number) + "/") +
                         std::u16string(byPointer == nullptr ? u"null" : TextOf(byPointer->text)));
         return S_OK;
     }
-    HRESULT TakeGuid(GUID guid, GUID* seen) override {
+    HRESULT TakeGuid(GUID guid, GUID* seen) {
         *seen = guid;
         return S_OK;
     }
-    HRESULT Give(INT hr, BSTR* text, INT* number, GUID* guid, SAFEARRAY** list, IProbe** self,
-                 Pair* pair) override {
+    HRESULT Give(INT hr, BSTR* text, INT* number, GUID* guid, SAFEARRAY** list, CProbe** self,
+                 Pair* pair) {
         *text = NewBstr(u"text");
         *number = -7;
         *guid = kSampleGuid;
@@ -122,7 +62,7 @@ public:
         *pair = {NewBstr(u"pair"), 77};
         return hr;
     }
-    HRESULT GiveSelf(INT hr, IProbe** self) override {
+    HRESULT GiveSelf(INT hr, CProbe** self) {
         if (self == nullptr) {
             return E_INVALIDARG;
         }
@@ -130,103 +70,113 @@ public:
         *self = hr == S_OK ? this : nullptr;
         return hr;
     }
-    HRESULT get_Total(ULONGLONG* total) override {
+    HRESULT get_Total(ULONGLONG* total) {
         *total = std::numeric_limits<ULONGLONG>::max();
         return S_OK;
     }
     ULONG references = 0;
 };
 
-// An integer, a bool or a string.
-CVariant Value(VARTYPE type, std::int64_t number = 0) {
-    CVariant variant;
-    variant.Get().vt = type;
-    variant.Get().llVal = number;
-    return variant;
-}
-CVariant Value(std::u16string_view text) {
-    CVariant variant = Value(VT_BSTR);
-    variant.Get().bstrVal = NewBstr(text);
-    return variant;
-}
+}  // namespace
 
-VARIANT Reference(VARTYPE type, void* target) {
+template <>
+struct RecordTraits<Pair> {
+    static constexpr const RecordDesc& kDesc = kPair;
+};
+template <>
+struct InterfaceTraits<CProbe> {
+    static constexpr const IID& kIid = IID_IDispatch;
+};
+
+namespace {
+
+enum EProbeId : DISPID { kTake = 0x60020000, kTakeGuid, kGive, kGiveSelf, kTotal };
+
+constexpr auto kProbeMethods =
+    Methods(kTake,
+            Method<&CProbe::Take>(u"Take", In(u"number"), Unspecified(u"byValue"), In(u"byPointer"),
+                                  Retval(u"seen")),
+            Method<&CProbe::TakeGuid>(u"TakeGuid", In(u"guid"), Retval(u"seen")),
+            Method<&CProbe::Give>(u"Give", In(u"hr"), Out(u"text"), Out(u"number"), Out(u"guid"),
+                                  Out(u"list"), Out(u"self"), Out(u"pair")),
+            Method<&CProbe::GiveSelf>(u"GiveSelf", In(u"hr"), Unspecified(u"self")),
+            PropertyGet<&CProbe::get_Total>(u"Total", Retval(u"total")));
+constexpr InterfaceTable kTable = {u"IProbe", &IID_IDispatch, nullptr, 1, kProbeMethods};
+
+// A variant that owns nothing; the content is a number or an address.
+template <class T>
+VARIANT Raw(int type, T content) {
     VARIANT value = {};
-    value.vt = static_cast<VARTYPE>(VT_BYREF | type);
-    value.byref = target;
+    value.vt = static_cast<VARTYPE>(type);
+    std::memcpy(&value.llVal, &content, sizeof content);
     return value;
 }
-
-VARIANT Record(void* record) {
-    VARIANT value = {};
-    value.vt = VT_RECORD;
-    value.pvRecord = record;
-    return value;
+template <class T>
+VARIANT Reference(int type, T* target) {
+    return Raw(VT_BYREF | type, target);
 }
 
 // `arguments` in declaration order, the last of them with the numbers `named`.
-HRESULT Call(IProbe& probe, DISPID id, const std::vector<VARIANT>& arguments,
+HRESULT Call(CProbe& probe, DISPID id, const std::vector<VARIANT>& arguments,
              VARIANT* result = nullptr, UINT* badArgument = nullptr, std::vector<DISPID> named = {},
              WORD flags = DISPATCH_METHOD | DISPATCH_PROPERTYGET) {
     std::vector<VARIANT> reversed(arguments.rbegin(), arguments.rend());
     DISPPARAMS params = {reversed.data(), named.data(), static_cast<UINT>(reversed.size()),
                          static_cast<UINT>(named.size())};
-    return probe.Invoke(id, IID_NULL, 0, flags, &params, result, nullptr, badArgument);
+    return DispatchInvoke(kTable, &probe, id, IID_NULL, 0, flags, &params, result, nullptr,
+                          badArgument);
 }
 
 TEST(Dispatch, FindsNamesWithoutRegardToCase) {
     const struct {
+        HRESULT hr;
         std::vector<std::u16string> names;
         std::vector<DISPID> ids;
     } rows[] = {
-        {{u"tAKE", u"NUMBER", u"seen"}, {kTake, 0, 3}},
-        {{u"giveself", u"self"}, {kGiveSelf, 1}},
-        {{u"total"}, {kTotal}},
-        {{u"get_Total"}, {DISPID_UNKNOWN}},
-        {{u"Tak"}, {DISPID_UNKNOWN}},
-        {{u"Take", u"flag", u"seen"}, {kTake, DISPID_UNKNOWN, 3}},
-        {{u"None", u"number"}, {DISPID_UNKNOWN, DISPID_UNKNOWN}},
+        {S_OK, {u"tAKE", u"NUMBER", u"seen"}, {kTake, 0, 3}},
+        {S_OK, {u"total"}, {kTotal}},
+        {DISP_E_UNKNOWNNAME, {u"get_Total"}, {DISPID_UNKNOWN}},
+        {DISP_E_UNKNOWNNAME, {u"Tak"}, {DISPID_UNKNOWN}},
+        {DISP_E_UNKNOWNNAME, {u"Take", u"flag", u"seen"}, {kTake, DISPID_UNKNOWN, 3}},
+        {DISP_E_UNKNOWNNAME, {u"None", u"number"}, {DISPID_UNKNOWN, DISPID_UNKNOWN}},
     };
-    CProbe probe;
     for (auto row : rows) {
         std::vector<LPOLESTR> names;
         for (std::u16string& name : row.names) {
             names.push_back(name.data());
         }
         std::vector<DISPID> ids(names.size());
-        const auto count = static_cast<UINT>(names.size());
-        const bool known = std::count(row.ids.begin(), row.ids.end(), DISPID_UNKNOWN) == 0;
-        EXPECT_EQ(probe.GetIDsOfNames(IID_NULL, names.data(), count, 0, ids.data()),
-                  known ? S_OK : DISP_E_UNKNOWNNAME);
+        const auto find = [&](REFIID reserved) {
+            return DispatchGetIDsOfNames(kTable, reserved, names.data(),
+                                         static_cast<UINT>(names.size()), 0, ids.data());
+        };
+        EXPECT_EQ(find(IID_NULL), row.hr);
         EXPECT_EQ(ids, row.ids) << zorel::ToUtf8(row.names[0]);
-        EXPECT_EQ(probe.GetIDsOfNames(IID_IUnknown, names.data(), count, 0, ids.data()),
-                  DISP_E_UNKNOWNINTERFACE);
+        EXPECT_EQ(find(IID_IUnknown), DISP_E_UNKNOWNINTERFACE);
     }
 }
 
 // The value of "TYPE CONTENT": a VARTYPE with a text, a real number or an integer.
-CVariant ParseValue(const std::string& cell) {
-    const auto type = static_cast<VARTYPE>(std::stoi(cell));
+VARIANT ParseValue(const std::string& cell) {
+    const int type = std::stoi(cell);
     const std::string content = cell.substr(cell.find(' ') + 1);
-    if (type == VT_BSTR) {
-        return Value(zorel::ToUtf16(content));
-    }
     const bool isReal = type == VT_R8 || type == VT_DATE;
-    return Value(type, type == VT_R4 ? std::bit_cast<std::int32_t>(std::stof(content))
-                       : isReal      ? std::bit_cast<std::int64_t>(std::stod(content))
-                                     : std::stoll(content));
+    return type == VT_BSTR ? Raw(type, NewBstr(zorel::ToUtf16(content)))
+           : type == VT_R4 ? Raw(type, std::stof(content))
+           : isReal        ? Raw(type, std::stod(content))
+                           : Raw(type, std::stoll(content));
 }
 
 // The result of a conversion as text, or its failure.
-std::string Convert(const CVariant& source, VARTYPE type) {
+std::string Convert(const VARIANT& source, VARTYPE type) {
     CVariant result;
     CVariant text;
-    const HRESULT hr = automation::detail::ConvertVariant(source.Get(), type, result);
+    const HRESULT hr = detail::ConvertVariant(source, type, result);
     EXPECT_EQ(result.Get().vt, FAILED(hr) ? VARTYPE{VT_EMPTY} : type);
     if (FAILED(hr)) {
         return hr == DISP_E_OVERFLOW ? "overflow" : hr == DISP_E_TYPEMISMATCH ? "mismatch" : "bad";
     }
-    EXPECT_EQ(automation::detail::ConvertVariant(result.Get(), VT_BSTR, text), S_OK);
+    EXPECT_EQ(detail::ConvertVariant(result.Get(), VT_BSTR, text), S_OK);
     return zorel::ToUtf8(TextOf(text.Get().bstrVal));
 }
 
@@ -236,45 +186,45 @@ TEST(Dispatch, ConvertsValues) {
     int count = 0;
     for (std::string expected; std::getline(table, expected); ++count) {
         std::string line = expected.substr(0, expected.find(" | "));
-        CVariant source = ParseValue(line);
+        const VARIANT source = ParseValue(line);
+        const CBstr owned(source.vt == VT_BSTR ? source.bstrVal : nullptr);
         for (const VARTYPE type :
              {VT_BSTR, VT_UI2, VT_I4, VT_UI4, VT_I8, VT_UI8, VT_BOOL, VT_DATE}) {
             line += " | " + Convert(source, type);
         }
         EXPECT_EQ(line, expected);
-        source.Get().vt = source.Get().vt == VT_BSTR ? VT_BSTR : VT_EMPTY;
     }
     EXPECT_GT(count, 70);
-    EXPECT_EQ(Convert(Value(VT_BSTR), VT_I4), "mismatch");
+    EXPECT_EQ(Convert(Raw(VT_BSTR, BSTR{}), VT_I4), "mismatch");
 }
 
 TEST(Dispatch, RefusesCallsOfTheWrongShape) {
     CProbe probe;
-    const VARIANT one = Value(VT_I4).Detach();
-    const VARIANT missing = Value(VT_ERROR, DISP_E_PARAMNOTFOUND).Detach();
+    const VARIANT one = Raw(VT_I4, 0);
+    const VARIANT missing = Raw(VT_ERROR, DISP_E_PARAMNOTFOUND);
     IDispatch* object = nullptr;
     const VARIANT self = Reference(VT_DISPATCH, &object);
     ULONGLONG total = 0;
     const struct {
+        HRESULT hr;
         DISPID id;
         std::vector<VARIANT> arguments;
-        std::vector<DISPID> named;
-        WORD flags;
-        HRESULT hr;
+        WORD flags = DISPATCH_METHOD;
+        std::vector<DISPID> named = {};
     } rows[] = {
-        {1, {}, {}, DISPATCH_METHOD, DISP_E_MEMBERNOTFOUND},
-        {kTake, {one}, {}, DISPATCH_PROPERTYGET, DISP_E_MEMBERNOTFOUND},
-        {kTotal, {}, {}, DISPATCH_METHOD, DISP_E_MEMBERNOTFOUND},
-        {kTotal, {}, {}, DISPATCH_METHOD | DISPATCH_PROPERTYGET, S_OK},
-        {kTotal, {Reference(VT_UI8, &total)}, {}, DISPATCH_PROPERTYGET, S_OK},
-        {kTotal, {one}, {}, DISPATCH_PROPERTYGET, DISP_E_BADPARAMCOUNT},
-        {kGiveSelf, {one}, {}, DISPATCH_METHOD, DISP_E_BADPARAMCOUNT},
-        {kGiveSelf, {one, self, one}, {}, DISPATCH_METHOD, DISP_E_BADPARAMCOUNT},
-        {kGiveSelf, {self, one}, {0, 1}, DISPATCH_METHOD, S_OK},
-        {kGiveSelf, {one, self}, {2}, DISPATCH_METHOD, DISP_E_PARAMNOTFOUND},
-        {kGiveSelf, {one, self}, {DISPID_PROPERTYPUT}, DISPATCH_METHOD, DISP_E_PARAMNOTFOUND},
-        {kGiveSelf, {one, self}, {0}, DISPATCH_METHOD, DISP_E_PARAMNOTFOUND},
-        {kGiveSelf, {missing, self}, {}, DISPATCH_METHOD, DISP_E_PARAMNOTOPTIONAL},
+        {DISP_E_MEMBERNOTFOUND, 1, {}},
+        {DISP_E_MEMBERNOTFOUND, kTake, {one}, DISPATCH_PROPERTYGET},
+        {DISP_E_MEMBERNOTFOUND, kTotal, {}},
+        {S_OK, kTotal, {}, DISPATCH_METHOD | DISPATCH_PROPERTYGET},
+        {S_OK, kTotal, {Reference(VT_UI8, &total)}, DISPATCH_PROPERTYGET},
+        {DISP_E_BADPARAMCOUNT, kTotal, {one}, DISPATCH_PROPERTYGET},
+        {DISP_E_BADPARAMCOUNT, kGiveSelf, {one}},
+        {DISP_E_BADPARAMCOUNT, kGiveSelf, {one, self, one}},
+        {S_OK, kGiveSelf, {self, one}, DISPATCH_METHOD, {0, 1}},
+        {DISP_E_PARAMNOTFOUND, kGiveSelf, {one, self}, DISPATCH_METHOD, {2}},
+        {DISP_E_PARAMNOTFOUND, kGiveSelf, {one, self}, DISPATCH_METHOD, {DISPID_PROPERTYPUT}},
+        {DISP_E_PARAMNOTFOUND, kGiveSelf, {one, self}, DISPATCH_METHOD, {0}},
+        {DISP_E_PARAMNOTOPTIONAL, kGiveSelf, {missing, self}},
     };
     for (const auto& row : rows) {
         object = nullptr;
@@ -285,10 +235,12 @@ TEST(Dispatch, RefusesCallsOfTheWrongShape) {
     EXPECT_EQ(total, std::numeric_limits<ULONGLONG>::max());
     DISPPARAMS params = {nullptr, nullptr, 1, 0};
     for (DISPPARAMS* const bad : {&params, static_cast<DISPPARAMS*>(nullptr)}) {
-        EXPECT_EQ(probe.Invoke(kTotal, IID_NULL, 0, 3, bad, nullptr, nullptr, nullptr),
-                  E_INVALIDARG);
-        EXPECT_EQ(probe.Invoke(kTotal, IID_IUnknown, 0, 3, bad, nullptr, nullptr, nullptr),
-                  DISP_E_UNKNOWNINTERFACE);
+        const auto invoke = [&](REFIID reserved) {
+            return DispatchInvoke(kTable, &probe, kTotal, reserved, 0, 3, bad, nullptr, nullptr,
+                                  nullptr);
+        };
+        EXPECT_EQ(invoke(IID_NULL), E_INVALIDARG);
+        EXPECT_EQ(invoke(IID_IUnknown), DISP_E_UNKNOWNINTERFACE);
     }
 }
 
@@ -302,7 +254,7 @@ struct Outputs {
     Pair pair = {};
 
     std::vector<VARIANT> References(HRESULT hr) {
-        return {Value(VT_I4, hr).Detach(),
+        return {Raw(VT_I4, hr),
                 Reference(VT_BSTR, &text),
                 Reference(VT_I4, &number),
                 Reference(VT_RECORD, &guid),
@@ -316,9 +268,10 @@ TEST(Dispatch, FillsTypedVariablesAndClearedVariants) {
     CProbe probe;
     Outputs out;
     out.text = reinterpret_cast<BSTR>(&out.number);  // not a string: an output is not freed
-    ASSERT_EQ(Call(probe, kGive, out.References(S_OK)), S_OK);
+    const std::vector<VARIANT> references = out.References(S_OK);
+    ASSERT_EQ(Call(probe, kGive, references), S_OK);
     const CBstr text(out.text);
-    const automation::CSafeArrayPtr list(out.list);
+    const CSafeArrayPtr list(out.list);
     const CBstr pairText(out.pair.text);
     EXPECT_TRUE(TextOf(out.text) == u"text" && out.number == -7 && out.guid == kSampleGuid);
     EXPECT_EQ(TextOf(static_cast<BSTR*>(out.list->pvData)[0]), u"name");
@@ -326,30 +279,35 @@ TEST(Dispatch, FillsTypedVariablesAndClearedVariants) {
 
     support::CCountedObject old;
     std::vector<CVariant> variables(6);
-    std::vector<VARIANT> arguments = {Value(VT_I4).Detach()};
+    std::vector<VARIANT> arguments = {Raw(VT_I4, S_OK)};
     for (CVariant& variable : variables) {
         old.AddRef();
-        variable.Get().vt = VT_UNKNOWN;
-        variable.Get().punkVal = &old;
+        variable.Reset(Raw(VT_UNKNOWN, &old));
         arguments.push_back(Reference(VT_VARIANT, &variable.Get()));
     }
     ASSERT_EQ(Call(probe, kGive, arguments), S_OK);
     EXPECT_EQ(old.References(), 0U);
-    const int types[] = {VT_BSTR, VT_I4, VT_RECORD, VT_ARRAY | VT_BSTR, VT_DISPATCH, VT_RECORD};
     for (std::size_t i = 0; i < variables.size(); ++i) {
-        EXPECT_EQ(variables[i].Get().vt, types[i]) << i;
+        EXPECT_EQ(variables[i].Get().vt, references[i + 1].vt & ~VT_BYREF) << i;
     }
     EXPECT_EQ(*static_cast<GUID*>(variables[2].Get().pvRecord), kSampleGuid);
     variables.clear();
     EXPECT_EQ(probe.references, 1U);
 }
 
+// It clears the error information of earlier calls, too.
 TEST(Dispatch, DoesNotChangeVariablesWhenTheCallFails) {
     CProbe probe;
     Outputs out;
     const CBstr kept(NewBstr(u"kept"));
     out.text = kept.Get();
+    CComPtr<ICreateErrorInfo> maker;
+    CComPtr<IErrorInfo> info;
+    CreateErrorInfo(maker.Put());
+    maker->QueryInterface(IID_IErrorInfo, info.PutVoid());
+    SetErrorInfo(0, info.Get());
     EXPECT_EQ(Call(probe, kGive, out.References(E_FAIL)), DISP_E_EXCEPTION);
+    EXPECT_EQ(GetErrorInfo(0, info.Put()), S_FALSE);
     EXPECT_TRUE(out.text == kept.Get() && out.number == 0 && out.list == nullptr);
     for (std::size_t i = 1; i < 7; ++i) {  // each output in turn is one that cannot be filled
         for (const VARTYPE wrong : {VARTYPE{VT_I8}, VARTYPE{VT_BYREF | VT_I8}}) {
@@ -367,16 +325,14 @@ TEST(Dispatch, TreatsAMissingDirectionAsInAndOut) {
     CProbe probe;
     probe.AddRef();
     IDispatch* self = &probe;  // the old value: released
-    CVariant hr = Value(VT_I4);
-    EXPECT_EQ(Call(probe, kGiveSelf, {hr.Get(), Reference(VT_DISPATCH, &self)}), S_OK);
+    const VARIANT ok = Raw(VT_I4, S_OK);
+    EXPECT_EQ(Call(probe, kGiveSelf, {ok, Reference(VT_DISPATCH, &self)}), S_OK);
     EXPECT_TRUE(self == &probe && probe.references == 1);
-    hr.Get().lVal = S_FALSE;
-    CVariant variable;
-    const VARIANT variant = Reference(VT_VARIANT, &variable.Get());
-    EXPECT_EQ(Call(probe, kGiveSelf, {hr.Get(), variant}), S_OK);
-    EXPECT_TRUE(variable.Get().vt == VT_DISPATCH && variable.Get().pdispVal == nullptr);
+    VARIANT value = {};
+    EXPECT_EQ(Call(probe, kGiveSelf, {Raw(VT_I4, S_FALSE), Reference(VT_VARIANT, &value)}), S_OK);
+    EXPECT_TRUE(value.vt == VT_DISPATCH && value.pdispVal == nullptr);
     // A null reference is passed to the method.
-    EXPECT_EQ(Call(probe, kGiveSelf, {hr.Get(), Reference(VT_DISPATCH, nullptr)}),
+    EXPECT_EQ(Call(probe, kGiveSelf, {ok, Reference(VT_DISPATCH, static_cast<void*>(nullptr))}),
               DISP_E_EXCEPTION);
 }
 
@@ -384,44 +340,44 @@ TEST(Dispatch, TakesRecordsGuidsAndReferences) {
     CProbe probe;
     const CBstr text(NewBstr(u"by pointer"));
     Pair pair = {text.Get(), 12};
-    CVariant number = Value(u"30");
-    VARIANT byReference = Reference(VT_BSTR, &number.Get().bstrVal);
-    VARIANT recordByReference = Record(&pair);
-    recordByReference.vt |= VT_BYREF;
+    const CBstr digits(NewBstr(u"30"));
+    VARIANT number = Raw(VT_BSTR, digits.Get());
+    VARIANT byReference = Reference(VT_BSTR, &number.bstrVal);
+    const VARIANT byValue = Raw(VT_RECORD, &pair);
+    const VARIANT null = Raw(VT_RECORD, static_cast<void*>(nullptr));
     CVariant result;
-    for (const VARIANT& form : {number.Get(), byReference, Reference(VT_VARIANT, &number.Get()),
+    for (const VARIANT& form : {number, byReference, Reference(VT_VARIANT, &number),
                                 Reference(VT_VARIANT, &byReference)}) {
-        for (const VARIANT& record : {Record(&pair), recordByReference}) {
+        for (const VARIANT& record : {byValue, Reference(VT_RECORD, &pair)}) {
             ASSERT_EQ(Call(probe, kTake, {form, record, record}, result.Put()), S_OK);
             EXPECT_EQ(TextOf(result.Get().bstrVal), u"42/by pointer");
         }
     }
-    EXPECT_EQ(Call(probe, kTake, {number.Get(), Record(&pair), Record(nullptr)}, result.Put()),
-              S_OK);
+    EXPECT_EQ(Call(probe, kTake, {number, byValue, null}, result.Put()), S_OK);
     EXPECT_EQ(TextOf(result.Get().bstrVal), u"42/null");
     UINT badArgument = 99;
-    EXPECT_EQ(
-        Call(probe, kTake, {number.Get(), Record(nullptr), Record(&pair)}, nullptr, &badArgument),
-        DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(Call(probe, kTake, {number, null, byValue}, nullptr, &badArgument),
+              DISP_E_TYPEMISMATCH);
     EXPECT_EQ(badArgument, 1U);
 
     GUID guid = kSampleGuid;
-    const std::u16string plain = automation::UuidToString(guid);
-    const CVariant bare = Value(plain);
-    const CVariant braced = Value(u"{" + plain + u"}");
-    const CVariant broken = Value(u"{" + plain);
-    for (const VARIANT& form : {Record(&guid), bare.Get(), braced.Get()}) {
+    const std::u16string plain = UuidToString(guid);
+    const CBstr bare(NewBstr(plain));
+    const CBstr braced(NewBstr(u"{" + plain + u"}"));
+    const CBstr broken(NewBstr(u"{" + plain));
+    for (const VARIANT& form :
+         {Raw(VT_RECORD, &guid), Raw(VT_BSTR, bare.Get()), Raw(VT_BSTR, braced.Get())}) {
         ASSERT_EQ(Call(probe, kTakeGuid, {form}, result.Put()), S_OK);
         EXPECT_EQ(*static_cast<GUID*>(result.Get().pvRecord), kSampleGuid);
     }
     // The result of a call is an argument of the next; a record of another type is not.
     EXPECT_EQ(Call(probe, kTakeGuid, {result.Get()}), S_OK);
-    EXPECT_EQ(Call(probe, kTake, {number.Get(), result.Get(), result.Get()}), DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(Call(probe, kTakeGuid, {broken.Get()}), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(Call(probe, kTake, {number, result.Get(), result.Get()}), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(Call(probe, kTakeGuid, {Raw(VT_BSTR, broken.Get())}), DISP_E_TYPEMISMATCH);
 }
 
 TEST(Dispatch, DescribesRecords) {
-    const CComPtr<IRecordInfo> info = automation::detail::NewRecordInfo(kPair);
+    const CComPtr<IRecordInfo> info = detail::NewRecordInfo(kPair);
     void* const record = info->RecordCreate();
     auto* const pair = static_cast<Pair*>(record);
     *pair = {NewBstr(u"kept"), 5};
@@ -434,39 +390,28 @@ TEST(Dispatch, DescribesRecords) {
     CVariant field;
     ASSERT_EQ(info->GetField(record, u"TEXT", field.Put()), S_OK);
     EXPECT_TRUE(TextOf(field.Get().bstrVal) == u"kept" && field.Get().bstrVal != pair->text);
-    CVariant number = Value(u"42");
+    const CBstr digits(NewBstr(u"42"));
+    VARIANT number = Raw(VT_BSTR, digits.Get());
     constexpr ULONG kPut = DISPATCH_PROPERTYPUT;
-    EXPECT_EQ(info->PutField(kPut, record, u"number", &number.Get()), S_OK);
-    EXPECT_EQ(info->PutField(kPut, record, u"text", &number.Get()), S_OK);
-    EXPECT_EQ(info->PutField(kPut, record, u"none", &number.Get()), DISP_E_UNKNOWNNAME);
-    EXPECT_EQ(info->PutField(DISPATCH_METHOD, record, u"text", &number.Get()), E_INVALIDARG);
+    EXPECT_EQ(info->PutField(kPut, record, u"number", &number), S_OK);
+    EXPECT_EQ(info->PutField(kPut, record, u"text", &number), S_OK);
+    EXPECT_EQ(info->PutField(kPut, record, u"none", &number), DISP_E_UNKNOWNNAME);
+    EXPECT_EQ(info->PutField(DISPATCH_METHOD, record, u"text", &number), E_INVALIDARG);
     void* copy = nullptr;
     ASSERT_EQ(info->RecordCreateCopy(record, &copy), S_OK);
     EXPECT_EQ(info->PutFieldNoCopy(kPut, record, u"text", &field.Get()), S_OK);
     EXPECT_EQ(field.Get().vt, VT_EMPTY);  // moved to the record
-    EXPECT_EQ(TextOf(static_cast<Pair*>(copy)->text), u"42");
-    EXPECT_EQ(static_cast<Pair*>(copy)->number, 42);
+    const auto* const copied = static_cast<Pair*>(copy);
+    EXPECT_TRUE(TextOf(copied->text) == u"42" && copied->number == 42);
     EXPECT_TRUE(info->RecordCopy(record, copy) == S_OK && info->RecordCopy(copy, copy) == S_OK);
-    EXPECT_EQ(TextOf(static_cast<Pair*>(copy)->text), u"kept");
+    EXPECT_EQ(TextOf(copied->text), u"kept");
     EXPECT_TRUE(info->RecordDestroy(copy) == S_OK && info->RecordDestroy(record) == S_OK);
     GUID guid = kSampleGuid;
-    const auto guidInfo = automation::detail::NewRecordInfo(automation::detail::GuidRecord());
+    const auto guidInfo = detail::NewRecordInfo(detail::GuidRecord());
     EXPECT_FALSE(info->IsMatchingType(guidInfo.Get()));
     ASSERT_EQ(guidInfo->GetField(&guid, u"Data3", field.Put()), S_OK);
     EXPECT_EQ(field.Get().uiVal, 0xcdef);
 }
 
-// A failure without error information does not report that of an earlier call.
-TEST(Dispatch, ClearsTheErrorInformationBeforeTheCall) {
-    CProbe probe;
-    Outputs out;
-    CComPtr<ICreateErrorInfo> maker;
-    CComPtr<IErrorInfo> info;
-    CreateErrorInfo(maker.Put());
-    maker->QueryInterface(IID_IErrorInfo, info.PutVoid());
-    SetErrorInfo(0, info.Get());
-    EXPECT_EQ(Call(probe, kGive, out.References(E_NOTIMPL)), DISP_E_EXCEPTION);
-    EXPECT_EQ(GetErrorInfo(0, info.Put()), S_FALSE);
-}
-
 }  // namespace
+}  // namespace automation
