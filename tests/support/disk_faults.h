@@ -14,16 +14,12 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <ranges>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace support {
-
-template <class... Args>
-int System(long number, Args... args) {
-    return static_cast<int>(::syscall(number, args...));
-}
 
 enum class EFault {
     FailOnce,      // the call fails, a write after half of its bytes
@@ -37,8 +33,9 @@ enum class EFault {
 // The changes of a file that were not flushed.
 struct Unsynced {
     int descriptor = -1;
-    off_t from = std::numeric_limits<off_t>::max();          // the start of the added content
-    std::vector<std::pair<off_t, std::string>> overwritten;  // the former bytes before it
+    off_t from = std::numeric_limits<off_t>::max();  // the start of the added content
+    std::vector<std::pair<off_t, std::string>>
+        overwritten;  // the former bytes before it, for PowerCutAll
 };
 
 // The calls of this process, counted since Arm.
@@ -64,25 +61,20 @@ struct DiskFaults {
     // The number of calls since Arm.
     int Disarm() {
         step = 0;
-        failNextWrite = false;
-        isDelayed = false;
+        failNextWrite = isDelayed = false;
         return calls;
     }
 
     bool IsFaulty() {
-        if (step == 0) {
+        if (step == 0 || ++calls < step) {
             return false;
         }
-        ++calls;
-        if (fault == EFault::Visit) {
-            if (calls == step) {
-                step = 0;  // the calls of `visit` are not counted
-                visit();
-                step = calls;
-            }
-            return false;
+        if (fault == EFault::Visit && calls == step) {
+            step = 0;  // the calls of `visit` are not counted
+            visit();
+            step = calls;
         }
-        return calls == step || (fault == EFault::FailFromThen && calls > step);
+        return fault == EFault::FailFromThen || (fault != EFault::Visit && calls == step);
     }
     // True when this call has to fail, with errno.
     bool Fails(int code) {
@@ -92,6 +84,11 @@ struct DiskFaults {
         EndIfFatal();
         errno = code;
         return true;
+    }
+    // Makes a call of the system, unless it has to fail with `code`; 0: it cannot fail.
+    template <class... Args>
+    int Call(int code, long number, Args... args) {
+        return code != 0 && Fails(code) ? -1 : static_cast<int>(::syscall(number, args...));
     }
     void EndIfFatal() {
         if (fault >= EFault::PowerCut) {
@@ -111,31 +108,26 @@ struct DiskFaults {
         const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
         Unsynced& file = unsynced[{info.st_dev, info.st_ino}];
         if (file.descriptor < 0) {
-            file.descriptor = System(SYS_openat, AT_FDCWD, path.c_str(), O_RDWR | O_CLOEXEC);
+            file.descriptor = Call(0, SYS_openat, AT_FDCWD, path.c_str(), O_RDWR | O_CLOEXEC);
         }
         const off_t end = std::min(info.st_size, from + length);
-        if (from < end) {
+        if (fault == EFault::PowerCutAll && from < end) {
             std::string bytes(static_cast<std::size_t>(end - from), '\0');
             ::syscall(SYS_pread64, file.descriptor, bytes.data(), bytes.size(), from);
             file.overwritten.emplace_back(from, std::move(bytes));
         }
-        if (length == 0 || from + length > info.st_size) {
-            file.from = std::min(file.from, length == 0 ? from : std::max(from, info.st_size));
-        }
+        file.from = std::min(file.from, length == 0 ? from : std::max(from, info.st_size));
     }
     void Synced(int descriptor) {
         struct stat info {};
         if (::fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode)) {
             unsyncedMoves.clear();
-            for (const std::string& path : unsyncedDeletions) {
+            for (const std::string& path : std::exchange(unsyncedDeletions, {})) {
                 ::syscall(SYS_unlinkat, AT_FDCWD, Lost(path).c_str(), 0);
             }
-            unsyncedDeletions.clear();
         }
-        const auto it = unsynced.find({info.st_dev, info.st_ino});
-        if (it != unsynced.end()) {
-            ::close(it->second.descriptor);
-            unsynced.erase(it);
+        if (const auto file = unsynced.extract({info.st_dev, info.st_ino})) {
+            ::close(file.mapped().descriptor);
         }
     }
     // The name of a deleted file until the deletion is flushed.
@@ -151,33 +143,18 @@ struct DiskFaults {
             ::syscall(SYS_renameat2, AT_FDCWD, target.c_str(), AT_FDCWD, source.c_str(), 1);
         }
         for (const auto& [file, what] : unsynced) {
-            for (auto it = what.overwritten.rbegin();
-                 fault == EFault::PowerCutAll && it != what.overwritten.rend(); ++it) {
-                ::syscall(SYS_pwrite64, what.descriptor, it->second.data(), it->second.size(),
-                          it->first);
+            for (const auto& [at, bytes] : what.overwritten | std::views::reverse) {
+                ::syscall(SYS_pwrite64, what.descriptor, bytes.data(), bytes.size(), at);
             }
-            struct stat info {};
-            ::fstat(what.descriptor, &info);
-            const off_t lost = std::max<off_t>(info.st_size - what.from, 0);
+            const off_t size = ::lseek(what.descriptor, 0, SEEK_END);
+            const off_t lost = std::max<off_t>(size - what.from, 0);
             const off_t kept = fault == EFault::PowerCut ? lost / 4 * 2 : 0;
-            ::syscall(SYS_ftruncate, what.descriptor, std::min(info.st_size, what.from + kept));
+            ::syscall(SYS_ftruncate, what.descriptor, std::min(size, what.from + kept));
         }
-    }
-    int Move(const char* source, const char* target, unsigned flags) {
-        if (Fails(EIO)) {
-            return -1;
-        }
-        const int result = System(SYS_renameat2, AT_FDCWD, source, AT_FDCWD, target, flags);
-        if (result == 0 && step != 0) {
-            unsyncedMoves.emplace_back(source, target);
-        }
-        return result;
     }
 };
 
 inline DiskFaults g_diskFaults;
-
-}  // namespace support
 
 extern "C" {
 
@@ -186,103 +163,88 @@ int open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const unsigned mode = (flags & O_CREAT) != 0 ? va_arg(arguments, unsigned) : 0;
     va_end(arguments);
-    return support::g_diskFaults.Fails(EIO)
-               ? -1
-               : support::System(SYS_openat, AT_FDCWD, path, flags, mode);
+    return g_diskFaults.Call(EIO, SYS_openat, AT_FDCWD, path, flags, mode);
 }
 
 ssize_t write(int descriptor, const void* buffer, std::size_t length) {
-    support::DiskFaults& faults = support::g_diskFaults;
-    faults.BeforeChange(descriptor, ::lseek(descriptor, 0, SEEK_CUR), static_cast<off_t>(length));
-    bool fails = std::exchange(faults.failNextWrite, false);
-    if (!fails && faults.IsFaulty()) {
-        // An even number: systems split writes between pages.
-        if (const std::size_t part = length / 4 * 2; part != 0) {
-            const ssize_t half = ::syscall(SYS_write, descriptor, buffer, part);
-            faults.EndIfFatal();
-            faults.failNextWrite = true;
-            return half;
-        }
-        faults.EndIfFatal();
-        fails = true;
+    const off_t from = ::lseek(descriptor, 0, SEEK_CUR);
+    g_diskFaults.BeforeChange(descriptor, from, static_cast<off_t>(length));
+    const bool isSecondHalf = std::exchange(g_diskFaults.failNextWrite, false);
+    if (!isSecondHalf && !g_diskFaults.IsFaulty()) {
+        return ::syscall(SYS_write, descriptor, buffer, length);
     }
-    if (fails) {
-        errno = ENOSPC;
-        return -1;
-    }
-    return ::syscall(SYS_write, descriptor, buffer, length);
+    // An even number: systems split writes between pages.
+    const std::size_t half = isSecondHalf ? 0 : length / 4 * 2;
+    const ssize_t written = ::syscall(SYS_write, descriptor, buffer, half);
+    g_diskFaults.EndIfFatal();
+    g_diskFaults.failNextWrite = half != 0;
+    errno = ENOSPC;
+    return half != 0 ? written : -1;
 }
 
 ssize_t copy_file_range(int in, off64_t* inAt, int out, off64_t* outAt, std::size_t length,
                         unsigned flags) {
-    support::g_diskFaults.BeforeChange(out, ::lseek(out, 0, SEEK_CUR));
-    if (support::g_diskFaults.Fails(ENOSPC)) {
-        return -1;
-    }
-    return ::syscall(SYS_copy_file_range, in, inAt, out, outAt, length, flags);
+    g_diskFaults.BeforeChange(out, ::lseek(out, 0, SEEK_CUR));
+    return g_diskFaults.Call(ENOSPC, SYS_copy_file_range, in, inAt, out, outAt, length, flags);
 }
 
 int ftruncate(int descriptor, off_t length) noexcept {
-    support::g_diskFaults.BeforeChange(descriptor, length);
-    return support::g_diskFaults.Fails(EIO) ? -1
-                                            : support::System(SYS_ftruncate, descriptor, length);
+    g_diskFaults.BeforeChange(descriptor, length);
+    return g_diskFaults.Call(EIO, SYS_ftruncate, descriptor, length);
 }
 
 int fsync(int descriptor) {
-    if (support::g_diskFaults.Fails(EIO)) {
+    if (g_diskFaults.Fails(EIO)) {
         return -1;
     }
-    support::g_diskFaults.Synced(descriptor);
-    return support::System(SYS_fsync, descriptor);
+    g_diskFaults.Synced(descriptor);
+    return g_diskFaults.Call(0, SYS_fsync, descriptor);
 }
 
 // A failing close reports a delayed write that failed.
 int close(int descriptor) {
-    if (support::g_diskFaults.isDelayed && support::g_diskFaults.Fails(ENOSPC)) {
-        struct stat info {};
-        if (::fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode)) {
-            ::syscall(SYS_ftruncate, descriptor, info.st_size / 4 * 2);  // fails if read-only
-        }
-        ::syscall(SYS_close, descriptor);
-        errno = ENOSPC;
-        return -1;
+    struct stat info {};
+    const bool fails = g_diskFaults.isDelayed && g_diskFaults.Fails(ENOSPC);
+    if (fails && ::fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode)) {
+        ::syscall(SYS_ftruncate, descriptor, info.st_size / 4 * 2);  // fails if read-only
     }
-    return support::System(SYS_close, descriptor);
+    const int result = g_diskFaults.Call(0, SYS_close, descriptor);
+    errno = fails ? ENOSPC : errno;
+    return fails ? -1 : result;
 }
 
 int futimens(int descriptor, const timespec* times) noexcept {
-    return support::g_diskFaults.isDelayed && support::g_diskFaults.Fails(EIO)
-               ? -1
-               : support::System(SYS_utimensat, descriptor, nullptr, times, 0);
-}
-
-int rename(const char* source, const char* target) noexcept {
-    return support::g_diskFaults.Move(source, target, 0);
+    const int code = g_diskFaults.isDelayed ? EIO : 0;
+    return g_diskFaults.Call(code, SYS_utimensat, descriptor, nullptr, times, 0);
 }
 
 int renameat2(int, const char* source, int, const char* target, unsigned flags) noexcept {
-    return support::g_diskFaults.Move(source, target, flags);
+    const int result =
+        g_diskFaults.Call(EIO, SYS_renameat2, AT_FDCWD, source, AT_FDCWD, target, flags);
+    if (result == 0 && g_diskFaults.step != 0) {
+        g_diskFaults.unsyncedMoves.emplace_back(source, target);
+    }
+    return result;
+}
+
+int rename(const char* source, const char* target) noexcept {
+    return renameat2(AT_FDCWD, source, AT_FDCWD, target, 0);
 }
 
 int unlink(const char* path) noexcept {
-    if (support::g_diskFaults.Fails(EIO)) {
-        return -1;
+    if (g_diskFaults.step == 0 || g_diskFaults.fault != EFault::PowerCut) {
+        return g_diskFaults.Call(EIO, SYS_unlinkat, AT_FDCWD, path, 0);
     }
-    support::DiskFaults& faults = support::g_diskFaults;
-    if (faults.step != 0 && faults.fault == support::EFault::PowerCut) {
-        faults.unsyncedDeletions.emplace_back(path);
-        const std::string lost = faults.Lost(path);
-        return support::System(SYS_renameat2, AT_FDCWD, path, AT_FDCWD, lost.c_str(), 0);
-    }
-    return support::System(SYS_unlinkat, AT_FDCWD, path, 0);
+    const std::string lost = g_diskFaults.Lost(path);
+    g_diskFaults.unsyncedDeletions.emplace_back(path);
+    return g_diskFaults.Call(EIO, SYS_renameat2, AT_FDCWD, path, AT_FDCWD, lost.c_str(), 0);
 }
 
 int nanosleep(const timespec* pause, timespec* rest) {
-    if (support::g_diskFaults.sleep) {
-        support::g_diskFaults.sleep();
-        return 0;
-    }
-    return support::System(SYS_nanosleep, pause, rest);
+    return g_diskFaults.sleep ? (g_diskFaults.sleep(), 0)
+                              : g_diskFaults.Call(0, SYS_nanosleep, pause, rest);
 }
 
 }  // extern "C"
+
+}  // namespace support
