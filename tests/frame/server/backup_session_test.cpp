@@ -13,15 +13,8 @@ namespace {
 
 using automation::CBstr;
 using automation::CComPtr;
-using support::CallResult;
-using support::EBinding;
-using support::Get;
-using support::Invoke;
-using support::Succeed;
-using support::TextFrom;
 using S = IMtfBSessionMetaFile;
 using R = ICatOibRefsEnumerator;
-using RefsPtr = CComPtr<R>;
 
 constexpr std::u16string_view kExample =
     u"oib1.VmName=web01\n"
@@ -36,12 +29,6 @@ const std::u16string kNoId = u"00000000-0000-0000-0000-000000000000";
 constexpr GUID kDbGuid{
     0x0e8d7c6b, 0x5a49, 0x4382, {0x91, 0x70, 0x6f, 0x5e, 0x4d, 0x3c, 0x2b, 0x1a}};
 
-// The messages for a malformed identifier.
-std::u16string MalformedGuid(std::u16string_view text) {
-    const frame::CWin32Exc exc(u"Cannot convert string to GUID. String: [%1].", {text}, 1705);
-    return support::ReplaceAll(exc.GetFullMessage(), u"\r\n", u"\n");
-}
-
 std::u16string Number(std::size_t value) {
     return frame::UInt64ToString(value);
 }
@@ -54,21 +41,20 @@ GUID IdOf(std::size_t number) {
     return frame::StringToGuid(IdText(number));
 }
 
-class BackupSession : public support::CMetaFileTest {
+class BackupSession : public support::CMetaFileBindingTest {
 protected:
-    CComPtr<S> Open(EBinding b, INT mode = EIdxMetaOpenRW) const {
-        return Get<CComPtr<S>, &IOibIdxLib::CreateBSessionMetaFile>(b, m_library.Get(),
-                                                                    Path().c_str(), mode);
+    CComPtr<S> Open(INT mode = EIdxMetaOpenRW) const {
+        return Get<&IOibIdxLib::CreateBSessionMetaFile>(m_library, Path(), mode);
     }
 
     // "VM/time/identifier" for each reference, joined by blanks.
-    static std::u16string ListOf(EBinding b, R* refs) {
+    std::u16string ListOf(const CComPtr<R>& refs) const {
         std::u16string list;
-        for (INT i = 0; i < Get<INT, &R::get_RefsCount>(b, refs); ++i) {
+        for (INT i = 0; i < Get<&R::get_RefsCount>(refs); ++i) {
             CBstr vmName;
             CBstr time;
             GUID id{};
-            Succeed<&R::GetOibRef>(b, refs, i, vmName.Put(), time.Put(), &id);
+            Succeed<&R::GetOibRef>(refs, i, vmName.Put(), time.Put(), &id);
             EXPECT_TRUE(vmName && time) << "empty, not null";
             list += (i == 0 ? u"" : u" ") + support::WholeText(vmName.Get()) + u"/" +
                     support::WholeText(time.Get()) + u"/" + frame::GuidToString(id, false);
@@ -76,136 +62,114 @@ protected:
         return list;
     }
 };
+INSTANTIATE_TEST_SUITE_P(Bindings, BackupSession, testing::ValuesIn(support::kBindings));
 
-TEST_F(BackupSession, Enumeration) {
+TEST_P(BackupSession, Enumeration) {
     const std::u16string failed = u"Failed to enumerate OIB references in metafile '%1'.\n";
-    const auto badName = [&](std::u16string_view name, std::u16string_view reason) {
-        return failed + frame::FormatText(
-                            u"Failed to get OIB group number and attribute name by attribute "
-                            u"path '%1'.\n%2",
-                            {name, reason});
-    };
+    const std::u16string group =
+        failed + u"Failed to get OIB group number and attribute name by attribute path '";
     const std::u16string none = u"/" + kNoId;
+    const std::u16string db = u"/" + kDbId;
     const struct {
         std::u16string_view lines;
         std::u16string list;
-        std::u16string failure;
+        std::u16string failure = u"";
         HRESULT hr = E_FAIL;
     } rows[] = {
-        {u"", u"", u""},
-        {u"#oib1.VmName=a\nVersion=1\n=v\n\noib", u"", u""},
-        {kExample, u"db02/tuesday/" + kDbId + u" web01/monday/" + kWebId, u""},
-        {u"OIB7.x.y.vmname=x", u"x/" + none, u""},
-        {u"oib12abc.VmName=a\noib 3.VmName=b\noib+4.VmName=c",
-         u"a/" + none + u" c/" + none + u" b/" + none, u""},
-        {u"oib5.OIBUID=0E8D7C6B-5A49-4382-9170-6F5E4D3C2B1A}", u"//" + kDbId, u""},
-        {u"oib1.VmName=a\noib2.Else=x\noib1.VmName=b\noib01.BackupTimeUtc=t",
-         u"/" + none + u" b/t/" + kNoId, u""},
-        {u"oib-1.VmName=minus\noib2147483647.VmName=max", u"minus/" + none + u" max/" + none, u""},
-        {u"oib99999999999.VmName=a\noib2147483647.BackupTimeUtc=t", u"a/t/" + kNoId, u""},
-        {u"oib1.VmName=a\noibCount=3", u"", badName(u"oibCount", u"Path is too short.")},
-        {u"oib.VmName=a", u"", badName(u"oib.VmName", u"Invalid OIB subtree name: 'oib'.")},
-        {u"oibX.VmName=a", u"",
-         badName(u"oibX.VmName", u"Cannot unserialize a string value to integer. String: [X].")},
-        {u"oib1.VmName=a\noib2.OibUID={12}", u"", failed + MalformedGuid(u"{12}"),
-         static_cast<HRESULT>(0x800706A9U)},
+        // clang-format off
+        {u"", u""},
+        {u"#oib1.VmName=a\nVersion=1\n=v\n\noib", u""},
+        {kExample, u"db02/tuesday" + db + u" web01/monday/" + kWebId},
+        {u"OIB7.x.y.vmname=x", u"x/" + none},
+        {u"oib12abc.VmName=a\noib 3.VmName=b\noib+4.VmName=c", u"a/" + none + u" c/" + none + u" b/" + none},
+        {u"oib5.OIBUID=0E8D7C6B-5A49-4382-9170-6F5E4D3C2B1A}", u"/" + db},
+        {u"oib1.VmName=a\noib2.Else=x\noib1.VmName=b\noib01.BackupTimeUtc=t", u"/" + none + u" b/t" + none},
+        {u"oib-1.VmName=minus\noib2147483647.VmName=max", u"minus/" + none + u" max/" + none},
+        {u"oib99999999999.VmName=a\noib2147483647.BackupTimeUtc=t", u"a/t" + none},
+        {u"oib1.VmName=a\noibCount=3", u"", group + u"oibCount'.\nPath is too short."},
+        {u"oib.VmName=a", u"", group + u"oib.VmName'.\nInvalid OIB subtree name: 'oib'."},
+        {u"oibX.VmName=a", u"", group + u"oibX.VmName'.\nCannot unserialize a string value to integer. String: [X]."},
+        {u"oib1.VmName=a\noib2.OibUID={12}", u"", failed + support::MalformedGuid(u"{12}"), support::kMalformedGuid},
+        // clang-format on
     };
-    for (const EBinding b : support::kBindings) {
-        for (const auto& row : rows) {
-            SCOPED_TRACE(frame::WideToAnsi(row.lines) + ", " + support::NameOf(b));
-            Write(row.lines);
-            const auto session = Open(b, EIdxMetaLoad);
-            RefsPtr refs;
-            const CallResult result = Invoke<&S::EnumOibsRefs>(b, session.Get(), refs.Put());
-            if (row.failure.empty()) {
-                ASSERT_EQ(result.hr, S_OK);
-                EXPECT_EQ(ListOf(b, refs.Get()), row.list);
-            } else {
-                ExpectFailure(result, b, row.failure, IID_IMtfBSessionMetaFile, row.hr);
-                EXPECT_FALSE(refs);
-            }
+    for (const auto& row : rows) {
+        SCOPED_TRACE(frame::WideToAnsi(row.lines));
+        Write(row.lines);
+        const auto session = Open(EIdxMetaLoad);
+        CComPtr<R> refs;
+        const auto result = Invoke<&S::EnumOibsRefs>(session, refs.Put());
+        if (row.failure.empty()) {
+            ASSERT_EQ(result.hr, S_OK);
+            EXPECT_EQ(ListOf(refs), row.list);
+        } else {
+            ExpectFailure(result, row.failure, IID_IMtfBSessionMetaFile, row.hr);
+            EXPECT_FALSE(refs);
         }
     }
 }
 
-TEST_F(BackupSession, Deletion) {
+TEST_P(BackupSession, Deletion) {
     const std::u16string id = u"=" + kDbId;
     const std::u16string lines =
         u"oib1.OibUID" + id + u"\noib10.VmName=a\nOIB1.x.y=1\n#oib1.c=\noib1=root\n.oib1.d=1";
-    for (const EBinding b : support::kBindings) {
-        Write(lines);
-        const auto session = Open(b);
-        Succeed<&S::DeleteOibRef>(b, session.Get(), kDbGuid);
-        ExpectContent(lines);  // nothing is written before the flush
-        Succeed<&S::Close>(b, session.Get());
-        Succeed<&S::FlushChanges>(b, session.Get());
-        ExpectContent(u"oib10.VmName=a\n#oib1.c=\n.oib1.d=1");
+    Write(lines);
+    const auto session = Open();
+    Succeed<&S::DeleteOibRef>(session, kDbGuid);
+    ExpectContent(lines);  // nothing is written before the flush
+    Succeed<&S::Close>(session);
+    Succeed<&S::FlushChanges>(session);
+    ExpectContent(u"oib10.VmName=a\n#oib1.c=\n.oib1.d=1");
 
-        Write(u"oibX.OibUID=x\noib1.OibUID" + id);
-        ExpectFailure(Invoke<&S::DeleteOibRef>(b, Open(b).Get(), kDbGuid), b,
-                      u"Failed to delete OIB from backup session metafile '%1' ( oib: '{" + kDbId +
-                          u"}').\nUnable to find row containing OIB reference.\n" +
-                          MalformedGuid(u"x"),
-                      IID_IMtfBSessionMetaFile, static_cast<HRESULT>(0x800706A9U));
-    }
+    Write(u"oibX.OibUID=x\noib1.OibUID" + id);
+    ExpectFailure(Invoke<&S::DeleteOibRef>(Open(), kDbGuid),
+                  u"Failed to delete OIB from backup session metafile '%1' ( oib: '{" + kDbId +
+                      u"}').\nUnable to find row containing OIB reference.\n" +
+                      support::MalformedGuid(u"x"),
+                  IID_IMtfBSessionMetaFile, support::kMalformedGuid);
 }
 
-TEST_F(BackupSession, EnumeratorIsASnapshotWithAPosition) {
-    for (const EBinding b : support::kBindings) {
-        SCOPED_TRACE(support::NameOf(b));
-        Write(kExample);
-        const auto session = Open(b);
-        const auto refs = Get<RefsPtr, &S::EnumOibsRefs>(b, session.Get());
-        Succeed<&S::DeleteOibRef>(b, session.Get(), kDbGuid);
-        EXPECT_EQ(ListOf(b, Get<RefsPtr, &S::EnumOibsRefs>(b, session.Get()).Get()),
-                  u"web01/monday/" + kWebId);
-        R* r = refs.Get();
-        EXPECT_EQ(TextFrom<&R::get_VmName>(b, r), u"db02");
-        Succeed<&R::MoveToElem>(b, r, 1);
-        EXPECT_EQ((Get<INT, &R::get_RefsCount>(b, r)), 2);
-        for (const INT index : {-1, 2}) {
-            const auto text = u"The specified enumerator position (" + frame::IntToString(index) +
-                              u") exceeds length of OibReferences collection (2).";
-            CBstr x;
-            CBstr y;
-            GUID id{};
-            ExpectFailure(Invoke<&R::MoveToElem>(b, r, index), b, text, IID_ICatOibRefsEnumerator);
-            ExpectFailure(Invoke<&R::GetOibRef>(b, r, index, x.Put(), y.Put(), &id), b, text,
-                          IID_ICatOibRefsEnumerator);
-            EXPECT_FALSE(x || y);
-        }
-        EXPECT_EQ(ListOf(b, r).substr(0, 5), u"db02/");
-        EXPECT_EQ(TextFrom<&R::get_VmName>(b, r), u"web01");
-        EXPECT_EQ(TextFrom<&R::get_BackupTimeUtc>(b, r), u"monday");
-        EXPECT_EQ(frame::GuidToString(Get<GUID, &R::get_UniqueId>(b, r), false), kWebId);
+TEST_P(BackupSession, EnumeratorIsASnapshotWithAPosition) {
+    Write(kExample);
+    const auto session = Open();
+    const auto refs = Get<&S::EnumOibsRefs>(session);
+    Succeed<&S::DeleteOibRef>(session, kDbGuid);
+    EXPECT_EQ(ListOf(Get<&S::EnumOibsRefs>(session)), u"web01/monday/" + kWebId);
+    EXPECT_EQ(Get<&R::get_VmName>(refs), u"db02");
+    Succeed<&R::MoveToElem>(refs, 1);
+    EXPECT_EQ(Get<&R::get_RefsCount>(refs), 2);
+    for (const INT index : {-1, 2}) {
+        const auto text = u"The specified enumerator position (" + frame::IntToString(index) +
+                          u") exceeds length of OibReferences collection (2).";
+        CBstr x;
+        CBstr y;
+        GUID id{};
+        ExpectFailure(Invoke<&R::MoveToElem>(refs, index), text, IID_ICatOibRefsEnumerator);
+        ExpectFailure(Invoke<&R::GetOibRef>(refs, index, x.Put(), y.Put(), &id), text,
+                      IID_ICatOibRefsEnumerator);
+        EXPECT_FALSE(x || y);
     }
+    EXPECT_EQ(ListOf(refs).substr(0, 5), u"db02/");
+    EXPECT_EQ(Get<&R::get_VmName>(refs), u"web01");
+    EXPECT_EQ(Get<&R::get_BackupTimeUtc>(refs), u"monday");
+    EXPECT_EQ(frame::GuidToString(Get<&R::get_UniqueId>(refs), false), kWebId);
 }
 
-TEST_F(BackupSession, EmptyCollectionAndNullArguments) {
-    const auto session = Open(EBinding::Early, EIdxMetaCreateNewDetached);
-    const auto refs = Get<RefsPtr, &S::EnumOibsRefs>(EBinding::Early, session.Get());
-    R* r = refs.Get();
+TEST_P(BackupSession, EmptyCollectionAndNullArguments) {
+    const auto session = Open(EIdxMetaCreateNewDetached);
+    const auto refs = Get<&S::EnumOibsRefs>(session);
     BSTR x = nullptr;
     GUID id{};
-    INT count = 7;
-    R* none = nullptr;
-    for (const EBinding b : support::kBindings) {
-        EXPECT_EQ((Get<INT, &R::get_RefsCount>(b, r)), 0);
-        for (const CallResult& result :
-             {Invoke<&R::get_VmName>(b, r, &x), Invoke<&R::get_BackupTimeUtc>(b, r, &x),
-              Invoke<&R::get_UniqueId>(b, r, &id)}) {
-            ExpectFailure(result, b,
-                          u"The current element pointer is out of the OibReferences collection "
-                          u"boundary.",
-                          IID_ICatOibRefsEnumerator);
-        }
+    EXPECT_EQ(Get<&R::get_RefsCount>(refs), 0);
+    for (const auto& result :
+         {Invoke<&R::get_VmName>(refs, &x), Invoke<&R::get_BackupTimeUtc>(refs, &x),
+          Invoke<&R::get_UniqueId>(refs, &id)}) {
+        ExpectFailure(
+            result, u"The current element pointer is out of the OibReferences collection boundary.",
+            IID_ICatOibRefsEnumerator);
     }
-    using support::ExpectRefusesNull;
-    ExpectRefusesNull<&S::EnumOibsRefs>(session.Get(), &none);
-    ExpectRefusesNull<&R::get_RefsCount>(r, &count);
-    ExpectRefusesNull<&R::get_VmName, &R::get_BackupTimeUtc>(r, &x);
-    ExpectRefusesNull<&R::get_UniqueId>(r, &id);
-    ExpectRefusesNull<&R::GetOibRef>(r, 0, &x, &x, &id);
+    ExpectRefusesNull<&S::EnumOibsRefs>(session);
+    ExpectRefusesNull<&R::get_RefsCount, &R::get_VmName, &R::get_BackupTimeUtc, &R::get_UniqueId,
+                      &R::GetOibRef>(refs);
 }
 
 // Searches all lines for every call.
@@ -241,7 +205,9 @@ struct CSessionModel {
     }
 };
 
-TEST_F(BackupSession, DeletesAsTheModel) {
+class BackupSessionModel : public support::CMetaFileTest {};
+
+TEST_F(BackupSessionModel, DeletesAsTheModel) {
     std::mt19937 random(20240301);
     const auto pick = [&](std::size_t below) { return random() % below; };
     const char16_t* const kGroups[] = {u"oib1", u"OIB1", u"oib01", u"oib10", u"oibX", u"other"};
@@ -264,7 +230,8 @@ TEST_F(BackupSession, DeletesAsTheModel) {
         }
         SCOPED_TRACE(frame::WideToAnsi(model.Text()));
         Write(model.Text());
-        const auto session = Open(EBinding::Early);
+        const auto session =
+            Get<&IOibIdxLib::CreateBSessionMetaFile>(m_library, Path(), EIdxMetaOpenRW);
         for (int call = 0; call < 5; ++call) {
             const std::size_t id = pick(4);
             const HRESULT hr = session->DeleteOibRef(IdOf(id));
@@ -278,7 +245,7 @@ TEST_F(BackupSession, DeletesAsTheModel) {
 }
 
 // Takes seconds; a search through all groups for each deletion would take many minutes.
-TEST_F(BackupSession, ManyGroupsInAnyOrder) {
+TEST_F(BackupSessionModel, ManyGroupsInAnyOrder) {
     constexpr std::size_t kCount = 200000;
     std::vector<std::size_t> numbers(kCount);
     std::iota(numbers.begin(), numbers.end(), std::size_t{1});
@@ -289,20 +256,18 @@ TEST_F(BackupSession, ManyGroupsInAnyOrder) {
     }
     Write(text);
     const auto start = std::chrono::steady_clock::now();
-    const auto session = Open(EBinding::Early, EIdxMetaLoad);
+    const auto session = Get<&IOibIdxLib::CreateBSessionMetaFile>(m_library, Path(), EIdxMetaLoad);
     for (std::size_t i = 0; i < kCount / 2; ++i) {
         ASSERT_EQ(session->DeleteOibRef(IdOf(numbers[i])), S_OK);
     }
-    const auto refs = Get<RefsPtr, &S::EnumOibsRefs>(EBinding::Early, session.Get());
+    const auto refs = Get<&S::EnumOibsRefs>(session);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::minutes(2));
     numbers.erase(numbers.begin(), numbers.begin() + kCount / 2);
     std::sort(numbers.rbegin(), numbers.rend());
-    ASSERT_EQ((Get<INT, &R::get_RefsCount>(EBinding::Early, refs.Get())), INT{kCount / 2});
+    ASSERT_EQ(Get<&R::get_RefsCount>(refs), INT{kCount / 2});
     for (std::size_t i = 0; i < numbers.size(); ++i) {
-        GUID id{};
         ASSERT_EQ(refs->MoveToElem(static_cast<INT>(i)), S_OK);
-        ASSERT_EQ(refs->get_UniqueId(&id), S_OK);
-        ASSERT_TRUE(id == IdOf(numbers[i])) << i;
+        ASSERT_TRUE(Get<&R::get_UniqueId>(refs) == IdOf(numbers[i])) << i;
     }
 }
 

@@ -9,8 +9,6 @@
 
 namespace {
 
-using support::EBinding;
-
 // The bytes of the hex dump in a document.
 std::string DumpIn(const char* path) {
     std::ifstream document(path);
@@ -33,16 +31,11 @@ TEST_F(MetaFileFormat, GoldenFileIsTheDocumentedExample) {
         std::filesystem::path(ZOREL_SOURCE_DIR "/tests/data/meta_file.mtf").u16string());
     EXPECT_EQ(DumpIn(ZOREL_SOURCE_DIR "/doc/meta-file.md"), golden);
     ASSERT_TRUE(support::WriteWhole(Path(), golden));
-    const auto file = OpenMetaFile(EBinding::Early, EIdxMetaLoad);
-    const std::pair<const char16_t*, const char16_t*> attrs[] = {
-        {u"Version", u"1"}, {u"Job.Name", u"Daily"}, {u"Job.Server.Host", u"srv01"}};
-    std::u16string names;
-    for (const auto& [name, value] : attrs) {
-        names += (names.empty() ? u"" : u" ") + std::u16string(name);
-        EXPECT_EQ(support::TextFrom<&IMtfMetaFile::FindAttr>(EBinding::Early, file.Get(), name),
-                  value);
-    }
-    EXPECT_EQ(support::NamesFrom<&IMtfMetaFile::EnumAllAttrs>(EBinding::Early, file.Get()), names);
+    const auto file = OpenMetaFile(EIdxMetaLoad);
+    EXPECT_EQ(Get<&IMtfMetaFile::EnumAllAttrs>(file), u"Version Job.Name Job.Server.Host");
+    EXPECT_EQ(Get<&IMtfMetaFile::FindAttr>(file, u"Version"), u"1");
+    EXPECT_EQ(Get<&IMtfMetaFile::FindAttr>(file, u"Job.Name"), u"Daily");
+    EXPECT_EQ(Get<&IMtfMetaFile::FindAttr>(file, u"Job.Server.Host"), u"srv01");
     ASSERT_EQ(file->FlushChanges(), S_OK);
     EXPECT_EQ(support::ReadWhole(Path()), golden) << "a rewrite keeps every line";
 }
