@@ -6,34 +6,23 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <random>
 
 #include "frame/automation_conversions.h"
-#include "frame/errors.h"
+#include "support/meta_file_model.h"
 #include "text/ascii_case.h"
 
 namespace {
 
-std::u16string Wide(const std::string& text) {
-    return {text.begin(), text.end()};
-}
-
-std::u16string FailureOf(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const frame::CExc& exc) {
-        return exc.GetFullMessage();
-    }
-    return {};
-}
+using frame::AnsiToWide;
+using support::MessageOf;
 
 TEST(Conversions, NumbersAgreeWithTheCLibrary) {
     std::mt19937_64 random(1);
-    const auto print = [](const char* format, auto value) {
-        char buffer[40];
+    char buffer[40];
+    const auto print = [&](const char* format, auto value) {
         std::snprintf(buffer, sizeof buffer, format, value);
-        return Wide(buffer);
+        return AnsiToWide(buffer);
     };
     for (int i = 0; i < 2000; ++i) {
         const std::uint64_t u64 = i == 0 ? ~0ULL : random() >> random() % 64;
@@ -61,20 +50,19 @@ TEST(Conversions, ParsingAgreesWithTheCLibrary) {
         }
         char* end = nullptr;
         const long long value = std::strtoll(text.c_str(), &end, 10);
-        const frame::DecimalPrefix prefix = frame::ReadDecimalPrefix(Wide(text));
+        const std::u16string wide = AnsiToWide(text);
+        const std::u16string shown = u"integer. String: [" + wide + u"].";
+        const frame::DecimalPrefix prefix = frame::ReadDecimalPrefix(wide);
         ASSERT_EQ(prefix.length, static_cast<std::size_t>(end - text.c_str())) << text;
         ASSERT_EQ(frame::ClampToInt64(prefix), value) << text;
-        if (end == text.c_str()) {
-            ASSERT_EQ(
-                FailureOf([&] { frame::StringToInt(Wide(text)); }),
-                u"Cannot unserialize a string value to integer. String: [" + Wide(text) + u"].");
-            ASSERT_EQ(FailureOf([&] { frame::StringToUInt(Wide(text)); }),
-                      u"Cannot unserialize a string value to unsigned integer. String: [" +
-                          Wide(text) + u"].");
-        } else {
-            ASSERT_EQ(frame::StringToInt(Wide(text)),
-                      std::max<long long>(INT32_MIN, std::min<long long>(INT32_MAX, value)));
+        if (end != text.c_str()) {
+            ASSERT_EQ(frame::StringToInt(wide), std::clamp<long long>(value, INT32_MIN, INT32_MAX));
+            continue;
         }
+        ASSERT_EQ(MessageOf([&] { frame::StringToInt(wide); }),
+                  u"Cannot unserialize a string value to " + shown);
+        ASSERT_EQ(MessageOf([&] { frame::StringToUInt(wide); }),
+                  u"Cannot unserialize a string value to unsigned " + shown);
     }
     EXPECT_EQ(frame::StringToUInt(u"4294967296"), 4294967295U);
     EXPECT_EQ(frame::StringToUInt(u"-1"), 4294967295U);
@@ -82,17 +70,17 @@ TEST(Conversions, ParsingAgreesWithTheCLibrary) {
 }
 
 TEST(Conversions, Guids) {
-    const std::u16string plain = u"9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d";
-    for (const auto& text : {plain, u"{" + plain + u"}", u"{" + plain, plain + u"}"}) {
+    const std::u16string plain = u"9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d",
+                         braces = u"{" + plain + u"}";
+    for (const auto& text : {plain, braces, u"{" + plain, plain + u"}",
+                             std::u16string(u"9B3C5A2E-4F61-4C2D-8E0A-1D2F3A4B5C6D")}) {
         EXPECT_EQ(frame::GuidToString(frame::StringToGuid(text), false), plain);
+        EXPECT_EQ(frame::GuidToString(frame::StringToGuid(text), true), braces);
     }
-    EXPECT_EQ(
-        frame::GuidToString(frame::StringToGuid(u"9B3C5A2E-4F61-4C2D-8E0A-1D2F3A4B5C6D"), true),
-        u"{" + plain + u"}");
-    for (const auto& text : {std::u16string(u"x"), std::u16string(), plain + u" ",
-                             u"{{" + plain + u"}}", plain.substr(1), std::u16string(u"{"),
-                             std::u16string(u"9b3c5a2e4f614c2d8e0a1d2f3a4b5c6d-----")}) {
-        EXPECT_TRUE(FailureOf([&] {
+    for (const std::u16string& text :
+         {plain + u" ", u"{" + braces + u"}", plain.substr(1), std::u16string(u"{"),
+          std::u16string(u"9b3c5a2e4f614c2d8e0a1d2f3a4b5c6d-----"), std::u16string()}) {
+        EXPECT_TRUE(MessageOf([&] {
                         frame::StringToGuid(text);
                     }).starts_with(u"Cannot convert string to GUID. String: [" + text + u"]."));
     }
@@ -101,8 +89,8 @@ TEST(Conversions, Guids) {
 TEST(Conversions, TrimmingAndComparing) {
     EXPECT_EQ(frame::Trim(u" \t a b\r\n\t "), u"a b\r\n");
     EXPECT_EQ(frame::Trim(u" \t "), u"");
-    EXPECT_TRUE(text::StartsWithNoCase(u"OIB7.x", u"oib"));
-    EXPECT_FALSE(text::StartsWithNoCase(u"oi", u"oib"));
+    EXPECT_TRUE(text::StartsWithNoCase(u"OIB7.x", u"oib") &&
+                !text::StartsWithNoCase(u"oi", u"oib"));
     EXPECT_TRUE(text::EndsWithNoCase(u"a.oibuid", u"OibUID"));
     EXPECT_FALSE(text::EqualsNoCase(u"\u00C9", u"\u00E9"));
     EXPECT_LT(text::CompareNoCase(u"ab", u"ABC"), 0);
@@ -113,17 +101,16 @@ TEST(Conversions, TrimmingAndComparing) {
 TEST(Conversions, StringArrays) {
     const std::vector<std::u16string> list = {u"", u"b\u0416", u"c"};
     EXPECT_EQ(frame::SafeArrayToStringList(frame::StringListToSafeArray(list).Get()), list);
-    const auto empty = frame::StringListToSafeArray({});
     LONG upper = 0;
-    EXPECT_EQ(::SafeArrayGetUBound(empty.Get(), 1, &upper), S_OK);
+    EXPECT_EQ(::SafeArrayGetUBound(frame::StringListToSafeArray({}).Get(), 1, &upper), S_OK);
     EXPECT_EQ(upper, -1);
     SAFEARRAYBOUND bounds[] = {{2, 0}, {3, 5}};
-    const automation::CSafeArrayPtr square(::SafeArrayCreate(VT_BSTR, 2, bounds));
-    EXPECT_EQ(FailureOf([&] { frame::SafeArrayToStringList(square.Get()); }),
-              u"Wrong dimension\r\nCOM error:  Code: 0x80070057");
-    const automation::CSafeArrayPtr numbers(::SafeArrayCreate(VT_I4, 2, bounds));
-    EXPECT_EQ(FailureOf([&] { frame::SafeArrayToStringList(numbers.Get()); }),
-              u"BSTR expected\r\nCOM error:  Code: 0x80070057");
+    for (const auto& [type, message] :
+         {std::pair(VT_BSTR, u"Wrong dimension"), std::pair(VT_I4, u"BSTR expected")}) {
+        const automation::CSafeArrayPtr array(::SafeArrayCreate(type, 2, bounds));
+        EXPECT_EQ(MessageOf([&] { frame::SafeArrayToStringList(array.Get()); }),
+                  std::u16string(message) + u"\r\nCOM error:  Code: 0x80070057");
+    }
     const automation::CSafeArrayPtr shifted(::SafeArrayCreate(VT_BSTR, 1, bounds + 1));
     LONG index = 6;
     const automation::CBstr text(automation::NewBstr(u"six"));

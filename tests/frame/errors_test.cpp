@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <stdexcept>
 
+#include "ZorelText.h"
 #include "frame/objects/boundary.h"
 #include "platform/errors.h"
 #include "support/automation_check.h"
@@ -22,26 +24,21 @@ TEST(FormatText, Placeholders) {
         frame::TextArgs args;
         std::u16string_view result;
     } rows[] = {
+        // clang-format off
         {u"Value %1 of %2", {u"x"}, u"Value x of %2"},
-        {u"%0", {u"a"}, u"%0"},
-        {u"50%", {u"a"}, u"50%"},
-        {u"%%1", {u"a"}, u"%a"},
-        {u"%%", {u"a"}, u"%%"},
-        {u"%x %", {}, u"%x %"},
+        {u"%0|50%|%%1|%%|%x %", {u"a"}, u"%0|50%|%a|%%|%x %"},
         {u"% 1|%+1|%-1", {u"a"}, u"a|a|%4294967295"},
-        {u"%1%2", {u"%2", u"b"}, u"%2b"},
-        {u"%12",
-         {u"1", u"2", u"3", u"4", u"5", u"6", u"7", u"8", u"9", u"10", u"11", u"twelve"},
-         u"twelve"},
+        {u"%1%2[%3]", {u"%2", u"b", u""}, u"%2b[]"},
+        {u"%12", {u"1", u"2", u"3", u"4", u"5", u"6", u"7", u"8", u"9", u"10", u"11", u"twelve"}, u"twelve"},
         {u"%99999999999", {u"a"}, u"%2147483647"},
-        {u"[%1]", {u""}, u"[]"},
+        // clang-format on
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(frame::FormatText(row.text, row.args), row.result)
-            << std::string(row.text.begin(), row.text.end());
+        EXPECT_EQ(frame::FormatText(row.text, row.args), row.result);
     }
     EXPECT_EQ(frame::LoadTableString(100), u"ZorelOibIdxLib");
     CExc exc;
+    EXPECT_EQ(exc.GetFullMessage(), u"");
     exc.AddMessage(205, {u"a"});
     EXPECT_EQ(exc.GetFullMessage(),
               u"Cannot load a string from the strings table. String ID: 205Arguments: a, %2, %3, "
@@ -53,30 +50,26 @@ TEST(Exceptions, FullMessages) {
     joined.AddMessage(u"b\r\n\r\n");
     joined.AddMessage(u"a\r\n");
     EXPECT_EQ(joined.GetFullMessage(), u"a\r\nb\r\n\r\nc");
-    EXPECT_EQ(CExc().GetFullMessage(), u"");
 
     platform::SetLastError(5);
-    const CWin32Exc last(u"message", CWin32Exc::kLastError);
-    EXPECT_EQ(last.GetHResult(), static_cast<HRESULT>(0x80070005));
-    EXPECT_EQ(last.GetFullMessage(),
+    EXPECT_EQ(CWin32Exc(u"message", CWin32Exc::kLastError).GetFullMessage(),
               u"message\r\nWin32 error:" + platform::SystemMessage(5) + u" Code: 5");
     if (support::kOnLinux) {
         EXPECT_EQ(platform::SystemMessage(5), u"Access is denied.\r\n");
     }
     const struct {
-        std::uint32_t code;
-        HRESULT hr;
+        std::uint32_t code, result;
         std::u16string_view end;
     } rows[] = {
         {0, 0, u" Code: 0"},
-        {0x12345, static_cast<HRESULT>(0x80072345), u" Code: 74565"},
-        {0x8007000E, E_OUTOFMEMORY, u" Code: -2147024882"},
-        {0xFFFFFFFF, -1, u" Code: -1"},
+        {5, 0x80070005, u" Code: 5"},
+        {0x12345, 0x80072345, u" Code: 74565"},
+        {0x8007000E, 0x8007000E, u" Code: -2147024882"},
+        {0xFFFFFFFF, 0xFFFFFFFF, u" Code: -1"},
     };
     for (const auto& row : rows) {
-        const CWin32Exc exc(row.code);
-        EXPECT_EQ(exc.GetHResult(), row.hr) << row.code;
-        EXPECT_TRUE(exc.GetFullMessage().ends_with(row.end)) << row.code;
+        EXPECT_EQ(CWin32Exc(row.code).GetHResult(), static_cast<HRESULT>(row.result));
+        EXPECT_TRUE(CWin32Exc(row.code).GetFullMessage().ends_with(row.end)) << row.code;
     }
 }
 
@@ -84,36 +77,32 @@ TEST(Exceptions, ComMessageTakesTheErrorInformation) {
     ::SetErrorInfo(0, nullptr);
     EXPECT_EQ(CComExc(E_FAIL).GetFullMessage(), u"COM error:  Code: 0x80004005");
     frame::ReportError({&IID_IOibIdxLib, nullptr}, support::Ole(u"it broke"));
-    const CComExc exc(u"Instance of %1", {u"x"}, E_OUTOFMEMORY);
-    EXPECT_EQ(exc.GetFullMessage(), u"Instance of x\r\nCOM error: it broke Code: 0x8007000e");
+    EXPECT_EQ(CComExc(u"Instance of %1", {u"x"}, E_OUTOFMEMORY).GetFullMessage(),
+              u"Instance of x\r\nCOM error: it broke Code: 0x8007000e");
     EXPECT_EQ(CComExc(E_FAIL).GetFullMessage(), u"COM error:  Code: 0x80004005");
 }
 
 TEST(Boundary, TurnsExceptionsIntoResults) {
     const frame::CErrorSource source{&IID_IMtfMetaFile, support::Ole(u"A.Source")};
+    const auto noMemory = u"There is not enough memory to finish the call.";
     const struct {
-        const char* label;
-        HRESULT (*body)();
+        std::function<HRESULT()> body;
         HRESULT hr;
         std::u16string_view description;  // empty: no error information
     } rows[] = {
-        {"success", [] { return S_FALSE; }, S_FALSE, u""},
-        {"plain failure", [] { return E_INVALIDARG; }, E_INVALIDARG, u""},
-        {"exception", []() -> HRESULT { throw CExc(u"text", E_NOTIMPL); }, E_NOTIMPL, u"text"},
-        {"result 0 stays", []() -> HRESULT { throw CExc(u"text", S_OK); }, S_OK, u"text"},
-        {"memory", []() -> HRESULT { throw std::bad_alloc(); }, E_OUTOFMEMORY,
-         u"There is not enough memory to finish the call."},
-        {"size",
-         []() -> HRESULT {
-             return static_cast<HRESULT>(std::u16string(static_cast<std::size_t>(-1), u'x').size());
-         },
-         E_OUTOFMEMORY, u"There is not enough memory to finish the call."},
-        {"standard", []() -> HRESULT { throw std::out_of_range("pos"); }, E_FAIL,
-         u"Unexpected failure: pos."},
-        {"foreign", []() -> HRESULT { throw 7; }, E_FAIL, u"Unexpected failure."},
+        // clang-format off
+        {[] { return S_FALSE; }, S_FALSE, u""},
+        {[] { return E_INVALIDARG; }, E_INVALIDARG, u""},
+        {[]() -> HRESULT { throw CExc(u"text", E_NOTIMPL); }, E_NOTIMPL, u"text"},
+        {[]() -> HRESULT { throw CExc(u"text", S_OK); }, S_OK, u"text"},
+        {[]() -> HRESULT { throw std::bad_alloc(); }, E_OUTOFMEMORY, noMemory},
+        {[]() -> HRESULT { throw std::length_error("size"); }, E_OUTOFMEMORY, noMemory},
+        {[]() -> HRESULT { throw std::out_of_range("pos"); }, E_FAIL, u"Unexpected failure: pos."},
+        {[]() -> HRESULT { throw 7; }, E_FAIL, u"Unexpected failure."},
+        // clang-format on
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.label);
+        SCOPED_TRACE(zorel::ToUtf8(row.description));
         frame::ReportError(source, support::Ole(u"stale"));
         std::mutex lock;
         EXPECT_EQ(frame::RunAtBoundary(source, &lock, row.body), row.hr);

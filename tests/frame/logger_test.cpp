@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <regex>
 #include <thread>
 
@@ -16,25 +15,22 @@
 namespace frame {
 namespace {
 
+using Lines = std::vector<std::string>;
+
 // The lines of a log as "LEVEL[TAG]|TEXT". Checks the form of the rest: the time stamp, the
 // blanks and the line break.
-std::vector<std::string> ReadLog(const std::u16string& path) {
-    std::vector<std::string> lines;
+Lines ReadLog(const std::u16string& path) {
+    Lines lines;
     std::string content = support::ReadWhole(path);
     const std::regex form(
         R"(\[\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d\]      (\w*)  (?:((?:\[\w+\])+) )? {11}([\s\S]*))");
-    while (!content.empty()) {
-        const std::size_t end = content.find("\r\n");
-        if (end == std::string::npos) {
-            ADD_FAILURE() << "a line without a line break: " << content;
-            break;
-        }
+    for (std::size_t end; (end = content.find("\r\n")) != content.npos; content.erase(0, end + 2)) {
         const std::string line = content.substr(0, end);
         std::smatch parts;
         EXPECT_TRUE(std::regex_match(line, parts, form)) << line;
         lines.push_back(parts.str(1) + parts.str(2) + "|" + parts.str(3));
-        content.erase(0, end + 2);
     }
+    EXPECT_EQ(content, "") << "a line without a line break";
     return lines;
 }
 
@@ -47,50 +43,30 @@ protected:
     CLogger m_logger;
 };
 
-using Lines = std::vector<std::string>;
-
 TEST_F(LoggerTest, WritesLevelsAndLines) {
-    struct Row {
-        std::int32_t level;
-        std::u16string_view text;
-        Lines expected;
-    };
-    const Row kRows[] = {
-        {0, u"below the threshold", {}},
-        {1, u"one", {"Info|one"}},
-        {2, u"a\r\nb\r\n", {"Info|a", "Info|b"}},
-        {3, u"w\n\nx", {"Warning|w", "Warning|", "Warning|x"}},
-        {4, u"cr\r alone\r", {"Error|cr\r alone\r"}},
-        {5,
-         u"\u0416",
-         {std::string("Info|") + (support::kOnLinux ? "\xD0\x96" : WideToAnsi(u"\u0416"))}},
-        {6, u"no word", {"|no word"}},
-        {1, u"", {}},
-    };
-    Lines expected;
-    for (const Row& row : kRows) {
-        m_logger.Log(row.level, row.text);
-        expected.insert(expected.end(), row.expected.begin(), row.expected.end());
+    const std::u16string other = m_folder.Path(u"other.log");
+    const std::string zhe = support::kOnLinux ? "\xD0\x96" : WideToAnsi(u"\u0416");
+    ASSERT_TRUE(support::WriteWhole(other, "[01.01.2001 00:00:00]      Info             kept\r\n"));
+    const std::pair<std::int32_t, std::u16string_view> kMessages[] = {
+        {0, u"below the threshold"}, {1, u"one"},    {2, u"a\r\nb\r\n"}, {3, u"w\n\nx"},
+        {4, u"cr\r alone\r"},        {5, u"\u0416"}, {6, u"no word"},    {1, u""}};
+    for (const auto& [level, text] : kMessages) {
+        m_logger.Log(level, text);
     }
-    EXPECT_EQ(ReadLog(m_path), expected);
-}
-
-TEST_F(LoggerTest, ShowsTagsAndFormatsArguments) {
+    m_logger.SetWriter(std::make_shared<CBackupStyleFileLogWriter>(other));
     m_logger.AddTag(u"job");
     m_logger.AddTag(u"7");
     m_logger.Log(2, u"%1 of %2", {u"one", u"two"});
     m_logger.Log(2, 100);
-    EXPECT_EQ(ReadLog(m_path), (Lines{"Info[job][7]|one of two", "Info[job][7]|ZorelOibIdxLib"}));
-}
-
-TEST_F(LoggerTest, AppendsToAnExistingFileAndUsesANewWriter) {
-    const std::u16string other = m_folder.Path(u"other.log");
-    ASSERT_TRUE(support::WriteWhole(other, "[01.01.2001 00:00:00]      Info             kept\r\n"));
-    m_logger.Log(1, u"first");
-    m_logger.SetWriter(std::make_shared<CBackupStyleFileLogWriter>(other));
-    m_logger.Log(1, u"second");
-    EXPECT_EQ(ReadLog(m_path), Lines{"Info|first"});
-    EXPECT_EQ(ReadLog(other), (Lines{"Info|kept", "Info|second"}));
+    CExc exc(u"inner", kFail);
+    exc.AddMessage(u"outer\r\nwith two lines");
+    m_logger.LogException(4, exc);
+    EXPECT_EQ(ReadLog(m_path),
+              (Lines{"Info|one", "Info|a", "Info|b", "Warning|w", "Warning|", "Warning|x",
+                     "Error|cr\r alone\r", "Info|" + zhe, "|no word"}));
+    EXPECT_EQ(ReadLog(other), (Lines{"Info|kept", "Info[job][7]|one of two",
+                                     "Info[job][7]|ZorelOibIdxLib", "Error[job][7]|outer",
+                                     "Error[job][7]|with two lines", "Error[job][7]|inner"}));
 }
 
 TEST_F(LoggerTest, DropsLinesThatCannotBeWritten) {
@@ -106,22 +82,14 @@ TEST_F(LoggerTest, DropsLinesThatCannotBeWritten) {
     EXPECT_EQ(support::ReadWhole(m_folder.Path(u"file")), "");
 }
 
-TEST_F(LoggerTest, LogsExceptionsNewestFirst) {
-    CExc exc(u"inner", kFail);
-    exc.AddMessage(u"outer\r\nwith two lines");
-    m_logger.LogException(4, exc);
-    EXPECT_EQ(ReadLog(m_path), (Lines{"Error|outer", "Error|with two lines", "Error|inner"}));
-}
-
 // Stores the lines it receives, with level and depth.
-class CMemoryWriter final : public CLogWriter {
-public:
+struct CMemoryWriter final : CLogWriter {
     void Write(std::int32_t level, const CLogger&, std::int32_t depth,
                std::u16string_view line) override {
-        m_seen.push_back(std::to_string(level) + "/" + std::to_string(depth) + " " +
-                         WideToAnsi(line));
+        lines.push_back(std::to_string(level) + "/" + std::to_string(depth) + " " +
+                        WideToAnsi(line));
     }
-    Lines m_seen;
+    Lines lines;
 };
 
 TEST(LogScope, LogsTheOutcomeOnce) {
@@ -140,18 +108,15 @@ TEST(LogScope, LogsTheOutcomeOnce) {
         outer.Ok();
         outer.Ok();
     }
-    try {
+    for (const bool succeeds : {false, true}) {
         CLogScope scope(100, logger);
-        throw CExc(u"left", kFail);
-    } catch (const CExc&) {
-    }
-    {
-        CLogScope scope(100, logger);
-        scope.Ok();
+        if (succeeds) {
+            scope.Ok();
+        }
     }
     logger.ChangeIndent(-5);
     logger.Log(1, u"ground");
-    EXPECT_EQ(writer->m_seen,
+    EXPECT_EQ(writer->lines,
               (Lines{"1/1 Outer.", "2/3 Inner", "3/5 why", "2/3 Inner. Failed.", "1/1 Outer.. Ok.",
                      "1/1 ZorelOibIdxLib", "1/1 ZorelOibIdxLibFailed.", "1/1 ZorelOibIdxLib",
                      "1/1 ZorelOibIdxLibOk.", "1/0 ground"}));
@@ -162,8 +127,7 @@ TEST_F(LoggerTest, KeepsMessagesOfSeveralThreadsWhole) {
     constexpr int kMessages = 40;
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, t] {
-            const std::u16string name = IntToString(t);
+        threads.emplace_back([&, name = IntToString(t)] {
             for (int i = 0; i < kMessages; ++i) {
                 CLogScope scope(u"scope", m_logger, ELogInfo);
                 m_logger.Log(3, u"%1 begin\n%1 middle\n%1 end", {name});
@@ -175,15 +139,11 @@ TEST_F(LoggerTest, KeepsMessagesOfSeveralThreadsWhole) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    Lines messages;
-    for (const std::string& line : ReadLog(m_path)) {
-        if (line.starts_with("Warning|")) {
-            messages.push_back(line.substr(8));
-        }
-    }
+    Lines messages = ReadLog(m_path);
+    std::erase_if(messages, [](const auto& line) { return !line.starts_with("Warning|"); });
     ASSERT_EQ(messages.size(), 3U * kThreads * kMessages);
     for (std::size_t i = 0; i < messages.size(); i += 3) {
-        const std::string thread = messages[i].substr(0, 1);
+        const std::string thread = messages[i].substr(0, 9);
         EXPECT_EQ((Lines{&messages[i], &messages[i] + 3}),
                   (Lines{thread + " begin", thread + " middle", thread + " end"}));
     }
