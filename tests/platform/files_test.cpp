@@ -75,6 +75,48 @@ TEST(Files, DispositionsAndTheirCodes) {
     }
 }
 
+TEST(Files, Paths) {
+    const CTempFolder folder;
+    const std::u16string base = folder.Path();
+    const std::u16string file = u"\\a\\\x0436\xD83D\xDE00";
+    const std::u16string longPath = u"\\\\?\\" + base + u"\\" + std::u16string(200, u'n');
+    ASSERT_TRUE(CreateDirectoryW(base + u"/a") && support::WriteWhole(base + file, "x"));
+    ASSERT_TRUE(CreateDirectoryW(longPath));
+    ASSERT_TRUE(support::WriteWhole(longPath + u"\\" + std::u16string(200, u'n'), "x"));
+    constexpr int kBoth = 2;
+    const struct {
+        int system;  // kOnWindows, its opposite, or kBoth
+        std::u16string path;
+        std::uint32_t code;
+    } rows[] = {
+        {kBoth, base + u"/a/\x0436\xD83D\xDE00", 0},
+        {kBoth, u"\\\\?\\" + base + file, 0},
+        {kBoth, longPath + u"\\" + std::u16string(200, u'n'), 0},
+        {kBoth, base + u"\\a\\\x0437", 2},
+        {kBoth, u"", 3},
+        {kBoth, base + std::u16string(u"\0a", 2), 123},
+        {true, base + u"\\a\\\x0416\xD83D\xDE00", 0},
+        {true, u"Q:\\a\\b", 3},
+        {true, base + u"\\*", 123},
+        {false, u"\\\\?\\" + base + u"\\a/\x0436\xD83D\xDE00", 0},
+        {false, u"\\" + base + file, 0},
+        {false, u"\\\\?\\UNC" + base + file, 0},
+        {false, u"C:\\a", 3},
+        {false, u"\\\\?\\c:/a", 3},
+        {false, u"z:", 3},
+        {false, u"zorel_none:\\a", 3},
+        {false, u"C:zorel_none", 2},
+        {false, base + u"/" + std::u16string(300, u'n'), 206},
+    };
+    for (const auto& row : rows) {
+        if (row.system == kBoth || row.system == support::kOnWindows) {
+            SCOPED_TRACE(&row - rows);
+            EXPECT_EQ(CodeOf(support::OpenToRead(row.path)), row.code);
+            EXPECT_EQ(CodeOf(GetFileAttributesW(row.path) != kInvalidAttributes), row.code);
+        }
+    }
+}
+
 // Random operations on a file and on a string.
 TEST(Files, TransfersPositionsAndSizesFollowAPlainModel) {
     const CTempFolder folder;

@@ -27,15 +27,13 @@ std::vector<std::u16string> List(const std::u16string& pattern) {
 }
 
 bool SlowMatch(std::u16string_view pattern, std::u16string_view name) {
-    if (pattern.empty()) {
-        return name.empty();
+    if (pattern.empty() || (name.empty() && pattern[0] != u'*')) {
+        return pattern.empty() && name.empty();
     }
-    if (pattern[0] == u'*') {
-        return SlowMatch(pattern.substr(1), name) ||
-               (!name.empty() && SlowMatch(pattern, name.substr(1)));
-    }
-    return !name.empty() && (pattern[0] == u'?' || pattern[0] == name[0]) &&
-           SlowMatch(pattern.substr(1), name.substr(1));
+    const bool isStar = pattern[0] == u'*';
+    return (isStar && SlowMatch(pattern.substr(1), name)) ||
+           (!name.empty() && (isStar || pattern[0] == u'?' || pattern[0] == name[0]) &&
+            SlowMatch(pattern.substr(isStar ? 0 : 1), name.substr(1)));
 }
 
 TEST(Folders, WildcardsFollowAPlainModel) {
@@ -89,30 +87,20 @@ TEST(Folders, PatternsAndTheirCodes) {
     EXPECT_EQ(data.attributes, kAttributeDirectory);
 }
 
-enum class EChange { Create, Remove, Delete, Move, Copy };
-
-std::uint32_t Change(EChange change, const std::u16string& path, const std::u16string& target,
-                     std::uint32_t flags) {
-    switch (change) {
-        case EChange::Create:
-            return CodeOf(CreateDirectoryW(path));
-        case EChange::Remove:
-            return CodeOf(RemoveDirectoryW(path));
-        case EChange::Delete:
-            return CodeOf(DeleteFileW(path));
-        case EChange::Move:
-            return CodeOf(MoveFileExW(path, target, flags));
-        case EChange::Copy:
-            break;
-    }
-    return CodeOf(CopyFileW(path, target, flags != 0));
-}
-
 TEST(Folders, ChangesAndTheirCodes) {
-    using enum EChange;
     constexpr std::uint32_t kReplace = kMoveReplaceExisting;
+    using Text = const std::u16string&;
+    const auto create = [](Text path, Text, std::uint32_t) { return CreateDirectoryW(path); };
+    const auto remove = [](Text path, Text, std::uint32_t) { return RemoveDirectoryW(path); };
+    const auto erase = [](Text path, Text, std::uint32_t) { return DeleteFileW(path); };
+    const auto move = [](Text path, Text target, std::uint32_t flags) {
+        return MoveFileExW(path, target, flags);
+    };
+    const auto copy = [](Text path, Text target, std::uint32_t flags) {
+        return CopyFileW(path, target, flags != 0);
+    };
     const struct {
-        EChange change;
+        bool (*change)(Text, Text, std::uint32_t);
         const char16_t* path;
         std::uint32_t code;
         const char* content = "old";  // of "old" afterwards; "<none>" for a missing file
@@ -120,34 +108,34 @@ TEST(Folders, ChangesAndTheirCodes) {
         std::uint32_t flags = 0;          // of a move; not 0 for a copy that must not replace
         bool (*isDifferent)() = nullptr;  // on a system with another result
     } rows[] = {
-        {Create, u"new", 0},
-        {Create, u"sub", 183},
-        {Create, u"old", 183},
-        {Create, u"a/b", 3},
-        {Remove, u"empty", 0},
-        {Remove, u"sub", 145},
-        {Remove, u"old", 267},
-        {Remove, u"no", 2},
-        {Delete, u"old", 0, "<none>"},
-        {Delete, u"no", 2},
-        {Delete, u"no/no", 3},
-        {Delete, u"sub", 5},
-        {Delete, u"locked", 5},
-        {Move, u"sub", 0, "old", u"b"},
-        {Move, u"old", 0, "<none>", u"sub/b", kReplace | kMoveWriteThrough},
-        {Move, u"in", 183, "old", u"old"},
-        {Move, u"in", 0, "new", u"old", kReplace},
-        {Move, u"old", 5, "old", u"locked", kReplace, support::OnWine},
-        {Move, u"old", 5, "old", u"empty", kReplace},
-        {Move, u"no", 2, "old", u"old", kReplace},
-        {Move, u"old", 3, "old", u"no/b"},
-        {Copy, u"in", 0, "new", u"old"},
-        {Copy, u"in", 80, "old", u"old", 1},
-        {Copy, u"no", 2, "old", u"old"},
-        {Copy, u"in", 3, "old", u"no/b"},
-        {Copy, u"sub", 5, "old", u"b"},
-        {Copy, u"old", 5, "old", u"locked", 0, support::OnWineAsSuperuser},
-        {Copy, u"old", 32, "old", u"old"},
+        {create, u"new", 0},
+        {create, u"sub", 183},
+        {create, u"old", 183},
+        {create, u"a/b", 3},
+        {remove, u"empty", 0},
+        {remove, u"sub", 145},
+        {remove, u"old", 267},
+        {remove, u"no", 2},
+        {erase, u"old", 0, "<none>"},
+        {erase, u"no", 2},
+        {erase, u"no/no", 3},
+        {erase, u"sub", 5},
+        {erase, u"locked", 5},
+        {move, u"sub", 0, "old", u"b"},
+        {move, u"old", 0, "<none>", u"sub/b", kReplace | kMoveWriteThrough},
+        {move, u"in", 183, "old", u"old"},
+        {move, u"in", 0, "new", u"old", kReplace},
+        {move, u"old", 5, "old", u"locked", kReplace, support::OnWine},
+        {move, u"old", 5, "old", u"empty", kReplace},
+        {move, u"no", 2, "old", u"old", kReplace},
+        {move, u"old", 3, "old", u"no/b"},
+        {copy, u"in", 0, "new", u"old"},
+        {copy, u"in", 80, "old", u"old", 1},
+        {copy, u"no", 2, "old", u"old"},
+        {copy, u"in", 3, "old", u"no/b"},
+        {copy, u"sub", 5, "old", u"b"},
+        {copy, u"old", 5, "old", u"locked", 0, support::OnWineAsSuperuser},
+        {copy, u"old", 32, "old", u"old"},
     };
     for (const auto& row : rows) {
         if (row.isDifferent != nullptr && row.isDifferent()) {
@@ -163,7 +151,7 @@ TEST(Folders, ChangesAndTheirCodes) {
         ASSERT_TRUE(support::WriteWhole(folder.Path(u"in"), "new"));
         ASSERT_TRUE(SetFileAttributesW(folder.Path(u"locked"), kAttributeReadOnly));
         const std::u16string target = folder.Path(row.target);
-        EXPECT_EQ(Change(row.change, folder.Path(row.path), target, row.flags), row.code);
+        EXPECT_EQ(CodeOf(row.change(folder.Path(row.path), target, row.flags)), row.code);
         EXPECT_EQ(support::ReadWhole(folder.Path(u"old")), row.content);
         EXPECT_EQ(support::ReadWhole(folder.Path(u"locked")), "old");
     }
@@ -172,7 +160,6 @@ TEST(Folders, ChangesAndTheirCodes) {
 TEST(Folders, ACopyHasTheContentTimeAndReadOnlyAttributeOfItsSource) {
     const CTempFolder folder;
     const std::u16string path = folder.Path(u"f");
-    const std::u16string target = folder.Path(u"copy");
     const std::int64_t set = 129'000'000'000'000'000;  // in 2009
     constexpr std::uint32_t kBoth = kAttributeReadOnly | kAttributeArchive;
     std::string content(1'000'000, '\0');
@@ -182,22 +169,22 @@ TEST(Folders, ACopyHasTheContentTimeAndReadOnlyAttributeOfItsSource) {
         ASSERT_TRUE(support::Write(file, content));
         ASSERT_TRUE(SetFileTime(file.Get(), nullptr, nullptr, &set));
     }
-    ASSERT_TRUE(SetFileAttributesW(path, kBoth) && CopyFileW(path, target, false));
+    ASSERT_TRUE(SetFileAttributesW(path, kBoth) && CopyFileW(path, folder.Path(u"copy"), false));
     FindData data;
-    const CFindHandle find(FindFirstFileW(target, data));
+    const CFindHandle find(FindFirstFileW(folder.Path(u"copy"), data));
     EXPECT_TRUE(data.attributes == kBoth && data.lastWriteTime == set);
-    EXPECT_TRUE(support::ReadWhole(target) == content);
+    EXPECT_TRUE(support::ReadWhole(folder.Path(u"copy")) == content);
     ASSERT_TRUE(SetFileAttributesW(path, kAttributeArchive));
     EXPECT_EQ(GetFileAttributesW(path), kAttributeArchive);
     EXPECT_TRUE(support::OpenToWrite(path));
-    ASSERT_TRUE(DeleteFileW(path) && CreateDirectoryW(path) &&
-                SetFileAttributesW(path, kAttributeReadOnly));
+    const std::u16string sub = folder.Path(u"sub");
+    ASSERT_TRUE(CreateDirectoryW(sub) && SetFileAttributesW(sub, kAttributeReadOnly));
     if (!support::OnWine()) {  // which removes it
-        EXPECT_EQ(CodeOf(RemoveDirectoryW(path)), 5U);
+        EXPECT_EQ(CodeOf(RemoveDirectoryW(sub)), 5U);
     }
-    ASSERT_TRUE(SetFileAttributesW(path, 0));
-    EXPECT_EQ(GetFileAttributesW(path), kAttributeDirectory);
-    EXPECT_TRUE(RemoveDirectoryW(path));
+    ASSERT_TRUE(SetFileAttributesW(sub, 0));
+    EXPECT_EQ(GetFileAttributesW(sub), kAttributeDirectory);
+    EXPECT_TRUE(RemoveDirectoryW(sub));
 }
 
 }  // namespace

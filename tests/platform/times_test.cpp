@@ -3,25 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstring>
 #include <ctime>
 #include <limits>
 #include <random>
-#include <tuple>
 
 #include "platform/calendar.h"
 #include "platform/errors.h"
 
 namespace platform {
-
-bool operator==(const SystemTime& a, const SystemTime& b) {
-    const auto all = [](const SystemTime& t) {
-        return std::tie(t.year, t.month, t.dayOfWeek, t.day, t.hour, t.minute, t.second,
-                        t.milliseconds);
-    };
-    return all(a) == all(b);
-}
-
 namespace {
+
+template <class... Fields>
+SystemTime TimeOf(Fields... fields) {
+    return {static_cast<std::uint16_t>(fields)...};
+}
 
 // The calendar, one day at a time: no arithmetic in common with the code under test.
 struct SlowCalendar {
@@ -42,12 +38,6 @@ struct SlowCalendar {
             year += month == 1 ? 1 : 0;
         }
     }
-    SystemTime At(unsigned second) const {
-        const auto u = [](unsigned value) { return static_cast<std::uint16_t>(value); };
-        return {
-            u(year),        u(month), u(dayOfWeek), u(day), u(second / 3600), u(second / 60 % 60),
-            u(second % 60), 0};
-    }
 };
 
 TEST(Times, EveryDayOfTheYears100To9999) {
@@ -56,12 +46,13 @@ TEST(Times, EveryDayOfTheYears100To9999) {
     int days = 0;
     for (SlowCalendar slow; slow.year < 10000; slow.Next(), ++days) {
         const unsigned second = static_cast<unsigned>(random() % 86400);
-        const SystemTime time = slow.At(second);
+        const SystemTime time = TimeOf(slow.year, slow.month, slow.dayOfWeek, slow.day,
+                                       second / 3600, second / 60 % 60, second % 60, 0);
         const double expected = slow.date + (slow.date < 0 ? -1 : 1) * (second / 86400.0);
         double date = 0;
         SystemTime back{};
         bool right = SystemTimeToDate(time, date) && date == expected &&
-                     DateToSystemTime(date, back) && back == time;
+                     DateToSystemTime(date, back) && std::memcmp(&back, &time, sizeof time) == 0;
         if (slow.date >= kFirstTickDay) {
             const std::int64_t day = slow.date - kFirstTickDay;
             const auto civil = DateOfDay(static_cast<std::uint32_t>(day));
@@ -77,40 +68,37 @@ TEST(Times, EveryDayOfTheYears100To9999) {
 
 TEST(Times, TicksOutsideTheCalendarAreRefused) {
     constexpr std::int64_t kEnd = 3'067'671 * kSecondsPerDay * kTicksPerSecond;  // 10000-01-01
-    for (const std::int64_t ticks :
-         {std::int64_t{-1}, kEnd, std::numeric_limits<std::int64_t>::min(),
-          std::numeric_limits<std::int64_t>::max()}) {
-        double date = 77;
+    using Limits = std::numeric_limits<std::int64_t>;
+    double date = 77;
+    for (const std::int64_t ticks : {std::int64_t{-1}, kEnd, Limits::min(), Limits::max()}) {
         SetLastError(0);
         EXPECT_FALSE(FileTimeToDate(ticks, date)) << ticks;
         EXPECT_EQ(date, 77) << ticks;
         EXPECT_EQ(GetLastError(), ticks < 0 ? win32err::kInvalidParameter : 0) << ticks;
     }
-    double date = 0;
     EXPECT_TRUE(FileTimeToDate(kEnd - 1, date) && FileTimeToDate(0, date));
     EXPECT_EQ(date, -109205);
 }
 
-SystemTime At(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
-    const auto u = [](int value) { return static_cast<std::uint16_t>(value); };
-    return {u(year), u(month), 0, u(day), u(hour), u(minute), u(second), 999};
+// The date of a time; -77 for a refused one.
+double DateOf(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
+    const SystemTime time = TimeOf(year, month, 0, day, hour, minute, second, 999);
+    double date = 77;
+    return SystemTimeToDate(time, date) ? date : -date;
 }
 
 TEST(Times, DaysOutsideTheirMonthCountOnAndOtherFieldsAreChecked) {
-    const auto dateOf = [](const SystemTime& time) {
-        double date = 77;
-        return SystemTimeToDate(time, date) ? date : -date;
-    };
-    EXPECT_EQ(dateOf(At(2013, 1, 15, 9, 5, 7)), 41289.37855324074);
-    EXPECT_EQ(dateOf(At(1899, 12, 29, 6)), -1.25);
-    EXPECT_EQ(dateOf(At(2001, 4, 31)), 37012);
-    EXPECT_EQ(dateOf(At(2001, 2, 31, 12)), 36953.5);
-    EXPECT_EQ(dateOf(At(2001, 3, 0)), 36950);
-    EXPECT_EQ(dateOf(At(2001, 1, 0)), 36891);
-    for (const SystemTime& time :
-         {At(100, 1, 0), At(2001, 1, 32), At(2001, 0, 1), At(2001, 13, 1), At(2001, 1, 1, 24),
-          At(2001, 1, 1, 0, 60), At(2001, 1, 1, 0, 0, 60), At(99, 12, 31), At(10000, 1, 1)}) {
-        EXPECT_EQ(dateOf(time), -77) << time.year << '-' << time.month << '-' << time.day;
+    EXPECT_EQ(DateOf(2013, 1, 15, 9, 5, 7), 41289.37855324074);
+    EXPECT_EQ(DateOf(1899, 12, 29, 6), -1.25);
+    EXPECT_EQ(DateOf(2001, 4, 31), 37012);
+    EXPECT_EQ(DateOf(2001, 2, 31, 12), 36953.5);
+    EXPECT_EQ(DateOf(2001, 3, 0), 36950);
+    EXPECT_EQ(DateOf(2001, 1, 0), 36891);
+    for (const double date :
+         {DateOf(100, 1, 0), DateOf(2001, 1, 32), DateOf(2001, 0, 1), DateOf(2001, 13, 1),
+          DateOf(2001, 1, 1, 24), DateOf(2001, 1, 1, 0, 60), DateOf(2001, 1, 1, 0, 0, 60),
+          DateOf(99, 12, 31), DateOf(10000, 1, 1)}) {
+        EXPECT_EQ(date, -77);
     }
 }
 
@@ -125,9 +113,9 @@ TEST(Times, DatesAreRoundedToSecondsAndLimitedToTheCalendar) {
     EXPECT_EQ(rounded(0.999999), 1);
     EXPECT_EQ(rounded(2958465.99999), 2958465 + 86399.0 / 86400);
     EXPECT_EQ(rounded(-657434.5), -657434.5);
-    for (const double date :
-         {2958465.999999, 2958466.0, -657435.0, 1e300, -1e300,
-          std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
+    using Limits = std::numeric_limits<double>;
+    for (const double date : {2958465.999999, 2958466.0, -657435.0, 1e300, -1e300,
+                              Limits::infinity(), Limits::quiet_NaN()}) {
         EXPECT_EQ(rounded(date), 0.125) << date;
     }
 }

@@ -1,7 +1,8 @@
-// Behaviour on Linux only: paths, links, devices, volumes, other processes.
+// Behaviour on Linux only: last errors, links, devices, volumes, other processes.
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <thread>
 
 #include "platform/files.h"
 #include "support/child_process.h"
@@ -14,37 +15,16 @@ using namespace platform;
 using support::CodeOf;
 using support::CTempFolder;
 
-TEST(Files, PathsOfLinux) {
+TEST(Errors, EachThreadHasItsOwnLastError) {
+    SetLastError(5);
+    std::thread([] { SetLastError(32); }).join();
+    EXPECT_EQ(GetLastError(), 5U);
+}
+
+TEST(Files, ADriveIsNotCreatedAndNamesNeedNotBeText) {
     const CTempFolder folder;
-    const std::u16string base = folder.Path();
-    ASSERT_TRUE(CreateDirectoryW(folder.Path(u"a")) &&
-                support::WriteWhole(folder.Path(u"a/\x0436\xD83D\xDE00"), "x"));
-    const struct {
-        std::u16string path;
-        std::uint32_t code;
-    } rows[] = {
-        {base + u"\\a\\\x0436\xD83D\xDE00", 0},
-        {u"\\\\?\\" + base + u"\\a/\x0436\xD83D\xDE00", 0},
-        {u"\\" + base + u"\\a\\\x0436\xD83D\xDE00", 0},
-        {u"\\\\?\\UNC" + base + u"\\a\\\x0436\xD83D\xDE00", 0},
-        {base + u"\\a\\\x0437", 2},
-        {u"C:\\a", 3},
-        {u"\\\\?\\c:/a", 3},
-        {u"z:", 3},
-        {u"zorel_none:\\a", 3},
-        {u"C:zorel_none", 2},
-        {u"", 3},
-        {base + std::u16string(u"\0a", 2), 123},
-        {base + u"/" + std::u16string(300, u'n'), 206},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(CodeOf(support::OpenToRead(row.path)), row.code) << &row - rows;
-        EXPECT_EQ(CodeOf(GetFileAttributesW(row.path) != kInvalidAttributes), row.code)
-            << &row - rows;
-    }
     EXPECT_FALSE(CreateDirectoryW(u"C:") || std::filesystem::exists("C:"));
     EXPECT_EQ(CodeOf(support::OpenToWrite(u"C:\\new")), win32err::kPathNotFound);
-    // A name that is not well-formed text.
     ASSERT_TRUE(support::WriteWhole(folder.Path() + u"/\xDCFF\xD800", "x"));
     EXPECT_TRUE(std::filesystem::exists(folder.Native() / "\xFF\xED\xA0\x80"));
 }
