@@ -41,8 +41,7 @@ endif()
 
 # The binary interface, used by a client in C without the library's headers.
 if(NOT WIN32 AND TARGET oibidx)
-  file(GLOB abi_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/abi/*.c)
-  add_executable(abi_client ${abi_sources})
+  add_executable(abi_client abi/abi_client.c)
   target_link_libraries(abi_client PRIVATE zorel_options m ${CMAKE_DL_LIBS})
   add_test(NAME abi/client
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/abi/abi_test.sh
@@ -108,15 +107,11 @@ endif()
 
 # A program that writes every kind of file, for the comparison of the two systems.
 if(NOT ZOREL_SANITIZE)
-  set(creation posix)
-  if(WIN32)
-    set(creation windows)
-  endif()
-  add_executable(write_files same_files/write_files.cpp same_files/create_${creation}.cpp
-    support/index_file_builder.cpp)
+  add_executable(write_files same_files/write_files.cpp support/index_file_builder.cpp)
   target_include_directories(write_files PRIVATE ${PROJECT_SOURCE_DIR}/include)
   target_link_libraries(write_files PRIVATE zorel_test_support)
   if(WIN32)
+    target_sources(write_files PRIVATE same_files/apartment.cpp)
     target_link_libraries(write_files PRIVATE ole32 oleaut32)
   else()
     target_link_libraries(write_files PRIVATE ZorelOibIdxComLib)

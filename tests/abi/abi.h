@@ -110,39 +110,35 @@ enum { FIRST_OWN_SLOT = 7 };
 /* Not formatted: the format of these lists is not stable. */
 /* clang-format off */
 #define OF_IUnknown(M, I) M(I, QueryInterface) M(I, AddRef) M(I, Release)
-#define OF_IDispatch(M, I) M(I, GetTypeInfoCount) M(I, GetTypeInfo) M(I, GetIDsOfNames) M(I, Invoke)
+#define OF_IDispatch(M, I) M(I, GetTypeInfoCount) M(I, GetTypeInfo) M(I, GetIDsOfNames) \
+    M(I, Invoke)
 #define OF_IClassFactory(M, I) M(I, CreateInstance) M(I, LockServer)
 #define OF_ISupportErrorInfo(M, I) M(I, InterfaceSupportsErrorInfo)
-#define OF_IErrorInfo(M, I) \
-    M(I, GetGUID) M(I, GetSource) M(I, GetDescription) M(I, GetHelpFile) M(I, GetHelpContext)
-#define OF_ICreateErrorInfo(M, I) \
-    M(I, SetGUID) M(I, SetSource) M(I, SetDescription) M(I, SetHelpFile) M(I, SetHelpContext)
-#define OF_IOibIdxLib(M, I) \
-    M(I, InitLogging) M(I, CreateMetaFile) M(I, IsMetaFileExists) M(I, GenerateOibTDFs) \
-    M(I, FindInOibTDF) M(I, ParseOibTDFName) M(I, ConvetrPathToCrcStr) M(I, FindInOibTDF2) \
-    M(I, BrowseOibDF) M(I, IsWildcardMatch) M(I, FindInOibBDF) M(I, CreateBSessionMetaFile) \
-    M(I, LoadPublicationOrderingInfo) M(I, LoadPublication)
-#define OF_IMtfMetaFile(M, I) \
-    M(I, GetRootAttrsTree) M(I, CreateAttrsTree) M(I, FindAttrsTree) M(I, GetExistingAttrsTree) \
-    M(I, DelAttrsTree) M(I, SetAttr) M(I, FindAttr) M(I, GetExistingAttr) M(I, DelAttr) \
-    M(I, EnumAllAttrs) M(I, PushComment) M(I, FlushChanges) M(I, Close)
-#define OF_IMtfAttrsTree(M, I) \
-    M(I, EnumChildTrees) M(I, CreateSubtree) M(I, FindSubtree) M(I, GetExistingSubtree) \
-    M(I, DelSubtree) M(I, EnumChildAttrs) M(I, DelAttr) M(I, SetAttr) M(I, FindAttr) \
-    M(I, GetExistingAttr)
-#define OF_IMtfBSessionMetaFile(M, I) \
-    M(I, DeleteOibRef) M(I, EnumOibsRefs) M(I, FlushChanges) M(I, Close)
-#define OF_ICatOibRefsEnumerator(M, I) \
-    M(I, RefsCount) M(I, MoveToElem) M(I, VmName) M(I, BackupTimeUtc) M(I, UniqueId) \
-    M(I, GetOibRef)
+#define OF_IErrorInfo(M, I) M(I, GetGUID) M(I, GetSource) M(I, GetDescription) M(I, GetHelpFile) \
+    M(I, GetHelpContext)
+#define OF_ICreateErrorInfo(M, I) M(I, SetGUID) M(I, SetSource) M(I, SetDescription) \
+    M(I, SetHelpFile) M(I, SetHelpContext)
+#define OF_IOibIdxLib(M, I) M(I, InitLogging) M(I, CreateMetaFile) M(I, IsMetaFileExists) \
+    M(I, GenerateOibTDFs) M(I, FindInOibTDF) M(I, ParseOibTDFName) M(I, ConvetrPathToCrcStr) \
+    M(I, FindInOibTDF2) M(I, BrowseOibDF) M(I, IsWildcardMatch) M(I, FindInOibBDF) \
+    M(I, CreateBSessionMetaFile) M(I, LoadPublicationOrderingInfo) M(I, LoadPublication)
+#define OF_IMtfMetaFile(M, I) M(I, GetRootAttrsTree) M(I, CreateAttrsTree) M(I, FindAttrsTree) \
+    M(I, GetExistingAttrsTree) M(I, DelAttrsTree) M(I, SetAttr) M(I, FindAttr) \
+    M(I, GetExistingAttr) M(I, DelAttr) M(I, EnumAllAttrs) M(I, PushComment) M(I, FlushChanges) \
+    M(I, Close)
+#define OF_IMtfAttrsTree(M, I) M(I, EnumChildTrees) M(I, CreateSubtree) M(I, FindSubtree) \
+    M(I, GetExistingSubtree) M(I, DelSubtree) M(I, EnumChildAttrs) M(I, DelAttr) M(I, SetAttr) \
+    M(I, FindAttr) M(I, GetExistingAttr)
+#define OF_IMtfBSessionMetaFile(M, I) M(I, DeleteOibRef) M(I, EnumOibsRefs) M(I, FlushChanges) \
+    M(I, Close)
+#define OF_ICatOibRefsEnumerator(M, I) M(I, RefsCount) M(I, MoveToElem) M(I, VmName) \
+    M(I, BackupTimeUtc) M(I, UniqueId) M(I, GetOibRef)
 #define OF_IMtfPublicationOrderingInfo(M, I) M(I, PubLocalTime) M(I, PubUtcTime)
-#define OF_IMtfPublicationMetaFileReader(M, I) \
-    M(I, OrderingInfo) M(I, CmdCount) M(I, GetCmdType) M(I, AddBSessionCmdAccessor) \
-    M(I, MetaFile)
-#define OF_IMtfAddBSessionCmdAccessor(M, I) \
-    M(I, GetRetargetedOibGroupsNum) M(I, GetOibsNumInRetargetedOibGroup) \
-    M(I, GetBackupFilesNumInRetargetedOibGroup) M(I, GetOibRef) M(I, GetBackupFile) \
-    M(I, GetBSessionInfo)
+#define OF_IMtfPublicationMetaFileReader(M, I) M(I, OrderingInfo) M(I, CmdCount) M(I, GetCmdType) \
+    M(I, AddBSessionCmdAccessor) M(I, MetaFile)
+#define OF_IMtfAddBSessionCmdAccessor(M, I) M(I, GetRetargetedOibGroupsNum) \
+    M(I, GetOibsNumInRetargetedOibGroup) M(I, GetBackupFilesNumInRetargetedOibGroup) \
+    M(I, GetOibRef) M(I, GetBackupFile) M(I, GetBSessionInfo)
 #define OF_IOibDFBrowser(M, I) M(I, GetFolders) M(I, GetFiles) M(I, Close) M(I, GetFilesEx)
 #define OF_IOibFilesArray(M, I) M(I, GetFileInfo) M(I, FilesCount) M(I, TotalSize)
 #define OF_IOibTDFSearchTask(M, I) M(I, GetResult) M(I, ResultsCount)
@@ -180,34 +176,31 @@ FOR_EACH_INTERFACE(SLOTS_OF)
 
 /* ----- Exports, with their usual parameters ----- */
 
-#define FOR_EACH_EXPORT(EXPORT)                                              \
-    EXPORT(HRESULT, DllGetClassObject, const GUID*, const GUID*, void**)     \
-    EXPORT(HRESULT, DllCanUnloadNow, void)                                   \
-    EXPORT(HRESULT, DllRegisterServer, void)                                 \
-    EXPORT(HRESULT, DllUnregisterServer, void)                               \
-    EXPORT(HRESULT, CreateOibIdxLib, void*, const GUID*, void**)             \
-    EXPORT(BSTR, SysAllocString, const char16_t*)                            \
-    EXPORT(BSTR, SysAllocStringLen, const char16_t*, uint32_t)               \
-    EXPORT(void, SysFreeString, BSTR)                                        \
-    EXPORT(uint32_t, SysStringLen, BSTR)                                     \
-    EXPORT(uint32_t, SysStringByteLen, BSTR)                                 \
+/* Not formatted: the format of this list is not stable. */
+/* clang-format off */
+#define FOR_EACH_EXPORT(EXPORT) \
+    EXPORT(HRESULT, DllGetClassObject, const GUID*, const GUID*, void**) \
+    EXPORT(HRESULT, CreateOibIdxLib, void*, const GUID*, void**) \
+    EXPORT(HRESULT, DllCanUnloadNow, void) \
+    EXPORT(HRESULT, DllRegisterServer, void) EXPORT(HRESULT, DllUnregisterServer, void) \
+    EXPORT(BSTR, SysAllocString, const char16_t*) \
+    EXPORT(BSTR, SysAllocStringLen, const char16_t*, uint32_t) EXPORT(void, SysFreeString, BSTR) \
+    EXPORT(uint32_t, SysStringLen, BSTR) EXPORT(uint32_t, SysStringByteLen, BSTR) \
     EXPORT(SAFEARRAY*, SafeArrayCreate, uint16_t, uint32_t, SAFEARRAYBOUND*) \
-    EXPORT(SAFEARRAY*, SafeArrayCreateVector, uint16_t, int32_t, uint32_t)   \
-    EXPORT(HRESULT, SafeArrayDestroy, SAFEARRAY*)                            \
-    EXPORT(uint32_t, SafeArrayGetDim, SAFEARRAY*)                            \
-    EXPORT(HRESULT, SafeArrayGetLBound, SAFEARRAY*, uint32_t, int32_t*)      \
-    EXPORT(HRESULT, SafeArrayGetUBound, SAFEARRAY*, uint32_t, int32_t*)      \
-    EXPORT(HRESULT, SafeArrayGetElement, SAFEARRAY*, int32_t*, void*)        \
-    EXPORT(HRESULT, SafeArrayPutElement, SAFEARRAY*, int32_t*, void*)        \
-    EXPORT(HRESULT, SafeArrayGetVartype, SAFEARRAY*, uint16_t*)              \
-    EXPORT(HRESULT, SafeArrayAccessData, SAFEARRAY*, void**)                 \
-    EXPORT(HRESULT, SafeArrayUnaccessData, SAFEARRAY*)                       \
-    EXPORT(void, VariantInit, VARIANT*)                                      \
-    EXPORT(HRESULT, VariantClear, VARIANT*)                                  \
-    EXPORT(HRESULT, CreateErrorInfo, void**)                                 \
-    EXPORT(HRESULT, GetErrorInfo, uint32_t, void**)                          \
-    EXPORT(HRESULT, SetErrorInfo, uint32_t, void*)                           \
-    EXPORT(int32_t, SystemTimeToVariantTime, SYSTEMTIME*, double*)           \
+    EXPORT(SAFEARRAY*, SafeArrayCreateVector, uint16_t, int32_t, uint32_t) \
+    EXPORT(HRESULT, SafeArrayDestroy, SAFEARRAY*) EXPORT(uint32_t, SafeArrayGetDim, SAFEARRAY*) \
+    EXPORT(HRESULT, SafeArrayGetLBound, SAFEARRAY*, uint32_t, int32_t*) \
+    EXPORT(HRESULT, SafeArrayGetUBound, SAFEARRAY*, uint32_t, int32_t*) \
+    EXPORT(HRESULT, SafeArrayGetElement, SAFEARRAY*, int32_t*, void*) \
+    EXPORT(HRESULT, SafeArrayPutElement, SAFEARRAY*, int32_t*, void*) \
+    EXPORT(HRESULT, SafeArrayGetVartype, SAFEARRAY*, uint16_t*) \
+    EXPORT(HRESULT, SafeArrayAccessData, SAFEARRAY*, void**) \
+    EXPORT(HRESULT, SafeArrayUnaccessData, SAFEARRAY*) \
+    EXPORT(void, VariantInit, VARIANT*) EXPORT(HRESULT, VariantClear, VARIANT*) \
+    EXPORT(HRESULT, CreateErrorInfo, void**) \
+    EXPORT(HRESULT, GetErrorInfo, uint32_t, void**) EXPORT(HRESULT, SetErrorInfo, uint32_t, void*) \
+    EXPORT(int32_t, SystemTimeToVariantTime, SYSTEMTIME*, double*) \
     EXPORT(int32_t, VariantTimeToSystemTime, double, SYSTEMTIME*)
+/* clang-format on */
 
 #endif

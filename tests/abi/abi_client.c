@@ -1,74 +1,408 @@
 /* A client that uses only the published binary interface: it loads the module, calls every
  * export and every slot, and checks that nothing remains allocated or open.
  *
- * Usage: abi_client MODULE FOLDER
- * FOLDER is the current folder; it contains catalogue/ (see session.c) and is writable. */
+ * Usage: abi_client MODULE
+ * The current folder is writable; its catalogue/ describes the files a.txt (3 bytes),
+ * B.log (5) and Docs/old.txt (11), modified 2013-01-15 09:05:07 UTC. */
 #include <dirent.h>
 #include <dlfcn.h>
-#include <stdio.h>
-#include <string.h>
+#include <glob.h>
+#include <math.h>
 
 #include "checks.h"
+
+static void CheckValues(void) {
+    BSTR text = api.SysAllocStringLen(u"a\0b", 3);
+    const uint32_t* bytes = (const uint32_t*)(const void*)text - 1;
+    CHECK(*bytes == 6 && api.SysStringByteLen(text) == 6 && api.SysStringLen(text) == 3);
+    CHECK(text[2] == u'b' && text[3] == 0);
+
+    SAFEARRAY* numbers = api.SafeArrayCreate(VT_I4, 1, &(SAFEARRAYBOUND){4, 5});
+    int32_t *data = NULL, value = 0, seven = 7;
+    CHECK(numbers->cDims == 1 && numbers->cbElements == 4);
+    CHECK(numbers->rgsabound[0].cElements == 4 && numbers->rgsabound[0].lLbound == 5);
+    CHECK(api.SafeArrayAccessData(numbers, (void**)&data) == S_OK);
+    CHECK(data == numbers->pvData && numbers->cLocks == 1);
+    CHECK(api.SafeArrayPutElement(numbers, &seven, &(int32_t){42}) == S_OK && data[2] == 42);
+    CHECK(api.SafeArrayUnaccessData(numbers) == S_OK);
+    CHECK(api.SafeArrayGetElement(numbers, &seven, &value) == S_OK && value == 42);
+    CHECK(api.SafeArrayDestroy(numbers) == S_OK);
+
+    VARIANT variant = {.vt = 0xABAB};
+    api.VariantInit(&variant);
+    CHECK(variant.vt == VT_EMPTY);
+    variant.vt = VT_ARRAY | VT_BSTR;
+    variant.value.parray = api.SafeArrayCreateVector(VT_BSTR, 0, 2);
+    CHECK(api.SafeArrayPutElement(variant.value.parray, &(int32_t){0}, text) == S_OK);
+    CHECK(api.VariantClear(&variant) == S_OK && variant.vt == VT_EMPTY);
+    api.SysFreeString(text);
+
+    SYSTEMTIME time = {2013, 1, 0, 15, 9, 5, 7, 250}, back;
+    double date = 0;
+    CHECK(api.SystemTimeToVariantTime(&time, &date) != 0 && fabs(date - 41289.37855324) < 1e-8);
+    CHECK(api.VariantTimeToSystemTime(date, &back) != 0);
+    CHECK(memcmp(&back, &(SYSTEMTIME){2013, 1, 2, 15, 9, 5, 7, 0}, sizeof(back)) == 0);
+}
+
+static void CheckErrorObjects(void) {
+    void *created = NULL, *info = NULL;
+    BSTR help = NULL;
+    uint32_t context = 0;
+    CHECK(api.CreateErrorInfo(&created) == S_OK);
+    OK(ICreateErrorInfo_SetGUID, created, IID(IOibDFBrowser));
+    OK(ICreateErrorInfo_SetSource, created, u"source");
+    OK(ICreateErrorInfo_SetDescription, created, u"description");
+    OK(ICreateErrorInfo_SetHelpFile, created, u"help");
+    OK(ICreateErrorInfo_SetHelpContext, created, 17);
+    OK(IUnknown_QueryInterface, created, IID(IErrorInfo), &info);
+    OK(IErrorInfo_GetHelpFile, info, &help);
+    OK(IErrorInfo_GetHelpContext, info, &context);
+    CHECK(Take(&help, 1, "help") && context == 17);
+    OK(ICreateErrorInfo_SetHelpFile, created, NULL);
+    OK(ICreateErrorInfo_SetHelpContext, created, 0);
+    CHECK(api.SetErrorInfo(0, info) == S_OK);
+    Release(info);
+    Release(created);
+    CHECK(ErrorIs(IID(IOibDFBrowser), "source|description"));
+    CHECK(api.GetErrorInfo(0, &info) == S_FALSE);
+}
+
+static void CheckServer(void) {
+    const GUID clsid = ParseGuid(CLASS_COibIdxLib);
+    void *factory = NULL, *library = &factory;
+    CHECK(api.DllGetClassObject(IID(IOibIdxLib), IID(IClassFactory), &library) ==
+          CLASS_E_CLASSNOTAVAILABLE);
+    CHECK(library == NULL);
+    CHECK(api.DllGetClassObject(&clsid, IID(IClassFactory), &factory) == S_OK);
+    CHECK(api.DllCanUnloadNow() == S_OK);
+    OK(IClassFactory_LockServer, factory, 1);
+    CHECK(api.DllCanUnloadNow() == S_FALSE);
+    OK(IClassFactory_LockServer, factory, 0);
+    OK(IClassFactory_CreateInstance, factory, NULL, IID(IOibIdxLib), &library);
+    CHECK(api.DllCanUnloadNow() == S_FALSE);
+    Release(library);
+    CHECK(api.DllCanUnloadNow() == S_OK);
+    Release(factory);
+    CHECK(api.DllRegisterServer() == E_NOTIMPL && api.DllUnregisterServer() == E_NOTIMPL);
+    CHECK(ErrorIs(&clsid, "|COM error*"));
+}
+
+/* ----- One session that calls every method of every interface ----- */
+
+static bool TakeFile(FileRecord* file, const char* name, int64_t size, bool owned) {
+    const bool same = file->Size == size && fabs(file->ModifyTime - 41289.37855324) < 1e-8 &&
+                      (api.SysStringLen(file->Owner) > 0) == owned;
+    api.SysFreeString(file->Owner);
+    return Take(&file->Name, 1, name) && same;
+}
+
+static void CheckPlainMethods(void* library) {
+    VARIANT_BOOL match = 5;
+    BSTR crc = NULL, *owner = NULL;
+    CHECK_OBJECT(IOibIdxLib, library);
+    OK(IOibIdxLib_InitLogging, library, T("client.log"), -1);
+    OK(IOibIdxLib_IsWildcardMatch, library, T("C:\\A.txt"), T("*.TXT"), &match);
+    CHECK(match == -1);
+    CHECK(CALL(IOibIdxLib_IsWildcardMatch, library, T("a.txt"), T("*"), &match) == E_FAIL);
+    CHECK(ErrorIs(IID(IOibIdxLib),
+                  "ZorelOibIdxLib.COibIdxLib.5|Cannot find a folder in the line: [a.txt].*"));
+    CHECK(CALL(IOibIdxLib_ParseOibTDFName, library, T("a"), &crc, &owner) == E_NOTIMPL);
+    OK(IOibIdxLib_ConvetrPathToCrcStr, library, T("C:\\Users\\john"), 3, &crc);
+    CHECK(Take(&crc, 1, "0hac906abf43d5"));
+}
+
+static void CheckBrowser(void* library) {
+    void *browser = NULL, *files = NULL;
+    SAFEARRAY* folders = NULL;
+    FileRecord file = {0};
+    uint32_t count = 99;
+    uint64_t total = 99;
+    OK(IOibIdxLib_BrowseOibDF, library, T("catalogue/C.dat"), &browser);
+    CHECK_OBJECT(IOibDFBrowser, browser);
+    OK(IOibDFBrowser_GetFolders, browser, T("c:\\"), &folders);
+    CHECK(TakeList(folders, 2, "beta|Docs"));
+    OK(IOibDFBrowser_GetFiles, browser, T(""), &files);
+    OK(IOibFilesArray_FilesCount, files, &count);
+    CHECK(count == 2);
+    Release(files);
+    OK(IOibDFBrowser_GetFilesEx, browser, T("c:\\"), -1, T("txt"), &files);
+    OK(IOibDFBrowser_Close, browser);
+    Release(browser);
+    CHECK_OBJECT(IOibFilesArray, files);
+    OK(IOibFilesArray_TotalSize, files, &total);
+    CHECK(total == 14);
+    OK(IOibFilesArray_GetFileInfo, files, 1, &file);
+    CHECK(TakeFile(&file, "Docs\\old.txt", 11, true));
+    CHECK(CALL(IOibFilesArray_GetFileInfo, files, 2, &file) == E_INVALIDARG);
+    CHECK(ErrorIs(IID(IOibTDFSearchTask), "|CCoOibFilesArray::GetFileInfo: Index is out*"));
+    Release(files);
+}
+
+static HRESULT Invoke(void* object, int32_t id, VARIANT argument, VARIANT* result,
+                      EXCEPINFO* exception) {
+    DISPPARAMS params = {&argument, NULL, 1, 0};
+    api.VariantInit(result);
+    return CALL(IDispatch_Invoke, object, id, &(GUID){0}, 0, DISPATCH_METHOD, &params, result,
+                exception, NULL);
+}
+
+static void CheckLateBound(void* library) {
+    VARIANT result, text = {.vt = VT_BSTR, .value.bstrVal = T("catalogue/C.dat")};
+    EXCEPINFO exception = {0};
+    CHECK(Invoke(library, 0x60020008, text, &result, &exception) == S_OK);
+    CHECK(result.vt == VT_DISPATCH);
+    void* browser = result.value.pdispVal;
+    text.value.bstrVal = T("C:");
+    CHECK(Invoke(browser, 0x60020001, text, &result, &exception) == S_OK);
+    void* files = result.value.pdispVal;
+    Release(browser);
+    VARIANT index = {.vt = VT_I4, .value.lVal = 1};
+    CHECK(Invoke(files, 0x60020000, index, &result, &exception) == S_OK);
+    const FileRecord* file = result.value.record.pvRecord;
+    CHECK(result.vt == VT_RECORD && file->Size == 5 && api.SysStringLen(file->Name) == 5);
+    CHECK(api.VariantClear(&result) == S_OK);
+    index.value.lVal = 2;
+    CHECK(Invoke(files, 0x60020000, index, &result, &exception) == DISP_E_EXCEPTION);
+    CHECK(exception.scode == E_INVALIDARG && exception.bstrSource == NULL);
+    CHECK(Take(&exception.bstrDescription, 1,
+               "CCoOibFilesArray::GetFileInfo: Index is out of range."));
+    Release(files);
+}
+
+static void CheckSearches(void* library) {
+    SearchSpec criteria = {.FileNamePattern = T("*.txt"), .UseSizeLimits = -1};
+    void* task = NULL;
+    SAFEARRAY* lines = NULL;
+    FileRecord found = {0};
+    int32_t count = 0;
+    glob_t files = {0};
+    OK(IOibIdxLib_GenerateOibTDFs, library, T("catalogue/summary.txt"), T("./texts"),
+       ((FILETIME){0, 30000000}), 100, 0, 3, 0, T("._- "));
+    if (!CHECK(glob("texts/vl.C.*", 0, NULL, &files) == 0 && files.gl_pathc == 1)) {
+        return;
+    }
+    BSTR file = T(files.gl_pathv[0]);
+    globfree(&files);
+    OK(IOibIdxLib_FindInOibTDF, library, file, T("c:\\docs"), T("*.txt"), &lines);
+    CHECK(TakeList(lines, 1, "01/15/2013 09:05:07, 11, C:\\Docs\\old.txt"));
+    criteria.SizeFrom = criteria.SizeTill = 11;
+    OK(IOibIdxLib_FindInOibTDF2, library, file, &criteria, &task);
+    CHECK_OBJECT(IOibTDFSearchTask, task);
+    OK(IOibTDFSearchTask_ResultsCount, task, &count);
+    OK(IOibTDFSearchTask_GetResult, task, 0, &found);
+    CHECK(count == 1 && TakeFile(&found, "C:\\Docs\\old.txt", 11, false));
+    Release(task);
+
+    OK(IOibIdxLib_FindInOibBDF, library, T("catalogue"), &task);
+    CHECK_OBJECT(IOibBDFSearchTask, task);
+    criteria.rootPath = T("c:\\DOCS");
+    criteria.FileNamePattern = T("old");
+    OK(IOibBDFSearchTask_Find, task, &criteria);
+    OK(IOibBDFSearchTask_ResultsCount, task, &count);
+    OK(IOibBDFSearchTask_GetResult, task, 0, &found);
+    CHECK(count == 1 && TakeFile(&found, "C:\\Docs\\old.txt", 11, true));
+    Release(task);
+}
+
+static void CheckTree(void* tree) {
+    void* found = NULL;
+    SAFEARRAY* names = NULL;
+    BSTR value = NULL;
+    CHECK_OBJECT(IMtfAttrsTree, tree);
+    OK(IMtfAttrsTree_CreateSubtree, tree, T("Target"), &found);
+    Release(found);
+    OK(IMtfAttrsTree_EnumChildTrees, tree, &names);
+    CHECK(TakeList(names, 1, "Target"));
+    OK(IMtfAttrsTree_GetExistingSubtree, tree, T("Target"), &found);
+    Release(found);
+    OK(IMtfAttrsTree_DelSubtree, tree, T("Target"));
+    CHECK(CALL(IMtfAttrsTree_FindSubtree, tree, T("Target"), &found) == S_FALSE && !found);
+    OK(IMtfAttrsTree_SetAttr, tree, T("Color"), T("red"));
+    OK(IMtfAttrsTree_EnumChildAttrs, tree, &names);
+    CHECK(TakeList(names, 2, "Color|Name"));
+    OK(IMtfAttrsTree_GetExistingAttr, tree, T("Color"), &value);
+    CHECK(Take(&value, 1, "red"));
+    OK(IMtfAttrsTree_DelAttr, tree, T("Color"));
+    CHECK(CALL(IMtfAttrsTree_FindAttr, tree, T("Color"), &value) == S_FALSE && !value);
+    Release(tree);
+}
+
+static const char* const kAttrs[][2] = {
+    {"Job.Name", "Daily"},
+    {"oib1.VmName", "web01"},
+    {"oib1.BackupTimeUtc", "monday"},
+    {"oib1.OibUID", "9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d"},
+    {"Publication.LocalTime", "noon"},
+    {"Publication.UTCTime", "eleven"},
+    {"cmd.7.Type", "AddBSession"},
+    {"cmd.7.JobName", "Daily"},
+    {"cmd.7.BackupServer", "main"},
+    {"cmd.7.SessionDateUtc", "friday"},
+    {"cmd.7.grp.5.BackupFile.2.Server", "srv"},
+    {"cmd.7.grp.5.BackupFile.2.Path", "/a/b"},
+    {"cmd.7.grp.5.BackupFile.2.ModifyDateUtc", "sunday"},
+    {"cmd.7.grp.5.OIB.9.VmName", "web01"},
+    {"cmd.7.grp.5.OIB.9.BackupTimeUtc", "monday"},
+    {"cmd.7.grp.5.OIB.9.OibUID", "9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d"},
+    {"cmd.7.grp.5.OIB.9.Origin", "here"},
+    {"cmd.7.grp.5.OIB.9.Platform", "any"}};
+
+static void CheckMetaFile(void* library) {
+    void *file = NULL, *tree = NULL;
+    VARIANT_BOOL exists = 5;
+    SAFEARRAY* names = NULL;
+    BSTR value = NULL;
+    OK(IOibIdxLib_CreateMetaFile, library, T("job.mtf"), 2, &file);
+    CHECK_OBJECT(IMtfMetaFile, file);
+    OK(IMtfMetaFile_SetAttr, file, T("Job.Name"), T("Daily"));
+    OK(IMtfMetaFile_EnumAllAttrs, file, &names);
+    CHECK(TakeList(names, 1, "Job.Name"));
+    OK(IMtfMetaFile_CreateAttrsTree, file, T("Gone"), &tree);
+    Release(tree);
+    OK(IMtfMetaFile_DelAttrsTree, file, T("Gone"));
+    CHECK(CALL(IMtfMetaFile_FindAttrsTree, file, T("Gone"), &tree) == S_FALSE && !tree);
+    OK(IMtfMetaFile_GetExistingAttrsTree, file, T("Job"), &tree);
+    CheckTree(tree);
+    OK(IMtfMetaFile_GetRootAttrsTree, file, &tree);
+    Release(tree);
+    for (size_t i = 0; i < sizeof(kAttrs) / sizeof(*kAttrs); ++i) {
+        OK(IMtfMetaFile_SetAttr, file, T(kAttrs[i][0]), T(kAttrs[i][1]));
+    }
+    OK(IMtfMetaFile_GetExistingAttr, file, T("Job.Name"), &value);
+    CHECK(Take(&value, 1, "Daily"));
+    OK(IMtfMetaFile_DelAttr, file, T("Job.Name"));
+    CHECK(CALL(IMtfMetaFile_FindAttr, file, T("Job.Name"), &value) == S_FALSE && !value);
+    OK(IMtfMetaFile_PushComment, file, T("written by the client"));
+    OK(IMtfMetaFile_FlushChanges, file);
+    OK(IMtfMetaFile_Close, file);
+    Release(file);
+    OK(IOibIdxLib_IsMetaFileExists, library, T("job.mtf"), &exists);
+    CHECK(exists == -1);
+}
+
+static bool IsOibId(const GUID* id) {
+    const GUID expected = ParseGuid("9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d");
+    return memcmp(id, &expected, sizeof(expected)) == 0;
+}
+
+static void CheckBackupSession(void* library) {
+    void *session = NULL, *refs = NULL;
+    int32_t count = 0;
+    BSTR texts[2] = {NULL, NULL};
+    GUID id = {0};
+    OK(IOibIdxLib_CreateBSessionMetaFile, library, T("job.mtf"), 1, &session);
+    CHECK_OBJECT(IMtfBSessionMetaFile, session);
+    OK(IMtfBSessionMetaFile_EnumOibsRefs, session, &refs);
+    CHECK_OBJECT(ICatOibRefsEnumerator, refs);
+    OK(ICatOibRefsEnumerator_RefsCount, refs, &count);
+    OK(ICatOibRefsEnumerator_MoveToElem, refs, 0);
+    OK(ICatOibRefsEnumerator_VmName, refs, &texts[0]);
+    OK(ICatOibRefsEnumerator_BackupTimeUtc, refs, &texts[1]);
+    OK(ICatOibRefsEnumerator_UniqueId, refs, &id);
+    CHECK(count == 1 && Take(texts, 2, "web01|monday") && IsOibId(&id));
+    id.Data1 = 0;
+    OK(ICatOibRefsEnumerator_GetOibRef, refs, 0, &texts[0], &texts[1], &id);
+    CHECK(Take(texts, 2, "web01|monday") && IsOibId(&id));
+    Release(refs);
+    OK(IMtfBSessionMetaFile_DeleteOibRef, session, id);
+    OK(IMtfBSessionMetaFile_FlushChanges, session);
+    OK(IMtfBSessionMetaFile_EnumOibsRefs, session, &refs);
+    OK(ICatOibRefsEnumerator_RefsCount, refs, &count);
+    CHECK(count == 0);
+    Release(refs);
+    OK(IMtfBSessionMetaFile_Close, session);
+    Release(session);
+}
+
+static void CheckCommands(void* commands) {
+    int32_t counts[3] = {0};
+    BSTR t[4] = {NULL, NULL, NULL, NULL};
+    GUID id = {0};
+    CHECK_OBJECT(IMtfAddBSessionCmdAccessor, commands);
+    OK(IMtfAddBSessionCmdAccessor_GetRetargetedOibGroupsNum, commands, 7, &counts[0]);
+    OK(IMtfAddBSessionCmdAccessor_GetOibsNumInRetargetedOibGroup, commands, 7, 0, &counts[1]);
+    OK(IMtfAddBSessionCmdAccessor_GetBackupFilesNumInRetargetedOibGroup, commands, 7, 0,
+       &counts[2]);
+    CHECK(counts[0] == 1 && counts[1] == 1 && counts[2] == 1);
+    OK(IMtfAddBSessionCmdAccessor_GetOibRef, commands, 7, 0, 0, t, t + 1, &id, t + 2, t + 3);
+    CHECK(Take(t, 4, "web01|monday|here|any") && IsOibId(&id));
+    OK(IMtfAddBSessionCmdAccessor_GetBackupFile, commands, 7, 0, 0, t, t + 1, t + 2);
+    CHECK(Take(t, 3, "srv|/a/b|sunday"));
+    OK(IMtfAddBSessionCmdAccessor_GetBSessionInfo, commands, 7, t, t + 1, t + 2);
+    CHECK(Take(t, 3, "Daily|main|friday"));
+    Release(commands);
+}
+
+static void CheckPublication(void* library) {
+    void *reader = NULL, *info = NULL, *commands = NULL, *file = NULL;
+    int32_t count = 0;
+    BSTR texts[2] = {NULL, NULL}, path = T("job.mtf");
+    CHECK(CALL(IOibIdxLib_LoadPublicationOrderingInfo, library, path, NULL) == E_POINTER);
+    OK(IOibIdxLib_LoadPublication, library, path, &reader);
+    CHECK_OBJECT(IMtfPublicationMetaFileReader, reader);
+    OK(IMtfPublicationMetaFileReader_CmdCount, reader, &count);
+    OK(IMtfPublicationMetaFileReader_GetCmdType, reader, 0, &texts[0]);
+    CHECK(count == 1 && Take(texts, 1, "AddBSession"));
+    OK(IMtfPublicationMetaFileReader_OrderingInfo, reader, &info);
+    OK(IMtfPublicationMetaFileReader_AddBSessionCmdAccessor, reader, &commands);
+    OK(IMtfPublicationMetaFileReader_MetaFile, reader, &file);
+    Release(reader); /* the returned objects remain valid */
+    Release(file);
+    CHECK_OBJECT(IMtfPublicationOrderingInfo, info);
+    OK(IMtfPublicationOrderingInfo_PubLocalTime, info, &texts[0]);
+    OK(IMtfPublicationOrderingInfo_PubUtcTime, info, &texts[1]);
+    CHECK(Take(texts, 2, "noon|eleven"));
+    Release(info);
+    CheckCommands(commands);
+}
+
+/* ----- The module ----- */
 
 static int CountDescriptors(void) {
     int count = 0;
     DIR* folder = opendir("/proc/self/fd");
-    if (folder == NULL) {
-        return -1;
-    }
-    while (readdir(folder) != NULL) {
+    while (folder != NULL && readdir(folder) != NULL) {
         ++count;
     }
     closedir(folder);
     return count;
 }
 
-static bool LoadExport(void* module, const char* name, void* function) {
-    void* address = dlsym(module, name);
-    if (address == NULL) {
-        printf("the module does not export %s\n", name);
-        return false;
-    }
-    memcpy(function, &address, sizeof(address));
-    return true;
-}
-
-static bool LoadApi(void* module) {
-    bool complete = true;
-#define LOAD_EXPORT(result, name, ...) complete = LoadExport(module, #name, &api.name) && complete;
-    FOR_EACH_EXPORT(LOAD_EXPORT)
-    return complete;
-}
-
-int main(int argc, char** argv) {
-    if (argc != 3) {
-        puts("usage: abi_client MODULE FOLDER");
-        return 2;
-    }
-    const int descriptors = CountDescriptors();
-    void* module = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
-    if (module == NULL) {
-        puts(dlerror());
-        return 1;
-    }
-    if (!LoadApi(module)) {
-        return 1;
-    }
-    g_folder = argv[2];
-#define STORE_IID(name, id, first) g_iids[k##name] = ParseGuid(id);
-    FOR_EACH_INTERFACE(STORE_IID)
-    CheckAutomation();
-    CheckServer();
+static void CheckModule(void) {
     void* library = NULL;
-    if (CHECK_OK(api.CreateOibIdxLib(NULL, IID(IOibIdxLib), &library))) {
-        CheckSession(library);
+    CheckValues();
+    CheckErrorObjects();
+    CheckServer();
+    if (CHECK(api.CreateOibIdxLib(NULL, IID(IOibIdxLib), &library) == S_OK)) {
+        CheckPlainMethods(library);
+        CheckBrowser(library);
+        CheckLateBound(library);
+        CheckSearches(library);
+        CheckMetaFile(library);
+        CheckBackupSession(library);
+        CheckPublication(library);
+        CHECK(api.DllCanUnloadNow() == S_FALSE);
         Release(library);
     }
     FreeTemporaries();
-    CHECK_OK(api.SetErrorInfo(0, NULL));
-    CHECK_OK(api.DllCanUnloadNow());
-    CHECK(CountDescriptors() == descriptors && descriptors > 0);
+    CHECK(api.SetErrorInfo(0, NULL) == S_OK && api.DllCanUnloadNow() == S_OK);
+}
+
+int main(int argc, char** argv) {
+    const int descriptors = CountDescriptors();
+    void* module = argc == 2 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
+    if (module == NULL) {
+        puts(argc == 2 ? dlerror() : "usage: abi_client MODULE");
+        return 2;
+    }
+#define LOAD_EXPORT(result, name, ...) \
+    CHECK((*(void**)(void*)& api.name = dlsym(module, #name)) != NULL);
+    FOR_EACH_EXPORT(LOAD_EXPORT)
+    if (g_failures == 0) {
+        CheckModule();
+    }
     CHECK(dlclose(module) == 0);
-    printf("%d checks failed\n", FailureCount());
-    return FailureCount() == 0 ? 0 : 1;
+    CHECK(CountDescriptors() == descriptors && descriptors > 0);
+    printf("%d checks failed\n", g_failures);
+    return g_failures == 0 ? 0 : 1;
 }

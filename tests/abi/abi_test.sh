@@ -17,4 +17,4 @@ printf '%11s' old >tree/Docs/old.txt
 find tree -type f -exec touch -d '2013-01-15 09:05:07 UTC' {} +
 
 "$oibidx" scan tree -o catalogue
-"${client[@]}" "$module" "$folder"
+"${client[@]}" "$module"

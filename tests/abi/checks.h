@@ -1,9 +1,12 @@
-/* What the parts of the client share: the module's functions, calls by slot, checks that print
- * the call that failed, and strings. */
+/* What the client is made of: the module's functions, calls by slot, checks that print the line
+ * that failed, strings, and the checks that every object passes. Included once. */
 #ifndef ZOREL_TESTS_CHECKS_H
 #define ZOREL_TESTS_CHECKS_H
 
 #include <stdbool.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 
 #include "abi.h"
 
@@ -12,53 +15,177 @@
 #endif
 
 #define EXPORT_MEMBER(result, name, ...) result (*name)(__VA_ARGS__);
-typedef struct {
-    FOR_EACH_EXPORT(EXPORT_MEMBER)
-} Api;
-extern Api api;
+static struct { FOR_EACH_EXPORT(EXPORT_MEMBER) } api;
 
-#define NUMBER_OF(name, id, first) k##name,
-enum { FOR_EACH_INTERFACE(NUMBER_OF) kInterfaceCount };
-/* The identifier of an interface, by its number. */
-extern GUID g_iids[kInterfaceCount];
-#define IID(interface) (&g_iids[k##interface])
-GUID ParseGuid(const char* text);
+static int g_failures;
+#define CHECK(condition) Check(condition, #condition, __LINE__)
+static bool Check(bool condition, const char* text, int line) {
+    if (!condition) {
+        printf("line %d: %s\n", line, text);
+        ++g_failures;
+    }
+    return condition;
+}
 
-/* Calls a method of the first argument by its slot and marks the slot as called. Arguments must
- * have the types of the parameters after the default promotions. */
-#define CALL(interface, method, ...)                 \
-    (MarkCalled(k##interface, interface##_##method), \
-     MethodAt(FIRST_OF(__VA_ARGS__, 0), interface##_##method)(__VA_ARGS__))
-#define FIRST_OF(first, ...) (first)
+/* Calls a method of the first argument by its slot. Arguments must have the types of the
+ * parameters after the default promotions. */
 typedef HRESULT (*Method)();
-Method MethodAt(void* object, int slot);
-void MarkCalled(int interface, int slot);
-void CheckAllCalled(void);
+#define CALL(method, ...) (*(Method**)FIRST_OF(__VA_ARGS__, 0))[method](__VA_ARGS__)
+#define FIRST_OF(first, ...) (first)
+#define OK(...) CHECK(CALL(__VA_ARGS__) == S_OK)
 
-#define CHECK(condition) Check(condition, #condition, __FILE__, __LINE__)
-#define CHECK_OK(call) CHECK((call) == S_OK)
-bool Check(bool condition, const char* text, const char* file, int line);
-int FailureCount(void);
+/* ----- Strings ----- */
 
-/* Slots 0 to 6 and ISupportErrorInfo, which every object of the library has. */
-void CheckObject(int interface, void* object);
-/* Checks and clears the thread's error information; compares the start of its description. */
-bool ErrorIs(const GUID* iid, const char16_t* source, const char16_t* description);
-void Release(void* object);
+static BSTR g_temporaries[500];
+static size_t g_temporaryCount;
 
 /* A string that exists until FreeTemporaries. */
-BSTR T(const char16_t* text);
-/* `name` in the client's working folder. */
-BSTR InFolder(const char* name);
-void FreeTemporaries(void);
-extern const char* g_folder;
+static BSTR T(const char* text) {
+    char16_t wide[1024] = {0};
+    for (size_t i = 0; text[i] != 0; ++i) {
+        wide[i] = (unsigned char)text[i];
+    }
+    if (g_temporaryCount == 500) {
+        puts("too many temporary strings");
+        abort();
+    }
+    return g_temporaries[g_temporaryCount++] = api.SysAllocString(wide);
+}
 
-/* Compare a returned string or array and free it. */
-bool TakeIs(BSTR* text, const char16_t* expected);
-bool TakeListIs(SAFEARRAY** array, uint32_t count, const char16_t* const* expected);
+static void FreeTemporaries(void) {
+    while (g_temporaryCount > 0) {
+        api.SysFreeString(g_temporaries[--g_temporaryCount]);
+    }
+}
 
-void CheckAutomation(void);
-void CheckServer(void);
-void CheckSession(void* library);
+/* Compares strings, joined by '|', with a text, up to its '*' if it has one. */
+static bool Are(BSTR* texts, uint32_t count, const char* expected) {
+    char found[1024] = {0};
+    size_t length = 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        found[length] = '|';
+        length += i > 0;
+        for (uint32_t j = 0; j < api.SysStringLen(texts[i]) && length < 1000; ++j) {
+            found[length++] = texts[i][j] < 0x80 ? (char)texts[i][j] : '?';
+        }
+        found[length] = 0;
+    }
+    const char* star = strchr(expected, '*');
+    const bool same = strncmp(found, expected, star ? (size_t)(star - expected) : 1024) == 0;
+    if (!same) {
+        puts(found);
+    }
+    return same;
+}
+
+/* As Are; frees the strings. */
+static bool Take(BSTR* texts, uint32_t count, const char* expected) {
+    const bool same = Are(texts, count, expected);
+    for (uint32_t i = 0; i < count; ++i) {
+        api.SysFreeString(texts[i]);
+        texts[i] = NULL;
+    }
+    return same;
+}
+
+static bool TakeList(SAFEARRAY* array, int32_t count, const char* expected) {
+    uint16_t type = 0;
+    int32_t low = -1, high = -9;
+    void* texts = NULL;
+    CHECK(api.SafeArrayGetDim(array) == 1 && api.SafeArrayGetVartype(array, &type) == S_OK);
+    CHECK(api.SafeArrayGetLBound(array, 1, &low) == S_OK && low == 0 && type == VT_BSTR);
+    CHECK(api.SafeArrayGetUBound(array, 1, &high) == S_OK && high == count - 1);
+    CHECK(api.SafeArrayAccessData(array, &texts) == S_OK);
+    const bool same = high == count - 1 && Are(texts, (uint32_t)count, expected);
+    CHECK(api.SafeArrayUnaccessData(array) == S_OK && api.SafeArrayDestroy(array) == S_OK);
+    return same;
+}
+
+/* ----- Objects ----- */
+
+static GUID ParseGuid(const char* text) {
+    GUID id = {0};
+    unsigned char* last = id.Data4;
+    CHECK(sscanf(text, "%8x-%4hx-%4hx-%2hhx%2hhx-%2hhx%2hhx%2hhx%2hhx%2hhx%2hhx", &id.Data1,
+                 &id.Data2, &id.Data3, last, last + 1, last + 2, last + 3, last + 4, last + 5,
+                 last + 6, last + 7) == 11);
+    return id;
+}
+
+#define NUMBER_OF(name, id, first) k##name,
+enum { FOR_EACH_INTERFACE(NUMBER_OF) };
+#define NAME_OF_METHOD(interface, method) #method,
+#define DESCRIPTION_OF(name, id, first) {id, name##_end, {OF_##name(NAME_OF_METHOD, name)}},
+static const struct {
+    const char* id;
+    int end; /* the number of slots */
+    const char* methods[15];
+} kInterfaces[] = {FOR_EACH_INTERFACE(DESCRIPTION_OF)};
+#define IID(interface) (&(GUID[]){ParseGuid(kInterfaces[k##interface].id)}[0])
+
+static void Release(void* object) {
+    if (object != NULL) {
+        CALL(IUnknown_Release, object);
+    }
+}
+
+static void CheckIds(int interface, void* object) {
+    const int32_t inherited = interface == kIOibBDFSearchTask ? 2 : 0;
+    for (int i = 0; i < kInterfaces[interface].end - FIRST_OWN_SLOT; ++i) {
+        const bool own = inherited > 0 && i >= inherited;
+        const int32_t expected = own ? 0x60030000 + i - inherited : 0x60020000 + i;
+        BSTR name = T(kInterfaces[interface].methods[i]);
+        int32_t id = 0;
+        OK(IDispatch_GetIDsOfNames, object, &(GUID){0}, &name, 1, 0, &id);
+        if (!CHECK(id == expected)) {
+            printf("    %s\n", kInterfaces[interface].methods[i]);
+        }
+    }
+    /* Only a system with type libraries has type information. */
+    uint32_t count = 2;
+    void* information = object;
+    OK(IDispatch_GetTypeInfoCount, object, &count);
+    CHECK(count == 0 && CALL(IDispatch_GetTypeInfo, object, 0, 0, &information) < 0);
+    CHECK(information == NULL);
+}
+
+/* Checks slots 0 to 6 and ISupportErrorInfo, which every object of the library has. */
+#define CHECK_OBJECT(interface, object) CheckObject(k##interface, IID(interface), object)
+static void CheckObject(int interface, const GUID* iid, void* object) {
+    const GUID* const known[] = {IID(IUnknown), IID(IDispatch), iid};
+    void* other = NULL;
+    for (size_t i = 0; i < 3; ++i) {
+        OK(IUnknown_QueryInterface, object, known[i], &other);
+        CHECK(other == object || i == 0);
+        Release(other);
+    }
+    CHECK(CALL(IUnknown_QueryInterface, object, IID(IErrorInfo), &other) == E_NOINTERFACE);
+    CHECK(other == NULL);
+    const HRESULT references = CALL(IUnknown_AddRef, object);
+    CHECK(CALL(IUnknown_Release, object) == references - 1);
+    OK(IUnknown_QueryInterface, object, IID(ISupportErrorInfo), &other);
+    OK(ISupportErrorInfo_InterfaceSupportsErrorInfo, other, iid);
+    CHECK(CALL(ISupportErrorInfo_InterfaceSupportsErrorInfo, other, IID(IDispatch)) == S_FALSE);
+    Release(other);
+    CheckIds(interface, object);
+}
+
+/* Takes the thread's error information: the source and the description, joined. */
+static bool ErrorIs(const GUID* iid, const char* texts) {
+    void* info = NULL;
+    GUID guid = {0};
+    BSTR found[2] = {NULL, NULL}, help = NULL;
+    uint32_t context = 1;
+    if (!CHECK(api.GetErrorInfo(0, &info) == S_OK)) {
+        return false;
+    }
+    OK(IErrorInfo_GetGUID, info, &guid);
+    OK(IErrorInfo_GetSource, info, &found[0]);
+    OK(IErrorInfo_GetDescription, info, &found[1]);
+    OK(IErrorInfo_GetHelpFile, info, &help);
+    OK(IErrorInfo_GetHelpContext, info, &context);
+    Release(info);
+    return Take(found, 2, texts) && memcmp(&guid, iid, 16) == 0 && help == NULL && context == 0;
+}
 
 #endif

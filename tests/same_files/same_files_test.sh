@@ -4,8 +4,7 @@
 #
 # Usage: same_files_test.sh WRITE_FILES WRITE_FILES_EXE
 set -euo pipefail
-own=$1
-windows=$2
+own=$1 windows=$2
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 mkdir "$folder/own" "$folder/windows"

@@ -1,9 +1,7 @@
 // Writes every kind of file that the library writes, and the results of its searches, into a
 // folder. The program is the same on each system, so that the folders can be compared.
 //
-// Usage: write_files FOLDER      (must exist; a catalogue with a fixed seed is written first)
-#include "same_files/write_files.h"
-
+// Usage: write_files FOLDER      (must exist)
 #include <cstdint>
 #include <cstdio>
 #include <exception>
@@ -11,6 +9,7 @@
 #include <fstream>
 #include <string>
 
+#include "ZorelClient.h"
 #include "support/index_file_builder.h"
 
 namespace {
@@ -28,29 +27,22 @@ CString PathText(const fs::path& path) {
 // Writes a volume with files of different times and sizes, and its volume list.
 void WriteCatalogue(const fs::path& folder) {
     support::Volume volume = support::RandomVolume(20130115, 200, 5000, 12);
-    for (std::size_t i = 0; i < volume.files.size(); ++i) {
-        constexpr std::int64_t kHour = 36'000'000'000;
-        volume.files[i].modifyTime = 130'000'000'000'000'000 + static_cast<std::int64_t>(i) * kHour;
-        volume.files[i].owner %= static_cast<std::uint32_t>(volume.owners.size());
+    std::int64_t time = 130'000'000'000'000'000;
+    for (support::FileRow& file : volume.files) {
+        file.modifyTime = time += 36'000'000'000;  // an hour
+        file.owner %= static_cast<std::uint32_t>(volume.owners.size());
     }
     fs::create_directories(folder);
     std::ofstream(folder / "C.dat", std::ios::binary) << volume.Bytes();
     std::ofstream(folder / "summary.txt", std::ios::binary) << "Volume.C=C.dat\r\n#\r\n";
 }
 
-void Generate(IOibIdxLib& library, const fs::path& summary, const fs::path& folder, bool crc) {
-    fs::create_directories(folder);
-    const _FILETIME time = {0, 30'000'000};
-    Check(library.GenerateOibTDFs(PathText(summary), PathText(folder), time, 1000,
-                                  crc ? VARIANT_TRUE : VARIANT_FALSE, 3, crc ? 2 : 0,
-                                  CString(u"._- ")),
+void Generate(IOibIdxLib& library, const fs::path& folder, const char* name, VARIANT_BOOL crc) {
+    fs::create_directories(folder / name);
+    Check(library.GenerateOibTDFs(PathText(folder / "catalogue" / "summary.txt"),
+                                  PathText(folder / name), {0, 30'000'000}, 1000, crc, 3,
+                                  crc == VARIANT_TRUE ? 2 : 0, CString(u"._- ")),
           "generation");
-}
-
-void Put(std::ofstream& out, BSTR text) {
-    out.write(reinterpret_cast<const char*>(text),
-              static_cast<std::streamsize>(::SysStringByteLen(text)));
-    out.put('\n');
 }
 
 void WriteResults(IOibTDFSearchTask& task, const fs::path& path) {
@@ -61,9 +53,9 @@ void WriteResults(IOibTDFSearchTask& task, const fs::path& path) {
     for (INT i = 0; i < count; ++i) {
         zorel::client::CSearchResult file;
         Check(task.GetResult(i, file.Put()));
-        out << file.Size << ' ' << std::hexfloat << file.ModifyTime << ' ';
-        Put(out, file.FileFullName);
-        Put(out, file.Owner);
+        out << file.Size << ' ' << std::hexfloat << file.ModifyTime << ' '
+            << zorel::ToUtf8(zorel::client::ViewOf(file.FileFullName)) << '\n'
+            << zorel::ToUtf8(zorel::client::ViewOf(file.Owner)) << '\n';
     }
 }
 
@@ -79,8 +71,7 @@ void Search(IOibIdxLib& library, const fs::path& folder) {
         const std::u16string name = entry.path().filename().u16string();
         if (name.starts_with(u"vl.")) {
             CComPtr<IOibTDFSearchTask> lines;
-            Check(library.FindInOibTDF2(PathText(entry.path()), &criteria, lines.Put()),
-                  "text search");
+            Check(library.FindInOibTDF2(PathText(entry.path()), &criteria, lines.Put()));
             WriteResults(*lines, folder / (u"found." + name));
         }
     }
@@ -96,8 +87,7 @@ void WriteMetaFiles(IOibIdxLib& library, const fs::path& folder) {
     auto file = Open(library, folder / "meta.mtf", EIdxMetaCreateNewDetached);
     for (int i = 0; i < 100; ++i) {
         const std::string name = "Jobs.Job" + std::to_string(i % 10) + ".A" + std::to_string(i);
-        Check(file->SetAttr(CString(std::u16string(name.begin(), name.end())),
-                            CString(u"\u0416 \u4e2d \U0001F600")));
+        Check(file->SetAttr(CString::FromUtf8(name), CString(u"\u0416 \u4e2d \U0001F600")));
     }
     Check(file->PushComment(CString(u"one\r\ntwo")));
     Check(file->FlushChanges());
@@ -108,17 +98,6 @@ void WriteMetaFiles(IOibIdxLib& library, const fs::path& folder) {
     Check(file->DelAttrsTree(CString(u"Jobs.Job3")));
     Check(file->FlushChanges(), "rewrite");
     Check(file->Close());
-
-    const fs::path sessionFile = folder / "session.mtf";
-    std::ofstream(sessionFile, std::ios::binary)
-        << "oib0.VmName=one\r\noib0.OibUID=9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d\r\n"
-           "oib1.VmName=two\r\noib1.OibUID=9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6e\r\n#\r\n";
-    CComPtr<IMtfBSessionMetaFile> session;
-    Check(library.CreateBSessionMetaFile(PathText(sessionFile), EIdxMetaOpenRW, session.Put()));
-    Check(session->DeleteOibRef(
-        {0x9b3c5a2e, 0x4f61, 0x4c2d, {0x8e, 0x0a, 0x1d, 0x2f, 0x3a, 0x4b, 0x5c, 0x6d}}));
-    Check(session->FlushChanges(), "session");
-    Check(session->Close());
 }
 
 }  // namespace
@@ -130,10 +109,10 @@ int main(int argc, char** argv) {
     }
     try {
         const fs::path folder = fs::absolute(argv[1]);
-        const auto library = NewLibrary();
+        const auto library = zorel::client::CreateLibrary();
         WriteCatalogue(folder / "catalogue");
-        Generate(*library, folder / "catalogue" / "summary.txt", folder / "text", false);
-        Generate(*library, folder / "catalogue" / "summary.txt", folder / "keys", true);
+        Generate(*library, folder, "text", VARIANT_FALSE);
+        Generate(*library, folder, "keys", VARIANT_TRUE);
         Search(*library, folder);
         WriteMetaFiles(*library, folder);
     } catch (const std::exception& error) {
