@@ -118,7 +118,7 @@ SplitText SplitExtension(std::u16string_view name) noexcept {
 }
 
 std::u16string_view StripTrailingSeparator(std::u16string_view path) noexcept {
-    if (!path.empty() && kSeparators.find(path.back()) != kSeparators.npos) {
+    if (!path.empty() && kSeparators.find(path.back()) != std::u16string_view::npos) {
         path.remove_suffix(1);
     }
     return path;

@@ -12,9 +12,9 @@ namespace automation::detail {
 // cannot be in an array.
 ULONG ValueSize(VARTYPE type) noexcept;
 
-// A copy of a string; null for null and for a lack of memory, which CopyFailed tells apart.
+// A copy of a string; null for null and for a lack of memory, which CopyFailed distinguishes.
 BSTR CopyBstr(BSTR text) noexcept;
-bool CopyFailed(BSTR source, BSTR copy) noexcept;
+bool CopyFailed(const OLECHAR* source, const OLECHAR* copy) noexcept;
 
 // `target` is overwritten, not cleared. By-reference content is shared.
 HRESULT CopyVariant(VARIANT& target, const VARIANT& source) noexcept;

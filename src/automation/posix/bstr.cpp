@@ -83,7 +83,7 @@ BSTR CopyBstr(BSTR text) noexcept {
     return copy;
 }
 
-bool CopyFailed(BSTR source, BSTR copy) noexcept {
+bool CopyFailed(const OLECHAR* source, const OLECHAR* copy) noexcept {
     return source != nullptr && copy == nullptr;
 }
 

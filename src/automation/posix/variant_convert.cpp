@@ -320,14 +320,15 @@ bool DateText(double date, std::string& text) {
     const bool isMidnight = time.hour == 0 && time.minute == 0 && time.second == 0;
     char buffer[64];
     if (!isZeroDay) {
-        std::snprintf(buffer, sizeof(buffer), "%u/%u/%u", time.month, time.day, time.year);
+        static_cast<void>(
+            std::snprintf(buffer, sizeof(buffer), "%u/%u/%u", time.month, time.day, time.year));
         text = buffer;
     }
     if (isZeroDay || !isMidnight) {
         const unsigned hour = time.hour % 12U;
-        std::snprintf(buffer, sizeof(buffer), "%s%u:%02u:%02u %s", isZeroDay ? "" : " ",
-                      hour == 0 ? 12U : hour, time.minute, time.second,
-                      time.hour < 12 ? "AM" : "PM");
+        static_cast<void>(std::snprintf(buffer, sizeof(buffer), "%s%u:%02u:%02u %s",
+                                        isZeroDay ? "" : " ", hour == 0 ? 12U : hour, time.minute,
+                                        time.second, time.hour < 12 ? "AM" : "PM"));
         text += buffer;
     }
     return true;

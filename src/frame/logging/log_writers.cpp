@@ -30,8 +30,9 @@ const char* LevelWord(std::int32_t level) {
 std::string ComposeLine(const platform::SystemTime& time, std::int32_t level, const CLogger& logger,
                         std::size_t indent, std::u16string_view text) {
     char head[64];
-    std::snprintf(head, sizeof head, "[%02u.%02u.%04u %02u:%02u:%02u]      %s  ", time.day,
-                  time.month, time.year, time.hour, time.minute, time.second, LevelWord(level));
+    static_cast<void>(std::snprintf(head, sizeof head, "[%02u.%02u.%04u %02u:%02u:%02u]      %s  ",
+                                    time.day, time.month, time.year, time.hour, time.minute,
+                                    time.second, LevelWord(level)));
     std::string line = head;
     for (const std::u16string& tag : logger.Tags()) {
         line += '[';
@@ -96,7 +97,8 @@ std::u16string CSimpleFileLogWriter::FilePath(const platform::SystemTime& /*time
 
 std::u16string CDailyFileLogWriter::FilePath(const platform::SystemTime& time) const {
     char day[32];
-    std::snprintf(day, sizeof day, "-%04u-%02u-%02u", time.year, time.month, time.day);
+    static_cast<void>(
+        std::snprintf(day, sizeof day, "-%04u-%02u-%02u", time.year, time.month, time.day));
     const std::size_t name = m_path.size() - SplitPath(m_path).tail.size();
     const std::size_t dot = m_path.rfind(u'.');
     const std::size_t at = dot == std::u16string::npos || dot < name ? m_path.size() : dot;
