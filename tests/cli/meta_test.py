@@ -1,8 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the commands of the client on meta-files, which the test writes and reads itself.
-
-Usage: meta_test.py OIBIDX [unittest arguments]
-"""
+"""Runs the commands of the client on meta-files, which the test writes and reads itself."""
 import os
 import unittest
 
@@ -51,17 +48,15 @@ class MetaTest(ClientTest):
     def test_editing(self):
         self.assertIn("does not exist", self.run_on_file("meta set", "a=1", code=2)[1])
         self.assertFalse(os.path.exists(self.file))
+        notes = ["#one", "#", "#two", "#three"]
         for command, arguments, code, answer, lines in [
                 ("set", ["--create", "a.b=1", "c=x=y"], 0, {"set": 2}, ["a.b=1", "c=x=y"]),
                 ("set", ["A.b", "p=q"], 0, {"set": 1}, ["a.b=p=q", "c=x=y"]),
-                ("comment", ["one\n\ntwo", "three"], 0, {"comments": 4},
-                 ["a.b=p=q", "c=x=y", "#one", "#", "#two", "#three"]),
-                ("del", ["C", "d"], 1, {"deleted": 0},
-                 ["a.b=p=q", "c=x=y", "#one", "#", "#two", "#three"]),
-                ("del", ["c", "d"], 0, {"deleted": 1}, ["a.b=p=q", "#one", "#", "#two", "#three"]),
-                ("set", ["e.f.g="], 0, {"set": 1},
-                 ["a.b=p=q", "#one", "#", "#two", "#three", "e.f.g="]),
-                ("del", ["--tree", "E.f", "a"], 0, {"deleted": 2}, ["#one", "#", "#two", "#three"])]:
+                ("comment", ["one\n\ntwo", "three"], 0, {"comments": 4}, ["a.b=p=q", "c=x=y", *notes]),
+                ("del", ["C", "d"], 1, {"deleted": 0}, ["a.b=p=q", "c=x=y", *notes]),
+                ("del", ["c", "d"], 0, {"deleted": 1}, ["a.b=p=q", *notes]),
+                ("set", ["e.f.g="], 0, {"set": 1}, ["a.b=p=q", *notes, "e.f.g="]),
+                ("del", ["--tree", "E.f", "a"], 0, {"deleted": 2}, notes)]:
             self.assertEqual(self.objects("meta " + command, *arguments, code=code),
                              [{"file": self.file, **answer}])
             self.assertEqual(self.lines(), lines, arguments)

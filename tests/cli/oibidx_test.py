@@ -1,8 +1,5 @@
 #!/usr/bin/env python3
-"""Runs scans and listings of the client on trees made by the test, and compares with os.walk.
-
-Usage: oibidx_test.py OIBIDX [unittest arguments]
-"""
+"""Runs scans and listings of the client on trees made by the test, and compares with os.walk."""
 import ctypes
 import json
 import os
@@ -22,31 +19,28 @@ from tool_support import (OIBIDX, ClientTest, answer, limited, make_tree, model,
 class ScanAndBrowse(ClientTest):
     def test_random_trees_list_like_os_walk(self):
         for seed in range(2):
-            with self.subTest(seed=seed):
-                self.setUp()
-                make_tree(self.tree, seed)
-                folders, files = model(self.tree)
-                totals = self.scan()
-                self.assertEqual(
-                    totals, {"catalogue": self.data_file, "folders": len(folders),
-                             "files": len(files), "unreachableFolders": 0,
-                             "bytes": sum(f["size"] for f in files.values()),
-                             "owners": len({f["owner"] for f in files.values()}),
-                             "skipped": {**dict.fromkeys(totals["skipped"], 0),
-                                         "symbolicLinks": 2, "fifos": 1}})
-                self.check_listing(["-r"], folders, files)
-                for ending in [".txt;log", " .TXT , g", "zzz", ""]:
-                    ends = tuple(e.strip() for e in ending.replace(",", ";").split(";"))
-                    kept = {n: f for n, f in files.items() if ending and n.endswith(ends)}
-                    self.check_listing(["-r", "--ext", ending], [], kept, code=0 if kept else 1)
-                for folder in ["", *folders]:
-                    start = folder + "\\" if folder else ""
-                    inside = [f[len(start):] for f in folders if f.startswith(start)]
-                    direct = {n[len(start):]: {**f, "name": n[len(start):]}
-                              for n, f in files.items()
-                              if n.startswith(start) and "\\" not in n[len(start):]}
-                    self.check_listing(["C:\\" + folder],
-                                       [f for f in inside if f and "\\" not in f], direct)
+            self.setUp()
+            make_tree(self.tree, seed)
+            folders, files = model(self.tree)
+            totals = self.scan()
+            self.assertEqual(
+                totals, {"catalogue": self.data_file, "folders": len(folders), "files": len(files),
+                         "unreachableFolders": 0, "bytes": sum(f["size"] for f in files.values()),
+                         "owners": len({f["owner"] for f in files.values()}),
+                         "skipped": {**dict.fromkeys(totals["skipped"], 0),
+                                     "symbolicLinks": 2, "fifos": 1}})
+            self.check_listing(["-r"], folders, files)
+            for ending in [".txt;log", " .TXT , g", "zzz", ""]:
+                ends = tuple(e.strip() for e in ending.replace(",", ";").split(";"))
+                kept = {n: f for n, f in files.items() if ending and n.endswith(ends)}
+                self.check_listing(["-r", "--ext", ending], [], kept, code=0 if kept else 1)
+            for folder in ["", *folders]:
+                start = folder + "\\" if folder else ""
+                inside = [f[len(start):] for f in folders if f.startswith(start)]
+                direct = {n[len(start):]: {**f, "name": n[len(start):]} for n, f in files.items()
+                          if n.startswith(start) and "\\" not in n[len(start):]}
+                self.check_listing(["C:\\" + folder], [f for f in inside if f and "\\" not in f],
+                                   direct)
 
     def check_listing(self, arguments, folders, files, code=0):
         rows = objects("browse", self.data_file, "--json", *arguments, code=code)
@@ -58,8 +52,7 @@ class ScanAndBrowse(ClientTest):
     def test_fields_of_the_data_file(self):
         self.make("deep.bin", b"12345", modified=-(5 * 10**8) - 1)  # before 1970
         self.scan("--volume", "Q")
-        with open(os.path.join(self.catalogue, "Q.dat"), "rb") as file:
-            data = file.read()
+        data = self.content()["Q.dat"]
         self.assertEqual(data[:20], struct.pack("<4sHHqI", b"VIFD", 1, 1, 94, 0))
         self.assertEqual(data[50:94], "deep.bin".encode("utf-16-le") +
                          struct.pack("<qIqq", 0, 0, 116444736000000000 - 5000001, 5))
@@ -82,11 +75,10 @@ class ScanAndBrowse(ClientTest):
         done = run("scan", self.tree, "-o", self.catalogue,
                    preexec_fn=limited(resource.RLIMIT_NOFILE, 40))
         self.assertEqual((done.returncode, done.stderr), (0, b""))
-        for i in (0, 16, 17, 150, depth - 1):
+        for i in (0, 16, 17, 150, depth - 1, depth):
             rows = objects("browse", self.data_file, "/".join(path[:i]), "--json")
-            self.assertEqual([row["name"] for row in rows], ["after", path[i], "zulu"])
-        bottom, = objects("browse", self.data_file, "/".join(path), "--json")
-        self.assertEqual(bottom["name"], "bottom")
+            self.assertEqual([row["name"] for row in rows],
+                             ["after", path[i], "zulu"] if i < depth else ["bottom"])
 
     def test_folders_that_cannot_be_read_are_counted(self):
         self.make("open/a")
@@ -96,34 +88,32 @@ class ScanAndBrowse(ClientTest):
         def without_privileges():  # root reads everything unless these capabilities go
             for capability in (1, 2):
                 ctypes.CDLL(None).prctl(24, capability, 0, 0, 0)
-        done = run("scan", self.tree, "-o", self.catalogue, "--json",
-                   preexec_fn=without_privileges)
-        totals = json.loads(done.stdout)
+        totals = json.loads(run("scan", self.tree, "-o", self.catalogue, "--json",
+                                preexec_fn=without_privileges).stdout)
         self.assertEqual((totals["folders"], totals["files"]), (2, 1))
         self.assertEqual(totals["skipped"]["unreadableFolders"], 1)
 
     def test_the_catalogue_is_left_out_of_itself(self):
         self.make("mine.txt", b"1")
         self.make("kept/other.txt", b"22")
-        for place, folders in (("", 1), ("kept", 1), ("new", 1), ("kept/below", 1)):
-            with self.subTest(place=place):
-                self.catalogue = os.path.join(self.tree, place)
-                for volume in ("C", "D", "C"):
-                    totals = self.scan("--volume", volume)
-                    self.assertEqual((totals["folders"], totals["bytes"]), (folders, 3))
-                for name in ("C.dat", "D.dat", "summary.txt"):
-                    os.remove(os.path.join(self.catalogue, name))
-                if place in ("new", "kept/below"):
-                    os.rmdir(self.catalogue)
+        for place in ("", "kept", "new", "kept/below"):
+            self.catalogue = os.path.join(self.tree, place)
+            for volume in ("C", "D", "C"):
+                totals = self.scan("--volume", volume)
+                self.assertEqual((totals["folders"], totals["bytes"]), (1, 3), place)
+            for name in ("C.dat", "D.dat", "summary.txt"):
+                os.remove(os.path.join(self.catalogue, name))
+            if place in ("new", "kept/below"):
+                os.rmdir(self.catalogue)
 
     def test_folders_that_no_path_reaches_are_noted(self):
         for name in ("Twin/a", "twin/b", "back\\slash/c", "back/slash/below/d"):
             self.make(name)
         self.assertEqual(self.scan()["unreachableFolders"], 2)
-        names = [r["name"] for r in objects("browse", self.data_file, "-r", "--json")
-                 if r["type"] == "folder"]
-        self.assertEqual(names, ["back", "back\\slash", "back\\slash\\below", "back\\slash",
-                                 "twin"])
+        self.assertEqual(
+            [r["name"] for r in objects("browse", self.data_file, "-r", "--json")
+             if r["type"] == "folder"],
+            ["back", "back\\slash", "back\\slash\\below", "back\\slash", "twin"])
         os.symlink("a", os.path.join(self.tree, "b"))
         self.make("five", b"12345")
         self.assertIn(f"Catalogue  {self.data_file}\nFolders    6\nFiles      5\nSize       5 bytes\n"
@@ -141,8 +131,7 @@ class Text(ClientTest):
         self.scan()
         blank = "-".ljust(len(owner))
         self.assertEqual(
-            answer("browse", self.data_file, "docs", "-H").decode(),
-            f"d  {blank}     -  -                    old\\\n"
+            answer("browse", self.data_file, "docs", "-H").decode(), f"d  {blank}     -  -                    old\\\n"
             f"-  {owner}     0  1970-01-01 00:00:00  a.txt\n"
             f"-  {owner}  1.5K  2023-11-14 22:13:20  r\\x1B.txt\n"
             "1 folder, 2 files, 1.5K\n")
@@ -150,23 +139,22 @@ class Text(ClientTest):
     def test_spellings_of_a_path(self):
         self.make("usr/Share/x")
         self.scan()
-        for path, code in [("C:\\usr\\share", 0), ("c:/usr/share", 0), ("/usr/share", 0),
-                           ("usr/share/", 0), ("\\usr\\\\SHARE", 0), ("Z:usr", 1), ("/c:/usr", 1),
-                           ("usr/shar", 1), ("usr/share/x", 1), ("share", 1)]:
-            done = run("browse", self.data_file, path)
-            self.assertEqual((done.returncode, path in done.stderr.decode(), b"  x\n" in done.stdout),
-                             (code, code == 1, code == 0), path)
+        for code, paths in [(0, ["C:\\usr\\share", "c:/usr/share", "/usr/share", "usr/share/",
+                                 "\\usr\\\\SHARE"]),
+                            (1, ["Z:usr", "/c:/usr", "usr/shar", "usr/share/x", "share"])]:
+            for path in paths:
+                done = run("browse", self.data_file, path)
+                self.assertEqual((done.returncode, path in done.stderr.decode(),
+                                  b"  x\n" in done.stdout), (code, code == 1, code == 0), path)
         for path in ("", "C:", "C:\\", "/"):
             self.assertIn(b"usr\\", answer("browse", self.data_file, path), path)
 
     def test_match(self):
-        for line, pattern, matches in [("C:\\docs\\[a,b]é", "*[A,b]?", True),
-                                       ("C:\\docs\\readme.txt", "eadme", False)]:
-            code = 0 if matches else 1
-            self.assertEqual(answer("match", line, pattern, code=code),
-                             b"match\n" if matches else b"no match\n")
+        for line, pattern, code, text in [("C:\\docs\\[a,b]é", "*[A,b]?", 0, b"match\n"),
+                                          ("C:\\docs\\readme.txt", "eadme", 1, b"no match\n")]:
+            self.assertEqual(answer("match", line, pattern, code=code), text)
             self.assertEqual(objects("match", line, pattern, "--json", code=code),
-                             [{"line": line, "pattern": pattern, "match": matches}])
+                             [{"line": line, "pattern": pattern, "match": code == 0}])
 
 
 class Failures(ClientTest):
@@ -252,21 +240,18 @@ class VolumeList(ClientTest):
 
     def test_other_volumes_stay(self):
         ours, other = "Volume.C=C.dat", "Volume.D=D.dat"
-        for label, old, new in [
-                ("none", None, ours),
-                ("empty", b"", ours),
-                ("in place", " Volume.C = x \r\n#c\r\n" + other, ours + "\r\n#c\r\n" + other),
-                ("other case", "volume.c=x\r\n" + other, other + "\r\nvolume.C=C.dat"),
-                ("line end at the end", other + "\r\n", other + "\r\n\r\n" + ours),
-                ("unfinished save", other, other + "\r\n" + ours),
-                ("8-bit", other.encode(), other + "\r\n" + ours)]:
-            if label == "unfinished save":
-                self.write("catalogue/summary.txt.old", old)
-            elif old is not None:
-                self.write("catalogue/summary.txt", old)
+        for name, old, new in [
+                ("other", b"", ours), ("summary.txt", b"", ours),
+                ("summary.txt", " Volume.C = x \r\n#c\r\n" + other, ours + "\r\n#c\r\n" + other),
+                ("summary.txt", "volume.c=x\r\n" + other, other + "\r\nvolume.C=C.dat"),
+                ("summary.txt", other + "\r\n", other + "\r\n\r\n" + ours),
+                ("summary.txt.old", other, other + "\r\n" + ours),  # an unfinished save
+                ("summary.txt", other.encode(), other + "\r\n" + ours)]:
+            self.write("catalogue/" + name, old)
             self.scan()
-            self.assertEqual(sorted(self.content()), ["C.dat", "summary.txt"])
-            self.assertEqual(self.content()["summary.txt"], ("\ufeff" + new).encode("utf-16-le"), label)
+            content = self.content()
+            self.assertEqual({*content} - {"other"}, {"C.dat", "summary.txt"}, old)
+            self.assertEqual(content["summary.txt"], ("\ufeff" + new).encode("utf-16-le"), old)
             os.remove(self.catalogue + "/summary.txt")
 
     def test_another_file_is_not_replaced(self):

@@ -1,6 +1,5 @@
 """Shared by the tests of the command-line client: runs, trees to scan, and a model of what a
-scan of them records. The first argument of the test is the path of the client.
-"""
+scan of them records. A test's first argument is the path of the client."""
 import datetime
 import json
 import os
