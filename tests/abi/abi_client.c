@@ -98,7 +98,7 @@ static bool TakeFile(FileRecord* file, const char* name, int64_t size, bool owne
 
 static void CheckPlainMethods(void* library) {
     VARIANT_BOOL match = 5;
-    BSTR crc = NULL, *owner = NULL;
+    BSTR user = NULL, *owner = NULL;
     CHECK_OBJECT(IOibIdxLib, library);
     OK(IOibIdxLib_InitLogging, library, T("client.log"), -1);
     OK(IOibIdxLib_IsWildcardMatch, library, T("C:\\A.txt"), T("*.TXT"), &match);
@@ -106,24 +106,18 @@ static void CheckPlainMethods(void* library) {
     CHECK(CALL(IOibIdxLib_IsWildcardMatch, library, T("a.txt"), T("*"), &match) == E_FAIL);
     CHECK(ErrorIs(IID(IOibIdxLib),
                   "ZorelOibIdxLib.COibIdxLib.5|Cannot find a folder in the line: [a.txt].*"));
-    CHECK(CALL(IOibIdxLib_ParseOibTDFName, library, T("a"), &crc, &owner) == E_NOTIMPL);
-    OK(IOibIdxLib_ConvetrPathToCrcStr, library, T("C:\\Users\\john"), 3, &crc);
-    CHECK(Take(&crc, 1, "0hac906abf43d5"));
+    CHECK(CALL(IOibIdxLib_ParseOibTDFName, library, T("a"), &user, &owner) == E_NOTIMPL);
+    TEXT("0hac906abf43d5", IOibIdxLib_ConvetrPathToCrcStr, library, T("C:\\Users\\john"), 3);
 }
 
 static void CheckBrowser(void* library) {
     void *browser = NULL, *files = NULL;
-    SAFEARRAY* folders = NULL;
     FileRecord file = {0};
-    uint32_t count = 99;
     uint64_t total = 99;
-    OK(IOibIdxLib_BrowseOibDF, library, T("catalogue/C.dat"), &browser);
-    CHECK_OBJECT(IOibDFBrowser, browser);
-    OK(IOibDFBrowser_GetFolders, browser, T("c:\\"), &folders);
-    CHECK(TakeList(folders, 2, "beta|Docs"));
+    browser = OPEN(IOibDFBrowser, IOibIdxLib_BrowseOibDF, library, T("catalogue/C.dat"));
+    LIST(2, "beta|Docs", IOibDFBrowser_GetFolders, browser, T("c:\\"));
     OK(IOibDFBrowser_GetFiles, browser, T(""), &files);
-    OK(IOibFilesArray_FilesCount, files, &count);
-    CHECK(count == 2);
+    NUMBER(2, IOibFilesArray_FilesCount, files);
     Release(files);
     OK(IOibDFBrowser_GetFilesEx, browser, T("c:\\"), -1, T("txt"), &files);
     OK(IOibDFBrowser_Close, browser);
@@ -172,9 +166,7 @@ static void CheckLateBound(void* library) {
 static void CheckSearches(void* library) {
     SearchSpec criteria = {.FileNamePattern = T("*.txt"), .UseSizeLimits = -1};
     void* task = NULL;
-    SAFEARRAY* lines = NULL;
     FileRecord found = {0};
-    int32_t count = 0;
     glob_t files = {0};
     OK(IOibIdxLib_GenerateOibTDFs, library, T("catalogue/summary.txt"), T("./texts"),
        ((FILETIME){0, 30000000}), 100, 0, 3, 0, T("._- "));
@@ -183,45 +175,37 @@ static void CheckSearches(void* library) {
     }
     BSTR file = T(files.gl_pathv[0]);
     globfree(&files);
-    OK(IOibIdxLib_FindInOibTDF, library, file, T("c:\\docs"), T("*.txt"), &lines);
-    CHECK(TakeList(lines, 1, "01/15/2013 09:05:07, 11, C:\\Docs\\old.txt"));
+    LIST(1, "01/15/2013 09:05:07, 11, C:\\Docs\\old.txt", IOibIdxLib_FindInOibTDF, library, file,
+         T("c:\\docs"), T("*.txt"));
     criteria.SizeFrom = criteria.SizeTill = 11;
-    OK(IOibIdxLib_FindInOibTDF2, library, file, &criteria, &task);
-    CHECK_OBJECT(IOibTDFSearchTask, task);
-    OK(IOibTDFSearchTask_ResultsCount, task, &count);
+    task = OPEN(IOibTDFSearchTask, IOibIdxLib_FindInOibTDF2, library, file, &criteria);
+    NUMBER(1, IOibTDFSearchTask_ResultsCount, task);
     OK(IOibTDFSearchTask_GetResult, task, 0, &found);
-    CHECK(count == 1 && TakeFile(&found, "C:\\Docs\\old.txt", 11, false));
+    CHECK(TakeFile(&found, "C:\\Docs\\old.txt", 11, false));
     Release(task);
 
-    OK(IOibIdxLib_FindInOibBDF, library, T("catalogue"), &task);
-    CHECK_OBJECT(IOibBDFSearchTask, task);
+    task = OPEN(IOibBDFSearchTask, IOibIdxLib_FindInOibBDF, library, T("catalogue"));
     criteria.rootPath = T("c:\\DOCS");
     criteria.FileNamePattern = T("old");
     OK(IOibBDFSearchTask_Find, task, &criteria);
-    OK(IOibBDFSearchTask_ResultsCount, task, &count);
+    NUMBER(1, IOibBDFSearchTask_ResultsCount, task);
     OK(IOibBDFSearchTask_GetResult, task, 0, &found);
-    CHECK(count == 1 && TakeFile(&found, "C:\\Docs\\old.txt", 11, true));
+    CHECK(TakeFile(&found, "C:\\Docs\\old.txt", 11, true));
     Release(task);
 }
 
 static void CheckTree(void* tree) {
     void* found = NULL;
-    SAFEARRAY* names = NULL;
     BSTR value = NULL;
     CHECK_OBJECT(IMtfAttrsTree, tree);
-    OK(IMtfAttrsTree_CreateSubtree, tree, T("Target"), &found);
-    Release(found);
-    OK(IMtfAttrsTree_EnumChildTrees, tree, &names);
-    CHECK(TakeList(names, 1, "Target"));
-    OK(IMtfAttrsTree_GetExistingSubtree, tree, T("Target"), &found);
-    Release(found);
+    Release(OPEN(IMtfAttrsTree, IMtfAttrsTree_CreateSubtree, tree, T("Target")));
+    LIST(1, "Target", IMtfAttrsTree_EnumChildTrees, tree);
+    Release(OPEN(IMtfAttrsTree, IMtfAttrsTree_GetExistingSubtree, tree, T("Target")));
     OK(IMtfAttrsTree_DelSubtree, tree, T("Target"));
     CHECK(CALL(IMtfAttrsTree_FindSubtree, tree, T("Target"), &found) == S_FALSE && !found);
     OK(IMtfAttrsTree_SetAttr, tree, T("Color"), T("red"));
-    OK(IMtfAttrsTree_EnumChildAttrs, tree, &names);
-    CHECK(TakeList(names, 2, "Color|Name"));
-    OK(IMtfAttrsTree_GetExistingAttr, tree, T("Color"), &value);
-    CHECK(Take(&value, 1, "red"));
+    LIST(2, "Color|Name", IMtfAttrsTree_EnumChildAttrs, tree);
+    TEXT("red", IMtfAttrsTree_GetExistingAttr, tree, T("Color"));
     OK(IMtfAttrsTree_DelAttr, tree, T("Color"));
     CHECK(CALL(IMtfAttrsTree_FindAttr, tree, T("Color"), &value) == S_FALSE && !value);
     Release(tree);
@@ -250,26 +234,20 @@ static const char* const kAttrs[][2] = {
 static void CheckMetaFile(void* library) {
     void *file = NULL, *tree = NULL;
     VARIANT_BOOL exists = 5;
-    SAFEARRAY* names = NULL;
     BSTR value = NULL;
-    OK(IOibIdxLib_CreateMetaFile, library, T("job.mtf"), 2, &file);
-    CHECK_OBJECT(IMtfMetaFile, file);
+    file = OPEN(IMtfMetaFile, IOibIdxLib_CreateMetaFile, library, T("job.mtf"), 2);
     OK(IMtfMetaFile_SetAttr, file, T("Job.Name"), T("Daily"));
-    OK(IMtfMetaFile_EnumAllAttrs, file, &names);
-    CHECK(TakeList(names, 1, "Job.Name"));
-    OK(IMtfMetaFile_CreateAttrsTree, file, T("Gone"), &tree);
-    Release(tree);
+    LIST(1, "Job.Name", IMtfMetaFile_EnumAllAttrs, file);
+    Release(OPEN(IMtfAttrsTree, IMtfMetaFile_CreateAttrsTree, file, T("Gone")));
     OK(IMtfMetaFile_DelAttrsTree, file, T("Gone"));
     CHECK(CALL(IMtfMetaFile_FindAttrsTree, file, T("Gone"), &tree) == S_FALSE && !tree);
     OK(IMtfMetaFile_GetExistingAttrsTree, file, T("Job"), &tree);
     CheckTree(tree);
-    OK(IMtfMetaFile_GetRootAttrsTree, file, &tree);
-    Release(tree);
+    Release(OPEN(IMtfAttrsTree, IMtfMetaFile_GetRootAttrsTree, file));
     for (size_t i = 0; i < sizeof(kAttrs) / sizeof(*kAttrs); ++i) {
         OK(IMtfMetaFile_SetAttr, file, T(kAttrs[i][0]), T(kAttrs[i][1]));
     }
-    OK(IMtfMetaFile_GetExistingAttr, file, T("Job.Name"), &value);
-    CHECK(Take(&value, 1, "Daily"));
+    TEXT("Daily", IMtfMetaFile_GetExistingAttr, file, T("Job.Name"));
     OK(IMtfMetaFile_DelAttr, file, T("Job.Name"));
     CHECK(CALL(IMtfMetaFile_FindAttr, file, T("Job.Name"), &value) == S_FALSE && !value);
     OK(IMtfMetaFile_PushComment, file, T("written by the client"));
@@ -286,20 +264,18 @@ static bool IsOibId(const GUID* id) {
 }
 
 static void CheckBackupSession(void* library) {
-    void *session = NULL, *refs = NULL;
-    int32_t count = 0;
+    void *session, *refs;
     BSTR texts[2] = {NULL, NULL};
     GUID id = {0};
-    OK(IOibIdxLib_CreateBSessionMetaFile, library, T("job.mtf"), 1, &session);
-    CHECK_OBJECT(IMtfBSessionMetaFile, session);
-    OK(IMtfBSessionMetaFile_EnumOibsRefs, session, &refs);
-    CHECK_OBJECT(ICatOibRefsEnumerator, refs);
-    OK(ICatOibRefsEnumerator_RefsCount, refs, &count);
+    session =
+        OPEN(IMtfBSessionMetaFile, IOibIdxLib_CreateBSessionMetaFile, library, T("job.mtf"), 1);
+    refs = OPEN(ICatOibRefsEnumerator, IMtfBSessionMetaFile_EnumOibsRefs, session);
+    NUMBER(1, ICatOibRefsEnumerator_RefsCount, refs);
     OK(ICatOibRefsEnumerator_MoveToElem, refs, 0);
-    OK(ICatOibRefsEnumerator_VmName, refs, &texts[0]);
-    OK(ICatOibRefsEnumerator_BackupTimeUtc, refs, &texts[1]);
+    TEXT("web01", ICatOibRefsEnumerator_VmName, refs);
+    TEXT("monday", ICatOibRefsEnumerator_BackupTimeUtc, refs);
     OK(ICatOibRefsEnumerator_UniqueId, refs, &id);
-    CHECK(count == 1 && Take(texts, 2, "web01|monday") && IsOibId(&id));
+    CHECK(IsOibId(&id));
     id.Data1 = 0;
     OK(ICatOibRefsEnumerator_GetOibRef, refs, 0, &texts[0], &texts[1], &id);
     CHECK(Take(texts, 2, "web01|monday") && IsOibId(&id));
@@ -307,23 +283,19 @@ static void CheckBackupSession(void* library) {
     OK(IMtfBSessionMetaFile_DeleteOibRef, session, id);
     OK(IMtfBSessionMetaFile_FlushChanges, session);
     OK(IMtfBSessionMetaFile_EnumOibsRefs, session, &refs);
-    OK(ICatOibRefsEnumerator_RefsCount, refs, &count);
-    CHECK(count == 0);
+    NUMBER(0, ICatOibRefsEnumerator_RefsCount, refs);
     Release(refs);
     OK(IMtfBSessionMetaFile_Close, session);
     Release(session);
 }
 
 static void CheckCommands(void* commands) {
-    int32_t counts[3] = {0};
     BSTR t[4] = {NULL, NULL, NULL, NULL};
     GUID id = {0};
     CHECK_OBJECT(IMtfAddBSessionCmdAccessor, commands);
-    OK(IMtfAddBSessionCmdAccessor_GetRetargetedOibGroupsNum, commands, 7, &counts[0]);
-    OK(IMtfAddBSessionCmdAccessor_GetOibsNumInRetargetedOibGroup, commands, 7, 0, &counts[1]);
-    OK(IMtfAddBSessionCmdAccessor_GetBackupFilesNumInRetargetedOibGroup, commands, 7, 0,
-       &counts[2]);
-    CHECK(counts[0] == 1 && counts[1] == 1 && counts[2] == 1);
+    NUMBER(1, IMtfAddBSessionCmdAccessor_GetRetargetedOibGroupsNum, commands, 7);
+    NUMBER(1, IMtfAddBSessionCmdAccessor_GetOibsNumInRetargetedOibGroup, commands, 7, 0);
+    NUMBER(1, IMtfAddBSessionCmdAccessor_GetBackupFilesNumInRetargetedOibGroup, commands, 7, 0);
     OK(IMtfAddBSessionCmdAccessor_GetOibRef, commands, 7, 0, 0, t, t + 1, &id, t + 2, t + 3);
     CHECK(Take(t, 4, "web01|monday|here|any") && IsOibId(&id));
     OK(IMtfAddBSessionCmdAccessor_GetBackupFile, commands, 7, 0, 0, t, t + 1, t + 2);
@@ -334,24 +306,18 @@ static void CheckCommands(void* commands) {
 }
 
 static void CheckPublication(void* library) {
-    void *reader = NULL, *info = NULL, *commands = NULL, *file = NULL;
-    int32_t count = 0;
-    BSTR texts[2] = {NULL, NULL}, path = T("job.mtf");
+    void *reader, *info, *commands = NULL;
+    BSTR path = T("job.mtf");
     CHECK(CALL(IOibIdxLib_LoadPublicationOrderingInfo, library, path, NULL) == E_POINTER);
-    OK(IOibIdxLib_LoadPublication, library, path, &reader);
-    CHECK_OBJECT(IMtfPublicationMetaFileReader, reader);
-    OK(IMtfPublicationMetaFileReader_CmdCount, reader, &count);
-    OK(IMtfPublicationMetaFileReader_GetCmdType, reader, 0, &texts[0]);
-    CHECK(count == 1 && Take(texts, 1, "AddBSession"));
-    OK(IMtfPublicationMetaFileReader_OrderingInfo, reader, &info);
+    reader = OPEN(IMtfPublicationMetaFileReader, IOibIdxLib_LoadPublication, library, path);
+    NUMBER(1, IMtfPublicationMetaFileReader_CmdCount, reader);
+    TEXT("AddBSession", IMtfPublicationMetaFileReader_GetCmdType, reader, 0);
+    info = OPEN(IMtfPublicationOrderingInfo, IMtfPublicationMetaFileReader_OrderingInfo, reader);
     OK(IMtfPublicationMetaFileReader_AddBSessionCmdAccessor, reader, &commands);
-    OK(IMtfPublicationMetaFileReader_MetaFile, reader, &file);
+    Release(OPEN(IMtfMetaFile, IMtfPublicationMetaFileReader_MetaFile, reader));
     Release(reader); /* the returned objects remain valid */
-    Release(file);
-    CHECK_OBJECT(IMtfPublicationOrderingInfo, info);
-    OK(IMtfPublicationOrderingInfo_PubLocalTime, info, &texts[0]);
-    OK(IMtfPublicationOrderingInfo_PubUtcTime, info, &texts[1]);
-    CHECK(Take(texts, 2, "noon|eleven"));
+    TEXT("noon", IMtfPublicationOrderingInfo_PubLocalTime, info);
+    TEXT("eleven", IMtfPublicationOrderingInfo_PubUtcTime, info);
     Release(info);
     CheckCommands(commands);
 }

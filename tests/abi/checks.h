@@ -170,6 +170,20 @@ static void CheckObject(int interface, const GUID* iid, void* object) {
     CheckIds(interface, object);
 }
 
+/* Calls with one more argument, the result: a new object, which passes CheckObject, or a text, a
+ * number or a list of strings, which are compared. */
+static void* g_object;
+static BSTR g_text;
+static int32_t g_number;
+static SAFEARRAY* g_list;
+#define OPEN(interface, ...) \
+    (OK(__VA_ARGS__, &g_object), CHECK_OBJECT(interface, g_object), g_object)
+#define TEXT(expected, ...) (OK(__VA_ARGS__, &g_text), CHECK(Take(&g_text, 1, expected)))
+#define NUMBER(expected, ...) \
+    (g_number = -1, OK(__VA_ARGS__, &g_number), CHECK(g_number == (expected)))
+#define LIST(count, expected, ...) \
+    (OK(__VA_ARGS__, &g_list), CHECK(TakeList(g_list, count, expected)))
+
 /* Takes the thread's error information: the source and the description, joined. */
 static bool ErrorIs(const GUID* iid, const char* texts) {
     void* info = NULL;
