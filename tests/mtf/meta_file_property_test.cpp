@@ -49,6 +49,8 @@ protected:
         CMtfAttrsTreeData& tree = m_file->Tree();
         const std::u16string path = RandomPath();
         const std::u16string value = Pick(kValues);
+        const std::u16string comment = Pick(kComments);
+        std::u16string message;
         const std::u16string base = Below(3) == 0 ? RandomPath() : u"";
         std::uint64_t node = tree.FindSubtree(0, base);
         node = node == tree.kNoNode ? tree.CreateSubtree(0, base) : node;
@@ -58,33 +60,27 @@ protected:
         const std::u16string attr = hasElements ? whole : path;
         switch (Below(10)) {
             case 0:
-            case 1: {
-                const std::u16string comment = Pick(kComments);
-                m_model.PushComment(comment), m_file->Lines().PushComment(comment);
-                break;
-            }
+            case 1:
+                return m_model.PushComment(comment), m_file->Lines().PushComment(comment);
             case 2:
-                m_model.CreateSubtree(whole), tree.CreateSubtree(node, path);
-                break;
+                return m_model.CreateSubtree(whole), void(tree.CreateSubtree(node, path));
             case 3:
-                m_model.DelSubtree(whole), tree.DelSubtree(node, path);
-                break;
+                return m_model.DelSubtree(whole), tree.DelSubtree(node, path);
             case 4:
             case 5:
-                EXPECT_EQ(m_model.DelAttr(attr),
-                          support::MessageOf([&] { tree.DelAttr(node, path); }) == u"<none>");
-                break;
+                message = support::MessageOf([&] { tree.DelAttr(node, path); });
+                EXPECT_EQ(m_model.DelAttr(attr), message == u"<none>");
+                return;
             default:
-                EXPECT_EQ(m_model.SetAttr(attr, value), support::MessageOf([&] {
-                                                            tree.SetAttr(node, path, value);
-                                                        }) == u"<none>");
+                message = support::MessageOf([&] { tree.SetAttr(node, path, value); });
+                EXPECT_EQ(m_model.SetAttr(attr, value), message == u"<none>");
         }
     }
 
     void Flush() {
         m_file->File().Save();
         m_model.Save();
-        ASSERT_EQ(support::ReadWhole(m_path), m_model.Disk().value_or("<none>"));
+        ASSERT_EQ(support::ReadWhole(m_path), m_model.Disk());
     }
 
     std::mt19937 m_random{GetParam()};
@@ -98,20 +94,11 @@ TEST_P(MetaFileProperty, AgreesWithTheModelAtEveryStep) {
     Open();
     for (int step = 0; step < 1500 && !HasFailure(); ++step) {
         SCOPED_TRACE("seed " + std::to_string(GetParam()) + ", step " + std::to_string(step));
-        switch (Below(12)) {
-            case 0:
-            case 1:
-                Flush();
-                break;
-            case 2:
-                m_file->File().CloseFile();
-                break;
-            case 3:
-                Open();
-                break;
-            default:
-                Change();
-        }
+        const std::size_t choice = Below(12);
+        choice < 2    ? Flush()
+        : choice == 2 ? m_file->File().CloseFile()
+        : choice == 3 ? Open()
+                      : Change();
         ASSERT_EQ(support::DumpTree(m_file->Tree()), m_model.Dump());
         ASSERT_EQ(m_file->Tree().EnumAllAttrs(), m_model.AllAttrs());
     }

@@ -18,25 +18,19 @@ Texts Split(std::u16string_view text, std::u16string_view separator) {
     return parts;
 }
 
-std::u16string Join(std::u16string_view path, std::u16string_view name) {
-    return std::u16string(path) + (path.empty() || name.empty() ? u"" : u".") +
-           std::u16string(name);
+std::u16string Join(const std::u16string& path, const std::u16string& name) {
+    return path + (path.empty() || name.empty() ? u"" : u".") + name;
 }
 
-std::u16string Normalized(std::u16string_view path) {
-    std::u16string joined;
-    for (const std::u16string& element : Split(path, u".")) {
-        joined = Join(joined, element);
-    }
-    return joined;
-}
-
-// The path up to the last element, and the last element.
+// The normalized path up to the last element, and the last element.
 std::pair<std::u16string, std::u16string> SplitLast(std::u16string_view path) {
-    const std::size_t dot = path.rfind(u'.');
-    return dot == path.npos ? std::pair(std::u16string(), std::u16string(path))
-                            : std::pair(std::u16string(path.substr(0, dot)),
-                                        std::u16string(path.substr(dot + 1)));
+    std::pair<std::u16string, std::u16string> split;
+    for (const std::u16string& element : Split(path, u".")) {
+        if (!element.empty()) {
+            split = {Join(split.first, split.second), element};
+        }
+    }
+    return split;
 }
 
 std::u16string Fold(std::u16string text) {
@@ -46,29 +40,24 @@ std::u16string Fold(std::u16string text) {
     return text;
 }
 
-std::u16string Trim(std::u16string_view text) {
-    const std::size_t first = text.find_first_not_of(u" \t");
-    return first == text.npos
-               ? std::u16string()
-               : std::u16string(text.substr(first, text.find_last_not_of(u" \t") + 1 - first));
+std::u16string Trim(std::u16string text) {
+    text.erase(text.find_last_not_of(u" \t") + 1);
+    return text.erase(0, text.find_first_not_of(u" \t"));
 }
 
-void DumpSubtree(const mtf::CMtfAttrsTreeData& tree, std::uint64_t node, Texts& out) {
+}  // namespace
+
+Texts DumpTree(const mtf::CMtfAttrsTreeData& tree, std::uint64_t node) {
+    Texts out;
     for (const std::u16string& name : tree.EnumChildAttrs(node)) {
         out.push_back(name + u'=' + std::u16string(tree.GetExistingAttr(node, name)));
     }
     for (const std::u16string& name : tree.EnumChildTrees(node)) {
         out.push_back(u'[' + name);
-        DumpSubtree(tree, tree.GetExistingSubtree(node, name), out);
+        std::ranges::move(DumpTree(tree, tree.GetExistingSubtree(node, name)),
+                          std::back_inserter(out));
         out.push_back(u"]");
     }
-}
-
-}  // namespace
-
-Texts DumpTree(const mtf::CMtfAttrsTreeData& tree) {
-    Texts out;
-    DumpSubtree(tree, mtf::CMtfAttrsTreeData::kRoot, out);
     return out;
 }
 
@@ -89,29 +78,27 @@ void CMetaFileModel::Open(bool startEmpty) {
     for (const std::u16string& line : lines) {
         const std::size_t sign = line.find(u'=');
         if (sign != line.npos && line.front() != u'#') {
-            const auto [path, name] = SplitLast(Normalized(Trim(line.substr(0, sign))));
+            const auto [path, name] = SplitLast(Trim(line.substr(0, sign)));
             Find(path, true)->attrs[name] = {Trim(line.substr(sign + 1)), m_lines.size()};
         }
         m_lines.emplace_back(line);
     }
 }
 
-// The node with this normalized path, or null.
+// The node with this path, or null.
 CMetaFileModel::Node* CMetaFileModel::Find(std::u16string_view path, bool create) {
-    const std::u16string folded = Fold(std::u16string(path));
-    const auto found = std::find_if(m_nodes.begin(), m_nodes.end(),
-                                    [&](const Node& node) { return node.folded == folded; });
+    const auto [parent, name] = SplitLast(path);
+    const auto found = std::ranges::find(m_nodes, Fold(Join(parent, name)),
+                                         [](const Node& node) { return Fold(node.path); });
     if (found != m_nodes.end() || !create) {
         return found == m_nodes.end() ? nullptr : &*found;
     }
-    const auto [parentPath, name] = SplitLast(path);
-    const std::u16string parent = Find(parentPath, true)->path;
-    const std::u16string spelled = Join(parent, name);
-    return &m_nodes.emplace_back(Node{spelled, Fold(spelled), parent, {}});
+    const std::u16string spelled = Join(Find(parent, true)->path, name);
+    return &m_nodes.emplace_back(Node{spelled, {}});
 }
 
 bool CMetaFileModel::SetAttr(std::u16string_view path, std::u16string_view value) {
-    const auto [subtree, name] = SplitLast(Normalized(path));
+    const auto [subtree, name] = SplitLast(path);
     if (name.empty()) {
         return false;
     }
@@ -124,7 +111,7 @@ bool CMetaFileModel::SetAttr(std::u16string_view path, std::u16string_view value
 }
 
 bool CMetaFileModel::DelAttr(std::u16string_view path) {
-    const auto [subtree, name] = SplitLast(Normalized(path));
+    const auto [subtree, name] = SplitLast(path);
     Node* const node = Find(subtree, false);
     if (node != nullptr && node->attrs.contains(name)) {
         m_lines[node->attrs[name].line].reset();
@@ -134,33 +121,28 @@ bool CMetaFileModel::DelAttr(std::u16string_view path) {
 }
 
 void CMetaFileModel::CreateSubtree(std::u16string_view path) {
-    Find(Normalized(path), true);
+    Find(path, true);
 }
 
 void CMetaFileModel::DelSubtree(std::u16string_view path) {
-    const std::u16string top = Fold(Normalized(path));
+    const auto [parent, name] = SplitLast(path);
+    const std::u16string top = Fold(Join(parent, name)) + u'.';
     std::erase_if(m_nodes, [&](const Node& node) {
-        const bool isUnder = node.folded == top || node.folded.starts_with(top + u'.');
-        if (top.empty() || !isUnder) {
-            return false;
+        const bool isUnder = top != u"." && (Fold(node.path) + u'.').starts_with(top);
+        for (auto attr = node.attrs.begin(); isUnder && attr != node.attrs.end(); ++attr) {
+            m_lines[attr->second.line].reset();
         }
-        for (const auto& [name, attr] : node.attrs) {
-            m_lines[attr.line].reset();
-        }
-        return true;
+        return isUnder;
     });
 }
 
 void CMetaFileModel::PushComment(std::u16string_view text) {
-    Texts pieces = Split(text, u"\n");
-    const std::u16string last = pieces.back();
-    pieces.pop_back();
-    for (std::u16string& piece : pieces) {
-        piece.resize(piece.size() - (piece.ends_with(u'\r') ? 1 : 0));
-        m_lines.emplace_back(u'#' + piece);
-    }
-    if (!last.empty()) {
-        m_lines.emplace_back(u'#' + last);
+    for (Texts left = Split(text, u"\n"); !left.empty(); left.erase(left.begin())) {
+        std::u16string& piece = left.front();
+        piece.resize(piece.size() - (left.size() > 1 && piece.ends_with(u'\r') ? 1 : 0));
+        if (left.size() > 1 || !piece.empty()) {
+            m_lines.emplace_back(u'#' + piece);
+        }
     }
 }
 
@@ -175,22 +157,21 @@ void CMetaFileModel::Save() {
     m_disk = MetaFileBytes(content);
 }
 
-void CMetaFileModel::DumpNode(const Node& node, Texts& out) const {
-    for (const auto& [name, attr] : node.attrs) {
-        out.push_back(name + u'=' + attr.value);
+Texts CMetaFileModel::Dump(const std::u16string& path) const {
+    Texts out;
+    for (const Node& node : m_nodes) {
+        for (const auto& [name, attr] : node.path == path ? node.attrs : decltype(node.attrs)()) {
+            out.push_back(name + u'=' + attr.value);
+        }
     }
-    for (const Node& child : m_nodes) {
-        if (&child != m_nodes.data() && child.parent == node.path) {
-            out.push_back(u'[' + SplitLast(child.path).second);
-            DumpNode(child, out);
+    for (const Node& node : m_nodes) {
+        const auto [parent, name] = SplitLast(node.path);
+        if (!name.empty() && parent == path) {
+            out.push_back(u'[' + name);
+            std::ranges::move(Dump(node.path), std::back_inserter(out));
             out.push_back(u"]");
         }
     }
-}
-
-Texts CMetaFileModel::Dump() const {
-    Texts out;
-    DumpNode(m_nodes.front(), out);
     return out;
 }
 

@@ -42,7 +42,7 @@ inline std::filesystem::path QuickFolder() {
 }
 
 // A tree in depth-first order: subtrees as "[name" and "]", attributes as "name=value".
-std::vector<std::u16string> DumpTree(const mtf::CMtfAttrsTreeData& tree);
+std::vector<std::u16string> DumpTree(const mtf::CMtfAttrsTreeData& tree, std::uint64_t node = 0);
 
 // One meta-file, opened and on its disk.
 class CMetaFileModel {
@@ -59,8 +59,8 @@ public:
     void DelSubtree(std::u16string_view path);
     void PushComment(std::u16string_view text);
 
-    // As DumpTree.
-    std::vector<std::u16string> Dump() const;
+    // As DumpTree, from the subtree with this path on.
+    std::vector<std::u16string> Dump(const std::u16string& path = {}) const;
     std::vector<std::u16string> AllAttrs() const;
 
 private:
@@ -69,14 +69,11 @@ private:
         std::size_t line;
     };
     struct Node {
-        std::u16string path;    // from the root, as spelled at the creation
-        std::u16string folded;  // in lower case
-        std::u16string parent;  // its path
+        std::u16string path;  // from the root, as spelled at the creation
         std::map<std::u16string, Attr> attrs;
     };
 
     Node* Find(std::u16string_view path, bool create);
-    void DumpNode(const Node& node, std::vector<std::u16string>& out) const;
 
     std::optional<std::string> m_disk;
     std::vector<std::optional<std::u16string>> m_lines;  // deleted lines are null

@@ -1,17 +1,8 @@
 // The content of a meta-file after an interrupted save: by a failure of the disk at every
 // step, by the end of the process, by a power failure.
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 
-#include <atomic>
-#include <chrono>
-#include <csignal>
 #include <functional>
-#include <new>
-#include <random>
-#include <thread>
 
 #include "frame/conversions.h"
 #include "mtf/tree/opened_meta_file.h"
@@ -39,32 +30,24 @@ struct Scenario {
     std::function<void(CMtfOpenedMetaFile&)> change;
     const char16_t* before;  // the next open reads this or `after`
     const char16_t* after;
-
-    friend void PrintTo(const Scenario& row, std::ostream* out) { *out << row.label; }
 };
 
-constexpr const char16_t* kBase = u"a.b=1\r\nc=2";
-constexpr const char16_t* kBaseAndTwo = u"a.b=1\r\nc=2\r\nd=3\r\ne=4";
 constexpr auto kLoad = EMtfOpenMode::EMtfLoad;
 constexpr auto kOpenRW = EMtfOpenMode::EMtfOpenRW;
 constexpr auto kDetached = EMtfOpenMode::EMtfCreateNewDetached;
 
-void Add(CMtfOpenedMetaFile& file) {
-    file.Tree().SetAttr(0, u"d", u"3");
+auto Set(const char16_t* name, const char16_t* value) {
+    return [=](CMtfOpenedMetaFile& file) { file.Tree().SetAttr(0, name, value); };
 }
+const auto Add = Set(u"d", u"3");
+const auto Modify = Set(u"a.b", u"3");
 void AddTwo(CMtfOpenedMetaFile& file) {
     Add(file);
-    file.Tree().SetAttr(0, u"e", u"4");
-}
-void AddValueOfTwoLines(CMtfOpenedMetaFile& file) {
-    file.Tree().SetAttr(0, u"d", u"3\r\ne=4");
-}
-void Modify(CMtfOpenedMetaFile& file) {
-    file.Tree().SetAttr(0, u"a.b", u"3");
+    Set(u"e", u"4")(file);
 }
 void SaveAndModify(CMtfOpenedMetaFile& file) {
-    file.Tree().SetAttr(0, u"a.b", u"1");
-    file.Tree().SetAttr(0, u"c", u"2");
+    Set(u"a.b", u"1")(file);
+    Set(u"c", u"2")(file);
     file.File().Save();
     Modify(file);
 }
@@ -73,28 +56,32 @@ void DeleteOpenFile(CMtfOpenedMetaFile& file) {
     Add(file);
 }
 
+constexpr const char16_t* kBase = u"a.b=1\r\nc=2";
+constexpr const char16_t* kBaseAndTwo = u"a.b=1\r\nc=2\r\nd=3\r\ne=4";
+// More than the buffers of a save.
+const std::u16string kLong(300000, u'v');
+const std::u16string kLongRewritten = u"a.b=" + kLong + u"\r\nc=2";
 constexpr const char16_t* kModified = u"a.b=3\r\nc=2";
 constexpr const char16_t* kAppended = u"a.b=1\r\nc=2\r\nd=3";
 
 const Scenario kScenarios[] = {
+    // clang-format off
     {"append", kBase, nullptr, kOpenRW, false, Add, kBase, kAppended},
     {"append of two lines", kBase, nullptr, kOpenRW, false, AddTwo, kBase, kBaseAndTwo},
-    {"append of a value of two lines", kBase, nullptr, kOpenRW, false, AddValueOfTwoLines, kBase,
-     kBaseAndTwo},
-    {"append after a line end", u"c=2\r\n", nullptr, kOpenRW, false, Add, u"c=2<end>",
-     u"c=2\r\n\r\nd=3"},
+    {"append of a value of two lines", kBase, nullptr, kOpenRW, false, Set(u"d", u"3\r\ne=4"), kBase, kBaseAndTwo},
+    {"append after a line end", u"c=2\r\n", nullptr, kOpenRW, false, Add, u"c=2<end>", u"c=2\r\n\r\nd=3"},
     {"rewrite", kBase, nullptr, kOpenRW, false, Modify, kBase, kModified},
+    {"rewrite of many buffers", kBase, nullptr, kOpenRW, false, Set(u"a.b", kLong.c_str()), kBase, kLongRewritten.c_str()},
     {"rewrite of a loaded file", kBase, nullptr, kLoad, false, Modify, kBase, kModified},
     {"first save of a detached file", nullptr, nullptr, kDetached, false, Add, nullptr, u"d=3"},
-    {"second save of a detached file", nullptr, nullptr, kDetached, false, SaveAndModify, kBase,
-     kModified},
+    {"second save of a detached file", nullptr, nullptr, kDetached, false, SaveAndModify, kBase, kModified},
     {"creation", nullptr, nullptr, kOpenRW, true, Add, nullptr, u"d=3"},
     {"recovery", u"brok", kBase, kOpenRW, true, Add, kBase, kAppended},
     {"recovery of a missing file", nullptr, kBase, kOpenRW, true, Modify, kBase, kModified},
     {"rewrite of a loaded copy", u"brok", kBase, kLoad, false, Modify, kBase, kModified},
     {"rewrite without the copied file", nullptr, kBase, kLoad, false, Modify, kBase, kModified},
-    {"held file without a name", kBase, nullptr, kOpenRW, false, DeleteOpenFile, nullptr,
-     kAppended},
+    {"held file without a name", kBase, nullptr, kOpenRW, false, DeleteOpenFile, nullptr, kAppended},
+    // clang-format on
 };
 
 std::u16string Text(const char16_t* content) {
@@ -256,44 +243,35 @@ INSTANTIATE_TEST_SUITE_P(Saves, MetaFileFaults, testing::ValuesIn(kScenarios), [
     return name;
 });
 
-class MetaFileInUse : public testing::Test {
-protected:
-    MetaFileInUse() {
-        Save(u"brok");
-        support::WriteWhole(m_path + u".old", MetaFileBytes(u"a=1"));
+// While a file is being saved, an open for writing finds the copy and waits for the save; a save
+// that ends during the open is not undone.
+TEST(MetaFileInUse, OpenWaitsForASaveInProgress) {
+    const support::CTempFolder folder(support::QuickFolder());
+    const std::u16string path = folder.Path(u"m");
+    for (const bool endsAtOnce : {false, true}) {
+        auto saver = idxdata::CBinaryFile::OpenOrCreate(path);
+        const auto save = [&](std::u16string_view content) {
+            const std::string bytes = MetaFileBytes(content);
+            saver->SetSize(0);
+            saver->Write(bytes.data(), bytes.size());
+        };
+        save(u"brok");
+        support::WriteWhole(path + u".old", MetaFileBytes(u"a=1"));
+        int pauses = 0;
+        const auto finish = [&] {
+            save(u"a=2");
+            platform::DeleteFileW(path + u".old");
+            saver.reset();
+        };
+        g_diskFaults.sleep = [&] { ++pauses == 3 ? finish() : void(); };
+        g_diskFaults.visit = finish;
+        g_diskFaults.Arm(endsAtOnce ? 1 : 0, EFault::Visit);
+        CMtfMetaFile::Open(path, kOpenRW);
+        g_diskFaults.Disarm();
+        g_diskFaults.sleep = nullptr;
+        EXPECT_EQ(pauses, endsAtOnce ? 0 : 3);
+        EXPECT_EQ(LoadedText(path), u"a=2");
     }
-    void Save(std::u16string_view content) {
-        const std::string bytes = MetaFileBytes(content);
-        m_saver->SetSize(0);
-        m_saver->Write(bytes.data(), bytes.size());
-    }
-    void Finish() {
-        Save(u"a=2");
-        platform::DeleteFileW(m_path + u".old");
-        m_saver.reset();
-    }
-
-    support::CTempFolder m_folder{support::QuickFolder()};
-    std::u16string m_path = m_folder.Path(u"m");
-    idxdata::CBinaryFile::Holder m_saver = idxdata::CBinaryFile::OpenOrCreate(m_folder.Path(u"m"));
-};
-
-// While a file is being saved, an open for writing finds the copy and waits for the save.
-TEST_F(MetaFileInUse, OpenWaitsForASaveInProgress) {
-    int pauses = 0;
-    g_diskFaults.sleep = [&] { ++pauses == 3 ? Finish() : void(); };
-    CMtfMetaFile::Open(m_path, kOpenRW);
-    g_diskFaults.sleep = nullptr;
-    EXPECT_EQ(pauses, 3);
-    EXPECT_EQ(LoadedText(m_path), u"a=2");
-}
-
-TEST_F(MetaFileInUse, ASaveThatEndsWhileTheFileIsOpenedIsNotUndone) {
-    g_diskFaults.visit = [&] { Finish(); };
-    g_diskFaults.Arm(1, EFault::Visit);
-    CMtfMetaFile::Open(m_path, kOpenRW);
-    g_diskFaults.Disarm();
-    EXPECT_EQ(LoadedText(m_path), u"a=2");
 }
 
 // A file is deleted before its safety copy, on the disk too.
@@ -316,95 +294,6 @@ TEST(MetaFileStart, StartingEmptyLeavesNoIncompleteFile) {
             return code != 0;
         });
     }
-}
-
-// Step `step` of an endless sequence of saves: it appends one to four items; every third
-// step rewrites the file instead, every fortieth step deletes the items first. No two steps
-// leave the same content.
-template <class Target>
-void TakeStep(int step, Target&& target) {
-    const std::u16string number = frame::IntToString(step);
-    if (step % 40 == 0) {
-        target.DelSubtree(u"items");
-    }
-    const std::u16string value =
-        number + std::u16string(static_cast<std::size_t>(step % 7) * 300, u'x');
-    if (step % 3 == 0) {
-        target.SetAttr(u"head.step", value);
-        return;
-    }
-    for (int item = 0; item <= step % 4; ++item) {
-        target.SetAttr(u"items." + number + u"-" + frame::IntToString(item), value);
-    }
-}
-
-enum class ESaver { KeepsOpen, Loads, OpensEachTime };
-
-// Takes the steps after `lastSaved` until the process is killed, and counts the saves there.
-[[noreturn]] void SaveEndlessly(const std::u16string& path, std::atomic<int>& lastSaved,
-                                ESaver saver) {
-    for (File file;; ++lastSaved) {
-        if (file == nullptr || saver != ESaver::KeepsOpen) {
-            file.reset();
-            const bool load = saver == ESaver::Loads && CMtfMetaFile::Exists(path);
-            file = CMtfOpenedMetaFile::Open(path, load ? kLoad : kOpenRW);
-        }
-        TakeStep(lastSaved + 1, file->Root());
-        file->File().Save();
-    }
-}
-
-// Each child is killed after a few finished saves and a random part of a save's duration,
-// whatever the speed of the machine. The file then holds all finished saves and, at most, the
-// save that was interrupted.
-TEST(MetaFileKill, KilledSavesLeaveWholeContents) {
-    using Clock = std::chrono::steady_clock;
-    const support::CTempFolder folder(support::QuickFolder());
-    const std::u16string path = folder.Path(u"m");
-    auto& lastSaved = *new (::mmap(nullptr, sizeof(std::atomic<int>), PROT_READ | PROT_WRITE,
-                                   MAP_SHARED | MAP_ANONYMOUS, -1, 0)) std::atomic<int>(0);
-    std::mt19937 random(7);
-    support::CMetaFileModel model;
-    model.Open(false);
-    int step = 0;
-    const auto contentAt = [&](int wanted) {
-        while (step < wanted) {
-            TakeStep(++step, model);
-        }
-        model.Save();
-        return *model.Disk();
-    };
-    int interruptedRewrites = 0;
-    const auto deadline = Clock::now() + std::chrono::minutes(1);
-    const auto isDone = [&](int kills) {
-        return kills >= 200 || (kills >= 40 && Clock::now() > deadline);
-    };
-    for (int kill = 0; !isDone(kill) && !testing::Test::HasFailure(); ++kill) {
-        const int first = lastSaved;
-        const auto start = Clock::now();
-        const pid_t child = ::fork();
-        if (child == 0) {
-            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            SaveEndlessly(path, lastSaved, static_cast<ESaver>(kill % 3));
-        }
-        const int saves = std::uniform_int_distribution<>(1, 4)(random);
-        while (lastSaved < first + saves && ::waitpid(child, nullptr, WNOHANG) == 0) {
-            ::usleep(20);
-        }
-        ASSERT_GE(lastSaved, first + saves) << "the child ended by itself";
-        const double pause = std::uniform_real_distribution<>(0, 1.5)(random) / saves;
-        std::this_thread::sleep_for((Clock::now() - start) * pause);
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-
-        interruptedRewrites += support::ReadWhole(path + u".old") == "<none>" ? 0 : 1;
-        CMtfMetaFile::Open(path, kOpenRW);
-        const std::string found = MetaFileBytes(LoadedText(path));
-        if (found != contentAt(lastSaved)) {
-            EXPECT_TRUE(found == contentAt(++lastSaved)) << "kill " << kill;
-        }
-    }
-    EXPECT_GT(interruptedRewrites, 0) << "no kill interrupted a rewrite";
 }
 
 }  // namespace
