@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <iterator>
 #include <map>
 #include <string>
 #include <string_view>
@@ -13,6 +12,7 @@
 #include "ZorelText.h"
 #include "platform/errors.h"
 #include "platform/registry.h"
+#include "text/ascii_case.h"
 
 namespace support {
 
@@ -25,84 +25,78 @@ public:
 
     std::uint32_t CreateKey(const platform::RegistryKey& key) override {
         return Change([&] {
-            for (std::size_t start = 0, end = 0; end < key.path.size(); start = end + 1) {
-                end = std::min(key.path.find(u'\\', start), key.path.size());
-                KeysOf(key).try_emplace(Fold(key.path.substr(0, end)),
-                                        Key{key.path.substr(start, end - start), {}});
+            for (std::size_t end = 0; end < key.path.size(); ++end) {
+                end = std::min(key.path.find(u'\\', end), key.path.size());
+                KeysOf(key).try_emplace(key.path.substr(0, end));
             }
-            return platform::win32err::kSuccess;
+            return true;
         });
     }
     std::uint32_t DeleteTree(const platform::RegistryKey& key) override {
         return Change([&] {
-            const std::u16string path = Fold(key.path);
-            const auto isInside = [&](const auto& entry) {
-                return entry.first == path || entry.first.starts_with(path + u'\\');
-            };
-            return ResultOf(std::erase_if(KeysOf(key), isInside) != 0);
+            return std::erase_if(KeysOf(key), [&](const auto& entry) {
+                       return text::EqualsNoCase(entry.first, key.path) ||
+                              text::StartsWithNoCase(entry.first, key.path + u'\\');
+                   }) != 0;
         });
     }
     std::uint32_t ListSubkeys(const platform::RegistryKey& key,
                               std::vector<std::u16string>& names) override {
-        const std::u16string parent = Fold(key.path) + (key.path.empty() ? u"" : u"\\");
+        const std::u16string parent = key.path + (key.path.empty() ? u"" : u"\\");
         names.clear();
-        for (const auto& [path, content] : KeysOf(key)) {
-            if (path.size() == parent.size() + content.name.size() && path.starts_with(parent)) {
-                names.push_back(content.name);
+        for (const auto& [path, values] : KeysOf(key)) {
+            if (text::StartsWithNoCase(path, parent) &&
+                path.find(u'\\', parent.size()) == std::u16string::npos) {
+                names.push_back(path.substr(parent.size()));
             }
         }
-        return ResultOf(key.path.empty() || KeysOf(key).contains(Fold(key.path)));
+        return ResultOf(key.path.empty() || ValuesOf(key) != nullptr);
     }
     std::uint32_t SetValue(const platform::RegistryKey& key, std::u16string_view name,
                            const platform::RegistryValue& value) override {
         return Change([&] {
-            const auto found = KeysOf(key).find(Fold(key.path));
-            if (found != KeysOf(key).end()) {
-                found->second.values[Fold(name)] = value;
-            }
-            return ResultOf(found != KeysOf(key).end());
+            Values* const values = ValuesOf(key);
+            return values != nullptr &&
+                   (values->insert_or_assign(std::u16string(name), value), true);
         });
     }
     std::uint32_t ReadValue(const platform::RegistryKey& key, std::u16string_view name,
                             platform::RegistryValue& value) override {
-        const auto found = KeysOf(key).find(Fold(key.path));
-        if (found == KeysOf(key).end() || !found->second.values.contains(Fold(name))) {
-            return ResultOf(false);
-        }
-        value = found->second.values[Fold(name)];
-        return ResultOf(true);
+        Values* const values = ValuesOf(key);
+        const bool found = values != nullptr && values->contains(std::u16string(name));
+        value = found ? values->at(std::u16string(name)) : value;
+        return ResultOf(found);
     }
     std::uint32_t DeleteValue(const platform::RegistryKey& key, std::u16string_view name) override {
         return Change([&] {
-            const auto found = KeysOf(key).find(Fold(key.path));
-            return ResultOf(found != KeysOf(key).end() && found->second.values.erase(Fold(name)));
+            Values* const values = ValuesOf(key);
+            return values != nullptr && values->erase(std::u16string(name)) != 0;
         });
     }
 
 private:
-    struct Key {
-        std::u16string name;  // the last element of its path, as first written
-        std::map<std::u16string, platform::RegistryValue> values;
+    struct IsBefore {
+        bool operator()(const std::u16string& a, const std::u16string& b) const {
+            return text::CompareNoCase(a, b) < 0;
+        }
     };
-    using Keys = std::map<std::u16string, Key>;  // by folded path
+    using Values = std::map<std::u16string, platform::RegistryValue, IsBefore>;
+    using Keys = std::map<std::u16string, Values, IsBefore>;  // by path, as first written
 
-    static std::u16string Fold(std::u16string_view text) {
-        std::u16string folded;
-        std::transform(text.begin(), text.end(), std::back_inserter(folded), [](char16_t unit) {
-            return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit | 0x20) : unit;
-        });
-        return folded;
-    }
     static std::uint32_t ResultOf(bool found) {
         return found ? platform::win32err::kSuccess : platform::win32err::kFileNotFound;
     }
     template <class Action>
     std::uint32_t Change(Action action) {
         const bool refused = m_changesLeft == 0 || (m_changesLeft > 0 && m_changesLeft-- == 0);
-        return refused ? kRefusal : action();
+        return refused ? kRefusal : ResultOf(action());
     }
     Keys& KeysOf(const platform::RegistryKey& key) {
         return m_keys[static_cast<std::size_t>(key.root)];
+    }
+    Values* ValuesOf(const platform::RegistryKey& key) {
+        const auto found = KeysOf(key).find(key.path);
+        return found == KeysOf(key).end() ? nullptr : &found->second;
     }
 
     int m_changesLeft = -1;
@@ -118,18 +112,18 @@ inline std::string DumpRegistry(platform::IRegistry& registry, const platform::R
     registry.ListSubkeys(key, subkeys);
     std::sort(subkeys.begin(), subkeys.end());
     for (const std::u16string& subkey : subkeys) {
-        const platform::RegistryKey below{key.root,
-                                          key.path + (key.path.empty() ? u"" : u"\\") + subkey};
+        platform::RegistryKey below{key.root,
+                                    key.path.empty() ? subkey : key.path + u'\\' + subkey};
         const std::string path = zorel::ToUtf8(below.path);
         text += path + "\n";
         for (const std::u16string& name : valueNames) {
             platform::RegistryValue value;
             if (registry.ReadValue(below, name, value) == platform::win32err::kSuccess) {
                 const auto* string = std::get_if<std::u16string>(&value);
-                text += path + " : " + zorel::ToUtf8(name) + " = " +
-                        (string != nullptr ? zorel::ToUtf8(*string)
-                                           : std::to_string(std::get<std::uint32_t>(value))) +
-                        "\n";
+                text += path + " : " + zorel::ToUtf8(name) + " = ";
+                text += string != nullptr ? zorel::ToUtf8(*string)
+                                          : std::to_string(std::get<std::uint32_t>(value));
+                text += "\n";
             }
         }
         text += DumpRegistry(registry, below, valueNames);
