@@ -41,19 +41,14 @@ public:
     HRESULT Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
         return E_NOTIMPL;
     }
-    HRESULT Take(INT number, Pair byValue, Pair* byPointer, BSTR* seen) {
+    HRESULT Take(INT number, GUID guid, Pair byValue, Pair* byPointer, BSTR* seen) {
         *seen = NewBstr(zorel::ToUtf16(std::to_string(number + byValue.number) + "/") +
-                        std::u16string(byPointer == nullptr ? u"null" : TextOf(byPointer->text)));
+                        std::u16string(byPointer == nullptr ? u"null" : TextOf(byPointer->text)) +
+                        u"/" + UuidToString(guid));
         return S_OK;
     }
-    HRESULT TakeGuid(GUID guid, GUID* seen) {
-        *seen = guid;
-        return S_OK;
-    }
-    HRESULT Give(INT hr, BSTR* text, INT* number, GUID* guid, SAFEARRAY** list, CProbe** self,
-                 Pair* pair) {
+    HRESULT Give(INT hr, BSTR* text, GUID* guid, SAFEARRAY** list, CProbe** self, Pair* pair) {
         *text = NewBstr(u"text");
-        *number = -7;
         *guid = kSampleGuid;
         *list = SafeArrayCreateVector(VT_BSTR, 0, 1);
         static_cast<BSTR*>((*list)->pvData)[0] = NewBstr(u"name");
@@ -90,15 +85,14 @@ struct InterfaceTraits<CProbe> {
 
 namespace {
 
-enum EProbeId : DISPID { kTake = 0x60020000, kTakeGuid, kGive, kGiveSelf, kTotal };
+enum EProbeId : DISPID { kTake = 0x60020000, kGive, kGiveSelf, kTotal };
 
 constexpr auto kProbeMethods =
     Methods(kTake,
-            Method<&CProbe::Take>(u"Take", In(u"number"), Unspecified(u"byValue"), In(u"byPointer"),
-                                  Retval(u"seen")),
-            Method<&CProbe::TakeGuid>(u"TakeGuid", In(u"guid"), Retval(u"seen")),
-            Method<&CProbe::Give>(u"Give", In(u"hr"), Out(u"text"), Out(u"number"), Out(u"guid"),
-                                  Out(u"list"), Out(u"self"), Out(u"pair")),
+            Method<&CProbe::Take>(u"Take", In(u"number"), In(u"guid"), Unspecified(u"byValue"),
+                                  In(u"byPointer"), Retval(u"seen")),
+            Method<&CProbe::Give>(u"Give", In(u"hr"), Out(u"text"), Out(u"guid"), Out(u"list"),
+                                  Out(u"self"), Out(u"pair")),
             Method<&CProbe::GiveSelf>(u"GiveSelf", In(u"hr"), Unspecified(u"self")),
             PropertyGet<&CProbe::get_Total>(u"Total", Retval(u"total")));
 constexpr InterfaceTable kTable = {u"IProbe", &IID_IDispatch, nullptr, 1, kProbeMethods};
@@ -127,33 +121,27 @@ HRESULT Call(CProbe& probe, DISPID id, const std::vector<VARIANT>& arguments,
                           badArgument);
 }
 
-TEST(Dispatch, FindsNamesWithoutRegardToCase) {
-    const struct {
-        HRESULT hr;
-        std::vector<std::u16string> names;
-        std::vector<DISPID> ids;
-    } rows[] = {
-        {S_OK, {u"tAKE", u"NUMBER", u"seen"}, {kTake, 0, 3}},
-        {S_OK, {u"total"}, {kTotal}},
-        {DISP_E_UNKNOWNNAME, {u"get_Total"}, {DISPID_UNKNOWN}},
-        {DISP_E_UNKNOWNNAME, {u"Tak"}, {DISPID_UNKNOWN}},
-        {DISP_E_UNKNOWNNAME, {u"Take", u"flag", u"seen"}, {kTake, DISPID_UNKNOWN, 3}},
-        {DISP_E_UNKNOWNNAME, {u"None", u"number"}, {DISPID_UNKNOWN, DISPID_UNKNOWN}},
-    };
-    for (auto row : rows) {
-        std::vector<LPOLESTR> names;
-        for (std::u16string& name : row.names) {
-            names.push_back(name.data());
-        }
-        std::vector<DISPID> ids(names.size());
-        const auto find = [&](REFIID reserved) {
-            return DispatchGetIDsOfNames(kTable, reserved, names.data(),
-                                         static_cast<UINT>(names.size()), 0, ids.data());
-        };
-        EXPECT_EQ(find(IID_NULL), row.hr);
-        EXPECT_EQ(ids, row.ids) << zorel::ToUtf8(row.names[0]);
-        EXPECT_EQ(find(IID_IUnknown), DISP_E_UNKNOWNINTERFACE);
+// The result of the call, then the identifiers.
+std::vector<DISPID> Find(std::vector<std::u16string> texts, REFIID reserved = IID_NULL) {
+    std::vector<LPOLESTR> names;
+    for (std::u16string& text : texts) {
+        names.push_back(text.data());
     }
+    std::vector<DISPID> ids(names.size() + 1);
+    ids[0] = DispatchGetIDsOfNames(kTable, reserved, names.data(), static_cast<UINT>(names.size()),
+                                   0, &ids[1]);
+    return ids;
+}
+
+TEST(Dispatch, FindsNamesWithoutRegardToCase) {
+    using Ids = std::vector<DISPID>;
+    EXPECT_EQ(Find({u"tAKE", u"NUMBER", u"seen"}), (Ids{S_OK, kTake, 0, 4}));
+    EXPECT_EQ(Find({u"total"}), (Ids{S_OK, kTotal}));
+    EXPECT_EQ(Find({u"get_Total"}), (Ids{DISP_E_UNKNOWNNAME, -1}));
+    EXPECT_EQ(Find({u"Tak"}), (Ids{DISP_E_UNKNOWNNAME, -1}));
+    EXPECT_EQ(Find({u"Take", u"flag", u"seen"}), (Ids{DISP_E_UNKNOWNNAME, kTake, -1, 4}));
+    EXPECT_EQ(Find({u"None", u"number"}), (Ids{DISP_E_UNKNOWNNAME, -1, -1}));
+    EXPECT_EQ(Find({u"Take"}, IID_IUnknown)[0], DISP_E_UNKNOWNINTERFACE);
 }
 
 // The value of "TYPE CONTENT": a VARTYPE with a text, a real number or an integer.
@@ -247,7 +235,6 @@ TEST(Dispatch, RefusesCallsOfTheWrongShape) {
 // Variables of the types that Give fills.
 struct Outputs {
     BSTR text = nullptr;
-    INT number = 0;
     GUID guid = {};
     SAFEARRAY* list = nullptr;
     IDispatch* self = nullptr;
@@ -256,7 +243,6 @@ struct Outputs {
     std::vector<VARIANT> References(HRESULT hr) {
         return {Raw(VT_I4, hr),
                 Reference(VT_BSTR, &text),
-                Reference(VT_I4, &number),
                 Reference(VT_RECORD, &guid),
                 Reference(VT_ARRAY | VT_BSTR, &list),
                 Reference(VT_DISPATCH, &self),
@@ -267,18 +253,18 @@ struct Outputs {
 TEST(Dispatch, FillsTypedVariablesAndClearedVariants) {
     CProbe probe;
     Outputs out;
-    out.text = reinterpret_cast<BSTR>(&out.number);  // not a string: an output is not freed
+    out.text = reinterpret_cast<BSTR>(&out.guid);  // not a string: an output is not freed
     const std::vector<VARIANT> references = out.References(S_OK);
     ASSERT_EQ(Call(probe, kGive, references), S_OK);
     const CBstr text(out.text);
     const CSafeArrayPtr list(out.list);
     const CBstr pairText(out.pair.text);
-    EXPECT_TRUE(TextOf(out.text) == u"text" && out.number == -7 && out.guid == kSampleGuid);
+    EXPECT_TRUE(TextOf(out.text) == u"text" && out.guid == kSampleGuid);
     EXPECT_EQ(TextOf(static_cast<BSTR*>(out.list->pvData)[0]), u"name");
     EXPECT_TRUE(out.self == &probe && TextOf(out.pair.text) == u"pair" && out.pair.number == 77);
 
     support::CCountedObject old;
-    std::vector<CVariant> variables(6);
+    std::vector<CVariant> variables(5);
     std::vector<VARIANT> arguments = {Raw(VT_I4, S_OK)};
     for (CVariant& variable : variables) {
         old.AddRef();
@@ -290,7 +276,7 @@ TEST(Dispatch, FillsTypedVariablesAndClearedVariants) {
     for (std::size_t i = 0; i < variables.size(); ++i) {
         EXPECT_EQ(variables[i].Get().vt, references[i + 1].vt & ~VT_BYREF) << i;
     }
-    EXPECT_EQ(*static_cast<GUID*>(variables[2].Get().pvRecord), kSampleGuid);
+    EXPECT_EQ(*static_cast<GUID*>(variables[1].Get().pvRecord), kSampleGuid);
     variables.clear();
     EXPECT_EQ(probe.references, 1U);
 }
@@ -308,14 +294,14 @@ TEST(Dispatch, DoesNotChangeVariablesWhenTheCallFails) {
     SetErrorInfo(0, info.Get());
     EXPECT_EQ(Call(probe, kGive, out.References(E_FAIL)), DISP_E_EXCEPTION);
     EXPECT_EQ(GetErrorInfo(0, info.Put()), S_FALSE);
-    EXPECT_TRUE(out.text == kept.Get() && out.number == 0 && out.list == nullptr);
-    for (std::size_t i = 1; i < 7; ++i) {  // each output in turn is one that cannot be filled
+    EXPECT_TRUE(out.text == kept.Get() && out.pair.number == 0 && out.list == nullptr);
+    for (std::size_t i = 1; i < 6; ++i) {  // each output in turn is one that cannot be filled
         for (const VARTYPE wrong : {VARTYPE{VT_I8}, VARTYPE{VT_BYREF | VT_I8}}) {
             std::vector<VARIANT> arguments = out.References(S_OK);
             arguments[i].vt = wrong;
             UINT badArgument = 99;
             EXPECT_EQ(Call(probe, kGive, arguments, nullptr, &badArgument), DISP_E_TYPEMISMATCH);
-            EXPECT_EQ(badArgument, 6 - i);
+            EXPECT_EQ(badArgument, 5 - i);
         }
     }
     EXPECT_EQ(probe.references, 0U);
@@ -345,35 +331,36 @@ TEST(Dispatch, TakesRecordsGuidsAndReferences) {
     VARIANT byReference = Reference(VT_BSTR, &number.bstrVal);
     const VARIANT byValue = Raw(VT_RECORD, &pair);
     const VARIANT null = Raw(VT_RECORD, static_cast<void*>(nullptr));
-    CVariant result;
-    for (const VARIANT& form : {number, byReference, Reference(VT_VARIANT, &number),
-                                Reference(VT_VARIANT, &byReference)}) {
-        for (const VARIANT& record : {byValue, Reference(VT_RECORD, &pair)}) {
-            ASSERT_EQ(Call(probe, kTake, {form, record, record}, result.Put()), S_OK);
-            EXPECT_EQ(TextOf(result.Get().bstrVal), u"42/by pointer");
-        }
-    }
-    EXPECT_EQ(Call(probe, kTake, {number, byValue, null}, result.Put()), S_OK);
-    EXPECT_EQ(TextOf(result.Get().bstrVal), u"42/null");
-    UINT badArgument = 99;
-    EXPECT_EQ(Call(probe, kTake, {number, null, byValue}, nullptr, &badArgument),
-              DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(badArgument, 1U);
-
     GUID guid = kSampleGuid;
     const std::u16string plain = UuidToString(guid);
     const CBstr bare(NewBstr(plain));
     const CBstr braced(NewBstr(u"{" + plain + u"}"));
     const CBstr broken(NewBstr(u"{" + plain));
-    for (const VARIANT& form :
-         {Raw(VT_RECORD, &guid), Raw(VT_BSTR, bare.Get()), Raw(VT_BSTR, braced.Get())}) {
-        ASSERT_EQ(Call(probe, kTakeGuid, {form}, result.Put()), S_OK);
-        EXPECT_EQ(*static_cast<GUID*>(result.Get().pvRecord), kSampleGuid);
+    const VARIANT guidRecord = Raw(VT_RECORD, &guid);
+    const CComPtr<IRecordInfo> guidInfo = detail::NewRecordInfo(detail::GuidRecord());
+    VARIANT described = guidRecord;
+    described.pRecInfo = guidInfo.Get();
+    CVariant result;
+    for (const VARIANT& form : {number, byReference, Reference(VT_VARIANT, &number),
+                                Reference(VT_VARIANT, &byReference)}) {
+        for (const VARIANT& id :
+             {guidRecord, described, Raw(VT_BSTR, bare.Get()), Raw(VT_BSTR, braced.Get())}) {
+            for (const VARIANT& record : {byValue, Reference(VT_RECORD, &pair)}) {
+                ASSERT_EQ(Call(probe, kTake, {form, id, record, record}, result.Put()), S_OK);
+                EXPECT_EQ(TextOf(result.Get().bstrVal), u"42/by pointer/" + plain);
+            }
+        }
     }
-    // The result of a call is an argument of the next; a record of another type is not.
-    EXPECT_EQ(Call(probe, kTakeGuid, {result.Get()}), S_OK);
-    EXPECT_EQ(Call(probe, kTake, {number, result.Get(), result.Get()}), DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(Call(probe, kTakeGuid, {Raw(VT_BSTR, broken.Get())}), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(Call(probe, kTake, {number, guidRecord, byValue, null}, result.Put()), S_OK);
+    EXPECT_EQ(TextOf(result.Get().bstrVal), u"42/null/" + plain);
+    const std::vector<VARIANT> refused[] = {{number, guidRecord, byValue, described},
+                                            {number, guidRecord, null, byValue},
+                                            {number, Raw(VT_BSTR, broken.Get()), byValue, byValue}};
+    for (const auto& arguments : refused) {
+        UINT badArgument = 99;
+        EXPECT_EQ(Call(probe, kTake, arguments, nullptr, &badArgument), DISP_E_TYPEMISMATCH);
+        EXPECT_EQ(badArgument, &arguments - refused);
+    }
 }
 
 TEST(Dispatch, DescribesRecords) {
