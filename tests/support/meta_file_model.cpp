@@ -165,8 +165,9 @@ Texts CMetaFileModel::Dump(const std::u16string& path) const {
         }
     }
     for (const Node& node : m_nodes) {
-        const auto [parent, name] = SplitLast(node.path);
-        if (!name.empty() && parent == path) {
+        const bool isUnder = node.path.size() > path.size() && node.path.starts_with(path);
+        const auto [parent, name] = isUnder ? SplitLast(node.path) : decltype(SplitLast(u""))();
+        if (isUnder && parent == path) {
             out.push_back(u'[' + name);
             std::ranges::move(Dump(node.path), std::back_inserter(out));
             out.push_back(u"]");
