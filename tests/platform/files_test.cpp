@@ -125,6 +125,7 @@ TEST(Files, TransfersPositionsAndSizesFollowAPlainModel) {
                                        kCreateNew, kAttributeNormal));
     std::string model;
     std::size_t position = 0;
+    SetLastError(kUntouched);
     for (int round = 0; round < 3000; ++round) {
         std::string data(random() % 300, static_cast<char>('a' + round % 26));
         std::size_t count = 0;
@@ -162,6 +163,7 @@ TEST(Files, TransfersPositionsAndSizesFollowAPlainModel) {
         ASSERT_EQ(reported, static_cast<std::int64_t>(model.size())) << round;
     }
     EXPECT_TRUE(FlushFileBuffers(file.Get()));
+    EXPECT_EQ(GetLastError(), kUntouched);
     EXPECT_EQ(support::ReadWhole(folder.Path(u"f")), model);
 }
 
@@ -210,9 +212,12 @@ TEST(Files, TimesSetOnAnOpenFileStay) {
         EXPECT_TRUE(write == set && creation <= set);
     }
     // A write changes a time that was not set.
+    SetLastError(kUntouched);
     const CFileHandle file = support::OpenToWrite(path, kOpenExisting);
     ASSERT_TRUE(SetFileTime(file.Get(), nullptr, &set, nullptr) && support::Write(file, "new"));
     ASSERT_TRUE(GetFileTime(look.Get(), nullptr, &access, &write));
+    ASSERT_TRUE(GetFileAttributesW(path) != kInvalidAttributes);
+    EXPECT_EQ(GetLastError(), kUntouched);
     EXPECT_TRUE(access == set && write > set + kTicksPerSecond);
     // Folders and files can be opened for their times only.
     for (const std::u16string& name : {path, folder.Path()}) {

@@ -35,19 +35,26 @@ TEST(System, ModulePathsAreCutToTheBuffer) {
 
 TEST(System, TemporaryFolderAndEnvironment) {
     std::u16string text;
-    ASSERT_TRUE(GetTempPathW(text));
+    char16_t module[4096];
+    SetLastError(77);
+    EXPECT_TRUE(GetModuleFileNameW(OwnModule(), module, 4096) != 0 && GetTempPathW(text));
+    EXPECT_EQ(GetLastError(), 77U);
     EXPECT_TRUE(text.ends_with(support::kOnWindows ? u'\\' : u'/'));
     EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(text)));
+    SetLastError(77);
     EXPECT_TRUE(GetEnvironmentVariableW(u"PATH", text) && !text.empty());
+    EXPECT_EQ(GetLastError(), 77U);
     EXPECT_EQ(CodeOf(GetEnvironmentVariableW(u"ZOREL_NO_SUCH_VARIABLE", text)), 203U);
 }
 
 TEST(System, ADuplicateSharesThePositionAndOutlivesTheFirst) {
     const support::CTempFolder folder;
     CFileHandle first = support::OpenToWrite(folder.Path(u"f"));
+    SetLastError(77);
     const CFileHandle second(DuplicateHandle(first.Get()));
     ASSERT_TRUE(support::Write(first, "ab"));
     first.Reset();
+    EXPECT_EQ(GetLastError(), 77U);
     ASSERT_TRUE(support::Write(second, "cd"));
     EXPECT_EQ(support::ReadWhole(folder.Path(u"f")), "abcd");
     EXPECT_EQ(CodeOf(support::OpenToWrite(folder.Path(u"f"))), win32err::kSharingViolation);
