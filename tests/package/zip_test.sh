@@ -8,35 +8,29 @@ set -euo pipefail
 cpack=$1 build=$2 version=$3 example=$4
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-echo "-- build"
 (cd "$build" && "$cpack" -B "$folder/package") >"$folder/log" 2>&1 || fail "$(cat "$folder/log")"
 archive=$folder/package/ZorelOibIdxLib-$version-win64.zip
 [[ -f $archive ]] || fail "no such archive: $archive; $(ls "$folder/package")"
 
-echo "-- contents"
 mkdir "$folder/un packed"
 cd "$folder/un packed"
 cmake -E tar xf "$archive"
 # The archive may contain one folder with its name.
 [[ ! -d ZorelOibIdxLib-$version-win64 ]] || cd "ZorelOibIdxLib-$version-win64"
 for file in ZorelOibIdxComLib.dll ZorelOibIdxLib.tlb README.md interface.md \
-    include/ZorelOibIdxLib.h include/ZorelAutomation.h include/ZorelClient.h include/ZorelText.h \
-    samples/vbscript/catalogue.vbs samples/jscript/catalogue.js samples/powershell/browse.ps1 \
-    samples/cpp/generate_and_search.cpp samples/cpp/browse_by_name.cpp \
-    samples/python/example.py samples/python/VERSION; do
+    include/Zorel{OibIdxLib,Automation,Client,Text}.h samples/vbscript/catalogue.vbs \
+    samples/jscript/catalogue.js samples/powershell/browse.ps1 \
+    samples/cpp/{generate_and_search,browse_by_name}.cpp samples/python/{example.py,VERSION}; do
     [[ -s $file ]] || fail "not in the archive: $file"
 done
-links=0
+grep -roP --include='*.md' '\]\(\K(?!https?:|#)[^)#]+' . >"$folder/links" || fail "no document has links"
 while IFS=: read -r text link; do
-    ((++links))
     [[ -e $(dirname "$text")/$link ]] || fail "$text links to $link, which is missing"
-done < <(grep -roP --include='*.md' '\]\(\K(?!https?:|#)[^)#]+' .)
-((links > 0)) || fail "the documents have no links"
+done <"$folder/links"
 if find . | grep -E '__pycache__|gtest|gmock|_test|\.a$|\.exe$'; then
     fail "these files do not belong in the archive"
 fi
 
-echo "-- use"
 wine regsvr32 /s "$(winepath -w "$PWD/ZorelOibIdxComLib.dll")" </dev/null >/dev/null 2>&1 ||
     fail "the module does not register"
 cp "$example" "$folder/C.dat"
@@ -55,7 +49,6 @@ OUTPUT
     cd - >/dev/null
 done
 
-echo "-- removal"
 wine regsvr32 /s /u "$(winepath -w "$PWD/ZorelOibIdxComLib.dll")" </dev/null >/dev/null 2>&1 ||
     fail "the module does not unregister"
 if wine reg query 'HKCR\ZorelOibIdxLib.COibIdxLib' </dev/null >/dev/null 2>&1; then
