@@ -71,9 +71,8 @@ TEST(Exceptions, FullMessages) {
         EXPECT_EQ(CWin32Exc(row.code).GetHResult(), static_cast<HRESULT>(row.result));
         EXPECT_TRUE(CWin32Exc(row.code).GetFullMessage().ends_with(row.end)) << row.code;
     }
-}
 
-TEST(Exceptions, ComMessageTakesTheErrorInformation) {
+    // The message takes the error information of the thread.
     ::SetErrorInfo(0, nullptr);
     EXPECT_EQ(CComExc(E_FAIL).GetFullMessage(), u"COM error:  Code: 0x80004005");
     frame::ReportError({&IID_IOibIdxLib, nullptr}, support::Ole(u"it broke"));
@@ -106,8 +105,7 @@ TEST(Boundary, TurnsExceptionsIntoResults) {
         frame::ReportError(source, support::Ole(u"stale"));
         std::mutex lock;
         EXPECT_EQ(frame::RunAtBoundary(source, &lock, row.body), row.hr);
-        EXPECT_TRUE(lock.try_lock());
-        lock.unlock();
+        EXPECT_TRUE(std::unique_lock(lock, std::try_to_lock).owns_lock());
         const support::ErrorReport report = support::TakeError();
         EXPECT_EQ(report.description, row.description);
         EXPECT_EQ(report.guid, row.description.empty() ? GUID_NULL : IID_IMtfMetaFile);

@@ -86,8 +86,7 @@ TEST_F(LoggerTest, DropsLinesThatCannotBeWritten) {
 struct CMemoryWriter final : CLogWriter {
     void Write(std::int32_t level, const CLogger&, std::int32_t depth,
                std::u16string_view line) override {
-        lines.push_back(std::to_string(level) + "/" + std::to_string(depth) + " " +
-                        WideToAnsi(line));
+        lines.push_back(std::to_string(level * 10 + depth) + " " + WideToAnsi(line));
     }
     Lines lines;
 };
@@ -108,24 +107,19 @@ TEST(LogScope, LogsTheOutcomeOnce) {
         outer.Ok();
         outer.Ok();
     }
-    for (const bool succeeds : {false, true}) {
-        CLogScope scope(100, logger);
-        if (succeeds) {
-            scope.Ok();
-        }
-    }
+    { CLogScope scope(100, logger); }
+    CLogScope(100, logger).Ok();
     logger.ChangeIndent(-5);
     logger.Log(1, u"ground");
     EXPECT_EQ(writer->lines,
-              (Lines{"1/1 Outer.", "2/3 Inner", "3/5 why", "2/3 Inner. Failed.", "1/1 Outer.. Ok.",
-                     "1/1 ZorelOibIdxLib", "1/1 ZorelOibIdxLibFailed.", "1/1 ZorelOibIdxLib",
-                     "1/1 ZorelOibIdxLibOk.", "1/0 ground"}));
+              (Lines{"11 Outer.", "23 Inner", "35 why", "23 Inner. Failed.", "11 Outer.. Ok.",
+                     "11 ZorelOibIdxLib", "11 ZorelOibIdxLibFailed.", "11 ZorelOibIdxLib",
+                     "11 ZorelOibIdxLibOk.", "10 ground"}));
 }
 
 TEST_F(LoggerTest, KeepsMessagesOfSeveralThreadsWhole) {
-    constexpr int kThreads = 4;
-    constexpr int kMessages = 40;
-    std::vector<std::thread> threads;
+    constexpr int kThreads = 4, kMessages = 40;
+    std::vector<std::jthread> threads;
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&, name = IntToString(t)] {
             for (int i = 0; i < kMessages; ++i) {
@@ -136,9 +130,7 @@ TEST_F(LoggerTest, KeepsMessagesOfSeveralThreadsWhole) {
             }
         });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    threads.clear();
     Lines messages = ReadLog(m_path);
     std::erase_if(messages, [](const auto& line) { return !line.starts_with("Warning|"); });
     ASSERT_EQ(messages.size(), 3U * kThreads * kMessages);

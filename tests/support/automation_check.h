@@ -31,8 +31,7 @@ inline ErrorReport TakeError() {
     ErrorReport report;
     automation::CComPtr<IErrorInfo> info;
     if (::GetErrorInfo(0, info.Put()) == S_OK) {
-        automation::CBstr description;
-        automation::CBstr source;
+        automation::CBstr description, source;
         info->GetDescription(description.Put());
         info->GetSource(source.Put());
         info->GetGUID(&report.guid);
@@ -87,188 +86,124 @@ struct CallResult {
 
 namespace detail {
 
-inline void ToVariant(INT value, VARIANT& out) {
-    out.vt = VT_I4;
-    out.lVal = value;
-}
-inline void ToVariant(VARIANT_BOOL value, VARIANT& out) {
-    out.vt = VT_BOOL;
-    out.boolVal = value;
-}
-inline void ToVariant(BSTR value, VARIANT& out) {
-    out.vt = VT_BSTR;
-    out.bstrVal = value == nullptr ? nullptr : automation::NewBstr(automation::TextOf(value));
-}
-inline void ToVariant(const GUID& value, VARIANT& out) {
-    out.vt = VT_BSTR;
-    out.bstrVal = automation::NewBstr(frame::GuidToString(value, true));
-}
-
+// An output argument.
 template <class T>
-constexpr VARTYPE OutputType() {
-    if constexpr (std::is_same_v<T, BSTR>) {
-        return VT_BSTR;
-    } else if constexpr (std::is_same_v<T, SAFEARRAY*>) {
-        return VT_ARRAY | VT_BSTR;
-    } else if constexpr (std::is_pointer_v<T>) {
-        return VT_DISPATCH;
-    } else if constexpr (std::is_same_v<T, VARIANT_BOOL>) {
-        return VT_BOOL;
-    } else if constexpr (sizeof(T) == 8) {
-        return VT_UI8;
-    } else {
-        return std::is_signed_v<T> ? VT_I4 : VT_UI4;
-    }
-}
-
-// A null pointer stays null. On Linux an output is stored in a VARIANT; Windows needs a variable
-// of the parameter's type.
-template <class T>
-void ToVariant(T* out, VARIANT& argument, VARIANT& received) {
-    if constexpr (kOnWindows) {
-        argument.vt = static_cast<VARTYPE>(VT_BYREF | OutputType<T>());
-        argument.byref = out;
-    } else {
-        argument.vt = VT_BYREF | VT_VARIANT;
-        argument.pvarVal = out == nullptr ? nullptr : &received;
-    }
-}
-
-template <class T>
-void FromVariant(VARIANT& received, T* out) {
-    if (out == nullptr || received.vt == VT_EMPTY) {
-        return;
-    }
-    if constexpr (std::is_class_v<T>) {
-        // A record; its strings move to the caller.
-        std::memcpy(out, received.pvRecord, sizeof(T));
-        std::memset(received.pvRecord, 0, sizeof(T));
-    } else {
-        // The value moves to the caller.
-        std::memcpy(out, &received.llVal, sizeof(T));
-        received.vt = VT_EMPTY;
-    }
-}
-
+constexpr bool kIsOutput = std::is_pointer_v<T> && !std::is_same_v<T, BSTR>;
 // A record or a GUID, or a pointer to one. Wine does not support them in IDispatch calls.
 template <class T>
 constexpr bool kIsRecord = std::is_class_v<std::remove_pointer_t<T>>;
-
 template <class T>
-constexpr bool kIsOutput = std::is_pointer_v<T> && !std::is_same_v<T, BSTR>;
+constexpr int kOutputType = std::is_same_v<T, BSTR>           ? VT_BSTR
+                            : std::is_same_v<T, SAFEARRAY*>   ? VT_ARRAY | VT_BSTR
+                            : std::is_pointer_v<T>            ? VT_DISPATCH
+                            : std::is_same_v<T, VARIANT_BOOL> ? VT_BOOL
+                            : sizeof(T) == 8                  ? VT_UI8
+                            : std::is_signed_v<T>             ? VT_I4
+                                                              : VT_UI4;
 
-// The variants of one late-bound call, the last argument first.
-template <std::size_t kCount>
-class CLateArguments {
-public:
-    template <class T>
-    void Put(std::size_t position, T value) {
-        if constexpr (kIsOutput<T>) {
-            ToVariant(value, At(position), m_received[position].Get());
+// Converts an argument. A null output stays null. On Linux an output is stored in `received`;
+// Windows needs a variable of the parameter's type.
+template <class T>
+void ToVariant(T value, VARIANT& argument, [[maybe_unused]] VARIANT& received) {
+    if constexpr (std::is_same_v<T, GUID>) {
+        argument.vt = VT_BSTR;
+        argument.bstrVal = automation::NewBstr(frame::GuidToString(value, true));
+    } else if constexpr (std::is_same_v<T, BSTR>) {
+        argument.vt = VT_BSTR;
+        argument.bstrVal = value ? automation::NewBstr(automation::TextOf(value)) : nullptr;
+    } else if constexpr (!kIsOutput<T>) {
+        argument.vt = std::is_same_v<T, VARIANT_BOOL> ? VT_BOOL : VT_I4;
+        argument.lVal = value;
+    } else if constexpr (kOnWindows) {
+        argument.vt = static_cast<VARTYPE>(VT_BYREF | kOutputType<std::remove_pointer_t<T>>);
+        argument.byref = value;
+    } else {
+        argument.vt = VT_BYREF | VT_VARIANT;
+        argument.pvarVal = value == nullptr ? nullptr : &received;
+    }
+}
+
+// Moves a received value, or the strings of a received record, to the caller.
+template <class T>
+void FromVariant([[maybe_unused]] VARIANT& received, [[maybe_unused]] T out) {
+    if constexpr (kIsOutput<T>) {
+        if (out == nullptr || received.vt == VT_EMPTY) {
+            return;
+        }
+        if constexpr (kIsRecord<T>) {
+            std::memcpy(out, received.pvRecord, sizeof(*out));
+            std::memset(received.pvRecord, 0, sizeof(*out));
         } else {
-            ToVariant(value, At(position));
+            std::memcpy(out, &received.llVal, sizeof(*out));
+            received.vt = VT_EMPTY;
         }
     }
-    template <class T>
-    void Fetch(std::size_t position, T value) {
-        if constexpr (kIsOutput<T>) {
-            FromVariant(m_received[position].Get(), value);
-        }
-    }
-    // Removes a return value from the arguments: it becomes the result of the call.
-    VARIANT* SplitResult() {
-        m_hasResult = kCount != 0 && m_arguments[0].Get().pvarVal != nullptr;
-        return m_hasResult ? &m_received[kCount - 1].Get() : nullptr;
-    }
-    DISPPARAMS List() {
-        DISPPARAMS params{};
-        for (std::size_t i = 0; i < kCount; ++i) {
-            m_raw[i] = m_arguments[i].Get();
-        }
-        params.rgvarg = m_raw.data() + (m_hasResult ? 1 : 0);
-        params.cArgs = static_cast<UINT>(kCount - (m_hasResult ? 1 : 0));
-        return params;
-    }
-
-private:
-    VARIANT& At(std::size_t position) { return m_arguments[kCount - 1 - position].Get(); }
-
-    std::array<automation::CVariant, kCount> m_arguments;
-    std::array<automation::CVariant, kCount> m_received;
-    std::array<VARIANT, kCount + 1> m_raw{};  // the arguments' bytes; owns nothing
-    bool m_hasResult = false;
-};
-
-inline CallResult ResultOf(HRESULT hr, EXCEPINFO& exception) {
-    CallResult result{hr, {}};
-    if (hr == DISP_E_EXCEPTION) {
-        const automation::CBstr source(exception.bstrSource);
-        const automation::CBstr description(exception.bstrDescription);
-        const automation::CBstr helpFile(exception.bstrHelpFile);
-        result.hr = exception.scode;
-        result.error.source = automation::TextOf(source.Get());
-        result.error.description = automation::TextOf(description.Get());
-    }
-    return result;
 }
 
-template <class Interface>
-const automation::MethodDesc* FindMethod(automation::MethodThunk thunk) {
-    for (const auto* table = &frame::TableOf<Interface>(); table != nullptr; table = table->base) {
-        for (const automation::MethodDesc& method : table->methods) {
-            if (method.call == thunk) {
-                return &method;
-            }
-        }
-    }
-    return nullptr;
+inline CallResult ResultOf(HRESULT hr, const EXCEPINFO& exception) {
+    const automation::CBstr source(exception.bstrSource);
+    const automation::CBstr description(exception.bstrDescription);
+    const automation::CBstr helpFile(exception.bstrHelpFile);
+    return {hr == DISP_E_EXCEPTION ? exception.scode : hr,
+            {std::u16string(automation::TextOf(description.Get())),
+             std::u16string(automation::TextOf(source.Get()))}};
 }
 
-template <auto kMethod, class Interface, class... Params, std::size_t... kIndex>
-CallResult CallLate(Interface* object, std::index_sequence<kIndex...>, Params... args) {
+template <auto kMethod, class Interface, class... Params>
+CallResult CallLate(Interface* object, Params... args) {
+    constexpr std::size_t kCount = sizeof...(Params);
     using Traits = automation::detail::MethodTraits<decltype(kMethod)>;
-    const automation::MethodDesc* method = FindMethod<Interface>(&Traits::template Thunk<kMethod>);
+    const automation::MethodDesc* method = automation::FindMethodIf(
+        frame::TableOf<Interface>(),
+        [](const auto& desc) { return desc.call == &Traits::template Thunk<kMethod>; });
     DISPID id = DISPID_UNKNOWN;
-    auto* name = const_cast<LPOLESTR>(reinterpret_cast<LPCOLESTR>(method->name));
+    auto* name = const_cast<LPOLESTR>(Ole(method->name));
     const HRESULT found = object->GetIDsOfNames(IID_NULL, &name, 1, 0, &id);
     if (FAILED(found)) {
         return {found, {}};
     }
-    CLateArguments<sizeof...(Params)> late;
-    (late.Put(kIndex, args), ...);
-    VARIANT* result = nullptr;
-    if (sizeof...(Params) != 0 &&
-        method->params[method->paramCount - 1].direction == automation::EDirection::Retval) {
-        result = late.SplitResult();
-    }
-    DISPPARAMS params = late.List();
+    // The last argument first; one more, so that no array is empty.
+    std::array<automation::CVariant, kCount + 1> arguments, received;
+    std::array<VARIANT, kCount + 1> raw{};  // the arguments' bytes; owns nothing
+    std::size_t next = kCount;
+    [[maybe_unused]] const auto put = [&](auto value) {
+        --next;
+        ToVariant(value, arguments[next].Get(), received[next].Get());
+        raw[next] = arguments[next].Get();
+    };
+    (put(args), ...);
+    // A return value becomes the result of the call, unless the caller passes null for it.
+    const bool hasResult =
+        kCount != 0 && raw[0].pvarVal != nullptr &&
+        method->params[method->paramCount - 1].direction == automation::EDirection::Retval;
+    DISPPARAMS params{};
+    params.rgvarg = raw.data() + (hasResult ? 1 : 0);
+    params.cArgs = static_cast<UINT>(kCount - (hasResult ? 1 : 0));
     EXCEPINFO exception{};
     UINT badArgument = 0;
-    const HRESULT hr = object->Invoke(id, IID_NULL, 0, method->invokeKind, &params, result,
-                                      &exception, &badArgument);
+    const HRESULT hr =
+        object->Invoke(id, IID_NULL, 0, method->invokeKind, &params,
+                       hasResult ? &received[0].Get() : nullptr, &exception, &badArgument);
     if (kOnLinux || SUCCEEDED(hr)) {  // on Windows a failed call stores no return value
-        (late.Fetch(kIndex, args), ...);
+        next = kCount;
+        (FromVariant(received[--next].Get(), args), ...);
     }
     return ResultOf(hr, exception);
 }
 
 template <class T>
-bool IsNullOutput([[maybe_unused]] T value) {
-    if constexpr (kIsOutput<T>) {
-        return value == nullptr;
-    }
-    return false;
+bool IsNullOutput(T value) {
+    return kIsOutput<T> && value == T{};
 }
 
 template <auto kMethod, class Interface, class... Params>
 CallResult CallTyped(EBinding binding, Interface* object,
                      HRESULT (STDMETHODCALLTYPE Interface::*)(Params...),
                      std::type_identity_t<Params>... args) {
-    // On Windows a late-bound call always has a variable for the return value.
-    const bool passesNull = (IsNullOutput(args) || ...);
     if constexpr (kOnLinux || !(kIsRecord<Params> || ...)) {
-        if (binding == EBinding::Late && (kOnLinux || !passesNull)) {
-            return CallLate<kMethod>(object, std::index_sequence_for<Params...>(), args...);
+        // On Windows a late-bound call always has a variable for the return value.
+        if (binding == EBinding::Late && (kOnLinux || !(IsNullOutput(args) || ...))) {
+            return CallLate<kMethod>(object, args...);
         }
     }
     const HRESULT hr = (object->*kMethod)(args...);

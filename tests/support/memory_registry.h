@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <string>
 #include <string_view>
@@ -102,6 +104,12 @@ private:
     int m_changesLeft = -1;
     std::array<Keys, 4> m_keys;  // by root
 };
+
+// The module's registration script with this file name.
+inline std::u16string RegistrationScript(const std::string& name) {
+    std::ifstream file(ZOREL_SOURCE_DIR "/src/frame/server/" + name);
+    return zorel::ToUtf16(std::string{std::istreambuf_iterator<char>(file), {}});
+}
 
 // The keys below `key`, a line for each key and each of the named values: "path" and
 // "path : name = value".

@@ -11,5 +11,5 @@ nm=${1:?the program nm} module=${2:?the module} list=${3:?the list of its export
 
 # All defined symbols with their types, so that exported data and weak symbols are found too.
 exported=$("$nm" -D --defined-only --format=posix "$module" | cut -d' ' -f1,2 | sort)
-expected=$(sed 's/$/ T/' "$list" | sort)
+expected=$(xargs -n 1 <"$list" | sed 's/$/ T/' | sort)
 diff --label "expected" --label "exported by $module" -u <(echo "$expected") <(echo "$exported")

@@ -3,70 +3,34 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <new>
 
 #include "automation/com_ptr.h"
-#include "support/automation_check.h"
 #include "support/index_file_builder.h"
-#include "support/port_files.h"
-#include "support/temp_folder.h"
+#include "support/search_client.h"
 
 namespace {
 
 // The number of allocations of this thread until one fails; negative: none fails.
 thread_local long g_allocationsLeft = -1;
 
-bool NextAllocationFails() {
-    if (g_allocationsLeft < 0) {
-        return false;
-    }
-    return g_allocationsLeft == 0 || --g_allocationsLeft == 0;
-}
-
-void* Allocate(std::size_t size) {
-    return NextAllocationFails() ? nullptr : std::malloc(size == 0 ? 1 : size);
-}
-
-void* AllocateOrThrow(std::size_t size) {
-    void* memory = Allocate(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
 }  // namespace
 
-void* operator new(std::size_t size) {
-    return AllocateOrThrow(size);
-}
-void* operator new[](std::size_t size) {
-    return AllocateOrThrow(size);
-}
+// The other operators of the standard library call these.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return Allocate(size);
+    const bool fails =
+        g_allocationsLeft == 0 || (g_allocationsLeft > 0 && --g_allocationsLeft == 0);
+    return fails ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return Allocate(size);
+void* operator new(std::size_t size) {
+    void* memory = operator new(size, std::nothrow);
+    return memory != nullptr ? memory : throw std::bad_alloc();
 }
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, const std::nothrow_t&) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, const std::nothrow_t&) noexcept {
-    std::free(memory);
-}
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
@@ -97,18 +61,22 @@ void FailEveryAllocation(const char* label, const std::function<HRESULT()>& call
     FAIL() << "never succeeds";
 }
 
-TEST(MemoryFailure, EveryAllocationOfEveryCall) {
-    const support::CTempFolder folder;
-    std::ofstream(folder.Native(u"C.dat"), std::ios::binary) << support::SmallVolume().Bytes();
-    const auto path = Bstr(folder.Path(u"C.dat"));
+class MemoryFailure : public support::SearchTest {
+protected:
+    ~MemoryFailure() override {
+        m_lib = nullptr;
+        EXPECT_EQ(::DllCanUnloadNow(), S_OK);
+    }
+};
+
+TEST_F(MemoryFailure, EveryAllocationOfEveryCall) {
+    const auto path = Bstr(Write(u"C.dat", support::SmallVolume().Bytes()));
     const auto root = Bstr(u"C:");
     const auto endings = Bstr(u".txt");
-    CComPtr<IOibIdxLib> library;
-    FailEveryAllocation("create", [&] {
-        return support::CreateLibrary(nullptr, IID_IOibIdxLib, library.PutVoid());
-    });
+    FailEveryAllocation(
+        "create", [&] { return support::CreateLibrary(nullptr, IID_IOibIdxLib, m_lib.PutVoid()); });
     CComPtr<IOibDFBrowser> browser;
-    FailEveryAllocation("browse", [&] { return library->BrowseOibDF(path.Get(), browser.Put()); });
+    FailEveryAllocation("browse", [&] { return m_lib->BrowseOibDF(path.Get(), browser.Put()); });
     FailEveryAllocation("folders", [&] {
         automation::CSafeArrayPtr folders;
         return browser->GetFolders(root.Get(), folders.Put());
@@ -117,30 +85,24 @@ TEST(MemoryFailure, EveryAllocationOfEveryCall) {
         CComPtr<IOibFilesArray> files;
         return browser->GetFilesEx(root.Get(), VARIANT_TRUE, endings.Get(), files.Put());
     });
-    browser = nullptr;
-    library = nullptr;
-    EXPECT_EQ(::DllCanUnloadNow(), S_OK);
 }
 
 // One file that is a meta-file, a backup session and a publication.
-TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
-    const support::CTempFolder folder;
-    std::ofstream(folder.Native(u"x.mtf"), std::ios::binary)
-        << "oib1.VmName=a name that does not fit into the object of a string\r\n"
-           "oib1.OibUID=0e8d7c6b-5a49-4382-9170-6f5e4d3c2b1a\r\n"
-           "Publication.LocalTime=the time of the publication\r\n"
-           "cmd.0.Type=AddBSession\r\ncmd.0.grp.0.OIB.0.VmName=the name of a machine\r\n"
-           "cmd.0.grp.0.BackupFile.0.Path=the path of a backup file";
-    const auto path = Bstr(folder.Path(u"x.mtf"));
+TEST_F(MemoryFailure, EveryAllocationOfMetaFileCalls) {
+    const auto path =
+        Bstr(Write(u"x.mtf",
+                   "oib1.VmName=a name that does not fit into the object of a string\r\n"
+                   "oib1.OibUID=0e8d7c6b-5a49-4382-9170-6f5e4d3c2b1a\r\n"
+                   "Publication.LocalTime=the time of the publication\r\n"
+                   "cmd.0.Type=AddBSession\r\ncmd.0.grp.0.OIB.0.VmName=the name of a machine\r\n"
+                   "cmd.0.grp.0.BackupFile.0.Path=the path of a backup file"));
     const auto name = Bstr(u"oib1.VmName");
-    CComPtr<IOibIdxLib> library;
-    ASSERT_EQ(support::CreateLibrary(nullptr, IID_IOibIdxLib, library.PutVoid()), S_OK);
     FailEveryAllocation("meta-file", [&] {
         CComPtr<IMtfMetaFile> file;
         CComPtr<IMtfAttrsTree> tree;
         automation::CSafeArrayPtr names;
         automation::CBstr value;
-        HRESULT hr = library->CreateMetaFile(path.Get(), EIdxMetaLoad, file.Put());
+        HRESULT hr = m_lib->CreateMetaFile(path.Get(), EIdxMetaLoad, file.Put());
         hr = hr == S_OK ? file->CreateAttrsTree(name.Get(), tree.Put()) : hr;
         hr = hr == S_OK ? tree->SetAttr(name.Get(), name.Get()) : hr;
         hr = hr == S_OK ? file->EnumAllAttrs(names.Put()) : hr;
@@ -151,7 +113,7 @@ TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
         CComPtr<ICatOibRefsEnumerator> refs;
         automation::CBstr texts[2];
         GUID id{};
-        HRESULT hr = library->CreateBSessionMetaFile(path.Get(), EIdxMetaLoad, session.Put());
+        HRESULT hr = m_lib->CreateBSessionMetaFile(path.Get(), EIdxMetaLoad, session.Put());
         hr = hr == S_OK ? session->EnumOibsRefs(refs.Put()) : hr;
         hr = hr == S_OK ? refs->GetOibRef(0, texts[0].Put(), texts[1].Put(), &id) : hr;
         return hr == S_OK ? session->DeleteOibRef(id) : hr;
@@ -162,36 +124,30 @@ TEST(MemoryFailure, EveryAllocationOfMetaFileCalls) {
         CComPtr<IMtfAddBSessionCmdAccessor> accessor;
         automation::CBstr texts[4];
         GUID id{};
-        HRESULT hr = library->LoadPublication(path.Get(), reader.Put());
+        HRESULT hr = m_lib->LoadPublication(path.Get(), reader.Put());
         hr = hr == S_OK ? reader->get_OrderingInfo(info.Put()) : hr;
         hr = hr == S_OK ? reader->get_AddBSessionCmdAccessor(accessor.Put()) : hr;
         return hr == S_OK ? accessor->GetOibRef(0, 0, 0, texts[0].Put(), texts[1].Put(), &id,
                                                 texts[2].Put(), texts[3].Put())
                           : hr;
     });
-    library = nullptr;
-    EXPECT_EQ(::DllCanUnloadNow(), S_OK);
 }
 
 // The last allocations are those of the owners map: by then all lines must be in their file.
-TEST(MemoryFailure, GenerationKeepsTheLinesBeforeTheFailure) {
-    const support::CTempFolder folder;
-    std::ofstream(folder.Native(u"C.dat"), std::ios::binary) << support::SmallVolume().Bytes();
-    std::ofstream(folder.Native(u"list"), std::ios::binary) << "Volume.C=C.dat\r\n#";
-    const auto list = Bstr(folder.Path(u"list"));
-    const auto output = Bstr(folder.Path(u"out"));
+TEST_F(MemoryFailure, GenerationKeepsTheLinesBeforeTheFailure) {
+    Write(u"C.dat", support::SmallVolume().Bytes());
+    const auto list = Bstr(Write(u"list", "Volume.C=C.dat\r\n#"));
+    const auto output = Bstr(m_folder.Path(u"out"));
     const auto separators = Bstr(u".");
-    const std::u16string text = folder.Path(u"out/vl.C.CORP.jsmith.0.txt");
-    CComPtr<IOibIdxLib> library;
-    ASSERT_EQ(support::CreateLibrary(nullptr, IID_IOibIdxLib, library.PutVoid()), S_OK);
+    const std::u16string text = m_folder.Path(u"out/vl.C.CORP.jsmith.0.txt");
     std::string afterLastFailure;
     FailEveryAllocation("generate", [&] {
-        const HRESULT hr = library->GenerateOibTDFs(list.Get(), output.Get(), {}, 100,
-                                                    VARIANT_FALSE, 0, 0, separators.Get());
+        const HRESULT hr = m_lib->GenerateOibTDFs(list.Get(), output.Get(), {}, 100, VARIANT_FALSE,
+                                                  0, 0, separators.Get());
         g_allocationsLeft = -1;
         if (hr != S_OK) {
             afterLastFailure = support::ReadWhole(text);
-            std::filesystem::remove_all(folder.Native(u"out"));
+            std::filesystem::remove_all(m_folder.Native(u"out"));
         }
         return hr;
     });

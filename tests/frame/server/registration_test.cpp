@@ -3,12 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "ZorelText.h"
 #include "support/automation_check.h"
 #include "support/memory_registry.h"
 
@@ -23,6 +20,14 @@ constexpr LCID kThreadLocale = 0x407;
 // A module with quotes, blanks and percent signs in its path.
 class CTestSetup final : public automation::IModuleSetup {
 public:
+    // Keys and values of other programs, which must remain.
+    CTestSetup() {
+        registry.CreateKey({ERegistryRoot::ClassesRoot, u"AppID\\Other"});
+        registry.CreateKey({ERegistryRoot::ClassesRoot, u"CLSID\\{0}"});
+        registry.CreateKey({ERegistryRoot::ClassesRoot, u"ZorelOibIdxLib.COibIdxLib.51"});
+        registry.SetValue({ERegistryRoot::ClassesRoot, u"CLSID"}, u"", std::u16string(u"kept"));
+    }
+
     // The step with this 0-based number and all later steps fail. The registry counts its
     // calls separately.
     void RefuseFrom(int step) { m_stepsLeft = step; }
@@ -30,8 +35,7 @@ public:
     support::CMemoryRegistry& Registry() override { return registry; }
     HRESULT LoadScript(std::uint16_t number, std::u16string& script) override {
         const char* const name = number == automation::kAppIdScript ? "app_id.rgs" : "class.rgs";
-        std::ifstream file(std::string(ZOREL_SOURCE_DIR "/src/frame/server/") + name);
-        script = zorel::ToUtf16(std::string{std::istreambuf_iterator<char>(file), {}});
+        script = support::RegistrationScript(name);
         return Step(name);
     }
     HRESULT GetModulePath(std::u16string& path) override {
@@ -56,17 +60,16 @@ private:
     bool Refuses() { return m_stepsLeft == 0 || (m_stepsLeft > 0 && m_stepsLeft-- == 0); }
     HRESULT Step(const char* name) {
         EXPECT_EQ(locale, 0x800U) << name;
-        if (Refuses()) {
-            return kRefusal;
-        }
-        steps += std::string(name) + ";";
-        return S_OK;
+        const bool refuses = Refuses();
+        steps += refuses ? "" : std::string(name) + ";";
+        return refuses ? kRefusal : S_OK;
     }
 
     int m_stepsLeft = -1;  // -1: none fails
 };
 
 const char kRegistered[] = R"(AppID
+AppID\Other
 AppID\ZorelOibIdxLib.DLL
 AppID\ZorelOibIdxLib.DLL : AppID = {472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
 AppID\ZorelOibIdxLib.DLL\LocalServer32
@@ -75,6 +78,8 @@ AppID\ZorelOibIdxLib.DLL\LocalServer32 : ThreadingModel = Both
 AppID\{472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
 AppID\{472b2912-7d3a-44d0-9ca8-d3d5475aec0a} :  = ZorelOibIdxLib
 CLSID
+CLSID :  = kept
+CLSID\{0}
 CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
 CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24} :  = COibIdxLib Class
 CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24} : AppID = {472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
@@ -98,46 +103,31 @@ ZorelOibIdxLib.COibIdxLib.5
 ZorelOibIdxLib.COibIdxLib.5 :  = COibIdxLib Class
 ZorelOibIdxLib.COibIdxLib.5\CLSID
 ZorelOibIdxLib.COibIdxLib.5\CLSID :  = {f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
+ZorelOibIdxLib.COibIdxLib.51
 )";
 
-const char kUnregistered[] = "AppID\nCLSID\n";
+const char kUnregistered[] =
+    "AppID\nAppID\\Other\nCLSID\nCLSID :  = kept\nCLSID\\{0}\nZorelOibIdxLib.COibIdxLib.51\n";
 
 TEST(Registration, WritesAndDeletesThePublishedEntries) {
     CTestSetup setup;
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(server::RegisterServer(setup), S_OK);
         EXPECT_EQ(setup.Entries(), kRegistered);
-        EXPECT_EQ(setup.steps, "app_id.rgs;class.rgs;library;");
-        setup.steps.clear();
+        EXPECT_EQ(std::exchange(setup.steps, ""), "app_id.rgs;class.rgs;library;");
         // An entry of an older version under the class key must be deleted.
         const RegistryKey old{ERegistryRoot::ClassesRoot,
                               u"CLSID\\{F527D4A6-8452-43F4-95F5-DCC32FB0DC24}\\Old\\Older"};
         EXPECT_EQ(setup.registry.CreateKey(old), 0U);
-        EXPECT_EQ(setup.registry.SetValue(old, u"stale", std::u16string(u"x")), 0U);
+        setup.registry.SetValue(old, u"stale", std::u16string(u"x"));
     }
     EXPECT_NE(setup.Entries(), kRegistered);
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(server::UnregisterServer(setup), S_OK);
         EXPECT_EQ(setup.Entries(), kUnregistered);
-        EXPECT_EQ(setup.steps, "class.rgs;no library;app_id.rgs;");
-        setup.steps.clear();
+        EXPECT_EQ(std::exchange(setup.steps, ""), "class.rgs;no library;app_id.rgs;");
     }
     EXPECT_EQ(setup.locale, kThreadLocale);
-}
-
-// Keys and values of other programs must remain.
-TEST(Registration, KeepsForeignEntries) {
-    CTestSetup setup;
-    for (const char16_t* path :
-         {u"AppID\\Other", u"CLSID\\{0}\\X", u"ZorelOibIdxLib.COibIdxLib.51"}) {
-        EXPECT_EQ(setup.registry.CreateKey({ERegistryRoot::ClassesRoot, path}), 0U);
-    }
-    const std::u16string foreign = u"kept";
-    EXPECT_EQ(setup.registry.SetValue({ERegistryRoot::ClassesRoot, u"CLSID"}, u"", foreign), 0U);
-    const std::string before = setup.Entries();
-    EXPECT_EQ(server::RegisterServer(setup), S_OK);
-    EXPECT_EQ(server::UnregisterServer(setup), S_OK);
-    EXPECT_EQ(setup.Entries(), before);
 }
 
 // Lets each step fail in turn: its code is returned, no later step runs, and the next call
