@@ -1,31 +1,20 @@
 #!/usr/bin/env bash
-# Runs a script under the script host and checks for the last line of its output: the host
-# reports failures neither in its output nor in its exit code.
+# Runs a script under the script host and checks for the last line of its output, "NAME: all
+# steps passed": the host reports failures neither in its output nor in its exit code. The
+# script's arguments are a new empty folder, ending with a backslash, and the given files.
 #
-# Usage: run_script.sh SENTINEL SCRIPT [ARGUMENT...]
-# Arguments are paths of this system; FOLDER is replaced by a new empty folder.
+# Usage: run_script.sh SCRIPT [FILE...]
 set -euo pipefail
-sentinel=$1
-script=$2
-shift 2
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-arguments=()
-for argument in "$@"; do
-    if [[ $argument == FOLDER ]]; then
-        arguments+=("$(winepath -w "$folder")\\")
-    else
-        arguments+=("$(winepath -w "$argument")")
-    fi
+arguments=("$(winepath -w "$folder")\\")
+for file in "${@:2}"; do
+    arguments+=("$(winepath -w "$file")")
 done
 # The host parses a path that begins with a slash as a switch.
-cd "$(dirname "$script")"
-status=0
-output=$(timeout 120 wine cscript.exe //nologo "$(basename "$script")" "${arguments[@]}" \
-    </dev/null 2>/dev/null | tr -d '\r') || status=$?
+cd "$(dirname "$1")"
+name=$(basename "$1")
+output=$(timeout 120 wine cscript.exe //nologo "$name" "${arguments[@]}" </dev/null 2>/dev/null |
+    tr -d '\r') || { echo "the script ends with $?: $output"; exit 1; }
 printf '%s\n' "$output"
-((status == 0)) || {
-    echo "the script ends with $status"
-    exit 1
-}
-grep -qxF -- "$sentinel" <<<"$output"
+grep -qxF -- "$name: all steps passed" <<<"$output"
