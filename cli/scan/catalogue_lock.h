@@ -7,7 +7,8 @@ namespace zorel::cli {
 
 class CDescriptor;
 
-// Excludes other scans from changing the volume list of a catalogue during its lifetime.
+// Excludes other scans from reading and changing the volume list of a catalogue during its
+// lifetime.
 class CCatalogueLock {
 public:
     // Waits for the lock. Throws std::system_error with the folder, also when a signal ends

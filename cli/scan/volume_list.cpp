@@ -23,8 +23,12 @@ CMetaFile OpenList(const std::string& path) {
 
 std::vector<std::string> ListedDataFiles(const std::string& catalogue) {
     const std::string path = ListPath(catalogue);
-    const CMetaFile list = OpenList(path);
     std::vector<std::string> files;
+    const CCatalogueLock lock(catalogue);
+    if (!MetaFileExists(path)) {
+        return files;
+    }
+    const CMetaFile list(path, EIdxMetaLoad);
     for (const std::u16string& name : list.Names()) {
         client::CString file;
         if (list.Find(name, file)) {

@@ -10,7 +10,7 @@ namespace zorel::cli {
 inline constexpr const char* kVolumeListName = "summary.txt";
 
 // The names of the data files that the list of the catalogue contains; none when there is no
-// list. Throws client::CError.
+// list. Waits while a scan changes the list. Throws client::CError and std::system_error.
 std::vector<std::string> ListedDataFiles(const std::string& catalogue);
 
 // Sets the data file of the volume `letter` (A-Z) and keeps the other lines. Waits while
