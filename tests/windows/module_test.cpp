@@ -3,13 +3,12 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <algorithm>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "ZorelClient.h"
 #include "support/target.h"
@@ -18,51 +17,25 @@
 namespace {
 
 using zorel::client::CComPtr;
+using zorel::client::Check;
+using zorel::client::CreateLibrary;
 using zorel::client::CString;
 
-constexpr wchar_t kModule[] = L"ZorelOibIdxComLib.dll";
-
-std::wstring Wide(const char* path) {
-    const std::string text(path);
-    return std::wstring(text.begin(), text.end());
-}
-
-CString Text(const std::wstring& text) {
-    return CString(std::u16string(text.begin(), text.end()));
-}
-
 // The module, loaded by its path and not through the registry.
-class CLoadedModule {
-public:
-    CLoadedModule() {
-        wchar_t path[MAX_PATH] = {};
-        ::GetFullPathNameW(Wide(ZOREL_MODULE).c_str(), MAX_PATH, path, nullptr);
-        m_module = ::LoadLibraryW(path);
-        EXPECT_NE(m_module, nullptr);
-    }
-    CLoadedModule(const CLoadedModule&) = delete;
-    CLoadedModule& operator=(const CLoadedModule&) = delete;
-    ~CLoadedModule() { ::FreeLibrary(m_module); }
+std::shared_ptr<std::remove_pointer_t<HMODULE>> LoadedModule() {
+    return {::LoadLibraryW(std::filesystem::absolute(ZOREL_MODULE).c_str()), ::FreeLibrary};
+}
 
-    HMODULE Get() const { return m_module; }
-    template <class Function>
-    Function* Export(const char* name) const {
-        const auto found = ::GetProcAddress(m_module, name);
-        EXPECT_NE(found, nullptr) << name;
-        return reinterpret_cast<Function*>(reinterpret_cast<void*>(found));
-    }
-    HRESULT CallExport(const char* name) const { return Export<HRESULT STDAPICALLTYPE()>(name)(); }
+template <class Function = HRESULT STDAPICALLTYPE()>
+Function* Export(HMODULE module, const char* name) {
+    const auto found = ::GetProcAddress(module, name);
+    EXPECT_NE(found, nullptr) << name;
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(found));
+}
 
-private:
-    HMODULE m_module = nullptr;
-};
-
-class CApartment {
-public:
-    explicit CApartment(DWORD model) { EXPECT_TRUE(SUCCEEDED(::CoInitializeEx(nullptr, model))); }
-    CApartment(const CApartment&) = delete;
-    CApartment& operator=(const CApartment&) = delete;
-    ~CApartment() { ::CoUninitialize(); }
+struct Apartment {
+    explicit Apartment(DWORD model) { EXPECT_TRUE(SUCCEEDED(::CoInitializeEx(nullptr, model))); }
+    ~Apartment() { ::CoUninitialize(); }
 };
 
 // Runs `body` on a new thread and processes calls to the objects of this thread meanwhile.
@@ -70,7 +43,7 @@ void OnOtherThread(DWORD model, const std::function<void()>& body) {
     HANDLE done = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
     std::thread thread([&] {
         {
-            const CApartment apartment(model);
+            const Apartment apartment(model);
             body();
         }
         ::SetEvent(done);
@@ -81,111 +54,65 @@ void OnOtherThread(DWORD model, const std::function<void()>& body) {
     ::CloseHandle(done);
 }
 
-CComPtr<IOibIdxLib> NewLibrary() {
-    CComPtr<IOibIdxLib> library;
-    EXPECT_EQ(::CoCreateInstance(CLSID_COibIdxLib, nullptr, CLSCTX_INPROC_SERVER, IID_IOibIdxLib,
-                                 library.PutVoid()),
-              S_OK);
-    return library;
-}
-
 // Unloads unused modules without a delay; returns whether the module remains loaded.
 bool IsStillLoaded() {
     ::CoFreeUnusedLibrariesEx(0, 0);
-    return ::GetModuleHandleW(kModule) != nullptr;
-}
-
-// A VARIANT that owns its value.
-struct CValue : VARIANT {
-    CValue() : VARIANT{} {}
-    explicit CValue(const wchar_t* text) : CValue() {
-        vt = VT_BSTR;
-        bstrVal = ::SysAllocString(text);
-    }
-    CValue(const CValue&) = delete;
-    CValue& operator=(const CValue&) = delete;
-    ~CValue() { ::VariantClear(this); }
-};
-
-// Calls a method or reads a property by its name.
-template <class... Arguments>
-HRESULT CallByName(IDispatch* object, std::wstring name, VARIANT& result, EXCEPINFO* exception,
-                   const Arguments&... arguments) {
-    LPOLESTR names = name.data();
-    DISPID id = DISPID_UNKNOWN;
-    const HRESULT hr = object->GetIDsOfNames(IID_NULL, &names, 1, 0, &id);
-    if (FAILED(hr)) {
-        return hr;
-    }
-    // The last argument first.
-    std::vector<VARIANT> list = {static_cast<const VARIANT&>(arguments)...};
-    std::reverse(list.begin(), list.end());
-    DISPPARAMS params = {list.data(), nullptr, static_cast<UINT>(list.size()), 0};
-    return object->Invoke(id, IID_NULL, 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, &params, &result,
-                          exception, nullptr);
+    return ::GetModuleHandleW(L"ZorelOibIdxComLib.dll") != nullptr;
 }
 
 class WindowsModule : public ::testing::Test {
 protected:
     void SetUp() override {
-        EXPECT_EQ(CLoadedModule().CallExport("DllRegisterServer"), S_OK);
-        ASSERT_EQ(::GetModuleHandleW(kModule), nullptr);
+        EXPECT_EQ(Export(LoadedModule().get(), "DllRegisterServer")(), S_OK);
+        ASSERT_FALSE(IsStillLoaded());
     }
     void TearDown() override {
         EXPECT_FALSE(IsStillLoaded());
-        EXPECT_EQ(CLoadedModule().CallExport("DllUnregisterServer"), S_OK);
+        EXPECT_EQ(Export(LoadedModule().get(), "DllUnregisterServer")(), S_OK);
     }
 
-    const CApartment m_apartment{COINIT_APARTMENTTHREADED};
+    const Apartment m_apartment{COINIT_APARTMENTTHREADED};
 };
 
 // For calls between apartments Wine only uses a type library that is registered for the
 // neutral locale. Registers the library for this locale too.
-class CNeutralTypeLibrary {
-public:
-    CNeutralTypeLibrary() {
-        BSTR path = nullptr;
-        EXPECT_EQ(::QueryPathOfRegTypeLib(LIBID_ZorelOibIdxLib, 1, 0, 0x409, &path), S_OK);
+class NeutralTypeLibrary : public WindowsModule {
+protected:
+    void SetUp() override {
+        WindowsModule::SetUp();
+        CString path;
+        EXPECT_EQ(::QueryPathOfRegTypeLib(LIBID_ZorelOibIdxLib, 1, 0, 0x409, path.Put()), S_OK);
         if (support::OnWine()) {
             ::RegSetKeyValueW(HKEY_CLASSES_ROOT, (m_locale + L"\\win64").c_str(), nullptr, REG_SZ,
-                              path, ::SysStringByteLen(path));
+                              path.Get(), ::SysStringByteLen(path));
         }
-        ::SysFreeString(path);
     }
-    CNeutralTypeLibrary(const CNeutralTypeLibrary&) = delete;
-    CNeutralTypeLibrary& operator=(const CNeutralTypeLibrary&) = delete;
-    ~CNeutralTypeLibrary() {
+    void TearDown() override {
         if (support::OnWine()) {
             ::RegDeleteTreeW(HKEY_CLASSES_ROOT, m_locale.c_str());
         }
+        WindowsModule::TearDown();
     }
 
-private:
     const std::wstring m_locale = L"TypeLib\\{b61b642b-ea60-4c62-918f-26f54f0f815d}\\1.0\\0";
 };
 
 TEST_F(WindowsModule, IsCreatedByNameAndUnloadedAfterUse) {
-    CLSID clsid = {};
-    ASSERT_EQ(::CLSIDFromProgID(L"ZorelOibIdxLib.COibIdxLib.5", &clsid), S_OK);
-    EXPECT_EQ(clsid, CLSID_COibIdxLib);
-    ASSERT_EQ(::CLSIDFromProgID(L"ZorelOibIdxLib.COibIdxLib", &clsid), S_OK);
-    EXPECT_EQ(clsid, CLSID_COibIdxLib);
-    {
-        const auto library = NewLibrary();
-        ASSERT_TRUE(library);
-        EXPECT_TRUE(IsStillLoaded());
+    for (const wchar_t* name : {L"ZorelOibIdxLib.COibIdxLib.5", L"ZorelOibIdxLib.COibIdxLib"}) {
+        CLSID clsid = {};
+        EXPECT_EQ(::CLSIDFromProgID(name, &clsid), S_OK);
+        EXPECT_EQ(clsid, CLSID_COibIdxLib);
     }
-    EXPECT_FALSE(IsStillLoaded());
     // A returned object keeps the module loaded, and so does a server lock. An unlock without a
     // lock has no effect.
     CComPtr<IOibDFBrowser> browser;
-    EXPECT_EQ(NewLibrary()->BrowseOibDF(Text(Wide(ZOREL_EXAMPLE)), browser.Put()), S_OK);
+    Check(CreateLibrary()->BrowseOibDF(CString::FromUtf8(ZOREL_EXAMPLE), browser.Put()));
     EXPECT_TRUE(IsStillLoaded());
     browser = nullptr;
+    EXPECT_FALSE(IsStillLoaded());
     CComPtr<IClassFactory> factory;
-    ASSERT_EQ(::CoGetClassObject(CLSID_COibIdxLib, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
-                                 factory.PutVoid()),
-              S_OK);
+    Check(::CoGetClassObject(CLSID_COibIdxLib, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                             factory.PutVoid()));
     EXPECT_EQ(factory->LockServer(FALSE), S_OK);
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
     EXPECT_TRUE(IsStillLoaded());
@@ -195,49 +122,27 @@ TEST_F(WindowsModule, IsCreatedByNameAndUnloadedAfterUse) {
 }
 
 // The system marshals calls between apartments with the type library.
-TEST_F(WindowsModule, IsCalledFromAnotherApartment) {
-    const CNeutralTypeLibrary neutral;
-    const auto library = NewLibrary();
+TEST_F(NeutralTypeLibrary, IsCalledFromAnotherApartment) {
+    const auto library = CreateLibrary();
     IStream* stream = nullptr;
-    ASSERT_EQ(::CoMarshalInterThreadInterfaceInStream(IID_IOibIdxLib, library.Get(), &stream),
-              S_OK);
+    Check(::CoMarshalInterThreadInterfaceInStream(IID_IOibIdxLib, library.Get(), &stream));
     OnOtherThread(COINIT_APARTMENTTHREADED, [&] {
         CComPtr<IOibIdxLib> proxy;
-        ASSERT_EQ(::CoGetInterfaceAndReleaseStream(stream, IID_IOibIdxLib, proxy.PutVoid()), S_OK);
+        Check(::CoGetInterfaceAndReleaseStream(stream, IID_IOibIdxLib, proxy.PutVoid()));
         EXPECT_NE(proxy.Get(), library.Get());
+        const CString pattern(u"*.txt");
         VARIANT_BOOL match = VARIANT_FALSE;
-        EXPECT_EQ(proxy->IsWildcardMatch(Text(L"C:\\a.txt"), Text(L"*.txt"), &match), S_OK);
+        EXPECT_EQ(proxy->IsWildcardMatch(CString(u"C:\\a.txt"), pattern, &match), S_OK);
         EXPECT_EQ(match, VARIANT_TRUE);
         // Wine does not marshal the error information; the result is correct on both systems.
-        EXPECT_EQ(proxy->IsWildcardMatch(Text(L"a.txt"), Text(L"*"), &match), E_FAIL);
+        EXPECT_EQ(proxy->IsWildcardMatch(CString(u"a.txt"), pattern, &match), E_FAIL);
     });
 }
 
 // The system creates the object in another apartment for a thread of the multithreaded
-// apartment. Arrays, records and objects are marshalled.
-TEST_F(WindowsModule, ServesTheMultithreadedApartment) {
-    const CNeutralTypeLibrary neutral;
-    OnOtherThread(COINIT_MULTITHREADED, [] {
-        const auto library = NewLibrary();
-        ASSERT_TRUE(library);
-        CComPtr<IOibDFBrowser> browser;
-        ASSERT_EQ(library->BrowseOibDF(Text(Wide(ZOREL_EXAMPLE)), browser.Put()), S_OK);
-        zorel::client::CStringArray folders;
-        ASSERT_EQ(browser->GetFolders(Text(L"C:"), folders.Put()), S_OK);
-        ASSERT_EQ(folders.Size(), 1U);
-        EXPECT_EQ(folders[0], u"docs");
-        CComPtr<IOibFilesArray> files;
-        ASSERT_EQ(browser->GetFilesEx(Text(L"C:"), VARIANT_TRUE, Text(L".txt"), files.Put()), S_OK);
-        zorel::client::CFileInfo file;
-        ASSERT_EQ(files->GetFileInfo(0, file.Put()), S_OK);
-        EXPECT_EQ(file.Size, 1234);
-        EXPECT_NE(::SysStringLen(file.FileName), 0U);
-    });
-}
-
-// Identifiers are marshalled by value in both directions, records by reference.
-TEST_F(WindowsModule, CarriesIdentifiersAndRecordsBetweenApartments) {
-    const CNeutralTypeLibrary neutral;
+// apartment. Arrays, objects and identifiers by value are marshalled, and records in both
+// directions.
+TEST_F(NeutralTypeLibrary, ServesTheMultithreadedApartment) {
     const support::CTempFolder folder;
     std::filesystem::copy_file(ZOREL_EXAMPLE, folder.Native(u"C.dat"));
     std::ofstream(folder.Native(u"summary.txt"), std::ios::binary) << "Volume.C=C.dat\r\n#";
@@ -245,70 +150,49 @@ TEST_F(WindowsModule, CarriesIdentifiersAndRecordsBetweenApartments) {
         << "oib1.VmName=web01\r\noib1.BackupTimeUtc=monday\r\n"
            "oib1.OibUID={9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d}\r\n#";
     OnOtherThread(COINIT_MULTITHREADED, [&] {
-        const auto library = NewLibrary();
-        ASSERT_TRUE(library);
+        const auto library = CreateLibrary();
+        CComPtr<IOibDFBrowser> browser;
+        Check(library->BrowseOibDF(CString(folder.Path(u"C.dat")), browser.Put()));
+        zorel::client::CStringArray folders;
+        Check(browser->GetFolders(CString(u"C:"), folders.Put()));
+        ASSERT_EQ(folders.Size(), 1U);
+        EXPECT_EQ(folders[0], u"docs");
+        CComPtr<IOibFilesArray> files;
+        Check(browser->GetFilesEx(CString(u"C:"), VARIANT_TRUE, CString(u".txt"), files.Put()));
+        zorel::client::CFileInfo file;
+        Check(files->GetFileInfo(0, file.Put()));
+        EXPECT_EQ(file.Size, 1234);
+        EXPECT_NE(::SysStringLen(file.FileName), 0U);
+
         CComPtr<IMtfBSessionMetaFile> session;
-        ASSERT_EQ(library->CreateBSessionMetaFile(Text(folder.Native(u"session.mtf").wstring()),
-                                                  EIdxMetaLoad, session.Put()),
-                  S_OK);
+        Check(library->CreateBSessionMetaFile(CString(folder.Path(u"session.mtf")), EIdxMetaLoad,
+                                              session.Put()));
         CComPtr<ICatOibRefsEnumerator> references;
-        ASSERT_EQ(session->EnumOibsRefs(references.Put()), S_OK);
+        Check(session->EnumOibsRefs(references.Put()));
         GUID id = {};
-        EXPECT_EQ(references->get_UniqueId(&id), S_OK);
-        EXPECT_EQ(
-            id,
-            (GUID{0x9b3c5a2e, 0x4f61, 0x4c2d, {0x8e, 0x0a, 0x1d, 0x2f, 0x3a, 0x4b, 0x5c, 0x6d}}));
-        EXPECT_EQ(session->DeleteOibRef(id), S_OK);
-        references = nullptr;
-        ASSERT_EQ(session->EnumOibsRefs(references.Put()), S_OK);
+        Check(references->get_UniqueId(&id));
+        const GUID expected = {
+            0x9b3c5a2e, 0x4f61, 0x4c2d, {0x8e, 0x0a, 0x1d, 0x2f, 0x3a, 0x4b, 0x5c, 0x6d}};
+        EXPECT_EQ(id, expected);
+        Check(session->DeleteOibRef(id));
+        Check(session->EnumOibsRefs(references.Put()));
         INT count = -1;
-        EXPECT_EQ(references->get_RefsCount(&count), S_OK);
+        Check(references->get_RefsCount(&count));
         EXPECT_EQ(count, 0);
 
         CComPtr<IOibBDFSearchTask> task;
-        ASSERT_EQ(library->FindInOibBDF(Text(folder.Native().wstring()), task.Put()), S_OK);
+        Check(library->FindInOibBDF(CString(folder.Path()), task.Put()));
         const CString pattern(u"a.t");
         SearchSpec criteria = {};
         criteria.FileNamePattern = pattern;
-        EXPECT_EQ(task->Find(&criteria), S_OK);
-        EXPECT_EQ(task->get_ResultsCount(&count), S_OK);
-        ASSERT_EQ(count, 1);
+        Check(task->Find(&criteria));
+        Check(task->get_ResultsCount(&count));
+        EXPECT_EQ(count, 1);
         zorel::client::CSearchResult found;
-        EXPECT_EQ(task->GetResult(0, found.Put()), S_OK);
+        Check(task->GetResult(0, found.Put()));
         EXPECT_STREQ(found.FileFullName, L"C:\\docs\\a.txt");
         EXPECT_EQ(found.Size, 1234);
     });
-}
-
-// A late-bound failure has a number, a source and a description.
-TEST_F(WindowsModule, IsCalledByName) {
-    const auto library = NewLibrary();
-    CValue result;
-    EXPECT_EQ(CallByName(library.Get(), L"iswildcardMATCH", result, nullptr, CValue(L"C:\\a.txt"),
-                         CValue(L"*.TXT")),
-              S_OK);
-    EXPECT_EQ(result.vt, VT_BOOL);
-    EXPECT_EQ(result.boolVal, VARIANT_TRUE);
-    EXCEPINFO exception = {};
-    EXPECT_EQ(CallByName(library.Get(), L"IsWildcardMatch", result, &exception, CValue(L"a.txt"),
-                         CValue(L"*")),
-              DISP_E_EXCEPTION);
-    EXPECT_EQ(exception.scode, E_FAIL);
-    EXPECT_STREQ(exception.bstrSource, L"ZorelOibIdxLib.COibIdxLib.5");
-    EXPECT_NE(::SysStringLen(exception.bstrDescription), 0U);
-    ::SysFreeString(exception.bstrSource);
-    ::SysFreeString(exception.bstrDescription);
-
-    CComPtr<IMtfMetaFile> file;
-    ASSERT_EQ(library->CreateMetaFile(Text(L"unused.mtf"), EIdxMetaCreateNewDetached, file.Put()),
-              S_OK);
-    CComPtr<ITypeInfo> type;
-    EXPECT_EQ(file->GetTypeInfo(0, 0, type.Put()), S_OK);
-    wchar_t method[] = L"GetExistingAttr";
-    LPOLESTR name = method;
-    DISPID id = DISPID_UNKNOWN;
-    EXPECT_EQ(file->GetIDsOfNames(IID_NULL, &name, 1, 0, &id), S_OK);
-    EXPECT_EQ(id, 0x60020007);
 }
 
 // The major version of the type library that describes the object's interface.
@@ -317,11 +201,9 @@ WORD LibraryVersionOf(IDispatch* object) {
     CComPtr<ITypeLib> library;
     UINT index = 0;
     TLIBATTR* attributes = nullptr;
-    if (FAILED(object->GetTypeInfo(0, 0, type.Put())) ||
-        FAILED(type->GetContainingTypeLib(library.Put(), &index)) ||
-        FAILED(library->GetLibAttr(&attributes))) {
-        return 0;
-    }
+    Check(object->GetTypeInfo(0, 0, type.Put()));
+    Check(type->GetContainingTypeLib(library.Put(), &index));
+    Check(library->GetLibAttr(&attributes));
     const WORD version = attributes->wMajorVerNum;
     library->ReleaseTLibAttr(attributes);
     return version;
@@ -338,69 +220,73 @@ TEST_F(WindowsModule, UsesTheLibraryVersionOfEachInterface) {
     std::ofstream(folder.Native(u"five.tlb"), std::ios::binary) << bytes;
     std::wstring path = folder.Native(u"five.tlb").wstring();
     CComPtr<ITypeLib> five;
-    ASSERT_EQ(::LoadTypeLibEx(path.c_str(), REGKIND_NONE, five.Put()), S_OK);
+    Check(::LoadTypeLibEx(path.c_str(), REGKIND_NONE, five.Put()));
+    Check(::RegisterTypeLib(five.Get(), path.data(), nullptr));
     for (const int expected : {5, 1}) {
-        if (expected == 5) {
-            ASSERT_EQ(::RegisterTypeLib(five.Get(), path.data(), nullptr), S_OK);
-        } else {
-            ASSERT_EQ(::UnRegisterTypeLib(LIBID_ZorelOibIdxLib, 5, 0, 0x409, SYS_WIN64), S_OK);
-        }
         {
-            const auto library = NewLibrary();
+            const auto library = CreateLibrary();
             EXPECT_EQ(LibraryVersionOf(library.Get()), 1);
             CComPtr<IMtfMetaFile> metaFile;
-            ASSERT_EQ(library->CreateMetaFile(Text(L"unused.mtf"), EIdxMetaCreateNewDetached,
-                                              metaFile.Put()),
-                      S_OK);
+            Check(library->CreateMetaFile(CString(u"unused.mtf"), EIdxMetaCreateNewDetached,
+                                          metaFile.Put()));
             EXPECT_EQ(LibraryVersionOf(metaFile.Get()), expected);
         }
         // The module caches the type information until it is unloaded.
         EXPECT_FALSE(IsStillLoaded());
+        const HRESULT removed = ::UnRegisterTypeLib(LIBID_ZorelOibIdxLib, 5, 0, 0x409, SYS_WIN64);
+        EXPECT_EQ(removed == S_OK, expected == 5);
     }
 }
 
 // Late binding also works without registration.
 TEST_F(WindowsModule, IsCalledByNameWithoutRegistration) {
-    EXPECT_EQ(CLoadedModule().CallExport("DllUnregisterServer"), S_OK);
+    const auto module = LoadedModule();
+    EXPECT_EQ(Export(module.get(), "DllUnregisterServer")(), S_OK);
     CComPtr<IUnknown> none;
     EXPECT_EQ(::CoCreateInstance(CLSID_COibIdxLib, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
                                  none.PutVoid()),
               REGDB_E_CLASSNOTREG);
-    const CLoadedModule module;
     const auto getClassObject =
-        module.Export<HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**)>("DllGetClassObject");
+        Export<HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**)>(module.get(), "DllGetClassObject");
     CComPtr<IClassFactory> factory;
     EXPECT_EQ(getClassObject(IID_IOibIdxLib, IID_IClassFactory, factory.PutVoid()),
               CLASS_E_CLASSNOTAVAILABLE);
-    ASSERT_EQ(getClassObject(CLSID_COibIdxLib, IID_IClassFactory, factory.PutVoid()), S_OK);
+    Check(getClassObject(CLSID_COibIdxLib, IID_IClassFactory, factory.PutVoid()));
     CComPtr<IDispatch> library;
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, library.PutVoid()), S_OK);
-    CValue result;
-    EXPECT_EQ(CallByName(library.Get(), L"iswildcardMATCH", result, nullptr, CValue(L"C:\\a.txt"),
-                         CValue(L"*.TXT")),
+    Check(factory->CreateInstance(nullptr, IID_IDispatch, library.PutVoid()));
+    wchar_t method[] = L"iswildcardMATCH";
+    LPOLESTR name = method;
+    DISPID id = DISPID_UNKNOWN;
+    Check(library->GetIDsOfNames(IID_NULL, &name, 1, 0, &id));
+    const CString line(u"C:\\a.txt");
+    const CString pattern(u"*.TXT");
+    VARIANT result = {};
+    VARIANT arguments[2] = {};  // the last argument first
+    arguments[0].vt = arguments[1].vt = VT_BSTR;
+    arguments[0].bstrVal = pattern;
+    arguments[1].bstrVal = line;
+    DISPPARAMS params = {arguments, nullptr, 2, 0};
+    EXPECT_EQ(library->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, &params, &result, nullptr, nullptr),
               S_OK);
+    EXPECT_EQ(result.vt, VT_BOOL);
     EXPECT_EQ(result.boolVal, VARIANT_TRUE);
 }
 
 TEST_F(WindowsModule, HasItsNameAndVersion) {
-    const CLoadedModule module;
+    const auto module = LoadedModule();
     wchar_t name[64] = {};
-    EXPECT_GT(::LoadStringW(module.Get(), 100, name, 64), 0);
+    EXPECT_GT(::LoadStringW(module.get(), 100, name, 64), 0);
     EXPECT_STREQ(name, L"ZorelOibIdxLib");
 
-    const HRSRC resource =
-        ::FindResourceW(module.Get(), MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(16));  // VERSIONINFO
-    ASSERT_NE(resource, nullptr);
-    wchar_t path[MAX_PATH] = {};
-    ASSERT_GT(::GetModuleFileNameW(module.Get(), path, MAX_PATH), 0U);
-    std::string data(::GetFileVersionInfoSizeW(path, nullptr), '\0');
-    ASSERT_FALSE(data.empty());
-    ASSERT_TRUE(::GetFileVersionInfoW(path, 0, static_cast<DWORD>(data.size()), data.data()));
-    wchar_t* version = nullptr;
+    const auto path = std::filesystem::absolute(ZOREL_MODULE);
+    std::string data(::GetFileVersionInfoSizeW(path.c_str(), nullptr), '\0');
+    const auto size = static_cast<DWORD>(data.size());
+    ASSERT_TRUE(::GetFileVersionInfoW(path.c_str(), 0, size, data.data()));
+    char* version = nullptr;
     UINT length = 0;
-    wchar_t query[] = L"\\StringFileInfo\\040904B0\\ProductVersion";
-    ASSERT_TRUE(::VerQueryValueW(data.data(), query, reinterpret_cast<void**>(&version), &length));
-    EXPECT_EQ(std::wstring(version), Wide(ZOREL_VERSION) + L".0");
+    const char query[] = "\\StringFileInfo\\040904B0\\ProductVersion";
+    ASSERT_TRUE(::VerQueryValueA(data.data(), query, reinterpret_cast<void**>(&version), &length));
+    EXPECT_STREQ(version, ZOREL_VERSION ".0");
 }
 
 }  // namespace
