@@ -114,18 +114,18 @@ protected:
     std::string ErrorOf(const std::string& bytes) {
         try {
             EXPECT_LE(Files(*Open(bytes), u"c:").size(), 7U + 256U);
-            return {};
         } catch (const CError& error) {
             return error.what();
         }
+        return {};
     }
 
     static Names Folders(IOibDFBrowser& browser, std::u16string_view path) {
         zorel::client::CStringArray array;
         Check(browser.GetFolders(CString(path), array.Put()));
-        Names names;
-        for (std::size_t i = 0; i < array.Size(); ++i) {
-            names.emplace_back(array[i]);
+        Names names(array.Size());
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            names[i] = array[i];
         }
         return names;
     }
@@ -153,8 +153,9 @@ protected:
 
     static Names NamesOf(const std::vector<Listed>& files) {
         Names names;
-        std::transform(files.begin(), files.end(), std::back_inserter(names),
-                       [](const Listed& file) { return std::get<0>(file); });
+        for (const Listed& file : files) {
+            names.push_back(std::get<0>(file));
+        }
         return names;
     }
 

@@ -95,23 +95,21 @@ TEST_F(BinaryFile, Failures) {
     const std::uint32_t notSized = support::OnWine() ? 6 : 5;
     const std::u16string_view notOpened = u"Failed to create new binary file [%1].";
     using Action = std::function<void()>;
-    const std::tuple<Action, std::u16string_view, std::u16string, std::uint32_t> rows[] = {
-        {[&] { reader->Write("yz", 2); }, u"Failed to write [2] bytes to the file [%1].", m_path,
-         5},
-        {[&] { reader->SetSize(7); }, u"Cannot set the new physical size 7 of the file [%1].",
-         m_path, notSized},
-        {[&] { reader->Seek(~std::uint64_t{0}); },
-         u"Unable to seek to the position 18446744073709551615 of the file [%1]", m_path, 131},
-        {[&] { reader->Flush(); }, u"Cannot bring the file [%1] to the disk.", m_path, 5},
-        {[&] { writer->Read(&byte, 1); }, u"Failed to read 1 bytes from the file [%1].", created,
-         5},
-        {[&] { CBinaryFile::CreateStaged(missing); }, notOpened, missing, 3},
-        {[&] { CBinaryFile::GetAttributesOf(missing); }, u"Unable to get attributes for file '%1'.",
-         missing, 3},
-        {[&] { CBinaryFile::SetAttributesOf(missing, 0x4010, true); },
-         u"Unable to set attributes for file '%1'.", missing, 3},
+    const std::u16string_view notSought =
+        u"Unable to seek to the position 18446744073709551615 of the file [%1]";
+    // clang-format off
+    const std::tuple<std::u16string, std::uint32_t, std::u16string_view, Action> rows[] = {
+        {m_path, 5, u"Failed to write [2] bytes to the file [%1].", [&] { reader->Write("yz", 2); }},
+        {m_path, notSized, u"Cannot set the new physical size 7 of the file [%1].", [&] { reader->SetSize(7); }},
+        {m_path, 131, notSought, [&] { reader->Seek(~std::uint64_t{0}); }},
+        {m_path, 5, u"Cannot bring the file [%1] to the disk.", [&] { reader->Flush(); }},
+        {created, 5, u"Failed to read 1 bytes from the file [%1].", [&] { writer->Read(&byte, 1); }},
+        {missing, 3, notOpened, [&] { CBinaryFile::CreateStaged(missing); }},
+        {missing, 3, u"Unable to get attributes for file '%1'.", [&] { CBinaryFile::GetAttributesOf(missing); }},
+        {missing, 3, u"Unable to set attributes for file '%1'.", [&] { CBinaryFile::SetAttributesOf(missing, 0x4010, true); }},
     };
-    for (const auto& [action, text, path, code] : rows) {
+    // clang-format on
+    for (const auto& [path, code, text, action] : rows) {
         EXPECT_EQ(MessageOf(action), Win32Message(text, path, code));
     }
     EXPECT_EQ(MessageOf([&] { reader->SetAttributes(0x10, false); }).substr(0, 31),

@@ -7,7 +7,6 @@
 
 #include "support/engine_failure.h"
 #include "support/port_files.h"
-#include "support/target.h"
 #include "support/tdf_model.h"
 #include "support/temp_folder.h"
 
@@ -21,22 +20,12 @@ using support::Refused;
 
 constexpr std::int64_t kTicks = 130027323072500000;  // 2013-01-15 14:05:07.25
 
-void ExpectTimes(std::u16string_view path) {
-    const platform::CFileHandle file = support::OpenToRead(path);
-    std::int64_t access = 0;
-    std::int64_t write = 0;
-    ASSERT_TRUE(platform::GetFileTime(file.Get(), nullptr, &access, &write));
-    EXPECT_EQ(access, kTicks);
-    EXPECT_EQ(write, support::KeepsSetTimes() ? kTicks : write);
-}
-
 // A file in memory with a position.
 struct PlainFile {
     void Write(const std::string& bytes) {
         content.replace(position, bytes.size(), bytes);
         position += bytes.size();
     }
-
     std::string content;
     std::size_t position = 0;
 };
@@ -90,7 +79,8 @@ TEST(FileWriter, WritesTheBytesOfAPlainFile) {
         }
         writer.Close();
         EXPECT_FALSE(writer.IsOpen());
-        ExpectTimes(path);  // before the first read, which changes the access time
+        EXPECT_TRUE(support::HasTimes(
+            path, kTicks));  // before the first read, which changes the access time
         EXPECT_EQ(ReadWhole(path), plain.content) << bufferSize;
     }
 }
@@ -109,7 +99,7 @@ TEST(FileWriter, PausesAndResumes) {
     ASSERT_EQ(ReadWhole(path), "");
     writer.WriteTextString(u"a");
     writer.Flush();
-    ExpectTimes(path);
+    EXPECT_TRUE(support::HasTimes(path, kTicks));
     writer.Pause();
     writer.WriteTextString(u"b");
     ASSERT_TRUE(support::WriteWhole(path, "changed by another program"));
@@ -128,6 +118,7 @@ TEST(FileWriter, PausesAndResumes) {
 
 TEST(FileWriter, RefusesCallsWithoutAFile) {
     CFileWriter closed;
+    // clang-format off
     const std::pair<std::function<void()>, std::string> rows[] = {
         {[&] { closed.WriteWord(1); }, "Cannot write word in CFileWriter::WriteWord"},
         {[&] { closed.WriteDWord(1); }, "Cannot write word in CFileWriter::WriteDWord"},
@@ -135,13 +126,13 @@ TEST(FileWriter, RefusesCallsWithoutAFile) {
         {[&] { closed.WriteString(u""); }, "Cannot write in CFileWriter::WriteString"},
         {[&] { closed.WriteTextString(u""); }, "Cannot write in CFileWriter::WriteTextString"},
         {[&] { closed.Reserve(1); }, "Cannot write in CFileWriter::WriteTextString"},
-        {[&] { closed.SetAllFileTimes(1); },
-         "Cannot set file time in CFileWriter::SetAllFileTimes"},
+        {[&] { closed.SetAllFileTimes(1); }, "Cannot set file time in CFileWriter::SetAllFileTimes"},
         {[&] { closed.WritePrefix("VIF"); }, "Invalid length of prefix CFileWriter::WritePrefix"},
         {[&] { closed.WritePrefix("VIFD"); }, "Invalid argument in CFileWriter::WritePrefix"},
         {[&] { closed.WriteBuf(nullptr, 1); }, "Cannot write buf in CFileWriter::WriteBuf"},
         {[&] { closed.WriteBuf("", 0); }, "Cannot write buf in CFileWriter::WriteBuf"},
     };
+    // clang-format on
     for (const auto& [call, message] : rows) {
         EXPECT_EQ(FailureOf(call), (Failure{message, frame::kInvalidArg}));
     }

@@ -54,8 +54,7 @@ TEST(IndexFileFormat, GoldenFileIsTheDocumentedExample) {
             documented.push_back(static_cast<char>(std::stoi(byte, nullptr, 16)));
         }
     }
-    std::ifstream file(ZOREL_SOURCE_DIR "/tests/data/example.dat", std::ios::binary);
-    const std::string golden((std::istreambuf_iterator<char>(file)), {});
+    const std::string golden = support::ReadWhole(u"" ZOREL_SOURCE_DIR "/tests/data/example.dat");
     const support::Volume volume{{{u"", 0}, {u"docs", 0}},
                                  {{u"a.txt", 1, 0, 130027143072500000, 1234}},
                                  {{u"ID-1", u"ann", u"LAB"}}};

@@ -7,6 +7,7 @@
 
 #include "platform/errors.h"
 #include "platform/files.h"
+#include "support/target.h"
 
 namespace support {
 
@@ -53,6 +54,14 @@ inline std::string ReadWhole(std::u16string_view path) {
     std::size_t count = 0;
     const bool read = platform::ReadFile(handle.Get(), content.data(), content.size(), count);
     return read && count == content.size() ? content : "<none>";
+}
+
+// Whether the access time and the write time are `ticks`, the latter where it lasts.
+inline bool HasTimes(std::u16string_view path, std::int64_t ticks) {
+    std::int64_t access = 0;
+    std::int64_t write = 0;
+    return platform::GetFileTime(OpenToRead(path).Get(), nullptr, &access, &write) &&
+           access == ticks && (write == ticks || !KeepsSetTimes());
 }
 
 }  // namespace support

@@ -13,11 +13,7 @@
 
 namespace support {
 
-inline std::string Narrow(std::u16string_view text) {
-    return frame::WideToAnsi(text);
-}
-
-// The results of a task, without lines. A result whose time cannot be converted is empty.
+// The results of a task.
 inline std::vector<FoundFile> ReadResults(EBinding binding, IOibTDFSearchTask* task) {
     INT count = -1;
     EXPECT_EQ(Call<&IOibTDFSearchTask::get_ResultsCount>(binding, task, &count).hr, S_OK);
@@ -34,25 +30,16 @@ inline std::vector<FoundFile> ReadResults(EBinding binding, IOibTDFSearchTask* t
             continue;
         }
         files.push_back(
-            {u"", WholeText(name.Get()), result.ModifyTime, result.Size, WholeText(owner.Get())});
-    }
-    return files;
-}
-
-// The files as ReadResults returns them.
-inline std::vector<FoundFile> AsResults(std::vector<FoundFile> files) {
-    for (FoundFile& file : files) {
-        file.line.clear();
-        file = file.time ? file : FoundFile();
+            {WholeText(name.Get()), result.ModifyTime, result.Size, WholeText(owner.Get())});
     }
     return files;
 }
 
 inline void ExpectFailure(const CallResult& call, const SearchOutcome& expected) {
-    ASSERT_EQ(call.hr, expected.hr) << Narrow(call.error.description);
+    ASSERT_EQ(call.hr, expected.hr) << frame::WideToAnsi(call.error.description);
     for (const std::u16string& clue : expected.clues) {
         EXPECT_NE(call.error.description.find(clue), std::u16string::npos)
-            << Narrow(call.error.description) << " without " << Narrow(clue);
+            << frame::WideToAnsi(call.error.description + u" without " + clue);
     }
 }
 

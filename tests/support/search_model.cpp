@@ -17,11 +17,10 @@ namespace {
 using Text = std::u16string;
 namespace chrono = std::chrono;
 
-// Thrown to end a search of the model.
-struct Failure {
-    HRESULT hr;
-    std::vector<Text> clues;
-};
+// To be thrown.
+SearchOutcome Failure(HRESULT hr, std::vector<Text> clues) {
+    return {{}, {}, hr, std::move(clues)};
+}
 
 bool IsWithinLimits(const Criteria& criteria, double time, std::int64_t size) {
     return !(criteria.time && (criteria.time->first > time || time > criteria.time->second)) &&
@@ -62,8 +61,8 @@ std::uint16_t Field(const Text& line, std::size_t at, std::size_t length) {
     char* end = nullptr;
     const long number = std::strtol(ascii.c_str(), &end, 10);
     if (end == ascii.c_str()) {
-        throw Failure{E_FAIL,
-                      {u"Cannot unserialize a string value to integer. String: [" + field + u"]."}};
+        throw Failure(E_FAIL,
+                      {u"Cannot unserialize a string value to integer. String: [" + field + u"]."});
     }
     return static_cast<std::uint16_t>(number);
 }
@@ -71,12 +70,9 @@ std::uint16_t Field(const Text& line, std::size_t at, std::size_t length) {
 // A day beyond the end of its month is a day of the next month; day 0 is the last day of the
 // month before.
 std::optional<double> ParseTime(const Text& line) {
-    const unsigned month = Field(line, 0, 2);
-    const unsigned day = Field(line, 3, 2);
-    const unsigned year = Field(line, 6, 4);
-    const unsigned hour = Field(line, 11, 2);
-    const unsigned minute = Field(line, 14, 2);
-    const unsigned second = Field(line, 17, 2);
+    const unsigned month = Field(line, 0, 2), day = Field(line, 3, 2), year = Field(line, 6, 4),
+                   hour = Field(line, 11, 2), minute = Field(line, 14, 2),
+                   second = Field(line, 17, 2);
     if (month < 1 || month > 12 || day > 31 || year < 100 || year > 9999 || hour > 23 ||
         minute > 59 || second > 59) {
         return std::nullopt;
@@ -89,7 +85,7 @@ std::optional<double> ParseTime(const Text& line) {
 
 FoundFile ParseLine(const Text& line) {
     const auto fail = [&](const char16_t* what) {
-        return Failure{E_FAIL, {what + (u" while parsing string: [" + line + u"].")}};
+        return Failure(E_FAIL, {what + (u" while parsing string: [" + line + u"].")});
     };
     const std::optional<double> date = ParseTime(line);
     if (!date) {
@@ -103,7 +99,7 @@ FoundFile ParseLine(const Text& line) {
         throw fail(u"Cannot find file name");
     }
     const std::string size = Ascii(line.substr(21, comma - 21));
-    return {line, line.substr(comma + 2), date, std::strtoll(size.c_str(), nullptr, 10), u""};
+    return {line.substr(comma + 2), date, std::strtoll(size.c_str(), nullptr, 10), u""};
 }
 
 // The lines of UTF-16LE bytes; half a code unit at the end counts as a whole one.
@@ -131,7 +127,7 @@ void SearchText(const Text& path, const Criteria& criteria, SearchOutcome& outco
         const std::size_t first = line.find(u'\\');
         const std::size_t last = line.rfind(u'\\');
         if (first == Text::npos || first < 2) {
-            throw Failure{E_FAIL, {path, Wide(" line " + std::to_string(number) + " ")}};
+            throw Failure(E_FAIL, {path, Wide(" line " + std::to_string(number) + " ")});
         }
         const Text folder = Lower(line.substr(first - 2, last + 1 - (first - 2)));
         if (folder.starts_with(Lower(criteria.root.value_or(u"")))) {
@@ -139,6 +135,7 @@ void SearchText(const Text& path, const Criteria& criteria, SearchOutcome& outco
             if (PlainWildcardMatch(line.substr(last + 1), criteria.pattern.value_or(u""), true) &&
                 IsWithinLimits(criteria, *file.time, file.size)) {
                 outcome.files.push_back(file);
+                outcome.lines.push_back(line);
             }
         }
     }
@@ -149,13 +146,11 @@ void SearchText(const Text& path, const Criteria& criteria, SearchOutcome& outco
 bool IsWanted(const OwnerRow& owner, const Text& filter) {
     const Text name = Lower(owner.name);
     const Text domain = Lower(owner.domain);
-    if (filter.find(u'\\') != Text::npos) {
-        return filter == domain + u"\\" + name;
-    }
-    if (filter.find(u'@') != Text::npos) {
-        return filter == name + u"@" + domain;
-    }
-    return filter == (filter.find(u'.') != Text::npos ? domain + u"." + name : name);
+    const auto has = [&](char16_t unit) { return filter.find(unit) != Text::npos; };
+    return filter == (has(u'\\')  ? domain + u"\\" + name
+                      : has(u'@') ? name + u"@" + domain
+                      : has(u'.') ? domain + u"." + name
+                                  : name);
 }
 
 std::set<std::int64_t> FoldersBelow(const std::vector<DirRow>& dirs, const Text& root) {
@@ -222,23 +217,22 @@ void SearchVolume(const Text& key, const Volume& volume, const Criteria& criteri
         }
         const std::optional<double> date = DateOfTicks(file.modifyTime);
         if (criteria.time && !date) {
-            throw Failure{E_FAIL, {u"Cannot convert file time to variant time."}};
+            throw Failure(E_FAIL, {u"Cannot convert file time to variant time."});
         }
         if (!IsWithinLimits(criteria, date.value_or(0), file.size)) {
             continue;
         }
         const std::optional<Text> path = PathOf(volume.dirs, file.dir);
         if (!path) {
-            throw Failure{E_INVALIDARG,
-                          {Wide(" " + std::to_string(i) + " "), key,
-                           Wide(" " + std::to_string(file.dir) + ",")}};
+            throw Failure(E_INVALIDARG, {Wide(" " + std::to_string(i) + " "), key,
+                                         Wide(" " + std::to_string(file.dir) + ",")});
         }
-        const bool separator = file.name.ends_with(u'\\') || file.name.ends_with(u'/');
-        outcome.files.push_back({u"",
-                                 key.substr(key.find(u'.') + 1, 1) + u":\\" + *path +
-                                     file.name.substr(0, file.name.size() - (separator ? 1 : 0)),
-                                 date, file.size,
-                                 file.owner < labels.size() ? labels[file.owner].inResults : u""});
+        Text name = key.substr(key.find(u'.') + 1, 1) + u":\\" + *path + file.name;
+        if (file.name.ends_with(u'\\') || file.name.ends_with(u'/')) {
+            name.pop_back();
+        }
+        const Text owner = file.owner < labels.size() ? labels[file.owner].inResults : u"";
+        outcome.files.push_back(date ? FoundFile{name, date, file.size, owner} : FoundFile());
     }
 }
 
@@ -247,7 +241,7 @@ SearchOutcome OutcomeOf(Body&& body) {
     SearchOutcome outcome;
     try {
         body(outcome);
-    } catch (const Failure& failure) {
+    } catch (const SearchOutcome& failure) {
         outcome.hr = failure.hr;
         outcome.clues = failure.clues;
     }
@@ -255,13 +249,6 @@ SearchOutcome OutcomeOf(Body&& body) {
 }
 
 }  // namespace
-
-bool FoundFile::operator==(const FoundFile& other) const {
-    return std::tie(line, name, size, owner) ==
-               std::tie(other.line, other.name, other.size, other.owner) &&
-           time.has_value() == other.time.has_value() &&
-           (!time || std::abs(*time - *other.time) < 1e-9);
-}
 
 void Criteria::Merge(const Criteria& later) {
     const auto set = [](auto& mine, const auto& given) { mine = given ? given : mine; };
@@ -303,12 +290,8 @@ bool PlainWildcardMatch(std::u16string_view wholeName, std::u16string_view whole
                     (!serverRule && !pattern.empty() && pattern.find(u'*') == Text::npos);
     for (const Text& token : Split(pattern, u"*")) {
         const auto fits = [&] {
-            for (std::size_t i = 0; i < token.size(); ++i) {
-                if (token[i] != u'?' && token[i] != name[i]) {
-                    return false;
-                }
-            }
-            return true;
+            return std::equal(token.begin(), token.end(), name.begin(),
+                              [](char16_t t, char16_t n) { return t == u'?' || t == n; });
         };
         while (name.size() >= token.size() && !fits()) {
             if (!floating) {

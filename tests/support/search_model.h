@@ -38,19 +38,18 @@ private:
     std::vector<automation::CBstr> m_strings;
 };
 
+// Empty if its time cannot be converted.
 struct FoundFile {
-    std::u16string line;  // of a text search
     std::u16string name;
-    std::optional<double> time;  // none if it cannot be converted
+    std::optional<double> time;
     std::int64_t size = 0;
     std::u16string owner;
-
-    // Times are equal if they differ by less than 0.1 ms.
-    bool operator==(const FoundFile& other) const;
+    bool operator==(const FoundFile&) const = default;
 };
 
 struct SearchOutcome {
-    std::vector<FoundFile> files;  // the files found before a failure
+    std::vector<FoundFile> files;       // the files found before a failure
+    std::vector<std::u16string> lines;  // of a text search
     HRESULT hr = S_OK;
     std::vector<std::u16string> clues;  // texts that the failure's description contains
 };

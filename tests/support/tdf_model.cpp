@@ -43,21 +43,19 @@ std::u16string DateOf(std::int64_t ticks) {
     const chrono::sys_seconds moment{chrono::seconds(since1970)};
     const auto day = chrono::floor<chrono::days>(moment);
     const chrono::year_month_day date(day);
-    const chrono::hh_mm_ss time(moment - day);
+    const auto second = static_cast<int>((moment - day).count());
     char text[64];
-    std::snprintf(text, sizeof text, "%02u/%02u/%04d %02d:%02d:%02d",
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                  static_cast<int>(date.year()), static_cast<int>(time.hours().count()),
-                  static_cast<int>(time.minutes().count()),
-                  static_cast<int>(time.seconds().count()));
+    std::snprintf(text, sizeof text, "%02u/%02u/%04d %02d:%02d:%02d", unsigned{date.month()},
+                  unsigned{date.day()}, int{date.year()}, second / 3600, second / 60 % 60,
+                  second % 60);
     return Wide(text);
 }
 
 using Lines = std::vector<std::u16string>;
 
-Lines RecordLines(const Volume& volume, const FileRow& file, const TdfModelSettings& settings) {
-    std::u16string line = DateOf(file.modifyTime) + Wide(", " + std::to_string(file.size) + ", ");
-    line += settings.volumeName + u":\\";
+Lines RecordLines(const Volume& volume, const FileRow& file, const std::u16string& volumeName) {
+    std::u16string line = DateOf(file.modifyTime) + Wide(", " + std::to_string(file.size) + ", ") +
+                          volumeName + u":\\";
     for (const std::u16string& folder : FoldersOf(volume, file.dir)) {
         line += folder + u"\\";
     }
@@ -65,18 +63,8 @@ Lines RecordLines(const Volume& volume, const FileRow& file, const TdfModelSetti
     return IsText(line) ? Lines{line} : Lines{};
 }
 
-Lines PartsOf(std::u16string_view base, const TdfModelSettings& settings) {
-    Lines parts = Split(base, settings.separators);
-    std::stable_sort(parts.begin(), parts.end(),
-                     [](const auto& a, const auto& b) { return a.size() > b.size(); });
-    if (settings.additionalParts >= 0 &&
-        parts.size() > static_cast<std::size_t>(settings.additionalParts)) {
-        parts.resize(static_cast<std::size_t>(settings.additionalParts));
-    }
-    return parts;
-}
-
-Lines KeyLines(const Volume& volume, const FileRow& file, const TdfModelSettings& settings) {
+Lines KeyLines(const Volume& volume, const FileRow& file, const std::u16string& volumeName,
+               const tdf::TdfSettings& settings) {
     if (!IsText(file.name)) {
         return {};
     }
@@ -85,13 +73,17 @@ Lines KeyLines(const Volume& volume, const FileRow& file, const TdfModelSettings
     const std::u16string extension =
         dot == std::u16string::npos ? u"none" : file.name.substr(dot + 1);
     std::vector<std::u16string> elements = FoldersOf(volume, file.dir & 0xFFFFFFFF);
-    elements.insert(elements.begin(), settings.volumeName + u":");
+    elements.insert(elements.begin(), volumeName + u":");
     const std::u16string fingerprint = PlainFingerprint(elements, settings.subfoldersMax);
-    const auto line = [&](std::u16string_view tag, std::u16string_view text) {
-        return extension + u" " + std::u16string(tag) + fingerprint + u" " + std::u16string(text);
+    Lines parts = Split(base, settings.separators);
+    std::stable_sort(parts.begin(), parts.end(),
+                     [](const auto& a, const auto& b) { return a.size() > b.size(); });
+    // A negative number is larger than every size.
+    parts.resize(std::min(parts.size(), static_cast<std::size_t>(settings.additionalParts)));
+    const auto line = [&](std::u16string_view tag, const std::u16string& text) {
+        return extension + u" " + std::u16string(tag) + fingerprint + u" " + text;
     };
     Lines lines = {line(u"0h", base)};
-    const Lines parts = PartsOf(base, settings);
     for (const std::u16string& part : parts) {
         lines.push_back(line(u"1h", part));
     }
@@ -166,8 +158,8 @@ std::string Utf16Bytes(std::u16string_view text) {
     return bytes;
 }
 
-TdfFiles ModelTdfFiles(const Volume& volume, const TdfModelSettings& settings) {
-    const std::string mark = "\xFF\xFE";
+TdfFiles ModelTdfFiles(const Volume& volume, const std::u16string& volumeName,
+                       const tdf::TdfSettings& settings) {
     const std::vector<OwnerLabel> labels = LabelsOf(volume.owners);
     std::vector<std::int64_t> records(labels.size());
     TdfFiles files;
@@ -175,19 +167,17 @@ TdfFiles ModelTdfFiles(const Volume& volume, const TdfModelSettings& settings) {
         if (file.owner >= labels.size()) {
             continue;
         }
-        const std::int64_t number =
-            records[file.owner]++ / std::max(settings.recordsPerFile, std::int32_t{1});
-        std::string& content =
-            files[u"vl." + settings.volumeName + u"." + labels[file.owner].inFileName + u"." +
-                  Wide(std::to_string(number)) + u".txt"];
-        content = content.empty() ? mark : content;
-        for (const std::u16string& line : settings.crcMode ? KeyLines(volume, file, settings)
-                                                           : RecordLines(volume, file, settings)) {
+        const std::int64_t number = records[file.owner]++ / std::max(settings.recsNumPerTxt, 1);
+        std::string& content = files[u"vl." + volumeName + u"." + labels[file.owner].inFileName +
+                                     Wide("." + std::to_string(number) + ".txt")];
+        content = content.empty() ? "\xFF\xFE" : content;
+        for (const std::u16string& line : settings.bCrcMode
+                                              ? KeyLines(volume, file, volumeName, settings)
+                                              : RecordLines(volume, file, volumeName)) {
             content += Utf16Bytes(line + u"\r\n");
         }
     }
-    std::string& map = files[u"owners." + settings.volumeName + u".map"];
-    map = mark;
+    std::string& map = files[u"owners." + volumeName + u".map"] = "\xFF\xFE";
     for (std::size_t i = 0; i < labels.size(); ++i) {
         map += Utf16Bytes(labels[i].inMap + u"    " + volume.owners[i].id + u"\r\n");
     }

@@ -2,24 +2,15 @@
 // the library.
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "support/index_file_builder.h"
+#include "tdf/generation/tdf_generator.h"
 
 namespace support {
-
-struct TdfModelSettings {
-    std::u16string volumeName = u"C";
-    std::int32_t recordsPerFile = 1000;
-    bool crcMode = false;
-    std::int32_t subfoldersMax = 3;
-    std::int32_t additionalParts = 2;
-    std::u16string separators = u"._- ";
-};
 
 std::u16string Wide(std::string_view ascii);
 // A-Z become a-z.
@@ -43,6 +34,7 @@ std::string Utf16Bytes(std::u16string_view text);
 // File names and contents for a volume whose folder indexes are valid and whose owners have
 // different labels.
 using TdfFiles = std::map<std::u16string, std::string>;
-TdfFiles ModelTdfFiles(const Volume& volume, const TdfModelSettings& settings);
+TdfFiles ModelTdfFiles(const Volume& volume, const std::u16string& volumeName,
+                       const tdf::TdfSettings& settings);
 
 }  // namespace support

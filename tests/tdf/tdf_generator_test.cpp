@@ -70,12 +70,8 @@ TEST_F(TdfGenerator, WritesEveryDateAndSize) {
 }
 
 TEST_F(TdfGenerator, AgreesWithTheModelOnRandomVolumes) {
-    const struct {
-        std::int32_t perFile;
-        bool crcMode;
-        std::int32_t subfoldersMax, additionalParts;
-        tdf::OwnerFilesLimits limits;
-    } rows[] = {
+    using Row = std::tuple<std::int32_t, bool, std::int32_t, std::int32_t, tdf::OwnerFilesLimits>;
+    const Row rows[] = {
         {kNoSplit, false, 0, 0, {}},
         {7, false, 0, 0, {3, 1024, 64, 256}},
         {0, false, 0, 0, {1, 64, 64, 64}},
@@ -103,12 +99,11 @@ TEST_F(TdfGenerator, AgreesWithTheModelOnRandomVolumes) {
         volume.files.insert(volume.files.begin() + 9, {u"\xD800", 3, 2, kMorning, 3});
         std::filesystem::remove_all(m_folder.Native(u"new"));
         std::filesystem::create_directories(m_folder.Native(u"new/out"));
-        m_settings.recsNumPerTxt = row.perFile;
-        m_settings.bCrcMode = row.crcMode;
-        m_settings.subfoldersMax = row.subfoldersMax;
-        m_settings.additionalParts = row.additionalParts;
+        tdf::OwnerFilesLimits limits;
+        std::tie(m_settings.recsNumPerTxt, m_settings.bCrcMode, m_settings.subfoldersMax,
+                 m_settings.additionalParts, limits) = row;
         WriteVolume(volume.Bytes());
-        tdf::CVolumeGenerator(m_settings, u"Vol", row.limits).Run(m_folder.Path(u"c.dat"));
+        tdf::CVolumeGenerator(m_settings, u"Vol", limits).Run(m_folder.Path(u"c.dat"));
         const TdfFiles expected = Expected(volume, u"Vol");
         for (const auto& [name, content] : expected) {
             if (name.starts_with(u"vl.")) {

@@ -51,18 +51,17 @@ protected:
         CComPtr<IOibTDFSearchTask> task;
         support::ExpectFailure(Find(file, criteria, task), expected);
         if (task) {
-            EXPECT_TRUE(support::ReadResults(EBinding::Early, task.Get()) ==
-                        support::AsResults(expected.files));
+            EXPECT_TRUE(support::ReadResults(EBinding::Early, task.Get()) == expected.files);
         }
         criteria.time.reset();
         criteria.size.reset();
         const auto unlimited = support::ModelTextSearch(file, criteria);
         Lines lines;
         support::ExpectFailure(FindLines(EBinding::Early, file, criteria, lines), unlimited);
-        ASSERT_EQ(lines.size(), unlimited.hr == S_OK ? unlimited.files.size() : 0);
+        ASSERT_EQ(lines.size(), unlimited.hr == S_OK ? unlimited.lines.size() : 0);
         for (std::size_t i = 0; i < lines.size(); ++i) {
             // The array's strings are read up to their first NUL.
-            const std::u16string& line = unlimited.files[i].line;
+            const std::u16string& line = unlimited.lines[i];
             ASSERT_TRUE(lines[i] == line.substr(0, line.find(u'\0'))) << i;
         }
     }
@@ -109,7 +108,8 @@ TEST_F(TextSearch, AgreesWithTheModelOnLimitsAndExtremes) {
              {.size = {{kMin, kMin}}},
              {.owner = u"x", .extensions = u"doc", .serverRule = true},
          }) {
-        SCOPED_TRACE(support::Narrow(criteria.pattern.value_or(u"") + criteria.root.value_or(u"")));
+        SCOPED_TRACE(
+            frame::WideToAnsi(criteria.pattern.value_or(u"") + criteria.root.value_or(u"")));
         Check(file, criteria);
     }
 }
@@ -155,7 +155,7 @@ TEST_F(TextSearch, ReportsInvalidLines) {
           u"01/15/2013 09:05:60, 1, C:\\a", u"01/15/0099 09:05:07, 1, C:\\a",
           u"01/00/0100 09:05:07, 1, C:\\a", u"01/15/-013 09:05:07, 1, C:\\a",
           u"01/15/2013 09:05:07, 1 C:\\a", u"01/15/2013 09:05:07,\\1,x"}) {
-        SCOPED_TRACE(support::Narrow(line));
+        SCOPED_TRACE(frame::WideToAnsi(line));
         const std::u16string file = WriteLines({kLines[0], line});
         Check(file, {.pattern = u"*.nothing"});
         CComPtr<IOibTDFSearchTask> task;
@@ -200,7 +200,8 @@ TEST_F(TextSearch, ReadsEveryFormOfLines) {
     };
     for (const std::u16string& row : rows) {
         for (const std::string& tail : {""s, "\n"s, "x"s, "\0"s}) {
-            SCOPED_TRACE(support::Narrow(row.substr(0, 80)) + " + " + std::to_string(tail.size()));
+            SCOPED_TRACE(frame::WideToAnsi(row.substr(0, 80)) + " + " +
+                         std::to_string(tail.size()));
             Check(Write(u"t.txt", Utf16Bytes(row) + tail), {.pattern = u"*readme"});
         }
     }

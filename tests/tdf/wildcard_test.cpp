@@ -10,8 +10,8 @@
 
 namespace {
 
+using frame::WideToAnsi;
 using support::Bstr;
-using support::Narrow;
 using tdf::CWildcardPattern;
 using tdf::EStarRule;
 
@@ -40,7 +40,7 @@ TEST(Wildcard, FollowsTheRule) {
         const auto line = Bstr(folder + std::u16string(row.name));
         EXPECT_EQ(library->IsWildcardMatch(line.Get(), Bstr(row.pattern).Get(), &result), S_OK);
         EXPECT_EQ(result, row.expected ? VARIANT_TRUE : VARIANT_FALSE)
-            << Narrow(row.name) << " ~ " << Narrow(row.pattern);
+            << WideToAnsi(row.name) << " ~ " << WideToAnsi(row.pattern);
     }
     for (const std::u16string line : {u"", u"a.txt", u"\\a", u":\\a"}) {
         VARIANT_BOOL result = 1;
@@ -71,7 +71,7 @@ TEST(Wildcard, AgreesWithTheModelOnRandomNames) {
         ASSERT_TRUE(tdf::MatchWildcard(name, pattern, tdf::Floats(pattern, rule)) == expected &&
                     compiled.Match(name) == expected &&
                     compiled.Match(bytes.data() + 1, name.size()) == expected)
-            << Narrow(name) << " ~ " << Narrow(pattern);
+            << WideToAnsi(name) << " ~ " << WideToAnsi(pattern);
     }
 }
 
