@@ -73,13 +73,13 @@ class MetaTest(ClientTest):
 
     def test_sessions(self):
         groups = [["oib1.VmName=web\x7f", "oib1.BackupTimeUtc=monday", f"oib1.OibUID={{{WEB}}}"],
-                  ["oib2.VmName=db02", f"oib2.OibUID={DB}"]]
+                  ["oib2.VmName=db02", "oib2.BackupTimeUtc=wednesday", f"oib2.OibUID={DB}"]]
         self.write_lines(*groups[0], *groups[1])
         self.assertEqual(self.objects("session list"), [
-            {"vmName": "db02", "backupTimeUtc": "", "uniqueId": f"{{{DB}}}"},
+            {"vmName": "db02", "backupTimeUtc": "wednesday", "uniqueId": f"{{{DB}}}"},
             {"vmName": "web\x7f", "backupTimeUtc": "monday", "uniqueId": f"{{{WEB}}}"}])
         self.assertEqual(self.run_on_file("session list")[0],
-                         f"{{{DB}}}          db02\n{{{WEB}}}  monday  web\\x7F\n")
+                         f"{{{DB}}}  wednesday  db02\n{{{WEB}}}  monday     web\\x7F\n")
         for ids, code in (([WEB[:-1]], 2), ([WEB + "0"], 2), (["x" + WEB[1:]], 2), ([NO_ID], 2),
                           (["-" + WEB[1:]], 2), ([WEB.replace("9", "8")], 1)):
             self.run_on_file("session delete", "--", *ids, code=code)

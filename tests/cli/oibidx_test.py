@@ -45,7 +45,8 @@ class ScanAndBrowse(ClientTest):
     def check_listing(self, arguments, folders, files, code=0):
         rows = objects("browse", self.data_file, "--json", *arguments, code=code)
         listed = [r["name"] for r in rows if r["type"] == "folder"]
-        self.assertEqual(sorted(listed), sorted(folders), arguments)
+        by_names = lambda path: [os.fsencode(name) for name in path.split("\\")]
+        self.assertEqual(listed, sorted(folders, key=by_names), arguments)
         self.assertEqual({r["name"]: r for r in rows if r["type"] == "file"}, files, arguments)
         self.assertEqual([r["type"] for r in rows[:len(folders)]], ["folder"] * len(folders))
 
@@ -178,6 +179,7 @@ class Failures(ClientTest):
                 (["nonsense"], "nonsense"), ([], "command")]:
             self.check_failure(arguments, message)
         self.assertFalse(os.path.exists(missing))
+        self.assertRegex(answer("--version"), rb"^oibidx [0-9]+\.[0-9]+\.[0-9]+\n$")
 
     def test_output_that_cannot_be_written(self):
         self.make("a")

@@ -117,7 +117,7 @@ class Searches(SearchTest):
         self.make("Docs2/x1.log", b"", modified=0)
         self.make("ten")
         os.truncate(os.path.join(self.tree, "ten"), 5 * 2**30)
-        os.utime(os.path.join(self.tree, "ten"), ns=(0, now - 10 * 86400 * 10**9))
+        os.utime(os.path.join(self.tree, "ten"), ns=(0, now - 13 * 86400 * 10**9))
         self.scan()
         self.generate()
         user = owner_of(os.stat(self.tree))
@@ -132,10 +132,10 @@ class Searches(SearchTest):
                 (["--newer-than=2024-03-01T12:30:15"], [report, old, ten]),
                 (["--newer-than=2024-03-01 12:30:16Z"], [old, ten]),
                 (["--older-than=2024-03-01T12:30:15"], [report, log]),
-                (["--older-than=2024-03-01"], [log]), (["--newer-than=300h"], [ten]),
-                (["--older-than=2024-03-01T12:31"], [report, log]), (["--newer-than=1w"], []),
+                (["--older-than=2024-03-01"], [log]), (["--newer-than=320h"], [ten]),
+                (["--older-than=2024-03-01T12:31"], [report, log]), (["--newer-than=2w"], [ten]),
                 (["--newer-than=15d"], [ten]), (["--newer-than=14000min"], []),
-                (["--older-than=1000000s", "--newer-than=1970-01-02"], [report, old]),
+                (["--older-than=1200000s", "--newer-than=1970-01-02"], [report, old]),
                 (["--newer-than=9223372036854775807w"], everything),
                 (["--min-size=100"], [report, old, ten]), (["--max-size=100"], [report, log]),
                 (["--min-size=4K"], [old, ten]), (["--min-size=4097"], [ten]), (["--min-size=1T"], []),

@@ -41,7 +41,7 @@ TEST(Conversions, NumbersAgreeWithTheCLibrary) {
 // Texts composed of the elements that the C library's parser distinguishes.
 TEST(Conversions, ParsingAgreesWithTheCLibrary) {
     static const char* const kPieces[] = {
-        " ", "\t", "\n", "+", "-", "0", "7", "12", "2147483648", "99999999999999999999", "x", "."};
+        " ", "\t", "\r", "+", "-", "0", "7", "12", "2147483648", "99999999999999999999", "x", "."};
     std::mt19937 random(2);
     for (int i = 0; i < 20000; ++i) {
         std::string text;

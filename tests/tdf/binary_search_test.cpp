@@ -343,6 +343,12 @@ TEST_F(BinarySearch, FindsTheFilesBeforeTheDamage) {
                         support::ModelBinSearch(m_volumes, criteria).files);
         }
     }
+    volume = SampleVolume();
+    volume.files[1].dir = 5;
+    const std::string cut = support::ChainTables(
+        {DirsTable(volume.dirs), OwnersTable(volume.owners), FilesTable(volume.files)});
+    Write(u"C.dat", cut.substr(0, cut.size() - 1));
+    EXPECT_TRUE(MessageOf({}).starts_with(u"The file record 1 of the volume Volume.C lies in"));
 }
 
 TEST_F(BinarySearch, SurvivesDamagedFiles) {

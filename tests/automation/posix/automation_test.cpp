@@ -134,6 +134,7 @@ TEST(SafeArray, DescribesItsElementsAndRefusesImpossibleArrays) {
     }
     EXPECT_EQ(SafeArrayCreateVector(VT_I8, 0, 0x20000000), nullptr);
     EXPECT_EQ(SafeArrayCreateVector(VT_UI1, 0x7FFFFFFF, 2), nullptr);
+    EXPECT_TRUE(CSafeArrayPtr(SafeArrayCreateVector(VT_UI1, 0x7FFFFFFF, 1)));
     SAFEARRAYBOUND bounds[3] = {{0x10000, 0}, {0x10000, 0}, {0x10000, 0}};
     EXPECT_EQ(SafeArrayCreate(VT_UI1, 3, bounds), nullptr);
     EXPECT_EQ(SafeArrayCreate(VT_UI1, 0, bounds), nullptr);
@@ -231,6 +232,7 @@ TEST(ErrorInfo, IsPerThreadAndReadOnce) {
     EXPECT_EQ(GetErrorInfo(0, got.Put()), S_FALSE);
     CBstr text;
     EXPECT_TRUE(mine->GetHelpFile(text.Put()) == S_OK && !text);
+    EXPECT_EQ(mine->GetGUID(nullptr), E_INVALIDARG);
     void* other = &other;
     EXPECT_TRUE(mine->QueryInterface(IID_IDispatch, &other) == E_NOINTERFACE && other == nullptr);
 }

@@ -13,6 +13,7 @@
 #include "automation/bstr.h"
 #include "automation/com_ptr.h"
 #include "automation/guid.h"
+#include "automation/posix/automation_internal.h"
 #include "automation/posix/record_info.h"
 #include "automation/posix/variant_convert.h"
 #include "automation/variant.h"
@@ -366,6 +367,18 @@ TEST(Dispatch, TakesRecordsGuidsAndReferences) {
 TEST(Dispatch, DescribesRecords) {
     const CComPtr<IRecordInfo> info = detail::NewRecordInfo(kPair);
     void* const record = info->RecordCreate();
+    CComPtr<IUnknown> same;
+    EXPECT_EQ(info->QueryInterface(IID_IUnknown, same.PutVoid()), S_OK);
+    VARIANT described = {};
+    described.vt = VT_RECORD;
+    described.pvRecord = record;
+    described.pRecInfo = info.Get();
+    {
+        CVariant counted;
+        EXPECT_EQ(automation::detail::CopyVariant(counted.Get(), described), S_OK);
+        EXPECT_TRUE(info->AddRef() == 4 && info->Release() == 3);
+    }
+    EXPECT_TRUE(info->AddRef() == 3 && info->Release() == 2);
     auto* const pair = static_cast<Pair*>(record);
     *pair = {NewBstr(u"kept"), 5};
     ULONG count = 9;
