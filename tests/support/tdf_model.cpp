@@ -170,7 +170,9 @@ TdfFiles ModelTdfFiles(const Volume& volume, const std::u16string& volumeName,
         const std::int64_t number = records[file.owner]++ / std::max(settings.recsNumPerTxt, 1);
         std::string& content = files[u"vl." + volumeName + u"." + labels[file.owner].inFileName +
                                      Wide("." + std::to_string(number) + ".txt")];
-        content = content.empty() ? "\xFF\xFE" : content;
+        if (content.empty()) {
+            content = "\xFF\xFE";
+        }
         for (const std::u16string& line : settings.bCrcMode
                                               ? KeyLines(volume, file, volumeName, settings)
                                               : RecordLines(volume, file, volumeName)) {
