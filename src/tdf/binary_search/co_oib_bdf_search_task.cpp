@@ -12,21 +12,21 @@ void SetIfGiven(std::u16string& criterion, BSTR text) {
     }
 }
 
-// Criteria that `spec` does not give keep the values of earlier searches.
-void AddTo(tdf::SearchCriteria& criteria, const SearchSpec& spec) {
-    SetIfGiven(criteria.rootPath, spec.rootPath);
-    SetIfGiven(criteria.namePattern, spec.FileNamePattern);
-    SetIfGiven(criteria.owner, spec.Owner);
-    if (spec.UseTimeLimits != VARIANT_FALSE) {
-        criteria.timeLimits = {spec.ModifyTimeFrom, spec.ModifyTimeTill};
+// Criteria that `wanted` does not give keep the values of earlier searches.
+void AddTo(tdf::SearchCriteria& criteria, const SearchSpec& wanted) {
+    SetIfGiven(criteria.rootPath, wanted.rootPath);
+    SetIfGiven(criteria.namePattern, wanted.FileNamePattern);
+    SetIfGiven(criteria.owner, wanted.Owner);
+    if (wanted.UseTimeLimits != VARIANT_FALSE) {
+        criteria.timeLimits = {wanted.ModifyTimeFrom, wanted.ModifyTimeTill};
     }
-    if (spec.UseSizeLimits != VARIANT_FALSE) {
-        criteria.sizeLimits = {spec.SizeFrom, spec.SizeTill};
+    if (wanted.UseSizeLimits != VARIANT_FALSE) {
+        criteria.sizeLimits = {wanted.SizeFrom, wanted.SizeTill};
     }
-    if (spec.UseSearchServerRule != VARIANT_FALSE) {
+    if (wanted.UseSearchServerRule != VARIANT_FALSE) {
         criteria.starRule = tdf::EStarRule::LeadingStar;
     }
-    SetIfGiven(criteria.permittedExtensions, spec.UnrestrictedExtentions);
+    SetIfGiven(criteria.permittedExtensions, wanted.UnrestrictedExtentions);
 }
 
 }  // namespace

@@ -5,22 +5,22 @@
 namespace coClasses {
 
 // Owner and UseSearchServerRule apply to the search of binary data only.
-CCoOibTDFSearchTask::CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& spec) {
-    if (spec.UseTimeLimits != VARIANT_FALSE) {
-        m_searcher.SetTimeLimits(spec.ModifyTimeFrom, spec.ModifyTimeTill);
+CCoOibTDFSearchTask::CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& wanted) {
+    if (wanted.UseTimeLimits != VARIANT_FALSE) {
+        m_searcher.SetTimeLimits(wanted.ModifyTimeFrom, wanted.ModifyTimeTill);
     } else {
         m_searcher.ClearTimeLimits();
     }
-    if (spec.UseSizeLimits != VARIANT_FALSE) {
-        m_searcher.SetSizeLimits(spec.SizeFrom, spec.SizeTill);
+    if (wanted.UseSizeLimits != VARIANT_FALSE) {
+        m_searcher.SetSizeLimits(wanted.SizeFrom, wanted.SizeTill);
     } else {
         m_searcher.ClearSizeLimits();
     }
-    if (spec.UnrestrictedExtentions != nullptr) {
-        m_searcher.SetUnrestrictedExtensions(automation::TextOf(spec.UnrestrictedExtentions));
+    if (wanted.UnrestrictedExtentions != nullptr) {
+        m_searcher.SetUnrestrictedExtensions(automation::TextOf(wanted.UnrestrictedExtentions));
     }
-    m_searcher.Search(dataFile, automation::TextOf(spec.rootPath),
-                      automation::TextOf(spec.FileNamePattern));
+    m_searcher.Search(dataFile, automation::TextOf(wanted.rootPath),
+                      automation::TextOf(wanted.FileNamePattern));
 }
 
 // Earlier contents of the record are overwritten, not freed.

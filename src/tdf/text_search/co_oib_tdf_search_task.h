@@ -12,7 +12,7 @@ namespace coClasses {
 class CCoOibTDFSearchTask final : public frame::CCoObject<IOibTDFSearchTask> {
 public:
     // Runs the whole search. Throws what CTextDataSearcher::Search throws.
-    CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& spec);
+    CCoOibTDFSearchTask(std::u16string_view dataFile, const SearchSpec& wanted);
 
     HRESULT STDMETHODCALLTYPE GetResult(INT index, SearchResult* srchResult) override;
     HRESULT STDMETHODCALLTYPE get_ResultsCount(INT* pCount) override;
