@@ -95,6 +95,7 @@ TEST_F(TdfGenerator, AgreesWithTheModelOnRandomVolumes) {
             volume.files.push_back({u"f", 59 + i, 2, kMorning, 3});
         }
         volume.files.push_back({manyParts, 3, 2, kMorning, 3});
+        volume.files.push_back({u"\u6570\u636E\u6D41", 3, 2, kMorning, 3});
         // No text: it has no line and counts as a record.
         volume.files.insert(volume.files.begin() + 9, {u"\xD800", 3, 2, kMorning, 3});
         std::filesystem::remove_all(m_folder.Native(u"new"));

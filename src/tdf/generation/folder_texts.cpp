@@ -3,6 +3,7 @@
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "tdf/naming/crc_path.h"
+#include "text/unicode_text.h"
 
 namespace tdf {
 
@@ -13,8 +14,8 @@ constexpr std::size_t kMaxCachedText = 64 * 1024;    // code units of one text
 // More than any system allows; the names of a damaged table could need any amount of memory.
 constexpr std::size_t kMaxPath = 16 * 1024 * 1024;  // code units without the separators
 
-text::TextStatistics StatisticsOf(std::u16string_view text) noexcept {
-    return text::CollectTextStatistics(std::as_bytes(std::span(text)).data(), text.size());
+bool IsUnicode(std::u16string_view text) noexcept {
+    return text::IsUnicodeText(std::as_bytes(std::span(text)).data(), text.size());
 }
 
 }  // namespace
@@ -29,30 +30,29 @@ CFolderTexts::CFolderTexts(const idxdata::CFolderTable& folders, std::u16string_
 CFolderTexts::Text CFolderTexts::TextOf(std::int64_t folder, std::int64_t record) {
     if (!m_folders.Contains(folder)) {
         Compose(folder, record);  // the root of a volume without folders, or a failure
-        return {m_text, StatisticsOf(m_text)};
+        return {m_text, IsUnicode(m_text)};
     }
     Slot& slot = m_slots[static_cast<std::size_t>(folder)];
     if (slot.round == m_round) {
-        return {{m_cache.data() + slot.begin, slot.length}, {true, slot.length, slot.eightBit}};
+        return {{m_cache.data() + slot.begin, slot.length}, slot.isUnicode};
     }
     Compose(folder, record);
     return Cache(slot);
 }
 
-// Only valid texts are cached: one number is enough for their statistics.
 CFolderTexts::Text CFolderTexts::Cache(Slot& slot) {
-    const text::TextStatistics statistics = StatisticsOf(m_text);
-    if (m_text.size() > kMaxCachedText || !statistics.valid) {
-        return {m_text, statistics};
+    const bool isUnicode = IsUnicode(m_text);
+    if (m_text.size() > kMaxCachedText) {
+        return {m_text, isUnicode};
     }
     if (m_cache.size() + m_text.size() > kMaxCache) {
         m_cache.clear();
         ++m_round;
     }
     slot = {static_cast<std::uint32_t>(m_cache.size()), static_cast<std::uint32_t>(m_text.size()),
-            m_round, static_cast<std::uint32_t>(statistics.eightBit)};
+            m_round, isUnicode};
     m_cache += m_text;
-    return {m_text, statistics};
+    return {m_text, isUnicode};
 }
 
 void CFolderTexts::Compose(std::int64_t folder, std::int64_t record) {

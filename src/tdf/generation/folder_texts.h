@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "idxdata/tables/folder_table.h"
-#include "text/unicode_text.h"
 
 namespace tdf {
 
@@ -28,7 +27,7 @@ public:
 
     struct Text {
         std::u16string_view text;  // "C:\Users\john\" or "ac906abf43d5"
-        text::TextStatistics statistics;
+        bool isUnicode;            // as text::IsUnicodeText
     };
     // Valid until the next call. `record` is the file record's position, for messages.
     Text TextOf(std::int64_t folder, std::int64_t record);
@@ -39,8 +38,8 @@ private:
     struct Slot {
         std::uint32_t begin = 0;  // in m_cache
         std::uint32_t length = 0;
-        std::uint32_t round = 0;     // 0: not cached yet
-        std::uint32_t eightBit = 0;  // of the statistics
+        std::uint32_t round = 0;  // 0: not cached yet
+        bool isUnicode = false;
     };
 
     Text Cache(Slot& slot);

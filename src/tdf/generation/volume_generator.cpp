@@ -86,25 +86,23 @@ void CVolumeGenerator::WriteRecord(COwnerFiles& files, const idxdata::FileRecord
 void CVolumeGenerator::WriteRecordLine(COwnerFiles& files, const idxdata::FileRecordView& record,
                                        std::int64_t index) {
     const CFolderTexts::Text folder = m_folderTexts->TextOf(record.dirIndex, index);
+    if (!folder.isUnicode || !text::IsUnicodeText(record.nameBytes, record.nameLength)) {
+        return;
+    }
     const std::size_t maxUnits =
         CRecordPrefixFormatter::kMaxUnits + folder.text.size() + record.nameLength;
-    text::TextStatistics statistics =
-        text::CollectTextStatistics(record.nameBytes, record.nameLength);
-    statistics += folder.statistics;
     files.PutLine(record.ownerIndex, maxUnits, [&](std::byte* line) {
         text::CUnitWriter out(line);
         out.Skip(m_recordPrefix.Write(record.modifyTime, record.size, line));
-        statistics.units += out.Count();  // ASCII only
         out.Put(folder.text);
         out.Put(record.nameBytes, record.nameLength);
-        const bool passes = statistics.Passes() || text::LooksLikeUtf16Text(line, out.Count());
-        return passes ? out.Count() : 0;
+        return out.Count();
     });
 }
 
 void CVolumeGenerator::WriteKeyLines(COwnerFiles& files, const idxdata::FileRecordView& record,
                                      std::int64_t index) {
-    if (!text::LooksLikeUtf16Text(record.nameBytes, record.nameLength)) {
+    if (record.nameLength == 0 || !text::IsUnicodeText(record.nameBytes, record.nameLength)) {
         return;
     }
     // Key lines use the low 32 bits of the index only.
