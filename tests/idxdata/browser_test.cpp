@@ -257,6 +257,11 @@ TEST_F(Browser, Refusals) {
     const support::ErrorReport range = support::TakeError();
     EXPECT_EQ(range.description, u"CCoOibFilesArray::GetFileInfo: Index is out of range.");
     EXPECT_EQ(range.guid, IID_IOibTDFSearchTask);
+    for (const auto binding : {support::EBinding::Early, support::EBinding::Late}) {
+        using Files = IOibFilesArray;
+        EXPECT_EQ(support::Call<&Files::get_FilesCount>(binding, &*array, nullptr).hr, E_POINTER);
+        EXPECT_EQ(support::Call<&Files::get_TotalSize>(binding, &*array, nullptr).hr, E_POINTER);
+    }
     EXPECT_EQ(browser->GetFiles(nullptr, array.Put()), E_INVALIDARG);
     EXPECT_EQ(browser->GetFolders(root, nullptr), E_INVALIDARG);
     EXPECT_EQ(support::TakeError().description, u"");

@@ -17,6 +17,7 @@ namespace support {
 inline std::vector<FoundFile> ReadResults(EBinding binding, IOibTDFSearchTask* task) {
     INT count = -1;
     EXPECT_EQ(Call<&IOibTDFSearchTask::get_ResultsCount>(binding, task, &count).hr, S_OK);
+    EXPECT_EQ(Call<&IOibTDFSearchTask::get_ResultsCount>(binding, task, nullptr).hr, E_POINTER);
     std::vector<FoundFile> files;
     for (INT i = 0; i < count; ++i) {
         SearchResult result{};

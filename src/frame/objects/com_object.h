@@ -144,4 +144,14 @@ HRESULT ReturnInterface(const automation::CComPtr<TObject>& object, TInterface**
                                   reinterpret_cast<void**>(out));
 }
 
+// Stores `value` in `out`. E_POINTER for a null `out`.
+template <class T>
+HRESULT ReturnNumber(T value, T* out) noexcept {
+    if (out == nullptr) {
+        return E_POINTER;
+    }
+    *out = value;
+    return S_OK;
+}
+
 }  // namespace frame

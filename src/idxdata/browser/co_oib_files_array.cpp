@@ -51,17 +51,12 @@ HRESULT CCoOibFilesArray::GetFileInfo(ULONG index, OibFileInfo* pFileInfo) {
 }
 
 HRESULT CCoOibFilesArray::get_FilesCount(ULONG* pCount) {
-    return Unlocked([&] {
-        *pCount = static_cast<ULONG>(m_files->Count());
-        return S_OK;
-    });
+    return Unlocked(
+        [&] { return frame::ReturnNumber(static_cast<ULONG>(m_files->Count()), pCount); });
 }
 
 HRESULT CCoOibFilesArray::get_TotalSize(ULONGLONG* pSize) {
-    return Unlocked([&] {
-        *pSize = m_files->TotalSize();
-        return S_OK;
-    });
+    return Unlocked([&] { return frame::ReturnNumber<ULONGLONG>(m_files->TotalSize(), pSize); });
 }
 
 }  // namespace coClasses

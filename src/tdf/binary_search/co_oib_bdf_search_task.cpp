@@ -61,10 +61,7 @@ HRESULT CCoOibBDFSearchTask::GetResult(INT index, SearchResult* srchResult) {
 }
 
 HRESULT CCoOibBDFSearchTask::get_ResultsCount(INT* pCount) {
-    return Unlocked([&] {
-        *pCount = m_searcher.GetResultsCount();
-        return S_OK;
-    });
+    return Unlocked([&] { return frame::ReturnNumber<INT>(m_searcher.GetResultsCount(), pCount); });
 }
 
 }  // namespace coClasses

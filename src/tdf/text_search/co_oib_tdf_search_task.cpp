@@ -39,10 +39,7 @@ HRESULT CCoOibTDFSearchTask::GetResult(INT index, SearchResult* srchResult) {
 }
 
 HRESULT CCoOibTDFSearchTask::get_ResultsCount(INT* pCount) {
-    return Unlocked([&] {
-        *pCount = m_searcher.GetResultsCount();
-        return S_OK;
-    });
+    return Unlocked([&] { return frame::ReturnNumber<INT>(m_searcher.GetResultsCount(), pCount); });
 }
 
 }  // namespace coClasses
