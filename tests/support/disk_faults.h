@@ -22,7 +22,7 @@
 namespace support {
 
 enum class EFault {
-    FailOnce,      // the call fails, a write after half of its bytes
+    FailOnce,      // the call fails, a write after half of its bytes, an odd number
     FailFromThen,  // the call and all later ones fail
     Kill,          // the process ends in the call, a write after half of its bytes
     PowerCut,      // as Kill, and half of the changes that were not flushed are lost
@@ -34,6 +34,7 @@ enum class EFault {
 struct Unsynced {
     int descriptor = -1;
     off_t from = std::numeric_limits<off_t>::max();  // the start of the added content
+    bool isExtended = false;                         // added by one change of the size
     std::vector<std::pair<off_t, std::string>>
         overwritten;  // the former bytes before it, for PowerCutAll
 };
@@ -118,6 +119,14 @@ struct DiskFaults {
         }
         file.from = std::min(file.from, length == 0 ? from : std::max(from, info.st_size));
     }
+    void BeforeResize(int descriptor, off_t length) {
+        struct stat info {};
+        const bool isExtended = ::fstat(descriptor, &info) == 0 && info.st_size < length;
+        BeforeChange(descriptor, std::min(info.st_size, length));
+        if (const auto file = unsynced.find({info.st_dev, info.st_ino}); file != unsynced.end()) {
+            file->second.isExtended = isExtended;
+        }
+    }
     void Synced(int descriptor) {
         struct stat info {};
         if (::fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode)) {
@@ -148,7 +157,8 @@ struct DiskFaults {
             }
             const off_t size = ::lseek(what.descriptor, 0, SEEK_END);
             const off_t lost = std::max<off_t>(size - what.from, 0);
-            const off_t kept = fault == EFault::PowerCut ? lost / 4 * 2 : 0;
+            const off_t half = what.isExtended ? lost : lost / 2 | 1;
+            const off_t kept = fault == EFault::PowerCut ? half : 0;
             ::syscall(SYS_ftruncate, what.descriptor, std::min(size, what.from + kept));
         }
     }
@@ -173,8 +183,7 @@ ssize_t write(int descriptor, const void* buffer, std::size_t length) {
     if (!isSecondHalf && !g_diskFaults.IsFaulty()) {
         return ::syscall(SYS_write, descriptor, buffer, length);
     }
-    // An even number: systems split writes between pages.
-    const std::size_t half = isSecondHalf ? 0 : length / 4 * 2;
+    const std::size_t half = isSecondHalf ? 0 : (length - 1) / 2 | 1;
     const ssize_t written = ::syscall(SYS_write, descriptor, buffer, half);
     g_diskFaults.EndIfFatal();
     g_diskFaults.failNextWrite = half != 0;
@@ -189,7 +198,7 @@ ssize_t copy_file_range(int in, off64_t* inAt, int out, off64_t* outAt, std::siz
 }
 
 int ftruncate(int descriptor, off_t length) noexcept {
-    g_diskFaults.BeforeChange(descriptor, length);
+    g_diskFaults.BeforeResize(descriptor, length);
     return g_diskFaults.Call(EIO, SYS_ftruncate, descriptor, length);
 }
 

@@ -31,6 +31,11 @@ std::uint32_t AccessOf(EFileAccess access) {
     throw CWin32Exc(u"Failed to create new binary file [%1].", {path}, code);
 }
 
+[[noreturn]] void ThrowNotWritten(std::u16string_view path, std::uint64_t length) {
+    throw CWin32Exc(u"Failed to write [%1] bytes to the file [%2].", {UInt64ToString(length), path},
+                    kLastError);
+}
+
 platform::CFileHandle OpenWithRetry(std::u16string_view path, std::uint32_t access,
                                     std::uint32_t disposition, std::uint32_t flags) {
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
@@ -150,6 +155,13 @@ void CBinaryFile::Seek(std::uint64_t position) {
     }
 }
 
+void CBinaryFile::AppendZeros(std::size_t length) {
+    Seek(GetSize() + length);
+    if (!platform::SetEndOfFile(m_handle.Get())) {
+        ThrowNotWritten(m_path, length);
+    }
+}
+
 void CBinaryFile::SeekToBegin() {
     if (!platform::SetFilePointerEx(m_handle.Get(), 0, nullptr, platform::EMoveMethod::Begin)) {
         throw CWin32Exc(u"Unable to seek to the beginning of the file [%1]", {m_path}, kLastError);
@@ -198,8 +210,7 @@ void CBinaryFile::ReadAt(std::uint64_t position, void* buffer, std::size_t lengt
 void CBinaryFile::Write(const void* buffer, std::size_t length) {
     std::size_t written = 0;
     if (!platform::WriteFile(m_handle.Get(), buffer, length, written)) {
-        throw CWin32Exc(u"Failed to write [%1] bytes to the file [%2].",
-                        {UInt64ToString(length), m_path}, kLastError);
+        ThrowNotWritten(m_path, length);
     }
     if (written < length) {
         throw CWin32Exc(u"Unable to write all the supplied data (%1 bytes) to the file [%2].",

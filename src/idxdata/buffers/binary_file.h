@@ -42,6 +42,8 @@ public:
     std::uint64_t GetSize() const;
     void SetSize(std::uint64_t size);  // moves the file position to `size`
     void Seek(std::uint64_t position);
+    // Extends the file by `length` zero bytes. A failure has the message of Write.
+    void AppendZeros(std::size_t length);
     void SeekToBegin();
     void SeekToEnd();
     std::uint64_t GetPosition() const;

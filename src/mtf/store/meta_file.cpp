@@ -19,6 +19,8 @@ using idxdata::EFileAccess;
 
 constexpr std::uint64_t kGrowStep = 2048;       // bytes
 constexpr std::size_t kCopyBlock = 256 * 1024;  // bytes
+// Copying a file of this size costs about as much as one flush.
+constexpr std::uint64_t kCheapCopySize = 1024 * 1024;  // bytes
 
 std::u16string ModeName(EMtfOpenMode mode) {
     switch (mode) {
@@ -32,11 +34,25 @@ std::u16string ModeName(EMtfOpenMode mode) {
     return frame::IntToString(static_cast<std::int32_t>(mode));
 }
 
-// Whether added bytes contain a line end, in either encoding, after their first unit, which
-// AppendLine writes last.
+// Whether added bytes contain a line end, in either encoding, after their first byte.
 bool AddsSeveralLines(std::string_view tail) {
     return tail.find(kWideLineEnd, 1) != std::string_view::npos ||
            tail.find(kNarrowLineEnd, 1) != std::string_view::npos;
+}
+
+// Whether one byte distinguishes the first unit from a NUL. Always so for a line end.
+bool BecomesVisibleByOneByte(std::string_view tail) {
+    return tail[1] == '\0';
+}
+
+// The tail with NULs in place of its first unit and of the CR of each line end.
+std::string HideLines(std::string_view tail) {
+    std::string hidden(tail);
+    hidden.replace(0, sizeof(char16_t), sizeof(char16_t), '\0');
+    for (std::size_t at = 0; (at = hidden.find(kWideLineEnd, at)) != std::string::npos; ++at) {
+        hidden[at] = '\0';
+    }
+    return hidden;
 }
 
 // A line end at the end of a file is text of its last line until more text follows.
@@ -184,8 +200,8 @@ void CMtfMetaFile::CloseFile() {
         try {
             TruncateFailedAppend();
         } catch (const CExc&) {
-            // The text of the failed append stays in the file: a single line, or several
-            // lines that the safety copy does not contain.
+            // The text of the failed append stays in the file: hidden, in whole lines, or
+            // without effect because of a safety copy.
             m_committedSize.reset();
         }
         m_file.reset();
@@ -254,58 +270,62 @@ void CMtfMetaFile::Append() {
         const auto storage = out.TakeStorage();
         const std::string_view tail(reinterpret_cast<const char*>(storage->Data()),
                                     static_cast<std::size_t>(storage->Size()));
-        if (AddsSeveralLines(tail) || EndsWithLineEnd(*m_file) || frame::FileExists(m_oldPath)) {
-            AppendLines(tail);
-        } else {
-            AppendLine(tail);
+        const bool hasCopy = CopyBeforeAppend(tail);
+        m_committedSize = m_file->GetSize();
+        try {
+            WriteTail(tail);
+            if (hasCopy) {
+                frame::DeleteFileDurably(m_oldPath);
+            }
+        } catch (const CExc&) {
+            UndoAppend(hasCopy);
+            throw;
         }
         m_committedSize.reset();
         m_lines->CommitSaved();
     });
 }
 
-// Writes the line with a NUL in place of its first unit, then replaces the NUL. Text after a
-// NUL is not read, so the line becomes visible to readers with the last write, and the
-// append needs no safety copy.
-void CMtfMetaFile::AppendLine(std::string_view tail) {
-    constexpr std::size_t kUnit = sizeof(char16_t);
-    std::string hidden(tail);
-    hidden.replace(0, kUnit, kUnit, '\0');
-    m_committedSize = m_file->GetSize();
-    try {
-        m_file->SeekToEnd();
-        m_file->Write(hidden.data(), hidden.size());
-        m_file->Flush();  // so that a power failure cannot keep the first unit alone
-        m_file->WriteAt(*m_committedSize, tail.data(), kUnit);
-        m_file->Flush();
-    } catch (const CExc&) {
+// Makes a safety copy where the old content would not be readable at every moment of the
+// append, and where a copy of a small file makes the append of several lines atomic. An append
+// whose copy cannot be made is still correct: each line becomes visible as a whole. Returns
+// whether a copy exists.
+bool CMtfMetaFile::CopyBeforeAppend(std::string_view tail) {
+    const bool wanted = EndsWithLineEnd(*m_file) || !BecomesVisibleByOneByte(tail) ||
+                        (AddsSeveralLines(tail) && m_file->GetSize() <= kCheapCopySize);
+    if (wanted) {
         try {
-            TruncateFailedAppend();
+            MakeSafetyCopy();
         } catch (const CExc&) {
-            // The next save tries again. The caller gets the first failure.
+            // The folder refuses new files, or the disk has no room for a copy.
         }
-        throw;
     }
+    return frame::FileExists(m_oldPath);
 }
 
-// Several lines do not become visible at once, so the copy exists until all are on the disk.
-void CMtfMetaFile::AppendLines(std::string_view tail) {
-    MakeSafetyCopy();
-    m_committedSize = m_file->GetSize();
+// Writes the tail first with NULs in place of its line ends. Text after a NUL is not read, and
+// the second write changes nothing but these NULs, so each line becomes visible as a whole, in
+// whatever order the bytes reach the disk. The space is reserved first: an append that ends
+// at any byte leaves NULs, not a half of a unit.
+void CMtfMetaFile::WriteTail(std::string_view tail) {
+    const std::string hidden = HideLines(tail);
+    m_file->AppendZeros(hidden.size());
+    m_file->WriteAt(*m_committedSize, hidden.data(), hidden.size());
+    m_file->Flush();  // before the NULs are replaced
+    m_file->WriteAt(*m_committedSize, tail.data(), tail.size());
+    m_file->Flush();
+}
+
+void CMtfMetaFile::UndoAppend(bool hasCopy) noexcept {
     try {
-        m_file->SeekToEnd();
-        m_file->Write(tail.data(), tail.size());
-        m_file->Flush();
-        frame::DeleteFileDurably(m_oldPath);
-    } catch (const CExc&) {
-        try {
-            TruncateFailedAppend();
+        TruncateFailedAppend();
+        if (hasCopy) {
             m_file->Flush();
             frame::DeleteFileDurably(m_oldPath);
-        } catch (const CExc&) {
-            // The copy remains for the next save or the next opening.
         }
-        throw;
+    } catch (const std::exception&) {
+        // The next save tries again; a copy remains for it or for the next opening. The caller
+        // gets the first failure.
     }
 }
 

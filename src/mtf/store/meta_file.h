@@ -54,8 +54,9 @@ private:
     void MakeSafetyCopy();
     void ComposeAndWrite(idxdata::CBinaryFile& file);
     void Append();
-    void AppendLine(std::string_view tail);
-    void AppendLines(std::string_view tail);
+    bool CopyBeforeAppend(std::string_view tail);
+    void WriteTail(std::string_view tail);
+    void UndoAppend(bool hasCopy) noexcept;
     void TruncateFailedAppend();
 
     std::u16string m_path;
