@@ -39,6 +39,13 @@ struct Unsynced {
         overwritten;  // the former bytes before it, for PowerCutAll
 };
 
+// A byte that cannot be read, in every file.
+struct BadByte {
+    off_t at = -1;       // -1: none
+    bool once = false;   // only one read fails
+    bool whole = false;  // a failing read does not deliver the bytes before it
+};
+
 // The calls of this process, counted since Arm.
 struct DiskFaults {
     static constexpr int kDied = 77;  // the exit code of an ended process
@@ -48,6 +55,7 @@ struct DiskFaults {
     EFault fault = EFault::FailOnce;
     bool failNextWrite = false;
     bool isDelayed = false;  // closing and setting times are counted, too
+    BadByte badByte;
     std::function<void()> visit;
     std::function<void()> sleep;  // replaces pauses
     std::map<std::pair<dev_t, ino_t>, Unsynced> unsynced;
@@ -174,6 +182,20 @@ int open(const char* path, int flags, ...) {
     const unsigned mode = (flags & O_CREAT) != 0 ? va_arg(arguments, unsigned) : 0;
     va_end(arguments);
     return g_diskFaults.Call(EIO, SYS_openat, AT_FDCWD, path, flags, mode);
+}
+
+ssize_t read(int descriptor, void* buffer, std::size_t length) {
+    BadByte& bad = g_diskFaults.badByte;
+    const off_t before = bad.at < 0 ? -1 : bad.at - ::lseek(descriptor, 0, SEEK_CUR);
+    if (before < 0 || before >= static_cast<off_t>(length)) {
+        return ::syscall(SYS_read, descriptor, buffer, length);
+    }
+    if (before > 0 && !bad.whole) {
+        return ::syscall(SYS_read, descriptor, buffer, before);
+    }
+    bad = bad.once ? BadByte() : bad;
+    errno = EIO;
+    return -1;
 }
 
 ssize_t write(int descriptor, const void* buffer, std::size_t length) {

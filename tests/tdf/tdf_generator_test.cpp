@@ -168,7 +168,9 @@ TEST_F(TdfGenerator, RefusesEveryShortenedFile) {
     const std::string whole = support::SmallVolume().Bytes();
     for (std::size_t length = 0; length < whole.size(); ++length) {
         WriteVolume(whole.substr(0, length));
-        EXPECT_LT(Generate().result, 0) << length;
+        const Failure failure = Generate();
+        EXPECT_EQ(failure.text, "The specified size is out of the buffer boundary.") << length;
+        EXPECT_EQ(failure.result, E_FAIL);
     }
     // A table that counts more records than there are fails before any line is written.
     Volume volume = support::SmallVolume();
@@ -196,7 +198,7 @@ TEST_F(TdfGenerator, RefusesADamagedListAndKeepsWhatWasWritten) {
          {}},
         {"=x", "The specified attribute's path () is invalid.", {}},
         {"Volume.C=c.dat\r\nVolume.D=d.dat",
-         "Cannot open file CFileReader::Open\r\nWin32 error:", Expected(volume)},
+         "Cannot open file CBuffFileReader::Open\r\nWin32 error:", Expected(volume)},
     };
     for (const auto& row : rows) {
         ASSERT_TRUE(support::WriteWhole(m_settings.binIndexFile, row.list));

@@ -1,6 +1,5 @@
 #include "idxdata/browser/data_file_browser.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "frame/errors.h"
@@ -90,7 +89,7 @@ void CDataFileBrowser::ListFiles(std::u16string_view rootPath, bool recursive,
                                   permittedExtensions.value_or(u""));
     CSeqTableReader table(m_path, EIdxTableFiles, rec::CFileRecord());
     if (*root == CFolderTree::kRoot && recursive && !filter.IsEnabled()) {
-        files.Reserve(static_cast<std::size_t>(std::max<std::int64_t>(table.RecordCount(), 0)));
+        files.Reserve(static_cast<std::size_t>(table.RecordCount()));
     }
     CFileRecordCursor cursor(table);
     FileRecordView file{};

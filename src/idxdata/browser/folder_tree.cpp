@@ -13,7 +13,7 @@ namespace {
 
 // Node numbers have 32 bits.
 CSeqTableReader& CheckFolderCount(CSeqTableReader& table) {
-    if (table.RecordCount() >= std::int64_t{std::numeric_limits<CFolderTree::Node>::max()}) {
+    if (table.RecordCount() >= std::numeric_limits<CFolderTree::Node>::max()) {
         throw frame::CExc(u"There are too many folders. Index data file: [%1].",
                           {table.Reader().GetPath()}, frame::kFail);
     }

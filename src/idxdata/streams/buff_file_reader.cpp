@@ -28,11 +28,11 @@ void CBuffFileReader::Open(std::u16string_view path) {
         platform::CreateFileW(path, platform::kGenericRead, platform::kShareRead,
                               platform::kOpenExisting, platform::kAttributeNormal));
     if (!file) {
-        ThrowWin32(u"Cannot open file CBuffFileReader::Open");
+        ThrowWin32(kOpenFailure);
     }
     std::int64_t size = 0;
     if (!platform::GetFileSizeEx(file.Get(), size)) {
-        ThrowWin32(u"Cannot get file size CBuffFileReader::Open");
+        ThrowWin32(kSizeFailure);
     }
     if (size > kMaxFileSize) {
         ThrowWin32(u"Cannot alloc memory CBuffFileReader::Open", platform::win32err::kNotSupported);
@@ -41,7 +41,7 @@ void CBuffFileReader::Open(std::u16string_view path) {
     platform::CBlockPtr content = platform::AllocateLargeBlock(bytes);
     std::size_t got = 0;
     if (!platform::ReadFile(file.Get(), content.get(), bytes, got)) {
-        ThrowWin32(u"Cannot read file in CBuffFileReader::Open");
+        ThrowWin32(kReadFailure);
     }
     std::memset(content.get() + got, 0, bytes - got);
     m_path = path;
@@ -90,18 +90,21 @@ void CBuffFileReader::ReadString(std::u16string& text) {
     std::memcpy(text.data(), units, bytes);
 }
 
-void CBuffFileReader::SetCurFilePos(std::int64_t position) {
+std::uint32_t CBuffFileReader::AcceptedPosition(std::int64_t position) {
     if (position >= static_cast<std::int64_t>(kClosedPosition)) {
         ThrowWin32(u"Cannot set file position CBuffFileReader::SetCurFilePos",
                    platform::win32err::kNotSupported);
     }
-    m_position = static_cast<std::uint32_t>(position);
+    return static_cast<std::uint32_t>(position);
+}
+
+void CBuffFileReader::SetCurFilePos(std::int64_t position) {
+    m_position = AcceptedPosition(position);
 }
 
 void CBuffFileReader::ReadPrefix(char* buffer) {
     if (buffer == nullptr) {
-        // Names CFileReader. Kept for compatibility.
-        throw frame::CExc(u"Invalid argument in CFileReader::ReadPrefix", frame::kInvalidArg);
+        throw frame::CExc(kNullPrefixMessage, frame::kInvalidArg);
     }
     std::memcpy(buffer, Take(kPrefixSize), kPrefixSize);
 }

@@ -11,6 +11,11 @@ namespace idxdata {
 class CBuffFileReader final : public IReader {
 public:
     static constexpr std::uint64_t kClosedPosition = 4294967295;
+    static constexpr char16_t kOpenFailure[] = u"Cannot open file CBuffFileReader::Open";
+    static constexpr char16_t kSizeFailure[] = u"Cannot get file size CBuffFileReader::Open";
+    static constexpr char16_t kReadFailure[] = u"Cannot read file in CBuffFileReader::Open";
+    // The position that SetCurFilePos sets; throws for one that it refuses.
+    static std::uint32_t AcceptedPosition(std::int64_t position);
 
     CBuffFileReader() = default;
     CBuffFileReader(const CBuffFileReader&) = delete;
@@ -33,7 +38,6 @@ public:
     std::uint64_t Remaining() override { return Rest(); }
     std::span<const std::byte> Window(std::size_t wanted) override;
     void SkipBytes(std::size_t count) override { m_position += count; }
-    bool HasReadPastEnd() const override { return false; }
     std::u16string_view GetPath() const override { return m_path; }
 
 private:

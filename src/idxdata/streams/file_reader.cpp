@@ -1,6 +1,5 @@
 #include "idxdata/streams/file_reader.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -12,9 +11,6 @@ namespace idxdata {
 
 namespace {
 
-constexpr std::size_t kBufferSize = 256 * 1024;  // bytes
-static_assert(kBufferSize >= IReader::kMaxWindow);
-
 // A string with a larger count must be complete in the file. A shorter one is returned even
 // when the file ends before it.
 constexpr std::uint32_t kUncheckedUnits = 64 * 1024;
@@ -23,52 +19,19 @@ constexpr char16_t kReadStringFailure[] = u"Cannot read file in CFileReader::Rea
 
 }  // namespace
 
-bool CFileReader::Fill(std::size_t wanted) {
-    if (!m_buffer) {
-        m_buffer = platform::AllocateBlock(kBufferSize);
-    }
-    if (m_begin > 0) {
-        std::memmove(m_buffer.get(), m_buffer.get() + m_begin, Buffered());
-        m_end -= std::exchange(m_begin, 0);
-    }
-    while (Buffered() < wanted && !m_atEnd) {
-        std::size_t got = 0;
-        if (!platform::ReadFile(m_file.Get(), m_buffer.get() + m_end, kBufferSize - m_end, got)) {
-            return false;
-        }
-        m_atEnd = got == 0;
-        m_end += got;
-        m_filePos += static_cast<std::int64_t>(got);
-    }
-    return true;
-}
-
 std::size_t CFileReader::Fetch(void* target, std::size_t length, const char16_t* failure) {
-    auto* out = static_cast<std::byte*>(target);
-    std::size_t copied = 0;
-    while (copied < length) {
-        if (Buffered() == 0) {
-            if (!Fill(1)) {
-                throw frame::CWin32Exc(failure, frame::CWin32Exc::kLastError);
-            }
-            if (Buffered() == 0) {
-                break;
-            }
-        }
-        const std::size_t piece = std::min(Buffered(), length - copied);
-        std::memcpy(out + copied, m_buffer.get() + m_begin, piece);
-        m_begin += piece;
-        copied += piece;
+    std::size_t taken = 0;
+    if (!m_source.Read(target, length, taken)) {
+        throw frame::CWin32Exc(failure, frame::CWin32Exc::kLastError);
     }
-    m_readPastEnd = m_readPastEnd || copied < length;
-    return copied;
+    return taken;
 }
 
 template <class Number>
 Number CFileReader::ReadNumber(const char16_t* failure) {
-    if (Buffered() >= sizeof(Number)) {
-        const auto value = text::LoadLittle<Number>(m_buffer.get() + m_begin);
-        m_begin += sizeof(Number);
+    if (m_source.Buffered() >= sizeof(Number)) {
+        const auto value = text::LoadLittle<Number>(m_source.Bytes());
+        m_source.Skip(sizeof(Number));
         return value;
     }
     Number value = 0;
@@ -90,8 +53,14 @@ std::int64_t CFileReader::ReadLongLong() {
 
 void CFileReader::ReadString(std::u16string& text) {
     const auto count = ReadNumber<std::uint32_t>(kReadStringFailure);
-    if (count > kUncheckedUnits && std::uint64_t{count} * 2 > Remaining()) {
-        throw frame::CWin32Exc(kReadStringFailure, platform::win32err::kHandleEof);
+    if (count > kUncheckedUnits) {
+        std::uint64_t rest = 0;
+        if (!m_source.Remaining(rest)) {
+            throw frame::CWin32Exc(kReadStringFailure, frame::CWin32Exc::kLastError);
+        }
+        if (std::uint64_t{count} * 2 > rest) {
+            throw frame::CWin32Exc(kReadStringFailure, platform::win32err::kHandleEof);
+        }
     }
     text.resize(count);
     const std::size_t bytes = std::size_t{count} * 2;
@@ -100,86 +69,49 @@ void CFileReader::ReadString(std::u16string& text) {
 }
 
 void CFileReader::Open(std::u16string_view path) {
-    platform::FileHandle handle =
-        platform::CreateFileW(path, platform::kGenericRead, platform::kShareRead,
-                              platform::kOpenExisting, platform::kAttributeNormal);
-    if (handle == platform::kInvalidFileHandle) {
+    std::u16string copy(path);  // before anything changes: it can throw
+    if (!m_source.Open(path)) {
         throw frame::CWin32Exc(u"Cannot open file CFileReader::Open", frame::CWin32Exc::kLastError);
     }
-    m_file.Reset(handle);
-    m_path = path;
-    DropBuffer();
-    m_filePos = 0;
-}
-
-void CFileReader::DropBuffer() noexcept {
-    m_begin = m_end = 0;
-    m_atEnd = m_readPastEnd = false;
+    m_path = std::move(copy);
 }
 
 void CFileReader::Close() {
-    if (m_file) {
-        m_file.Reset();
+    if (m_source.IsOpen()) {
+        m_source.Close();
         if (m_deleteOnClose && !m_path.empty()) {
             platform::DeleteFileW(m_path);
         }
         m_path.clear();
     }
-    DropBuffer();
 }
 
 std::int64_t CFileReader::GetCurFilePos() {
-    std::int64_t position = 0;
-    if (!platform::SetFilePointerEx(m_file.Get(), 0, &position, platform::EMoveMethod::Current)) {
+    if (!m_source.IsOpen()) {
         // Names CFileWriter. Kept for compatibility.
         throw frame::CWin32Exc(u"Error in CFileWriter::GetCurFilePos",
-                               frame::CWin32Exc::kLastError);
+                               platform::win32err::kInvalidHandle);
     }
-    return position - static_cast<std::int64_t>(Buffered());
+    return m_source.Position();
 }
 
 void CFileReader::SetCurFilePos(std::int64_t position) {
-    const std::int64_t buffered = static_cast<std::int64_t>(m_end);
-    if (m_file && position >= m_filePos - buffered && position <= m_filePos) {
-        m_begin = static_cast<std::size_t>(position - (m_filePos - buffered));
-        m_atEnd = m_readPastEnd = false;
-        return;
-    }
-    if (!platform::SetFilePointerEx(m_file.Get(), position, nullptr,
-                                    platform::EMoveMethod::Begin)) {
+    if (!m_source.Seek(position)) {
         throw frame::CWin32Exc(u"Error in CFileReader::SetCurFilePos",
                                frame::CWin32Exc::kLastError);
     }
-    DropBuffer();
-    m_filePos = position;
 }
 
 void CFileReader::ReadPrefix(char* buffer) {
     if (buffer == nullptr) {
-        throw frame::CExc(u"Invalid argument in CFileReader::ReadPrefix", frame::kInvalidArg);
+        throw frame::CExc(kNullPrefixMessage, frame::kInvalidArg);
     }
     Fetch(buffer, kPrefixSize, u"Cannot read file in CFileReader::ReadPrefix");
 }
 
 std::uint64_t CFileReader::Remaining() {
-    std::int64_t size = 0;
-    if (!platform::GetFileSizeEx(m_file.Get(), size)) {
-        return Buffered();
-    }
-    const std::int64_t position = m_filePos - static_cast<std::int64_t>(Buffered());
-    return size > position ? static_cast<std::uint64_t>(size - position) : 0;
-}
-
-std::span<const std::byte> CFileReader::Window(std::size_t wanted) {
-    if (Buffered() < wanted && !Fill(std::min(wanted, kMaxWindow))) {
-        // The buffered bytes stay readable. The read of the next field fails again and throws.
-        return {m_buffer.get() + m_begin, Buffered()};
-    }
-    return {m_buffer.get() + m_begin, Buffered()};
-}
-
-void CFileReader::SkipBytes(std::size_t count) {
-    m_begin += count;
+    std::uint64_t bytes = 0;
+    return m_source.Remaining(bytes) ? bytes : m_source.Buffered();
 }
 
 bool CFileReader::ReadTextString(std::u16string& line) {
@@ -187,9 +119,9 @@ bool CFileReader::ReadTextString(std::u16string& line) {
     line.clear();
     for (;;) {
         char16_t unit = 0;
-        if (Buffered() >= sizeof unit) {
-            unit = text::LoadLittle<char16_t>(m_buffer.get() + m_begin);
-            m_begin += sizeof unit;
+        if (m_source.Buffered() >= sizeof unit) {
+            unit = text::LoadLittle<char16_t>(m_source.Bytes());
+            m_source.Skip(sizeof unit);
         } else if (Fetch(&unit, sizeof unit, u"Cannot read file in CFileReader::ReadTextString.") ==
                    0) {
             return !line.empty();

@@ -14,6 +14,8 @@ namespace idxdata {
 
 // The message for a read past the end of the content, where that is an error.
 inline constexpr char16_t kPastEndMessage[] = u"The specified size is out of the buffer boundary.";
+// Of every reader. Kept for compatibility.
+inline constexpr char16_t kNullPrefixMessage[] = u"Invalid argument in CFileReader::ReadPrefix";
 
 class IDeserializator {
 public:
@@ -52,9 +54,6 @@ public:
     virtual std::span<const std::byte> Window(std::size_t wanted) = 0;
     // Moves the position forward by `count` bytes of the last window.
     virtual void SkipBytes(std::size_t count) = 0;
-    // Whether a read since Open or the last SetCurFilePos went past the end of the content
-    // without an exception.
-    virtual bool HasReadPastEnd() const = 0;
     // The path last opened, for messages.
     virtual std::u16string_view GetPath() const = 0;
 };

@@ -1,5 +1,6 @@
 #include "idxdata/tables/seq_table_reader.h"
 
+#include <algorithm>
 #include <cstring>
 #include <unordered_set>
 #include <utility>
@@ -68,16 +69,15 @@ CSeqTableReader::CSeqTableReader(std::u16string_view path, EIdxTable table, cons
     : CSeqTableReader(OpenFile(path), table, layout) {}
 
 CSeqTableReader::CSeqTableReader(std::shared_ptr<IReader> reader, EIdxTable table,
-                                 const IRecord& layout, EReadMode mode)
-    : m_reader(std::move(reader)), m_mode(mode) {
+                                 const IRecord& layout)
+    : m_reader(std::move(reader)) {
     if (!m_reader) {
         Fail(u"Wrong file reader", frame::kInvalidArg);
     }
     Locate(table);
     CheckLayout(layout);
     m_count = m_reader->ReadLongLong();
-    CheckCount(layout);
-    CheckComplete();
+    m_maxCount = m_reader->Remaining() / MinRecordSize(layout) + kAcceptedExcess;
 }
 
 void CSeqTableReader::Locate(EIdxTable table) {
@@ -109,22 +109,15 @@ void CSeqTableReader::CheckLayout(const IRecord& layout) {
     }
 }
 
-void CSeqTableReader::CheckCount(const IRecord& layout) const {
-    const std::uint64_t possible = m_reader->Remaining() / MinRecordSize(layout) + kAcceptedExcess;
-    if (m_count > 0 && static_cast<std::uint64_t>(m_count) > possible) {
-        Fail(u"The number of records does not fit the file in CSeqTableReader::CSeqTableReader");
-    }
-}
-
-void CSeqTableReader::CheckComplete() const {
-    if (m_mode == EReadMode::Strict && m_reader->HasReadPastEnd()) {
-        Fail(kPastEndMessage);
-    }
+std::uint64_t CSeqTableReader::RecordCount() const noexcept {
+    return std::min(static_cast<std::uint64_t>(std::max<std::int64_t>(m_count, 0)), m_maxCount);
 }
 
 void CSeqTableReader::ReadRecord(IRecord& record) {
+    if (static_cast<std::uint64_t>(m_next) >= m_maxCount) {
+        Fail(kPastEndMessage);
+    }
     record.Deserialize(*m_reader);
-    CheckComplete();
     ++m_next;
 }
 

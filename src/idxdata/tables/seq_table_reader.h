@@ -10,12 +10,6 @@
 
 namespace idxdata {
 
-// How a table is read whose file ends before its last record.
-enum class EReadMode {
-    Forgiving,  // as the reader reads past the end: CFileReader returns zeros
-    Strict,     // a record that is not complete is an error: CExc (E_FAIL)
-};
-
 // Follows the chain of tables from the reader's position to the wanted one, checks its
 // layout against a record class, then reads its records in order:
 //
@@ -23,22 +17,22 @@ enum class EReadMode {
 //     while (!table.IsEnd()) table.ReadRecord(record);
 //
 // Throws CExc with the messages of the format. An object whose construction failed cannot
-// be used. A chain that returns to an offset ends as if the table were missing. A record
-// count that exceeds what the rest of the file can hold by more than 256 is refused; a
-// smaller excess shows when the records are read.
+// be used. A chain that returns to an offset ends as if the table were missing. Of a record
+// count that exceeds what the rest of the file can hold, the first 256 excess records are read
+// as the reader reads past the end; the next one throws CExc (E_FAIL).
 class CSeqTableReader {
 public:
     // Opens the file with a CFileReader of its own.
     CSeqTableReader(std::u16string_view path, EIdxTable table, const IRecord& layout);
     // Starts at the reader's current position.
-    CSeqTableReader(std::shared_ptr<IReader> reader, EIdxTable table, const IRecord& layout,
-                    EReadMode mode = EReadMode::Forgiving);
+    CSeqTableReader(std::shared_ptr<IReader> reader, EIdxTable table, const IRecord& layout);
 
     void ReadRecord(IRecord& record);
     bool IsEnd() const noexcept { return m_next >= m_count; }
 
-    // As the table states it; negative for a damaged table, which reads as empty.
-    std::int64_t RecordCount() const noexcept { return m_count; }
+    // A count for which memory can be reserved: the one that the table states, unless the file
+    // cannot hold as many records. 0 for a negative count.
+    std::uint64_t RecordCount() const noexcept;
     IReader& Reader() const noexcept { return *m_reader; }
     // For cursors that read records from the reader themselves.
     void CountRecord() noexcept { ++m_next; }
@@ -46,13 +40,11 @@ public:
 private:
     void Locate(EIdxTable table);
     void CheckLayout(const IRecord& layout);
-    void CheckCount(const IRecord& layout) const;
-    void CheckComplete() const;
 
     std::shared_ptr<IReader> m_reader;
-    EReadMode m_mode = EReadMode::Forgiving;
-    std::int64_t m_count = 0;
-    std::int64_t m_next = 0;  // position of the record that is read next
+    std::int64_t m_count = 0;      // as the table states it; a negative count reads as 0
+    std::uint64_t m_maxCount = 0;  // records that can be read
+    std::int64_t m_next = 0;       // position of the record that is read next
 };
 
 }  // namespace idxdata

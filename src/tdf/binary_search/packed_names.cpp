@@ -20,7 +20,7 @@ CPackedNames::CPackedNames(idxdata::CSeqTableReader& table) {
     const auto capacity = static_cast<std::size_t>(reader.Remaining() / 2);
     m_packed = platform::AllocateLargeBlock(capacity);
     m_firstRecord = reader.Window(0).data();
-    m_starts.reserve(static_cast<std::size_t>(std::max<std::int64_t>(table.RecordCount(), 0)) + 1);
+    m_starts.reserve(static_cast<std::size_t>(table.RecordCount()) + 1);
     idxdata::CFileRecordCursor cursor(table);
     idxdata::FileRecordView file{};
     while (cursor.Next(file)) {

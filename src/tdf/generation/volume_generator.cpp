@@ -21,7 +21,7 @@ void PutReversed(text::CUnitWriter& out, std::u16string_view text) noexcept {
 }  // namespace
 
 void CVolumeGenerator::Run(std::u16string_view dataFile) {
-    m_reader = std::make_shared<idxdata::CFileReader>();
+    m_reader = std::make_shared<idxdata::CStreamFileReader>();
     m_reader->Open(dataFile);
     ReadTables();
     COwnerFiles files(
@@ -48,7 +48,7 @@ void CVolumeGenerator::Run(std::u16string_view dataFile) {
 idxdata::CSeqTableReader CVolumeGenerator::OpenTable(idxdata::EIdxTable table,
                                                      const idxdata::IRecord& layout) {
     m_reader->SetCurFilePos(0);
-    return {m_reader, table, layout, idxdata::EReadMode::Strict};
+    return {m_reader, table, layout};
 }
 
 void CVolumeGenerator::ReadTables() {

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "idxdata/streams/file_reader.h"
+#include "idxdata/streams/stream_file_reader.h"
 #include "idxdata/tables/file_record_cursor.h"
 #include "idxdata/tables/folder_table.h"
 #include "tdf/generation/folder_texts.h"
@@ -49,7 +49,7 @@ private:
     const TdfSettings& m_settings;
     std::u16string m_volumeName;
     OwnerFilesLimits m_limits;
-    std::shared_ptr<idxdata::CFileReader> m_reader;
+    std::shared_ptr<idxdata::CStreamFileReader> m_reader;
     std::optional<idxdata::CFolderTable> m_folders;
     std::optional<CTdfOwners> m_owners;
     std::optional<CFolderTexts> m_folderTexts;
