@@ -14,7 +14,6 @@ namespace tdf {
 namespace {
 
 constexpr char16_t kCreateFailure[] = u"Cannot create file in CFileWriter::Create";
-constexpr char16_t kByteOrderMark = u'\uFEFF';
 
 // Path separators, drive and stream separators, wildcards and control characters.
 bool IsReserved(char16_t unit) {
@@ -23,6 +22,11 @@ bool IsReserved(char16_t unit) {
 }
 
 }  // namespace
+
+void BeginText(idxdata::CFileWriter& writer) {
+    writer.WriteWord(u'\uFEFF');
+    writer.Flush();
+}
 
 COwnerFiles::COwnerFiles(const CTdfOwners& owners, OwnerFilesSettings settings,
                          const OwnerFilesLimits& limits)
@@ -61,7 +65,7 @@ void COwnerFiles::CreateNext(std::uint32_t owner) {
     m_handles.PushBack(owner);
     state.writer->SetAllFileTimes(m_settings.fileTimes);
     AcquireBuffer(owner);
-    state.writer->WriteWord(kByteOrderMark);
+    BeginText(*state.writer);
 }
 
 // Owners that share a label share their files' names. While one of them has a file open,

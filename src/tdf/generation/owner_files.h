@@ -34,6 +34,9 @@ struct OwnerFilesLimits {
     std::size_t maxBuffer = 64 * 1024;
 };
 
+// Writes the byte-order mark to the file: on a full disk this is the write that is reported.
+void BeginText(idxdata::CFileWriter& writer);
+
 // Writes one numbered series of files for each owner. When the limits or the process's file
 // handles are exhausted, it closes the files that were unused longest and reopens them when
 // their owners' next lines arrive; contents and file times are preserved. Each failure to

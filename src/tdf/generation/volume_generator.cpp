@@ -18,6 +18,14 @@ void PutReversed(text::CUnitWriter& out, std::u16string_view text) noexcept {
     }
 }
 
+// After a failure: saves the lines written so far.
+void SaveLines(COwnerFiles& files) {
+    try {
+        files.CloseAll();
+    } catch (const std::exception&) {
+    }
+}
+
 }  // namespace
 
 void CVolumeGenerator::Run(std::u16string_view dataFile) {
@@ -28,21 +36,15 @@ void CVolumeGenerator::Run(std::u16string_view dataFile) {
         *m_owners,
         {m_settings.outpFolder, m_volumeName, m_settings.txtDateTime, m_settings.recsNumPerTxt},
         m_limits);
-    // After a failure the lines written so far are saved as well.
-    const auto saveLines = [&] {
-        try {
-            files.CloseAll();
-        } catch (const std::exception&) {
-        }
-    };
     try {
         ReadFiles(files);
-        WriteOwnersMap(files);
     } catch (const std::exception&) {
-        saveLines();
+        SaveLines(files);
         throw;
     }
+    // Before the map: a text that cannot be written is reported, and has no map.
     files.CloseAll();
+    WriteOwnersMap(files);
 }
 
 idxdata::CSeqTableReader CVolumeGenerator::OpenTable(idxdata::EIdxTable table,
@@ -145,7 +147,7 @@ void CVolumeGenerator::WriteOwnersMap(COwnerFiles& files) {
     frame::WithContext(u"Failed to create owners map file. File path:[%1].", {shownPath}, [&] {
         idxdata::CFileWriter map;
         files.CreateExtraFile(map, files.PathFor(name));
-        map.WriteWord(u'\uFEFF');
+        BeginText(map);
         for (std::size_t owner = 0; owner < m_owners->Count(); ++owner) {
             map.WriteTextString(m_owners->MapLineOf(owner));
         }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/errors.h"
+#include "support/child_process.h"
 #include "support/disk_faults.h"
 #include "support/tdf_generation.h"
 #include "tdf/generation/volume_generator.h"
@@ -18,6 +19,7 @@ TEST_F(GenerationFaults, EachIsReported) {
     const support::Volume volume = support::UniqueOwnersVolume(3, 5, 40, 4);
     WriteVolume(volume.Bytes());
     std::filesystem::create_directories(m_folder.Native(u"new/out"));
+    const std::filesystem::path map = m_folder.Native(u"new/out/owners.C.map");
     m_settings.recsNumPerTxt = 9;
     for (const auto& [crcMode, fault] :
          {std::pair(false, EFault::FailOnce), std::pair(false, EFault::FailFromThen),
@@ -28,6 +30,7 @@ TEST_F(GenerationFaults, EachIsReported) {
         int calls = 1;
         for (int step = 1; step <= calls + 1; ++step) {  // the last step has no fault
             SCOPED_TRACE(step);
+            std::filesystem::remove(map);
             g_diskFaults.Arm(step, fault);
             g_diskFaults.isDelayed = true;
             bool failed = false;
@@ -37,7 +40,12 @@ TEST_F(GenerationFaults, EachIsReported) {
             } catch (const frame::CExc& exc) {
                 failed = true;
                 EXPECT_LT(exc.GetHResult(), 0);
-                EXPECT_NE(exc.GetFullMessage(), u"");
+                const std::string message = frame::WideToAnsi(exc.GetFullMessage());
+                EXPECT_NE(message, "");
+                // Text that was not written has no owners map.
+                EXPECT_TRUE(message.starts_with("Failed to create owners map file.") ||
+                            !std::filesystem::exists(map))
+                    << message;
             }
             calls = g_diskFaults.Disarm();
             failures += failed ? 1 : 0;
@@ -50,6 +58,19 @@ TEST_F(GenerationFaults, EachIsReported) {
         }
         EXPECT_GT(failures, 50);
     }
+}
+
+TEST_F(GenerationFaults, AFullDiskRefusesTheFirstText) {
+    WriteVolume(support::SmallVolume().Bytes());
+    EXPECT_EQ(support::RunInChild([&] {
+                  support::LimitFileSize(0);
+                  const Failure failure = Generate();
+                  return failure.text.starts_with("Cannot write file in CFileWriter::WriteWord\r")
+                             ? 0
+                             : 1;
+              }),
+              0);
+    EXPECT_EQ(ReadOutput(), (support::TdfFiles{{u"vl.C.CORP.jsmith.0.txt", ""}}));
 }
 
 }  // namespace
