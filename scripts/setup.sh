@@ -9,6 +9,7 @@
 #   bench    in addition to build, the benchmarks
 #   compare  the programs that bench/compare runs beside the client
 #   lint     the formatter and the static analyser
+#   fuzz     in addition to build and test, the compiler with libFuzzer
 # Does nothing, and needs no privileges, if everything is installed.
 set -euo pipefail
 
@@ -21,6 +22,7 @@ declare -A packages=(
     [bench]="libbenchmark-dev libglib2.0-dev pkg-config"
     [compare]="plocate sqlite3 ripgrep python3"
     [lint]="clang clang-format clang-tidy"
+    [fuzz]="clang"
 )
 
 fail() {

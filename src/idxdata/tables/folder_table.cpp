@@ -1,7 +1,5 @@
 #include "idxdata/tables/folder_table.h"
 
-#include <ranges>
-
 #include "frame/conversions.h"
 #include "frame/errors.h"
 
@@ -42,8 +40,8 @@ std::size_t CFolderTable::PathLength(std::span<const std::size_t> chain) const n
 
 void CFolderTable::AppendPath(std::u16string& path, std::span<const std::size_t> chain) const {
     path.reserve(path.size() + PathLength(chain));
-    for (const std::size_t folder : std::views::reverse(chain)) {
-        path += NameOf(folder);
+    for (auto folder = chain.rbegin(); folder != chain.rend(); ++folder) {
+        path += NameOf(*folder);
         path += u'\\';
     }
 }

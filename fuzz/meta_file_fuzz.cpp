@@ -1,0 +1,180 @@
+// A meta-file. From choices: operations with saves and new openings, compared with a model. From
+// any other bytes: what a file contains is still there after it is saved and loaded again.
+#include <optional>
+
+#include "fuzz.h"
+#include "support/meta_file_model.h"
+
+namespace fuzz {
+
+namespace {
+
+using namespace std::string_view_literals;
+using zorel::client::CComPtr;
+using zorel::client::CString;
+using Texts = std::vector<std::u16string>;
+
+constexpr std::u16string_view kName = u"m.mtf";
+
+Texts ListOf(const zorel::client::CStringArray& array) {
+    Texts list(array.Size());
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        list[i] = array[i];
+    }
+    return list;
+}
+
+CComPtr<IMtfMetaFile> Open(EIdxMetaOpenMode mode) {
+    CComPtr<IMtfMetaFile> file;
+    Succeeds(Library().CreateMetaFile(CString(PathOf(kName)), mode, file.Put()));
+    return file;
+}
+
+// As support::DumpTree.
+Texts Dump(IMtfAttrsTree& tree) {
+    Texts out;
+    zorel::client::CStringArray attrs, subtrees;
+    RequireSuccess(tree.EnumChildAttrs(attrs.Put()), "the attributes of a tree can be listed");
+    for (const std::u16string& name : ListOf(attrs)) {
+        CString value;
+        RequireSuccess(tree.GetExistingAttr(CString(name), value.Put()),
+                       "a listed attribute has a value");
+        out.push_back(name + u'=' + std::u16string(value.View()));
+    }
+    RequireSuccess(tree.EnumChildTrees(subtrees.Put()), "the subtrees of a tree can be listed");
+    for (const std::u16string& name : ListOf(subtrees)) {
+        CComPtr<IMtfAttrsTree> subtree;
+        RequireSuccess(tree.GetExistingSubtree(CString(name), subtree.Put()),
+                       "a listed subtree exists");
+        out.push_back(u'[' + name);
+        const Texts content = Dump(*subtree);
+        out.insert(out.end(), content.begin(), content.end());
+        out.push_back(u"]");
+    }
+    return out;
+}
+
+Texts Dump(IMtfMetaFile& file) {
+    CComPtr<IMtfAttrsTree> root;
+    RequireSuccess(file.GetRootAttrsTree(root.Put()), "a meta-file has a tree");
+    return Dump(*root);
+}
+
+// ----- Operations -----------------------------------------------------------------------
+
+class CSession {
+public:
+    explicit CSession(CInput& input) : m_input(input) {
+        ClearFolder();
+        Open(EIdxMetaOpenRW);
+    }
+
+    void Step() {
+        switch (m_input.Below(12)) {
+            case 0:
+                return Open(EIdxMetaOpenRW);
+            case 1:
+                return Open(m_input.Below(8) == 0 ? EIdxMetaCreateNewDetached : EIdxMetaLoad);
+            case 2:
+            case 3:
+                RequireSuccess(m_file->FlushChanges(), "a meta-file can be saved");
+                m_model.Save();
+                break;
+            case 4:
+                RequireSuccess(m_file->Close(), "a meta-file can be closed");
+                break;
+            default:
+                Change();
+        }
+        Require(Dump(*m_file) == m_model.Dump(), "a tree is that of the model");
+    }
+
+private:
+    void Open(EIdxMetaOpenMode mode) {
+        if (mode == EIdxMetaLoad && !m_model.Disk()) {
+            return;
+        }
+        m_file = nullptr;
+        m_file = fuzz::Open(mode);
+        Require(static_cast<bool>(m_file), "a saved meta-file can be opened");
+        m_model.Open(mode == EIdxMetaCreateNewDetached);
+        Require(Dump(*m_file) == m_model.Dump(), "an opened tree is that of the model");
+    }
+
+    // What the module refuses changes nothing.
+    void Change() {
+        const std::u16string path = m_input.Text(u"aAbB..k1 x\u00C9", 8);
+        const std::u16string value = m_input.Text(u"v =\t#\r\n1\u00E9\xD800", 6);
+        const CString name(path);
+        switch (m_input.Below(8)) {
+            case 0:
+                RequireSuccess(m_file->PushComment(CString(value)), "a comment can be added");
+                return m_model.PushComment(value);
+            case 1: {
+                CComPtr<IMtfAttrsTree> tree;
+                RequireSuccess(m_file->CreateAttrsTree(name, tree.Put()), "a tree can be added");
+                return m_model.CreateSubtree(path);
+            }
+            case 2:
+                RequireSuccess(m_file->DelAttrsTree(name), "a tree can be deleted");
+                return m_model.DelSubtree(path);
+            case 3:
+                if (Succeeds(m_file->DelAttr(name))) {
+                    Require(m_model.DelAttr(path), "an attribute has a name");
+                }
+                return;
+            default:
+                if (Succeeds(m_file->SetAttr(name, CString(value)))) {
+                    Require(m_model.SetAttr(path, value), "an attribute has a name");
+                }
+        }
+    }
+
+    CInput& m_input;
+    support::CMetaFileModel m_model;
+    CComPtr<IMtfMetaFile> m_file;
+};
+
+// ----- Any bytes ------------------------------------------------------------------------
+
+// A loaded file is not kept open, so each save writes the whole file. A line that ends at a NUL
+// can be empty; if it is the last one, the file ends with a line end, which is then read as text
+// of the line before.
+void SaveAnyBytes(std::string_view bytes) {
+    WriteFile(kName, bytes);
+    const auto first = Open(EIdxMetaLoad);
+    if (!first) {
+        return;
+    }
+    const Texts content = Dump(*first);
+    const bool isSaved = Succeeds(first->FlushChanges());
+    if (isSaved && !ReadFile(kName).ends_with("\r\0\n\0"sv)) {
+        const auto second = Open(EIdxMetaLoad);
+        Require(second && Dump(*second) == content, "a saved file has what was loaded");
+    }
+}
+
+}  // namespace
+
+void Run(std::string_view bytes) {
+    CInput input(bytes);
+    if (!input.Flag()) {
+        return SaveAnyBytes(input.Rest());
+    }
+    CSession session(input);
+    for (int i = 0; i < 60 && !input.IsEmpty(); ++i) {
+        session.Step();
+    }
+}
+
+std::vector<std::string> Seeds() {
+    std::vector<std::uint8_t> changes = {1};
+    for (std::uint8_t i = 0; i < 250; ++i) {
+        changes.push_back(static_cast<std::uint8_t>(i * 37 % 251));
+    }
+    return {Seed(ReadSource("tests/data/meta_file.mtf"), {0}),
+            Seed("Job.Name=a\r\n#c\r\n\r\njob.B = \xC3\xA9\r\nx", {0}),
+            Seed(support::MetaFileBytes(u"a=1\r\nA.b=2\r\na.b=3\r\n"), {0}), Seed("", changes)};
+}
+
+}  // namespace fuzz

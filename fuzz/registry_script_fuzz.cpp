@@ -1,0 +1,69 @@
+// Registry scripts: a malformed one is refused; every other one can be registered twice and
+// unregistered.
+#include "frame/server/registration/registry_script.h"
+
+#include <optional>
+
+#include "frame/errors.h"
+#include "fuzz.h"
+#include "support/memory_registry.h"
+#include "support/tdf_model.h"
+
+namespace fuzz {
+
+namespace {
+
+using platform::ERegistryRoot;
+using server::CRegistryScript;
+
+constexpr frame::HResult kInvalidData = static_cast<frame::HResult>(0x8007000DU);
+
+std::string Dump(platform::IRegistry& registry) {
+    std::string text;
+    for (const auto root : {ERegistryRoot::ClassesRoot, ERegistryRoot::CurrentUser,
+                            ERegistryRoot::LocalMachine, ERegistryRoot::Users}) {
+        text += support::DumpRegistry(registry, {root, u""}, {u"", u"v"}) + "-\n";
+    }
+    return text;
+}
+
+std::optional<CRegistryScript> Parse(std::u16string_view text) {
+    try {
+        return CRegistryScript(text, {{u"Module", u"C:\\'x'.dll"}, {u"APPID", u"{0}"}});
+    } catch (const frame::CExc& exc) {
+        Require(exc.GetHResult() == kInvalidData, "a malformed script has its own result");
+        Require(exc.GetFullMessage().find(u"line ") != std::u16string::npos,
+                "a malformed script is reported with a line number");
+        return std::nullopt;
+    }
+}
+
+}  // namespace
+
+void Run(std::string_view bytes) {
+    const std::u16string text = zorel::ToUtf16(bytes);
+    const std::optional<CRegistryScript> script = Parse(text);
+    if (!script) {
+        return;
+    }
+    support::CMemoryRegistry registry;
+    const std::string empty = Dump(registry);
+    Require(script->Register(registry) == 0, "a script can be registered");
+    const std::string registered = Dump(registry);
+    Require(script->Register(registry) == 0 && Dump(registry) == registered,
+            "a script can be registered again");
+    Require(script->Unregister(registry) == 0, "a script can be unregistered");
+    const std::string left = Dump(registry);
+    const bool hasNoRemove = support::Lower(text).find(u"noremove") != std::u16string::npos;
+    Require(left == empty || hasNoRemove, "unregistering deletes every key but the NoRemove keys");
+    Require(script->Unregister(registry) == 0 && Dump(registry) == left,
+            "a script can be unregistered again");
+}
+
+std::vector<std::string> Seeds() {
+    return {ReadSource("src/frame/server/app_id.rgs"), ReadSource("src/frame/server/class.rgs"),
+            "HKCU { a = s 'it''s 100%%' { b { val v = d 7 } NoRemove c = s '%MODULE%' } }\n"
+            "hklm { ForceRemove 'x y' { val 'v' = s bare } }"};
+}
+
+}  // namespace fuzz

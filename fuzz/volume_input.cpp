@@ -1,0 +1,107 @@
+#include "volume_input.h"
+
+#include <algorithm>
+#include <random>
+
+#include "support/tdf_model.h"
+
+namespace fuzz {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::u16string_view kNameUnits = u"aAbBxyz._- 01\u00C9\u00E9\u0416\u4E2D";
+constexpr std::int64_t kLastTime = 2'650'467'743'999'999'999;
+
+std::u16string ReadName(CInput& input) {
+    return u"n" + input.Text(kNameUnits, 12);
+}
+
+}  // namespace
+
+support::Volume ReadVolume(CInput& input) {
+    support::Volume volume;
+    volume.dirs.resize(1 + input.Below(12));
+    for (std::size_t i = 1; i < volume.dirs.size(); ++i) {
+        volume.dirs[i] = {ReadName(input), static_cast<std::int64_t>(input.Below(i))};
+    }
+    volume.owners.resize(input.Below(5));
+    for (std::size_t i = 0; i < volume.owners.size(); ++i) {
+        const std::u16string name = ReadName(input) + support::Wide(std::to_string(i));
+        const bool isKnown = input.Flag();
+        volume.owners[i] = {name + (isKnown ? u"id" : u""), name, input.Flag() ? u"CORP" : u""};
+    }
+    volume.files.resize(input.Below(24));
+    for (support::FileRow& file : volume.files) {
+        file.name = ReadName(input);
+        file.dir = static_cast<std::int64_t>(input.Below(volume.dirs.size()));
+        file.owner = static_cast<std::uint32_t>(input.Below(volume.owners.size() + 2));
+        file.modifyTime = std::clamp<std::int64_t>(input.Number(), 0, kLastTime);
+        file.size = input.Number();
+    }
+    return volume;
+}
+
+void SpoilVolume(CInput& input, support::Volume& volume) {
+    for (std::size_t count = input.Below(6); count > 0; --count) {
+        support::DirRow& dir = input.Pick(volume.dirs);
+        switch (input.Below(4)) {
+            case 0:
+                dir.parent = input.Number();
+                break;
+            case 1:
+                dir.name = input.Text(u"\\a/\r\n\0\xD800"sv, 3);
+                break;
+            default:
+                if (!volume.files.empty()) {
+                    support::FileRow& file = input.Pick(volume.files);
+                    file = {input.Text(u"\\a/\r\n\xD800", 3), input.Number(),
+                            static_cast<std::uint32_t>(input.Number()), input.Number(),
+                            input.Number()};
+                }
+        }
+    }
+}
+
+support::Criteria ReadCriteria(CInput& input, const support::Volume& volume) {
+    support::Criteria criteria;
+    const auto isGiven = [&] { return input.Below(3) == 1; };
+    if (input.Below(3) != 0) {
+        criteria.pattern = input.Text(u"**?naAbB.x0\u00C9", 6);
+    }
+    if (isGiven()) {
+        const std::u16string& name = input.Pick(volume.dirs).name;
+        criteria.root =
+            u"c:\\" + (input.Flag() ? name : support::Lower(name)) + (input.Flag() ? u"\\" : u"");
+    }
+    if (isGiven() && !volume.owners.empty()) {
+        const support::OwnerRow& owner = input.Pick(volume.owners);
+        const std::u16string forms[] = {owner.name, owner.domain + u"\\" + owner.name,
+                                        owner.name + u"@" + owner.domain,
+                                        owner.domain + u"." + owner.name, u"unkn0"};
+        criteria.owner = input.Pick(forms);
+    }
+    if (isGiven()) {
+        criteria.extensions = input.Text(u".txyz;,0", 8);
+    }
+    if (isGiven()) {
+        criteria.time = {static_cast<double>(input.Number()) / 16 - 1e5,
+                         static_cast<double>(input.Number())};
+    }
+    if (isGiven()) {
+        criteria.size = {input.Number(), input.Number()};
+    }
+    criteria.serverRule = input.Flag();
+    return criteria;
+}
+
+std::vector<std::uint8_t> VolumeChoices(std::uint8_t seed) {
+    std::mt19937 random(seed);
+    std::vector<std::uint8_t> choices(600);
+    std::generate(choices.begin(), choices.end(),
+                  [&] { return static_cast<std::uint8_t>(random()); });
+    return choices;
+}
+
+}  // namespace fuzz
