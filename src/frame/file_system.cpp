@@ -26,14 +26,8 @@ SplitText SplitAt(std::u16string_view text, std::size_t pos) noexcept {
     return {text.substr(0, pos), text.substr(pos + 1)};
 }
 
-bool FindsAnything(std::u16string_view longPath) {
-    platform::FindData data;
-    const platform::CFindHandle handle(platform::FindFirstFileW(longPath, data));
-    return static_cast<bool>(handle);
-}
-
 bool FolderExists(std::u16string_view path) {
-    return FindsAnything(ToLongPath(CombinePath(path, u"*")));
+    return AnyFileMatches(CombinePath(path, u"*"));
 }
 
 // Appends the missing ancestors of the only folder in `levels`, and removes the folder from
@@ -58,24 +52,22 @@ void CollectMissingAncestors(std::vector<std::u16string_view>& levels) {
 }
 
 void MakeFolder(std::u16string_view path) {
-    const std::u16string longPath = ToLongPath(StripTrailingSeparator(path));
-    if (!platform::CreateDirectoryW(longPath) &&
-        platform::GetLastError() != win32err::kAlreadyExists) {
-        throw CWin32Exc(u"CreateDirectoryW(%1) failed.", {longPath}, CWin32Exc::kLastError);
+    path = StripTrailingSeparator(path);
+    if (!platform::CreateDirectoryW(path) && platform::GetLastError() != win32err::kAlreadyExists) {
+        throw CWin32Exc(u"CreateDirectoryW(%1) failed.", {ToLongPath(path)}, CWin32Exc::kLastError);
     }
 }
 
-bool FlushFile(std::u16string_view longPath) {
+bool FlushFile(std::u16string_view path) {
     const platform::CFileHandle file(
-        platform::CreateFileW(longPath, platform::kGenericWrite, platform::kShareRead,
+        platform::CreateFileW(path, platform::kGenericWrite, platform::kShareRead,
                               platform::kOpenExisting, platform::kAttributeNormal));
     return file && platform::FlushFileBuffers(file.Get());
 }
 
 // Deletes the file without adding a context message. A missing file is not a failure.
 void Remove(std::u16string_view path) {
-    const std::u16string longPath = ToLongPath(path);
-    if (!FileExists(longPath) || platform::DeleteFileW(longPath)) {
+    if (!FileExists(path) || platform::DeleteFileW(path)) {
         return;
     }
     const std::uint32_t code = platform::GetLastError();
@@ -83,7 +75,7 @@ void Remove(std::u16string_view path) {
         throw CWin32Exc(code);
     }
     ResetReadOnly(path);
-    if (!platform::DeleteFileW(longPath)) {
+    if (!platform::DeleteFileW(path)) {
         throw CWin32Exc(u"Cannot delete file.", CWin32Exc::kLastError);
     }
 }
@@ -140,19 +132,23 @@ std::u16string CombinePath(std::u16string_view a, std::u16string_view b) {
 }
 
 bool FileExists(std::u16string_view path) {
-    return FindsAnything(ToLongPath(path));
+    return platform::EntryExists(path);
+}
+
+bool AnyFileMatches(std::u16string_view pattern) {
+    platform::FindData data;
+    return static_cast<bool>(platform::CFindHandle(platform::FindFirstFileW(pattern, data)));
 }
 
 void ResetReadOnly(std::u16string_view path) {
     const auto reset = [&] {
-        const std::u16string longPath = ToLongPath(path);
-        const std::uint32_t attributes = platform::GetFileAttributesW(longPath);
+        const std::uint32_t attributes = platform::GetFileAttributesW(path);
         if (attributes == platform::kInvalidAttributes) {
             throw CWin32Exc(u"Cannot get file attributes. File path: [%1].", {path},
                             CWin32Exc::kLastError);
         }
         if ((attributes & platform::kAttributeReadOnly) != 0 &&
-            !platform::SetFileAttributesW(longPath, attributes & ~platform::kAttributeReadOnly)) {
+            !platform::SetFileAttributesW(path, attributes & ~platform::kAttributeReadOnly)) {
             throw CWin32Exc(u"Cannot set file attributes. File path: [%1].", {path},
                             CWin32Exc::kLastError);
         }
@@ -184,9 +180,8 @@ void DeleteFile(std::u16string_view path) {
 void DeleteFileDurably(std::u16string_view path) {
     // The system can write a rename through to the disk, but not a deletion.
     const std::u16string staged = StagedPath(path);
-    const bool moved =
-        platform::MoveFileExW(ToLongPath(path), ToLongPath(staged),
-                              platform::kMoveReplaceExisting | platform::kMoveWriteThrough);
+    const bool moved = platform::MoveFileExW(
+        path, staged, platform::kMoveReplaceExisting | platform::kMoveWriteThrough);
     WithContext(kDeleteFailed, {path}, [&] { Remove(moved ? staged : path); });
 }
 
@@ -194,7 +189,7 @@ void CopyFile(std::u16string_view source, std::u16string_view target, bool creat
     if (createTargetFolder) {
         WithContext(kCopyFailed, {source, target}, [&] { CreateFolder(SplitPath(target).head); });
     }
-    if (!platform::CopyFileW(ToLongPath(source), ToLongPath(target), false)) {
+    if (!platform::CopyFileW(source, target, false)) {
         ThrowNotCopied(source, target, platform::GetLastError());
     }
 }
@@ -206,9 +201,9 @@ void ThrowNotCopied(std::u16string_view source, std::u16string_view target, std:
 }
 
 void CopyFileDurably(std::u16string_view source, std::u16string_view target) {
-    const std::u16string staged = ToLongPath(StagedPath(target));
-    if (platform::CopyFileW(ToLongPath(source), staged, false) && FlushFile(staged) &&
-        platform::MoveFileExW(staged, ToLongPath(target), platform::kMoveWriteThrough)) {
+    const std::u16string staged = StagedPath(target);
+    if (platform::CopyFileW(source, staged, false) && FlushFile(staged) &&
+        platform::MoveFileExW(staged, target, platform::kMoveWriteThrough)) {
         return;
     }
     const std::uint32_t code = platform::GetLastError();
@@ -221,13 +216,11 @@ std::u16string StagedPath(std::u16string_view path) {
 }
 
 void MoveFile(std::u16string_view source, std::u16string_view target, bool replace) {
-    const std::u16string from = ToLongPath(source);
-    const std::u16string to = ToLongPath(target);
     const std::uint32_t flags =
         platform::kMoveCopyAllowed | (replace ? platform::kMoveReplaceExisting : 0);
-    if (!platform::MoveFileExW(from, to, flags)) {
-        throw CWin32Exc(u"Cannot move file. Source path: [%1]. Target path: [%2].", {from, to},
-                        CWin32Exc::kLastError);
+    if (!platform::MoveFileExW(source, target, flags)) {
+        throw CWin32Exc(u"Cannot move file. Source path: [%1]. Target path: [%2].",
+                        {ToLongPath(source), ToLongPath(target)}, CWin32Exc::kLastError);
     }
 }
 
@@ -249,7 +242,7 @@ void CopyFolder(std::u16string_view source, std::u16string_view target) {
 FolderList ListFolder(std::u16string_view pattern) {
     FolderList list;
     platform::FindData data;
-    const platform::CFindHandle handle(platform::FindFirstFileW(ToLongPath(pattern), data));
+    const platform::CFindHandle handle(platform::FindFirstFileW(pattern, data));
     if (!handle) {
         return list;
     }
@@ -274,14 +267,14 @@ void RemoveFolder(std::u16string_view path) {
         for (const std::u16string& name : list.folders) {
             RemoveFolder(CombinePath(path, name));
         }
-        const std::u16string longPath = ToLongPath(path);
-        bool removed = platform::RemoveDirectoryW(longPath);
+        bool removed = platform::RemoveDirectoryW(path);
         if (!removed && platform::GetLastError() == win32err::kAccessDenied) {
             ResetReadOnly(path);
-            removed = platform::RemoveDirectoryW(longPath);
+            removed = platform::RemoveDirectoryW(path);
         }
         if (!removed) {
-            throw CWin32Exc(u"RemoveDirectory(%1) failed.", {longPath}, CWin32Exc::kLastError);
+            throw CWin32Exc(u"RemoveDirectory(%1) failed.", {ToLongPath(path)},
+                            CWin32Exc::kLastError);
         }
     };
     WithContext(u"Cannot remove folder [%1].", {path}, remove);
@@ -339,7 +332,7 @@ std::u16string GetOwnModuleFileName() {
 }
 
 void StartProcess(std::u16string_view program, std::u16string_view arguments) {
-    if (!platform::StartProgram(ToLongPath(program), arguments)) {
+    if (!platform::StartProgram(program, arguments)) {
         throw CWin32Exc(
             u"Cannot create a new process. Path to the executable file: [%1]. Command line "
             u"arguments: [%2].",
@@ -399,7 +392,7 @@ void FileWaitCreation(std::u16string_view path, std::uint32_t seconds) {
     }
     for (;;) {
         const platform::CFileHandle file(
-            platform::CreateFileW(ToLongPath(path), platform::kGenericWrite, platform::kShareRead,
+            platform::CreateFileW(path, platform::kGenericWrite, platform::kShareRead,
                                   platform::kOpenExisting, platform::kAttributeNormal));
         if (file) {
             return;

@@ -1,5 +1,5 @@
-// Paths, folders and files for the engines. Every function that accesses the file system
-// passes the long form of its paths (ToLongPath) to the system. Failures are CWin32Exc or
+// Paths, folders and files for the engines. Paths are passed to the platform layer as they
+// are, which makes them absolute and long where the system needs it. Failures are CWin32Exc or
 // CExc; their messages contain the paths as the caller passed them, unless a comment says
 // otherwise. The functions have no state; any thread may call them.
 #pragma once
@@ -17,8 +17,8 @@ namespace frame {
 
 // Path texts. These functions do not access the file system.
 
-// Adds the prefix \\?\ unless the path has it; in a path that begins with two backslashes,
-// replaces these by \\?\UNC\.
+// The form of a path in some messages: adds the prefix \\?\ unless the path has it; in a path
+// that begins with two backslashes, replaces these by \\?\UNC\.
 std::u16string ToLongPath(std::u16string_view path);
 
 struct SplitText {
@@ -36,8 +36,10 @@ std::u16string_view StripTrailingSeparator(std::u16string_view path) noexcept;
 std::u16string JoinPath(const std::vector<std::u16string_view>& parts);
 std::u16string CombinePath(std::u16string_view a, std::u16string_view b);
 
-// True if a search for the path finds something: a file, a folder or a wildcard match.
+// Whether the path names a file or a folder (platform::EntryExists).
 bool FileExists(std::u16string_view path);
+// Whether a search finds a file or a folder. The last element may contain wildcards.
+bool AnyFileMatches(std::u16string_view pattern);
 void ResetReadOnly(std::u16string_view path);
 // Creates the folder and its missing ancestors. The exception has one message for each folder
 // that was not created.

@@ -38,7 +38,7 @@ std::u16string FormatVersion(const FileVersion& version) {
 FileVersion GetFileVersion(std::u16string_view path) {
     const auto read = [&] {
         FileVersion version;
-        switch (platform::ReadFileVersion(ToLongPath(path), version)) {
+        switch (platform::ReadFileVersion(path, version)) {
             case platform::EVersionStep::Done:
                 break;
             case platform::EVersionStep::Size:

@@ -5,7 +5,8 @@
 // Paths are UTF-16 and of any length that the system accepts. A leading \\?\ is accepted
 // everywhere. On Linux both / and \ separate elements, \\?\UNC\x and \\x mean //x, and a
 // drive letter ("C:" alone or before a separator) gives error 3, as does an empty path. A
-// path with an embedded NUL gives error 123.
+// path with an embedded NUL gives error 123. On Windows every path is made absolute before the
+// call, without "." and "..", unless it begins with \\?\; its length is not limited.
 //
 // Calls that take a path convert text and throw std::bad_alloc only.
 //
@@ -132,11 +133,11 @@ struct FindData {
 using FindHandle = void*;
 inline const FindHandle kInvalidFindHandle = reinterpret_cast<void*>(std::intptr_t{-1});
 
-// The first entry that matches `pattern`; * and ? are wildcards in its last element only
-// (elsewhere: error 123). Entries are in the order of their names' code units, but "." and
-// ".." come first. "*.*" equals "*". A pattern without wildcards matches one entry. Letter
-// case counts as it does for the file system. Error 2: nothing matches, or the pattern ends
-// with a separator; error 3: the folder is missing.
+// The first entry that matches `pattern`; * and ? are wildcards in its last element only.
+// Elsewhere they are ordinary characters on Linux; on Windows they give error 123. Entries are
+// in the order of their names' code units, but "." and ".." come first. "*.*" equals "*". A pattern
+// without wildcards matches one entry. Letter case counts as it does for the file system. Error 2:
+// nothing matches, or the pattern ends with a separator; error 3: the folder is missing.
 //
 // On Linux a link to a folder is reported as an entry that is not a folder, so that a walk of
 // a tree does not leave the tree; letter case counts for wildcards. On Windows the root of a
@@ -146,6 +147,11 @@ FindHandle FindFirstFileW(std::u16string_view pattern, FindData& data);
 // False with last error 18 after the last entry.
 bool FindNextFileW(FindHandle handle, FindData& data);
 bool FindClose(FindHandle handle) noexcept;
+
+// Whether `path` names an entry, a link without a target included; false with the codes of
+// FindFirstFileW. On Linux * and ? are ordinary characters; on Windows, where no name contains
+// them, they are wildcards.
+bool EntryExists(std::u16string_view path);
 
 bool CreateDirectoryW(std::u16string_view path);  // 183 when the name is taken
 bool RemoveDirectoryW(std::u16string_view path);  // 145 not empty, 267 not a folder

@@ -66,8 +66,9 @@ protected:
 TEST_F(FileSystemTest, DeletesAndCopies) {
     const std::u16string file = Path(u"f");
     ASSERT_TRUE(WriteWhole(file, "1"));
-    EXPECT_TRUE(FileExists(file) && FileExists(Path(u"?")) && FileExists(m_folder.Path()));
-    EXPECT_FALSE(FileExists(Path(u"g*")));
+    EXPECT_TRUE(FileExists(file) && AnyFileMatches(Path(u"?")) && FileExists(m_folder.Path()));
+    EXPECT_FALSE(AnyFileMatches(Path(u"g*")) || FileExists(m_folder.Path() + u"/"));
+    EXPECT_NE(FileExists(Path(u"?")), support::kOnLinux);
     DeleteFile(Path(u"missing"));
     CopyFile(file, Path(u"new/g"), true);
     CopyFile(file, Path(u"new/g"), false);
@@ -103,7 +104,7 @@ TEST_F(FileSystemTest, CreatesCopiesAndRemovesFolders) {
 TEST_F(FileSystemTest, ProcessAndHandles) {
     EXPECT_EQ(CombinePath(GetOwnModuleFolder(), GetOwnModuleFileName()).size(),
               GetOwnModuleFilePath().size());
-    EXPECT_TRUE(FileExists(GetModuleFilePath(nullptr)) && FileExists(GetTempFolder() + u"*"));
+    EXPECT_TRUE(FileExists(GetModuleFilePath(nullptr)) && AnyFileMatches(GetTempFolder() + u"*"));
     EXPECT_NE(GetEnvironmentValue(u"PATH"), u"");
     auto writer = std::async(std::launch::async, [&] { return WriteWhole(Path(u"f"), "012345"); });
     FileWaitCreation(Path(u"f"), 5);

@@ -73,11 +73,12 @@ TEST(Folders, PatternsAndTheirCodes) {
     const CTempFolder folder;
     ASSERT_TRUE(CreateDirectoryW(folder.Path(u"sub")));
     ASSERT_TRUE(support::WriteWhole(folder.Path(u"file.txt"), "12345"));
+    constexpr std::uint32_t kBad = support::kOnLinux ? 3 : 123;
     const struct {
         const char16_t* pattern;
         std::uint32_t code;
-    } rows[] = {{u"sub/*", 0},   {u"file.*", 0}, {u"sub/", 2},         {u"none", 2},
-                {u"no/none", 3}, {u"no/*", 3},   {u"*/file.txt", 123}, {u"s?b/file", 123}};
+    } rows[] = {{u"sub/*", 0},   {u"file.*", 0}, {u"sub/", 2},          {u"none", 2},
+                {u"no/none", 3}, {u"no/*", 3},   {u"*/file.txt", kBad}, {u"s?b/file", kBad}};
     FindData data;
     for (const auto& row : rows) {
         const CFindHandle find(FindFirstFileW(folder.Path() + u"/" + row.pattern, data));

@@ -83,7 +83,7 @@ std::shared_ptr<CMtfMetaFile> CMtfMetaFile::Open(std::u16string_view path, EMtfO
 
 bool CMtfMetaFile::Exists(std::u16string_view path) {
     return frame::WithContext(u"Failed to check whether meta-file \"%1\" exists.", {path}, [&] {
-        return frame::FileExists(path) || frame::FileExists(OldPath(path));
+        return frame::AnyFileMatches(path) || frame::AnyFileMatches(OldPath(path));
     });
 }
 

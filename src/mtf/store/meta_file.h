@@ -27,7 +27,7 @@ inline constexpr std::uint64_t kMetaFileSizeLimit = 104857600;  // bytes
 class CMtfMetaFile {
 public:
     static std::shared_ptr<CMtfMetaFile> Open(std::u16string_view path, EMtfOpenMode mode);
-    // Also true when only a safety copy exists.
+    // Also true when only a safety copy exists. The name may contain wildcards.
     static bool Exists(std::u16string_view path);
 
     const std::u16string& GetPath() const noexcept { return m_path; }

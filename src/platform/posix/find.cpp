@@ -124,6 +124,10 @@ bool NextEntry(Find& find, FindData& data) {
     return Fail(win32err::kNoMoreFiles);
 }
 
+bool FailMissing(const std::string& path) {
+    return Fail(posix::Win32FromErrno(ENOENT, path));
+}
+
 bool FindOne(const std::string& path, const std::string& name, FindData& data) {
     if (!Describe(AT_FDCWD, path, data)) {
         return FailErrno(path);
@@ -157,12 +161,8 @@ FindHandle FindFirstFileW(std::u16string_view pattern, FindData& data) {
     const std::size_t separator = native->rfind('/');
     const std::size_t start = separator == std::string::npos ? 0 : separator + 1;
     const std::string last = native->substr(start);
-    if (HasWildcards(std::string_view(*native).substr(0, start))) {
-        Fail(win32err::kInvalidName);
-        return kInvalidFindHandle;
-    }
     if (last.empty()) {
-        Fail(posix::Win32FromErrno(ENOENT, *native));
+        FailMissing(*native);
         return kInvalidFindHandle;
     }
     auto find = std::make_unique<Find>();
@@ -184,6 +184,18 @@ bool FindClose(FindHandle handle) noexcept {
     }
     delete static_cast<Find*>(handle);
     return true;
+}
+
+bool EntryExists(std::u16string_view path) {
+    const auto native = posix::NativePath(path);
+    if (!native) {
+        return false;
+    }
+    if (native->back() == '/') {
+        return FailMissing(*native);
+    }
+    struct stat info {};
+    return ::lstat(native->c_str(), &info) == 0 || FailErrno(*native);
 }
 
 }  // namespace platform

@@ -95,4 +95,9 @@ bool FindClose(FindHandle handle) noexcept {
     return true;
 }
 
+bool EntryExists(std::u16string_view path) {
+    FindData ignored;
+    return static_cast<bool>(CFindHandle(FindFirstFileW(path, ignored)));
+}
+
 }  // namespace platform

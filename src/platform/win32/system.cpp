@@ -12,6 +12,7 @@
 namespace platform {
 
 using win32::Fail;
+using win32::FetchText;
 using win32::Succeeds;
 using win32::Wide;
 
@@ -30,28 +31,6 @@ int CountOf(std::size_t size) {
         throw std::bad_alloc();
     }
     return static_cast<int>(size);
-}
-
-// Gets text from a call that stores it in a buffer: `call`(buffer, size) returns the length of
-// the text, the required size with the NUL, or 0 for no text. False when it returned 0 and
-// set the last error.
-template <class Call>
-bool FetchText(std::u16string& text, Call call) {
-    std::u16string buffer(MAX_PATH, u'\0');
-    DWORD length = 0;
-    const bool done = Succeeds([&] {
-        ::SetLastError(win32err::kSuccess);
-        while ((length = call(Wide(buffer.data()), static_cast<DWORD>(buffer.size()))) >=
-               buffer.size()) {
-            buffer.resize(length);
-        }
-        return length > 0 || ::GetLastError() == win32err::kSuccess;
-    });
-    if (done) {
-        buffer.resize(length);
-        text = std::move(buffer);
-    }
-    return done;
 }
 
 FileVersion VersionOf(const VS_FIXEDFILEINFO& info) {

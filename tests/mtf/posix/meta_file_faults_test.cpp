@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "frame/conversions.h"
+#include "frame/file_system.h"
 #include "mtf/tree/opened_meta_file.h"
 #include "support/child_process.h"
 #include "support/disk_faults.h"
@@ -120,6 +121,7 @@ void ForEachStep(EFault fault, const std::function<bool(int)>& body) {
 
 class MetaFileFaults : public testing::TestWithParam<Scenario> {
 protected:
+    MetaFileFaults() { frame::CreateFolder(m_folder.Path(u"w?d/*")); }
     void Prepare() {
         for (const auto& [path, content] :
              {std::pair{m_path, GetParam().file}, std::pair{m_path + u".old", GetParam().old}}) {
@@ -168,7 +170,7 @@ protected:
     }
 
     support::CTempFolder m_folder{support::QuickFolder()};
-    std::u16string m_path = m_folder.Path(u"m");
+    std::u16string m_path = m_folder.Path(u"w?d/*/m?");  // no pattern on this system
 };
 
 TEST_P(MetaFileFaults, FailureAtEveryStepLosesNothing) {
