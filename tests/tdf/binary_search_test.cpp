@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ctime>
 #include <limits>
 #include <map>
 #include <random>
@@ -185,6 +186,21 @@ TEST_F(BinarySearch, LoadsWhatTheSummaryNames) {
     EXPECT_EQ(letters, u"kDEF");
     Write(u"summary.txt", "");
     EXPECT_TRUE(Found({}).empty());
+}
+
+// The work for a pattern of repeated tokens has a bound.
+TEST_F(BinarySearch, ManyTokensInLongNames) {
+    Volume volume = SampleVolume();
+    volume.files.assign(100, {std::u16string(30'000, u'a'), 0, 0, 0, 0});
+    SetVolumes({volume});
+    std::u16string pattern;
+    for (int i = 0; i < 5000; ++i) {
+        pattern += i % 2 == 0 ? u"*a" : u"*aa";
+    }
+    const std::clock_t start = std::clock();
+    EXPECT_TRUE(Found({.pattern = pattern + u"*b"}).empty());
+    EXPECT_EQ(Found({.pattern = pattern}).size(), 100U);
+    EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
 }
 
 // Several units beyond ASCII share one packed byte. Unpaired surrogates are names, too.

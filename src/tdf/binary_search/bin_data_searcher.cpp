@@ -42,9 +42,13 @@ struct PreparedSearch {
 // The search of one volume.
 class CBinDataSearcher::CVolumeSearch {
 public:
-    CVolumeSearch(const PreparedSearch& search, CVolumeCatalogue& volume,
-                  std::uint32_t volumeNumber, std::vector<Result>& results)
-        : m_search(search), m_volume(volume), m_number(volumeNumber), m_results(results) {}
+    CVolumeSearch(const PreparedSearch& search, const Volume& volume, std::uint32_t volumeNumber,
+                  std::vector<Result>& results)
+        : m_search(search),
+          m_key(volume.key),
+          m_volume(*volume.catalogue),
+          m_number(volumeNumber),
+          m_results(results) {}
 
     void Run() {
         if (FindOwner() && FindRootFolders()) {
@@ -135,11 +139,12 @@ private:
                      u"not lead to the root folder."
                    : u"The file record %1 of the volume %2 lies in the folder %3, which the volume "
                      u"does not have.",
-            {frame::UInt64ToString(number), m_volume.Key(), frame::Int64ToString(folder)},
+            {frame::UInt64ToString(number), m_key, frame::Int64ToString(folder)},
             frame::kInvalidArg);
     }
 
     const PreparedSearch& m_search;
+    const std::u16string& m_key;
     CVolumeCatalogue& m_volume;
     std::uint32_t m_number;
     std::vector<Result>& m_results;
@@ -151,7 +156,7 @@ private:
 void CBinDataSearcher::Search() {
     const PreparedSearch search(m_criteria);
     for (std::size_t i = 0; i < m_volumes.size(); ++i) {
-        CVolumeSearch(search, *m_volumes[i], static_cast<std::uint32_t>(i), m_results).Run();
+        CVolumeSearch(search, m_volumes[i], static_cast<std::uint32_t>(i), m_results).Run();
     }
 }
 
@@ -161,9 +166,11 @@ void CBinDataSearcher::GetResultRecord(std::int32_t index, ResultRecord& record)
                           frame::kInvalidArg);
     }
     const Result& result = m_results[static_cast<std::size_t>(index)];
-    CVolumeCatalogue& volume = *m_volumes[result.volume];
+    const Volume& listed = m_volumes[result.volume];
+    CVolumeCatalogue& volume = *listed.catalogue;
     const idxdata::FileRecordView file = idxdata::ViewFileRecord(result.record);
-    record.fileName = volume.Folders().PathOf(file.dirIndex);
+    record.fileName = listed.pathPrefix;
+    record.fileName += volume.Folders().PathOf(file.dirIndex);
     file.AppendNameTo(record.fileName);
     if (file.nameLength > 0) {
         // A joined path has no separator at its end.

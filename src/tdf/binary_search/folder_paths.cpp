@@ -1,7 +1,5 @@
 #include "tdf/binary_search/folder_paths.h"
 
-#include <utility>
-
 namespace tdf {
 
 namespace {
@@ -12,8 +10,8 @@ constexpr std::size_t kMaxPathUnits = 64 * 1024 * 1024;
 
 }  // namespace
 
-CFolderPaths::CFolderPaths(std::u16string prefix, idxdata::CSeqTableReader& table)
-    : m_prefix(std::move(prefix)), m_folders(table), m_leadsToRoot(m_folders.Count()) {
+CFolderPaths::CFolderPaths(idxdata::CSeqTableReader& table)
+    : m_folders(table), m_leadsToRoot(m_folders.Count()) {
     FindWaysToRoot();
 }
 
@@ -42,7 +40,7 @@ void CFolderPaths::FindWaysToRoot() {
 
 const std::u16string& CFolderPaths::PathOf(std::int64_t index) {
     if (index == idxdata::CFolderTable::kRoot) {
-        return m_prefix;
+        return m_rootPath;
     }
     m_ids.resize(m_folders.Count());
     std::uint32_t& id = m_ids[static_cast<std::size_t>(index)];
@@ -65,7 +63,7 @@ void CFolderPaths::Build(std::int64_t index, std::u16string& path) {
         m_chain.push_back(folder);
         return true;
     });
-    path = m_prefix;
+    path.clear();
     m_folders.AppendPath(path, m_chain);
 }
 

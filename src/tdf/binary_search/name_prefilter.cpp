@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 #include <tuple>
 #include <utility>
 
@@ -36,6 +37,12 @@ ByteCounts CountBytes(std::span<const std::byte> bytes) noexcept {
 bool HoldsKnownByte(const PackedToken& token) noexcept {
     return std::any_of(token.begin(), token.end(), [](std::byte byte) { return byte != kAny; });
 }
+
+struct LessBytes {
+    bool operator()(std::span<const std::byte> a, std::span<const std::byte> b) const noexcept {
+        return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
+    }
+};
 
 }  // namespace
 
@@ -101,9 +108,10 @@ void CNamePrefilter::ChooseToken(const CPackedNames& index) {
     const std::span<const std::byte> sample = index.Sample();
     const ByteCounts counts = CountBytes(sample);
     std::size_t fewest = static_cast<std::size_t>(-1);
+    std::set<std::span<const std::byte>, LessBytes> counted;
     for (std::size_t i = 0; i < m_tokens.size(); ++i) {
         PackedToken token = m_tokens[i];
-        if (!HoldsKnownByte(token)) {
+        if (!HoldsKnownByte(token) || !counted.insert(m_tokens[i]).second) {
             continue;
         }
         if (i == 0 && !m_floating) {

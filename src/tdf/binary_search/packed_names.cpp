@@ -10,6 +10,7 @@ namespace tdf {
 namespace {
 
 constexpr std::size_t kSampleNames = 1024;
+constexpr std::size_t kSampleBytes = 64 * 1024;
 
 }  // namespace
 
@@ -44,7 +45,11 @@ void CPackedNames::Append(const idxdata::FileRecordView& file) noexcept {
 // From the middle: the first names of a volume are often not typical.
 void CPackedNames::ChooseSample() noexcept {
     m_sampleStart = Count() / 2;
-    m_sampleEnd = std::min(m_sampleStart + kSampleNames, Count());
+    m_sampleEnd = m_sampleStart;
+    while (m_sampleEnd < std::min(m_sampleStart + kSampleNames, Count()) &&
+           m_starts[m_sampleEnd + 1] - m_starts[m_sampleStart] <= kSampleBytes) {
+        ++m_sampleEnd;
+    }
 }
 
 std::span<const std::byte> CPackedNames::Sample() const noexcept {

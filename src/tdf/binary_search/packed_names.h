@@ -36,7 +36,8 @@ public:
     // usable; Count() if there is none.
     std::size_t Next(std::size_t from, const CNamePrefilter& prefilter) const noexcept;
 
-    // Some consecutive names with their separators, as a sample of all names.
+    // Some consecutive names with their separators, as a sample of all names; none if the first
+    // of them is very long.
     std::span<const std::byte> Sample() const noexcept;
     std::size_t SampleCount() const noexcept { return m_sampleEnd - m_sampleStart; }
 

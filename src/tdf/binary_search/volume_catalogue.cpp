@@ -1,8 +1,11 @@
 #include "tdf/binary_search/volume_catalogue.h"
 
+#include <unordered_map>
+
 #include "frame/errors.h"
 #include "frame/file_system.h"
 #include "mtf/tree/opened_meta_file.h"
+#include "platform/files.h"
 
 namespace tdf {
 
@@ -16,8 +19,8 @@ std::u16string LetterOf(std::u16string_view key) {
 
 }  // namespace
 
-CVolumeCatalogue::CVolumeCatalogue(std::u16string_view key, std::u16string_view path)
-    : m_key(key), m_reader(std::make_shared<idxdata::CBuffFileReader>()) {
+CVolumeCatalogue::CVolumeCatalogue(std::u16string_view path)
+    : m_reader(std::make_shared<idxdata::CBuffFileReader>()) {
     m_reader->Open(path);
     IndexNames();
 }
@@ -53,7 +56,7 @@ const COwnerList& CVolumeCatalogue::Owners() {
 CFolderPaths& CVolumeCatalogue::Folders() {
     if (!m_folders) {
         idxdata::CSeqTableReader table = OpenTable(idxdata::EIdxTableDirs, rec::CDirRecord());
-        m_folders.emplace(LetterOf(m_key) + u":\\", table);
+        m_folders.emplace(table);
     }
     return *m_folders;
 }
@@ -62,10 +65,15 @@ VolumeList LoadVolumes(std::u16string_view dataPath) {
     const auto summary = mtf::CMtfOpenedMetaFile::Open(frame::CombinePath(dataPath, u"summary.txt"),
                                                        mtf::EMtfOpenMode::EMtfLoad);
     VolumeList volumes;
+    std::unordered_map<std::u16string, std::shared_ptr<CVolumeCatalogue>> loaded;
     for (const mtf::CMtfListedAttr& volume : summary->Tree().ListAllAttrs()) {
         if (!volume.value.empty()) {
-            volumes.push_back(std::make_unique<CVolumeCatalogue>(
-                volume.path, frame::CombinePath(dataPath, volume.value)));
+            const std::u16string path = frame::CombinePath(dataPath, volume.value);
+            std::shared_ptr<CVolumeCatalogue>& catalogue = loaded[platform::FoldFileName(path)];
+            if (!catalogue) {
+                catalogue = std::make_shared<CVolumeCatalogue>(path);
+            }
+            volumes.push_back({volume.path, LetterOf(volume.path) + u":\\", catalogue});
         }
     }
     return volumes;

@@ -1,4 +1,4 @@
-// One volume of a binary data search.
+// The volumes of a binary data search.
 #pragma once
 
 #include <cstdint>
@@ -21,14 +21,11 @@ namespace tdf {
 // format. One thread at a time.
 class CVolumeCatalogue {
 public:
-    // Loads the file. The volume's letter is the character after the first dot of `key`,
-    // or the first character of a key without a dot. Throws what CBuffFileReader::Open
-    // throws.
-    CVolumeCatalogue(std::u16string_view key, std::u16string_view path);
+    // Loads the file. Throws what CBuffFileReader::Open throws.
+    explicit CVolumeCatalogue(std::u16string_view path);
     CVolumeCatalogue(const CVolumeCatalogue&) = delete;
     CVolumeCatalogue& operator=(const CVolumeCatalogue&) = delete;
 
-    const std::u16string& Key() const noexcept { return m_key; }
     const COwnerList& Owners();
     CFolderPaths& Folders();
     // The Files table at its first record.
@@ -41,18 +38,24 @@ private:
                                        const idxdata::IRecord& layout) const;
     void IndexNames();
 
-    std::u16string m_key;
     std::shared_ptr<idxdata::CBuffFileReader> m_reader;
     std::optional<COwnerList> m_owners;
     std::optional<CFolderPaths> m_folders;
     std::unique_ptr<const CPackedNames> m_names;
 };
 
-using VolumeList = std::vector<std::unique_ptr<CVolumeCatalogue>>;
+// A volume of a restore point. Volumes with equal paths share one catalogue.
+struct Volume {
+    std::u16string key;
+    std::u16string pathPrefix;  // "C:\": of every path in the volume
+    std::shared_ptr<CVolumeCatalogue> catalogue;
+};
+using VolumeList = std::vector<Volume>;
 
 // Loads the index data files that the attributes of "summary.txt" in `dataPath` name, in
-// the order in which that meta-file lists them; the attribute is the volume's key. Throws
-// what meta-files and CVolumeCatalogue throw.
+// the order in which that meta-file lists them; the attribute is the volume's key. The volume's
+// letter is the character after the first dot of the key, or the first character of a key without
+// a dot. Throws what meta-files and CVolumeCatalogue throw.
 VolumeList LoadVolumes(std::u16string_view dataPath);
 
 }  // namespace tdf

@@ -1,4 +1,4 @@
-// Generation in a process with few file handles.
+// Generation and search in a process with few resources.
 #include <gtest/gtest.h>
 
 #include "support/child_process.h"
@@ -30,6 +30,27 @@ TEST_F(GenerationLimits, MoreOwnersThanHandles) {
         }
         support::ExpectSame(ReadOutput(), expected);
     }
+}
+
+// A file that many volumes name is loaded once.
+TEST_F(GenerationLimits, ManyVolumesOfOneFile) {
+    support::Volume volume = support::SmallVolume();
+    volume.files.resize(150'000, volume.files[0]);
+    WriteVolume(volume.Bytes());
+    std::string list = "none=";
+    for (int i = 0; i < 60; ++i) {
+        list += "\r\nVolume." + std::to_string(i) + "=c.dat";
+    }
+    ASSERT_TRUE(support::WriteWhole(m_folder.Path(u"summary.txt"), list));
+    EXPECT_EQ(support::RunInChild([&] {
+                  automation::CComPtr<IOibBDFSearchTask> task;
+                  const automation::CBstr folder = support::Bstr(m_folder.Path());
+                  if (m_lib->FindInOibBDF(folder.Get(), task.Put()) != S_OK) {
+                      return 1;
+                  }
+                  return support::PeakMemory() < 300'000'000 ? 0 : 2;
+              }),
+              0);
 }
 
 }  // namespace
