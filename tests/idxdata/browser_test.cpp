@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ctime>
 #include <fstream>
 #include <map>
 #include <random>
@@ -270,6 +271,26 @@ TEST_F(Browser, Refusals) {
         EXPECT_THROW(Folders(*rootless, u"c:"), CError);
         EXPECT_THROW(Files(*rootless, u"c:"), CError);
     }
+}
+
+// Prefixes of folders without files would need 20 GB.
+TEST_F(Browser, DeepTrees) {
+    constexpr std::int64_t kDepth = 100'000;
+    Volume volume{{{u""}}, {{u"f", kDepth}}, {}};
+    for (std::int64_t i = 0; i < kDepth; ++i) {
+        volume.dirs.push_back({u"d", i});
+    }
+    const std::clock_t start = std::clock();
+    const Names names = NamesOf(Files(*Open(volume.Bytes()), u"c:"));
+    ASSERT_EQ(names.size(), 1U);
+    EXPECT_EQ(names[0].size(), 2U * kDepth + 1);
+    EXPECT_EQ(names[0].substr(0, 4), u"d\\d\\");
+    for (std::int64_t i = 0; i < kDepth; ++i) {
+        volume.files.push_back({u"a\\b", i});
+    }
+    EXPECT_EQ(ErrorOf(volume.Bytes()),
+              "The paths of the listed folders are too long. (HRESULT 0x80004005)");
+    EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
 }
 
 // Every cut and every changed byte of a volume gives a failure with a text, or a listing.

@@ -27,6 +27,16 @@ automation::CBstr JoinTexts(std::u16string_view a, std::u16string_view b) {
 CCoOibFilesArray::CCoOibFilesArray(std::shared_ptr<const idxdata::CFileEntries> files)
     : CCoObject(IID_IOibTDFSearchTask), m_files(std::move(files)) {}
 
+// Files of one folder are often consecutive.
+std::u16string_view CCoOibFilesArray::PrefixOf(const idxdata::CFileEntry& entry) {
+    if (entry.folder != m_prefixFolder) {
+        m_prefixFolder = idxdata::CListedFolders::kNoFolder;
+        m_files->ComposeFolderPrefix(entry.folder, m_prefix);
+        m_prefixFolder = entry.folder;
+    }
+    return m_prefix;
+}
+
 HRESULT CCoOibFilesArray::GetFileInfo(ULONG index, OibFileInfo* pFileInfo) {
     return Unlocked([&]() -> HRESULT {
         if (pFileInfo == nullptr) {
@@ -37,8 +47,7 @@ HRESULT CCoOibFilesArray::GetFileInfo(ULONG index, OibFileInfo* pFileInfo) {
                               E_INVALIDARG);
         }
         const idxdata::CFileEntry& entry = m_files->At(index);
-        automation::CBstr name =
-            JoinTexts(m_files->FolderPrefixOf(entry), idxdata::CFileEntries::NameOf(entry));
+        automation::CBstr name = JoinTexts(PrefixOf(entry), idxdata::CFileEntries::NameOf(entry));
         automation::CBstr owner(automation::NewBstr(m_files->OwnerOf(entry)));
         double date = 0;  // for a time that cannot be converted
         platform::FileTimeToDate(entry.modifyTime, date);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "frame/objects/com_object.h"
 #include "idxdata/browser/file_entries.h"
@@ -18,7 +20,11 @@ public:
     HRESULT STDMETHODCALLTYPE get_TotalSize(ULONGLONG* pSize) override;
 
 private:
+    std::u16string_view PrefixOf(const idxdata::CFileEntry& entry);
+
     std::shared_ptr<const idxdata::CFileEntries> m_files;
+    std::u16string m_prefix;  // of m_prefixFolder
+    idxdata::CListedFolders::Id m_prefixFolder = idxdata::CListedFolders::kListedFolder;
 };
 
 }  // namespace coClasses

@@ -11,23 +11,40 @@
 namespace idxdata {
 
 namespace {
+
 constexpr char16_t kSeparator = u'\\';
+
+// The prefixes of a sort by whole paths have at most this many code units, and as many for each
+// unit of the folders' names: the names of a deep tree are in many prefixes.
+constexpr std::size_t kFreePrefixUnits = 16 * 1024 * 1024;
+constexpr std::size_t kPrefixUnitsPerUnit = 64;
+
 }  // namespace
 
 CListedFolders::Id CListedFolders::Add(Id parent, std::u16string_view name) {
-    std::u16string prefix = m_prefixes[parent];
-    prefix.reserve(prefix.size() + name.size() + 1);
-    prefix += name;
-    prefix += kSeparator;
     m_hasSeparatorInName = m_hasSeparatorInName || name.find(kSeparator) != name.npos;
-    m_prefixes.push_back(std::move(prefix));
+    m_element = name;
+    m_element += kSeparator;
+    m_elements.push_back(m_texts.Add(m_element));
     m_parents.push_back(parent);
-    return static_cast<Id>(m_prefixes.size() - 1);
+    m_elementUnits += m_element.size();
+    return static_cast<Id>(m_elements.size() - 1);
 }
 
-std::u16string_view CListedFolders::LastElementOf(Id folder) const noexcept {
-    const std::u16string_view prefix = m_prefixes[folder];
-    return prefix.substr(m_prefixes[m_parents[folder]].size());
+std::size_t CListedFolders::PrefixLength(Id folder) const noexcept {
+    std::size_t units = 0;
+    for (; folder != kListedFolder; folder = m_parents[folder]) {
+        units += m_elements[folder].size();
+    }
+    return units;
+}
+
+void CListedFolders::ComposePrefix(Id folder, std::u16string& prefix) const {
+    prefix.resize(PrefixLength(folder));
+    auto end = prefix.end();
+    for (; folder != kListedFolder; folder = m_parents[folder]) {
+        end = std::copy_backward(m_elements[folder].begin(), m_elements[folder].end(), end);
+    }
 }
 
 void CFileEntries::Reserve(std::size_t files) {
@@ -48,17 +65,38 @@ void CFileEntries::AddFile(CListedFolders::Id folder, const FileRecordView& file
         {name.data(), file.nameLength, folder, file.ownerIndex, file.modifyTime, file.size});
 }
 
-int CFileEntries::CompareFull(std::uint32_t a, std::uint32_t b) const noexcept {
-    const CFileEntry& x = m_entries[a];
-    const CFileEntry& y = m_entries[b];
-    return ComparePathsNoCase(FolderPrefixOf(x), NameOf(x), FolderPrefixOf(y), NameOf(y));
+// The prefixes of the folders that have files, by folder.
+std::vector<std::u16string> CFileEntries::ComposeUsedPrefixes() const {
+    const std::size_t maxUnits = kFreePrefixUnits + kPrefixUnitsPerUnit * m_folders.ElementUnits();
+    std::vector<std::u16string> prefixes(m_folders.Count());
+    std::size_t units = 0;
+    for (const CFileEntry& entry : m_entries) {
+        std::u16string& prefix = prefixes[entry.folder];
+        if (!prefix.empty()) {
+            continue;
+        }
+        units += m_folders.PrefixLength(entry.folder);
+        if (units > maxUnits) {
+            throw frame::CExc(u"The paths of the listed folders are too long.", frame::kFail);
+        }
+        m_folders.ComposePrefix(entry.folder, prefix);
+    }
+    return prefixes;
+}
+
+void CFileEntries::SortByWholePath() {
+    const std::vector<std::u16string> prefixes = ComposeUsedPrefixes();
+    std::sort(m_order.begin(), m_order.end(), [&](std::uint32_t a, std::uint32_t b) {
+        const CFileEntry& x = m_entries[a];
+        const CFileEntry& y = m_entries[b];
+        return ComparePathsNoCase(prefixes[x.folder], NameOf(x), prefixes[y.folder], NameOf(y)) < 0;
+    });
 }
 
 void CFileEntries::SortByName() {
     if (m_hasSeparatorInName || m_folders.HasSeparatorInName()) {
         // A name with a backslash can sort between the files of another folder.
-        std::sort(m_order.begin(), m_order.end(),
-                  [&](std::uint32_t a, std::uint32_t b) { return CompareFull(a, b) < 0; });
+        SortByWholePath();
         return;
     }
     m_order = OrderByFolders(m_folders, m_entries, std::exchange(m_keys, {}));

@@ -14,28 +14,36 @@
 
 namespace idxdata {
 
-// Folder paths relative to the listed folder, each ending with a backslash (the listed
-// folder's own is empty), and how they nest.
+// The folders of a listing and how they nest. The prefix of a folder is its path relative to the
+// listed folder, with a backslash at its end; that of the listed folder is empty. Prefixes are
+// composed on demand: those of a deep tree can need far more memory than the volume.
 class CListedFolders {
 public:
     using Id = std::uint32_t;
     static constexpr Id kListedFolder = 0;
     static constexpr Id kNoFolder = 0xFFFFFFFFU;
 
-    CListedFolders() : m_prefixes(1), m_parents(1, kNoFolder) {}
+    CListedFolders() : m_elements(1), m_parents(1, kNoFolder) {}
     Id Add(Id parent, std::u16string_view name);
 
-    std::u16string_view PrefixOf(Id folder) const noexcept { return m_prefixes[folder]; }
+    std::size_t PrefixLength(Id folder) const noexcept;
+    // Replaces `prefix`, reusing its memory.
+    void ComposePrefix(Id folder, std::u16string& prefix) const;
     // The folder's own name, followed by a backslash.
-    std::u16string_view LastElementOf(Id folder) const noexcept;
+    std::u16string_view LastElementOf(Id folder) const noexcept { return m_elements[folder]; }
     Id ParentOf(Id folder) const noexcept { return m_parents[folder]; }
-    std::size_t Count() const noexcept { return m_prefixes.size(); }
+    std::size_t Count() const noexcept { return m_elements.size(); }
+    // Code units of all last elements.
+    std::size_t ElementUnits() const noexcept { return m_elementUnits; }
     // Whether the name of a folder contains a backslash.
     bool HasSeparatorInName() const noexcept { return m_hasSeparatorInName; }
 
 private:
-    std::vector<std::u16string> m_prefixes;
-    std::vector<Id> m_parents;
+    std::vector<std::u16string_view> m_elements;  // by folder
+    std::vector<Id> m_parents;                    // by folder
+    text::CTextArena m_texts;
+    std::u16string m_element;  // the one that is being added
+    std::size_t m_elementUnits = 0;
     bool m_hasSeparatorInName = false;
 };
 
@@ -60,13 +68,14 @@ public:
     void Reserve(std::size_t files);
     void AddFile(CListedFolders::Id folder, const FileRecordView& file);
     // Orders by folder prefix and name without regard to the case of ASCII letters; the
-    // order of equal names is not defined.
+    // order of equal names is not defined. Throws CExc (E_FAIL) when names contain backslashes
+    // and the prefixes are too long for a comparison of whole paths.
     void SortByName();
 
     std::size_t Count() const noexcept { return m_entries.size(); }
     const CFileEntry& At(std::size_t index) const noexcept { return m_entries[m_order[index]]; }
-    std::u16string_view FolderPrefixOf(const CFileEntry& entry) const noexcept {
-        return m_folders.PrefixOf(entry.folder);
+    void ComposeFolderPrefix(CListedFolders::Id folder, std::u16string& prefix) const {
+        m_folders.ComposePrefix(folder, prefix);
     }
     static std::u16string_view NameOf(const CFileEntry& entry) noexcept {
         return {entry.name, entry.nameLength};
@@ -77,7 +86,8 @@ public:
     std::uint64_t TotalSize() const noexcept;
 
 private:
-    int CompareFull(std::uint32_t a, std::uint32_t b) const noexcept;
+    std::vector<std::u16string> ComposeUsedPrefixes() const;
+    void SortByWholePath();
 
     std::shared_ptr<const COwnerTable> m_owners;
     CListedFolders m_folders;
