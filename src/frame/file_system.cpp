@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <random>
 #include <thread>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "platform/errors.h"
+#include "platform/staged_file.h"
 #include "text/ascii_case.h"
 
 namespace frame {
@@ -58,16 +60,11 @@ void MakeFolder(std::u16string_view path) {
     }
 }
 
-bool FlushFile(std::u16string_view path) {
-    const platform::CFileHandle file(
-        platform::CreateFileW(path, platform::kGenericWrite, platform::kShareRead,
-                              platform::kOpenExisting, platform::kAttributeNormal));
-    return file && platform::FlushFileBuffers(file.Get());
-}
-
-// Deletes the file without adding a context message. A missing file is not a failure.
-void Remove(std::u16string_view path) {
-    if (!FileExists(path) || platform::DeleteFileW(path)) {
+// Deletes the file by `remove`(path) without adding a context message. A missing file is not a
+// failure.
+template <class Remove>
+void RemoveBy(std::u16string_view path, Remove remove) {
+    if (!FileExists(path) || remove(path)) {
         return;
     }
     const std::uint32_t code = platform::GetLastError();
@@ -75,7 +72,7 @@ void Remove(std::u16string_view path) {
         throw CWin32Exc(code);
     }
     ResetReadOnly(path);
-    if (!platform::DeleteFileW(path)) {
+    if (!remove(path)) {
         throw CWin32Exc(u"Cannot delete file.", CWin32Exc::kLastError);
     }
 }
@@ -174,15 +171,14 @@ void CreateFolder(std::u16string_view path) {
 }
 
 void DeleteFile(std::u16string_view path) {
-    WithContext(kDeleteFailed, {path}, [&] { Remove(path); });
+    WithContext(kDeleteFailed, {path}, [&] { RemoveBy(path, platform::DeleteFileW); });
 }
 
 void DeleteFileDurably(std::u16string_view path) {
-    // The system can write a rename through to the disk, but not a deletion.
-    const std::u16string staged = StagedPath(path);
-    const bool moved = platform::MoveFileExW(
-        path, staged, platform::kMoveReplaceExisting | platform::kMoveWriteThrough);
-    WithContext(kDeleteFailed, {path}, [&] { Remove(moved ? staged : path); });
+    const auto remove = [](std::u16string_view file) {
+        return platform::DeleteFileDurably(file, StagedPath(file));
+    };
+    WithContext(kDeleteFailed, {path}, [&] { RemoveBy(path, remove); });
 }
 
 void CopyFile(std::u16string_view source, std::u16string_view target, bool createTargetFolder) {
@@ -201,18 +197,22 @@ void ThrowNotCopied(std::u16string_view source, std::u16string_view target, std:
 }
 
 void CopyFileDurably(std::u16string_view source, std::u16string_view target) {
-    const std::u16string staged = StagedPath(target);
-    if (platform::CopyFileW(source, staged, false) && FlushFile(staged) &&
-        platform::MoveFileExW(staged, target, platform::kMoveWriteThrough)) {
-        return;
+    if (!platform::CopyFileDurably(source, StagedPath(target), target)) {
+        ThrowNotCopied(source, target, platform::GetLastError());
     }
-    const std::uint32_t code = platform::GetLastError();
-    platform::DeleteFileW(staged);
-    ThrowNotCopied(source, target, code);
 }
 
 std::u16string StagedPath(std::u16string_view path) {
-    return std::u16string(path) + u".new~";
+    constexpr std::u16string_view kDigits = u"0123456789abcdef";
+    std::u16string staged(path.substr(0, path.find_last_of(kSeparators) + 1));
+    staged += u'.';
+    std::random_device random;
+    for (int word = 0; word < 4; ++word) {
+        for (std::uint32_t bits = random(), digit = 0; digit < 8; ++digit, bits >>= 4) {
+            staged += kDigits[bits & 0xF];
+        }
+    }
+    return staged += u".new~";
 }
 
 void MoveFile(std::u16string_view source, std::u16string_view target, bool replace) {

@@ -54,10 +54,11 @@ void CopyFile(std::u16string_view source, std::u16string_view target, bool creat
 // Throws the exception of CopyFile, for a caller that copies in another way.
 [[noreturn]] void ThrowNotCopied(std::u16string_view source, std::u16string_view target,
                                  std::uint32_t code);
-// Copies to a path that must not exist. Writes the copy to StagedPath(target), flushes it to
-// the disk and renames it, so that `target` never contains a part of the file.
+// Copies to a path that must not exist and that never contains a part of the file: the copy
+// appears there when it is on the disk.
 void CopyFileDurably(std::u16string_view source, std::u16string_view target);
-// The path under which a file is written before it is renamed to `path`.
+// A path in the folder of `path` for a file that is renamed to `path` when it is complete: a
+// new one for each call, which other processes cannot guess, with a name of 38 units.
 std::u16string StagedPath(std::u16string_view path);
 // The messages contain the long paths.
 void MoveFile(std::u16string_view source, std::u16string_view target, bool replace);

@@ -52,6 +52,7 @@ inline constexpr std::uint32_t kAttributeDirectory = 0x10;
 inline constexpr std::uint32_t kAttributeArchive = 0x20;
 inline constexpr std::uint32_t kAttributeNormal = 0x80;
 inline constexpr std::uint32_t kFlagBackupSemantics = 0x02000000;
+inline constexpr std::uint32_t kFlagNoFollow = 0x00200000;
 inline constexpr std::uint32_t kInvalidAttributes = 0xFFFFFFFFU;
 
 // Opens or creates a file; kInvalidFileHandle on failure.
@@ -60,6 +61,9 @@ inline constexpr std::uint32_t kInvalidAttributes = 0xFFFFFFFFU;
 // without kFlagBackupSemantics, 32 refused by sharing, 80 kCreateNew on an existing file,
 // 87 unknown disposition, 123 bad name. A success of kCreateAlways or kOpenAlways sets the
 // last error too: 183 when the file existed before, 0 when it is new.
+//
+// With kFlagNoFollow a link as last element is not followed: on Linux 1921, on Windows the link
+// itself is opened.
 //
 // Sharing applies to all users of this library, in every process. An open for reading that
 // shares reading allows other such opens; an open for writing allows no other open. Of two
@@ -120,6 +124,19 @@ bool SetFileAttributesW(std::u16string_view path, std::uint32_t attributes);
 // The same text for all names that name one file: letters in one case where the file system
 // ignores case (Windows), the name itself elsewhere.
 std::u16string FoldFileName(std::u16string_view name);
+
+enum class EEntryKind { None, File, Folder, Other };
+// What the entry itself is: File is a regular file; a link, a pipe and a device are Other.
+// Wildcards have no effect. None also when the path cannot be examined.
+EEntryKind GetEntryKind(std::u16string_view path);
+// The path that a link as last element leads to, through further links. The path itself when
+// its last element is no link or its links form a loop; on Windows also when the target is
+// missing.
+std::u16string ResolveLink(std::u16string_view path);
+
+// Whether `path` is the path of the open file. On Windows an open file keeps its path, and only
+// the existence is checked.
+bool NamesFile(std::u16string_view path, FileHandle handle);
 
 struct FindData {
     std::uint32_t attributes = 0;

@@ -162,7 +162,6 @@ TEST_F(FileSystemTest, Failures) {
                   row.code == 0 ? FormatText(row.text, args)
                                 : CWin32Exc(row.text, args, row.code).GetFullMessage());
     }
-    EXPECT_FALSE(FileExists(StagedPath(file)));
     EXPECT_EQ(ReadWhole(file), "1");
     EXPECT_TRUE(MessageOf([&] { StartProcess(missing, u"x"); })
                     .starts_with(u"Cannot create a new process. Path to the executable file: [" +

@@ -54,12 +54,14 @@ struct DiskFaults {
     int calls = 0;
     EFault fault = EFault::FailOnce;
     bool failNextWrite = false;
-    bool isDelayed = false;  // closing and setting times are counted, too
+    bool refusesUnnamed = false;  // no file can be created without a name
+    bool isDelayed = false;       // closing and setting times are counted, too
     BadByte badByte;
     std::function<void()> visit;
     std::function<void()> sleep;  // replaces pauses
     std::map<std::pair<dev_t, ino_t>, Unsynced> unsynced;
-    std::vector<std::pair<std::string, std::string>> unsyncedMoves;  // source, target
+    // Source, target; without a source for a new name of a file.
+    std::vector<std::pair<std::string, std::string>> unsyncedMoves;
     std::vector<std::string> unsyncedDeletions;
 
     void Arm(int atStep, EFault what) {
@@ -157,7 +159,9 @@ struct DiskFaults {
         }
         for (; !unsyncedMoves.empty(); unsyncedMoves.pop_back()) {
             const auto& [source, target] = unsyncedMoves.back();
-            ::syscall(SYS_renameat2, AT_FDCWD, target.c_str(), AT_FDCWD, source.c_str(), 1);
+            source.empty()
+                ? ::syscall(SYS_unlinkat, AT_FDCWD, target.c_str(), 0)
+                : ::syscall(SYS_renameat2, AT_FDCWD, target.c_str(), AT_FDCWD, source.c_str(), 1);
         }
         for (const auto& [file, what] : unsynced) {
             for (const auto& [at, bytes] : what.overwritten | std::views::reverse) {
@@ -179,8 +183,14 @@ extern "C" {
 int open(const char* path, int flags, ...) {
     va_list arguments;
     va_start(arguments, flags);
-    const unsigned mode = (flags & O_CREAT) != 0 ? va_arg(arguments, unsigned) : 0;
+    const bool isUnnamed = (flags & O_TMPFILE) == O_TMPFILE;
+    const bool hasMode = isUnnamed || (flags & O_CREAT) != 0;
+    const unsigned mode = hasMode ? va_arg(arguments, unsigned) : 0;
     va_end(arguments);
+    if (isUnnamed && g_diskFaults.refusesUnnamed) {
+        errno = EOPNOTSUPP;
+        return -1;
+    }
     return g_diskFaults.Call(EIO, SYS_openat, AT_FDCWD, path, flags, mode);
 }
 
@@ -254,6 +264,15 @@ int renameat2(int, const char* source, int, const char* target, unsigned flags) 
         g_diskFaults.Call(EIO, SYS_renameat2, AT_FDCWD, source, AT_FDCWD, target, flags);
     if (result == 0 && g_diskFaults.step != 0) {
         g_diskFaults.unsyncedMoves.emplace_back(source, target);
+    }
+    return result;
+}
+
+int linkat(int, const char* source, int, const char* target, int flags) noexcept {
+    const int result =
+        g_diskFaults.Call(EIO, SYS_linkat, AT_FDCWD, source, AT_FDCWD, target, flags);
+    if (result == 0 && g_diskFaults.step != 0) {
+        g_diskFaults.unsyncedMoves.emplace_back("", target);
     }
     return result;
 }

@@ -2,11 +2,13 @@
 
 #include <chrono>
 #include <thread>
+#include <utility>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "frame/file_system.h"
 #include "platform/errors.h"
+#include "platform/staged_file.h"
 
 namespace idxdata {
 
@@ -24,11 +26,6 @@ constexpr std::uint32_t kSettableAttributes = 0x31A7;
 std::uint32_t AccessOf(EFileAccess access) {
     const bool write = access == EFileAccess::ReadWrite;
     return platform::kGenericRead | (write ? platform::kGenericWrite : 0);
-}
-
-// The same message for every way to open. Kept for compatibility.
-[[noreturn]] void ThrowNotOpened(std::u16string_view path, std::uint32_t code) {
-    throw CWin32Exc(u"Failed to create new binary file [%1].", {path}, code);
 }
 
 [[noreturn]] void ThrowNotWritten(std::u16string_view path, std::uint64_t length) {
@@ -56,7 +53,7 @@ platform::CFileHandle OpenForTimes(std::u16string_view path, std::uint32_t acces
         platform::CreateFileW(path, access, platform::kShareRead | platform::kShareWrite,
                               platform::kOpenExisting, platform::kFlagBackupSemantics));
     if (!handle) {
-        ThrowNotOpened(path, kLastError);
+        CBinaryFile::ThrowNotOpened(path, kLastError);
     }
     return handle;
 }
@@ -78,25 +75,30 @@ void SetTimesOfHandle(platform::FileHandle handle, std::u16string_view path,
 
 }  // namespace
 
-CBinaryFile::Holder CBinaryFile::OpenWith(std::u16string_view path, std::u16string_view shownPath,
-                                          std::uint32_t access, std::uint32_t disposition,
-                                          std::uint32_t flags) {
+void CBinaryFile::ThrowNotOpened(std::u16string_view path, std::uint32_t code) {
+    throw CWin32Exc(u"Failed to create new binary file [%1].", {path}, code);
+}
+
+CBinaryFile::Holder CBinaryFile::OpenWith(std::u16string_view path, std::uint32_t access,
+                                          std::uint32_t disposition, std::uint32_t flags) {
     platform::CFileHandle handle = OpenWithRetry(path, access, disposition, flags);
     if (!handle) {
-        ThrowNotOpened(shownPath, kLastError);
+        ThrowNotOpened(path, kLastError);
     }
-    return Holder(new CBinaryFile(std::move(handle), shownPath));
+    return Holder(new CBinaryFile(std::move(handle), path));
 }
 
 CBinaryFile::Holder CBinaryFile::Open(std::u16string_view path, EFileAccess access,
                                       bool directory) {
-    return OpenWith(path, path, AccessOf(access), platform::kOpenExisting,
+    return OpenWith(path, AccessOf(access), platform::kOpenExisting,
                     directory ? platform::kFlagBackupSemantics : platform::kAttributeNormal);
 }
 
-CBinaryFile::Holder CBinaryFile::OpenIfExists(std::u16string_view path, EFileAccess access) {
+CBinaryFile::Holder CBinaryFile::OpenIfExists(std::u16string_view path, EFileAccess access,
+                                              bool followLink) {
     try {
-        return Open(path, access);
+        return OpenWith(path, AccessOf(access), platform::kOpenExisting,
+                        followLink ? platform::kAttributeNormal : platform::kFlagNoFollow);
     } catch (const CWin32Exc& exc) {
         if (exc.GetCode() == platform::win32err::kFileNotFound ||
             exc.GetCode() == platform::win32err::kPathNotFound) {
@@ -106,29 +108,28 @@ CBinaryFile::Holder CBinaryFile::OpenIfExists(std::u16string_view path, EFileAcc
     }
 }
 
-CBinaryFile::Holder CBinaryFile::OpenOrCreate(std::u16string_view path) {
-    return OpenWith(path, path, AccessOf(EFileAccess::ReadWrite), platform::kOpenAlways,
-                    platform::kAttributeNormal);
-}
-
 CBinaryFile::Holder CBinaryFile::CreateNew(std::u16string_view path) {
-    return OpenWith(path, path, platform::kGenericWrite, platform::kCreateAlways,
+    return OpenWith(path, platform::kGenericWrite, platform::kCreateAlways,
                     platform::kAttributeNormal);
 }
 
 CBinaryFile::Holder CBinaryFile::CreateStaged(std::u16string_view path) {
-    std::u16string staged = frame::StagedPath(path);
-    Holder file = OpenWith(staged, path, platform::kGenericWrite, platform::kCreateAlways,
-                           platform::kAttributeNormal);
-    file->m_staged = std::move(staged);
+    platform::StagedFile staged = platform::CreateStagedFile(frame::StagedPath(path));
+    if (!staged.handle) {
+        ThrowNotOpened(path, kLastError);
+    }
+    const Holder file(new CBinaryFile(std::move(staged.handle), path));
+    file->m_temporary = std::move(staged.temporary);
     return file;
 }
 
 CBinaryFile::~CBinaryFile() {
-    m_handle.Reset();
-    if (!m_staged.empty()) {
-        platform::DeleteFileW(m_staged);
-    }
+    platform::StagedFile staged{std::move(m_handle), std::move(m_temporary)};
+    platform::DiscardStagedFile(staged);
+}
+
+bool CBinaryFile::HasName() const {
+    return platform::NamesFile(m_path, m_handle.Get());
 }
 
 std::uint64_t CBinaryFile::GetSize() const {
@@ -229,12 +230,16 @@ void CBinaryFile::Flush() {
     }
 }
 
-void CBinaryFile::Publish() {
-    m_handle.Reset();
-    if (!platform::MoveFileExW(m_staged, m_path, platform::kMoveWriteThrough)) {
-        ThrowNotOpened(m_path, kLastError);
+bool CBinaryFile::Publish() {
+    platform::StagedFile staged{std::move(m_handle), std::exchange(m_temporary, {})};
+    if (platform::PublishStagedFile(staged, m_path)) {
+        return true;
     }
-    m_staged.clear();
+    const std::uint32_t code = platform::GetLastError();
+    if (code != platform::win32err::kAlreadyExists) {
+        ThrowNotOpened(m_path, code);
+    }
+    return false;
 }
 
 void CBinaryFile::GetTimes(std::int64_t* creation, std::int64_t* lastAccess,

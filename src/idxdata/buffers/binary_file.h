@@ -25,19 +25,25 @@ public:
 
     static Holder Open(std::u16string_view path, EFileAccess access, bool directory = false);
     // Null when the file or its folder does not exist.
-    static Holder OpenIfExists(std::u16string_view path, EFileAccess access);
-    static Holder OpenOrCreate(std::u16string_view path);
+    static Holder OpenIfExists(std::u16string_view path, EFileAccess access,
+                               bool followLink = true);
     // Creates or truncates; for writing only.
     static Holder CreateNew(std::u16string_view path);
-    // Creates a temporary file that Publish renames to `path`. Without Publish the last
-    // holder deletes it. Messages name `path`.
+    // Creates a file that gets the name `path` by Publish. Without Publish the last holder
+    // deletes it. Messages name `path`. For writing only.
     static Holder CreateStaged(std::u16string_view path);
+
+    // The same message for every way to open. Kept for compatibility.
+    [[noreturn]] static void ThrowNotOpened(std::u16string_view path, std::uint32_t code);
 
     ~CBinaryFile();
     CBinaryFile(const CBinaryFile&) = delete;
     CBinaryFile& operator=(const CBinaryFile&) = delete;
 
     const std::u16string& GetPath() const noexcept { return m_path; }
+
+    // False when the file was deleted, renamed or replaced since it was opened.
+    bool HasName() const;
 
     std::uint64_t GetSize() const;
     void SetSize(std::uint64_t size);  // moves the file position to `size`
@@ -55,9 +61,9 @@ public:
     void WriteAt(std::uint64_t position, const void* buffer, std::size_t length);
     // Writes content and name to the disk.
     void Flush();
-    // For staged files after Flush: closes the file, renames it and writes the new name to
-    // the disk. Fails when a file with that name exists now.
-    void Publish();
+    // For staged files after Flush: closes the file, gives it its name and writes the name to
+    // the disk. False when an entry with that name exists now; the file is then deleted.
+    bool Publish();
 
     // Times in ticks; a null pointer omits that time.
     void GetTimes(std::int64_t* creation, std::int64_t* lastAccess, std::int64_t* lastWrite) const;
@@ -80,12 +86,12 @@ private:
     CBinaryFile(platform::CFileHandle handle, std::u16string_view path)
         : m_handle(std::move(handle)), m_path(path) {}
 
-    static Holder OpenWith(std::u16string_view path, std::u16string_view shownPath,
-                           std::uint32_t access, std::uint32_t disposition, std::uint32_t flags);
+    static Holder OpenWith(std::u16string_view path, std::uint32_t access,
+                           std::uint32_t disposition, std::uint32_t flags);
 
     platform::CFileHandle m_handle;
     std::u16string m_path;
-    std::u16string m_staged;  // path of the temporary file until Publish; otherwise empty
+    std::u16string m_temporary;  // path of a staged file; empty: none
 };
 
 }  // namespace idxdata

@@ -6,6 +6,8 @@
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "frame/file_system.h"
+#include "platform/errors.h"
+#include "platform/files.h"
 
 namespace mtf {
 
@@ -21,6 +23,8 @@ constexpr std::uint64_t kGrowStep = 2048;       // bytes
 constexpr std::size_t kCopyBlock = 256 * 1024;  // bytes
 // Copying a file of this size costs about as much as one flush.
 constexpr std::uint64_t kCheapCopySize = 1024 * 1024;  // bytes
+// A file that other processes create and delete this often counts as in use.
+constexpr int kMaxAttempts = 100;
 
 std::u16string ModeName(EMtfOpenMode mode) {
     switch (mode) {
@@ -72,7 +76,10 @@ std::u16string OldPath(std::u16string_view path) {
 }  // namespace
 
 CMtfMetaFile::CMtfMetaFile(std::u16string_view path)
-    : m_path(path), m_oldPath(OldPath(path)), m_lines(std::make_shared<CMtfLines>(path)) {}
+    : m_path(path),
+      m_filePath(platform::ResolveLink(path)),
+      m_oldPath(OldPath(m_filePath)),
+      m_lines(std::make_shared<CMtfLines>(path)) {}
 
 std::shared_ptr<CMtfMetaFile> CMtfMetaFile::Open(std::u16string_view path, EMtfOpenMode mode) {
     const std::shared_ptr<CMtfMetaFile> file(new CMtfMetaFile(path));
@@ -83,7 +90,8 @@ std::shared_ptr<CMtfMetaFile> CMtfMetaFile::Open(std::u16string_view path, EMtfO
 
 bool CMtfMetaFile::Exists(std::u16string_view path) {
     return frame::WithContext(u"Failed to check whether meta-file \"%1\" exists.", {path}, [&] {
-        return frame::AnyFileMatches(path) || frame::AnyFileMatches(OldPath(path));
+        const std::u16string file = platform::ResolveLink(path);
+        return frame::AnyFileMatches(file) || frame::AnyFileMatches(OldPath(file));
     });
 }
 
@@ -94,25 +102,27 @@ void CMtfMetaFile::OpenByMode(EMtfOpenMode mode) {
         case EMtfOpenMode::EMtfOpenRW:
             return OpenForWriting();
         case EMtfOpenMode::EMtfCreateNewDetached:
-            if (frame::FileExists(m_oldPath)) {
-                // The file may be incomplete, so it is deleted before its safety copy.
-                frame::DeleteFileDurably(m_path);
-                frame::DeleteFile(m_oldPath);
-            }
-            frame::DeleteFile(m_path);
-            return;
+            return DeleteFiles();
     }
     throw CExc(u"The specified open mode \"%1\" is not supported.", {ModeName(mode)}, kFail);
 }
 
+bool CMtfMetaFile::HasCopy() const {
+    const platform::EEntryKind kind = platform::GetEntryKind(m_oldPath);
+    if (kind != platform::EEntryKind::None && kind != platform::EEntryKind::File) {
+        throw CExc(u"The safety copy \"%1\" is not a regular file.", {m_oldPath}, kFail);
+    }
+    return kind == platform::EEntryKind::File;
+}
+
 void CMtfMetaFile::LoadFromDisk() {
     CBinaryFile::Holder file;
-    if (frame::FileExists(m_oldPath)) {
-        // No copy any more: another process has just completed the file.
-        file = CBinaryFile::OpenIfExists(m_oldPath, EFileAccess::Read);
+    if (HasCopy()) {
+        file = CBinaryFile::OpenIfExists(m_oldPath, EFileAccess::Read, false);
     }
     if (!file) {
-        file = CBinaryFile::OpenIfExists(m_path, EFileAccess::Read);
+        // No copy any more: another process has just completed the file.
+        file = CBinaryFile::OpenIfExists(m_filePath, EFileAccess::Read);
     }
     if (!file) {
         throw CExc(u"File \"%1\" does not exist.", {m_path}, kFail);
@@ -121,22 +131,25 @@ void CMtfMetaFile::LoadFromDisk() {
 }
 
 void CMtfMetaFile::OpenForWriting() {
-    const bool hadCopy = frame::FileExists(m_oldPath);
-    HoldFile(hadCopy);
+    HoldFile();
     // Checked again: another process that held the file may have deleted the copy or made one.
-    if (frame::FileExists(m_oldPath)) {
+    if (HasCopy()) {
         Recover();
-    } else if (hadCopy && m_file->GetSize() == 0) {
-        // HoldFile created the file, and another process has deleted the copy.
-        ComposeAndWrite(*m_file);
     }
     LoadContent(*m_file);
 }
 
-void CMtfMetaFile::HoldFile(bool hasCopy) {
+// Holds the file; creates it if it is missing. Other processes can create or delete it between
+// the steps.
+void CMtfMetaFile::HoldFile() {
+    const bool hasCopy = HasCopy();
     try {
-        m_file = hasCopy ? CBinaryFile::OpenOrCreate(m_path)
-                         : CBinaryFile::OpenIfExists(m_path, EFileAccess::ReadWrite);
+        for (int attempt = 0; attempt < kMaxAttempts && !m_file; ++attempt) {
+            m_file = CBinaryFile::OpenIfExists(m_filePath, EFileAccess::ReadWrite);
+            if (!m_file) {
+                HasCopy() ? RestoreCopy() : WriteNewFile();
+            }
+        }
     } catch (const CWin32Exc& exc) {
         if (hasCopy) {
             frame::ThrowNotCopied(m_oldPath, m_path, exc.GetCode());
@@ -144,15 +157,39 @@ void CMtfMetaFile::HoldFile(bool hasCopy) {
         throw;
     }
     if (!m_file) {
-        WriteNewFile();
-        m_file = CBinaryFile::Open(m_path, EFileAccess::ReadWrite);
+        CBinaryFile::ThrowNotOpened(m_filePath, platform::win32err::kSharingViolation);
+    }
+}
+
+// The file may be incomplete while a copy exists, so it must not remain without the copy. It is
+// moved away first, deleted last, and moved back if the copy cannot be deleted.
+void CMtfMetaFile::DeleteFiles() {
+    if (!HasCopy() || platform::GetEntryKind(m_filePath) != platform::EEntryKind::File) {
+        frame::DeleteFile(m_filePath);
+        frame::DeleteFile(m_oldPath);
+        return;
+    }
+    const std::u16string moved = frame::StagedPath(m_filePath);
+    if (!platform::MoveFileExW(m_filePath, moved, platform::kMoveWriteThrough)) {
+        throw CWin32Exc(u"Cannot delete file [%1].", {m_filePath}, CWin32Exc::kLastError);
+    }
+    try {
+        frame::DeleteFileDurably(m_oldPath);
+        frame::DeleteFile(moved);
+    } catch (const CExc&) {
+        platform::MoveFileExW(moved, m_filePath, platform::kMoveWriteThrough);
+        throw;
     }
 }
 
 // Writes through the held file, so that no other process opens it before it is loaded.
 void CMtfMetaFile::Recover() {
     try {
-        const CBinaryFile::Holder copy = CBinaryFile::Open(m_oldPath, EFileAccess::Read);
+        const CBinaryFile::Holder copy =
+            CBinaryFile::OpenIfExists(m_oldPath, EFileAccess::Read, false);
+        if (!copy) {
+            return;  // deleted by another program
+        }
         const auto block = std::make_unique<std::byte[]>(kCopyBlock);
         m_file->SetSize(0);
         while (const std::size_t length = copy->Read(block.get(), kCopyBlock)) {
@@ -186,8 +223,8 @@ void CMtfMetaFile::Save() {
             return;
         }
         TruncateFailedAppend();
-        // A held file that was deleted or renamed is not appended to.
-        if (kind == EMtfSaveKind::SaveAppend && frame::FileExists(m_path)) {
+        // A held file that was deleted, renamed or replaced is not appended to.
+        if (kind == EMtfSaveKind::SaveAppend && m_file->HasName()) {
             Append();
         } else {
             Rewrite();
@@ -209,44 +246,71 @@ void CMtfMetaFile::CloseFile() {
 }
 
 void CMtfMetaFile::Rewrite() {
-    const bool missing = !frame::FileExists(m_path);
-    const bool hasCopy = missing && frame::FileExists(m_oldPath);
-    if (hasCopy) {
-        frame::CopyFileDurably(m_oldPath, m_path);
-    } else if (missing) {
-        WriteNewFile();
+    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+        if (TryRewrite()) {
+            m_lines->CommitSaved();
+            return;
+        }
     }
-    if (missing && m_file) {
-        m_file.reset();
-        m_file = CBinaryFile::Open(m_path, EFileAccess::ReadWrite);
-    }
-    if (!missing || hasCopy) {
-        RewriteInPlace();
-    }
-    m_lines->CommitSaved();
+    CBinaryFile::ThrowNotOpened(m_filePath, platform::win32err::kSharingViolation);
 }
 
-void CMtfMetaFile::RewriteInPlace() {
-    // Held until the copy is deleted. Otherwise another process could write the file while
-    // the copy exists, and the next opening would replace its changes with the copy.
-    const CBinaryFile::Holder file =
-        m_file ? m_file : CBinaryFile::Open(m_path, EFileAccess::ReadWrite);
+// False when another process has created or deleted the file at the same time.
+bool CMtfMetaFile::TryRewrite() {
+    CBinaryFile::Holder file = m_file && m_file->HasName() ? m_file : nullptr;
+    if (!file && platform::GetEntryKind(m_filePath) == platform::EEntryKind::None) {
+        const bool hasCopy = HasCopy();
+        if (!(hasCopy ? RestoreCopy() : WriteNewFile())) {
+            return false;
+        }
+        if (!hasCopy && !m_file) {
+            return true;
+        }
+    }
+    // Opened before the copy is made and held until it is deleted. Otherwise another process
+    // could write the file while the copy exists, and the next opening would replace its
+    // changes with the copy.
+    if (!file) {
+        file = CBinaryFile::OpenIfExists(m_filePath, EFileAccess::ReadWrite);
+    }
+    if (!file) {
+        return false;
+    }
     MakeSafetyCopy();
     ComposeAndWrite(*file);
     frame::DeleteFileDurably(m_oldPath);
+    if (m_file) {
+        m_file = file;
+    }
+    return true;
 }
 
 // An existing copy is kept: it is the last complete version.
 void CMtfMetaFile::MakeSafetyCopy() {
-    if (!frame::FileExists(m_oldPath)) {
-        frame::CopyFileDurably(m_path, m_oldPath);
+    if (!HasCopy()) {
+        frame::CopyFileDurably(m_filePath, m_oldPath);
     }
 }
 
-void CMtfMetaFile::WriteNewFile() {
-    const CBinaryFile::Holder file = CBinaryFile::CreateStaged(m_path);
+// False when another process has created the file or deleted the copy.
+bool CMtfMetaFile::RestoreCopy() {
+    try {
+        frame::CopyFileDurably(m_oldPath, m_filePath);
+        return true;
+    } catch (const CWin32Exc& exc) {
+        if (exc.GetCode() != platform::win32err::kAlreadyExists &&
+            exc.GetCode() != platform::win32err::kFileNotFound) {
+            throw;
+        }
+        return false;
+    }
+}
+
+// False when another process has created the file.
+bool CMtfMetaFile::WriteNewFile() {
+    const CBinaryFile::Holder file = CBinaryFile::CreateStaged(m_filePath);
     ComposeAndWrite(*file);
-    file->Publish();
+    return file->Publish();
 }
 
 void CMtfMetaFile::ComposeAndWrite(CBinaryFile& file) {
@@ -300,7 +364,7 @@ bool CMtfMetaFile::CopyBeforeAppend(std::string_view tail) {
             // The folder refuses new files, or the disk has no room for a copy.
         }
     }
-    return frame::FileExists(m_oldPath);
+    return platform::GetEntryKind(m_oldPath) == platform::EEntryKind::File;
 }
 
 // Writes the tail first with NULs in place of its line ends. Text after a NUL is not read, and

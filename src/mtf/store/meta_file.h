@@ -45,12 +45,16 @@ private:
     void OpenByMode(EMtfOpenMode mode);
     void LoadFromDisk();
     void OpenForWriting();
-    void HoldFile(bool hasCopy);
+    void HoldFile();
+    void DeleteFiles();
     void Recover();
     void LoadContent(idxdata::CBinaryFile& file);
+    // Throws CExc for a safety copy that is not a regular file.
+    bool HasCopy() const;
     void Rewrite();
-    void RewriteInPlace();
-    void WriteNewFile();
+    bool TryRewrite();
+    bool WriteNewFile();
+    bool RestoreCopy();
     void MakeSafetyCopy();
     void ComposeAndWrite(idxdata::CBinaryFile& file);
     void Append();
@@ -59,8 +63,9 @@ private:
     void UndoAppend(bool hasCopy) noexcept;
     void TruncateFailedAppend();
 
-    std::u16string m_path;
-    std::u16string m_oldPath;             // the safety copy
+    std::u16string m_path;                // as the caller gave it
+    std::u16string m_filePath;            // the file that a link leads to, or m_path
+    std::u16string m_oldPath;             // the safety copy, beside the file itself
     idxdata::CBinaryFile::Holder m_file;  // held in mode EMtfOpenRW only
     std::shared_ptr<CMtfLines> m_lines;
     // Size of the held file without the append that failed or is in progress.

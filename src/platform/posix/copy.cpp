@@ -75,23 +75,21 @@ bool CopyAttributes(const struct stat& source, const Opened& target) noexcept {
     return ::futimens(descriptor, times) == 0;
 }
 
-bool CopyToOpened(const Opened& source, Opened& target, bool sync) noexcept {
-    const int descriptor = target.descriptor.Get();
-    if (!Truncate(descriptor) || !CopyContent(source.descriptor.Get(), descriptor) ||
-        !CopyAttributes(source.info, target) || (sync && ::fsync(descriptor) != 0)) {
-        return false;
-    }
-    // Some file systems report a failed write at the close only.
-    return ::close(target.descriptor.Detach()) == 0 || errno == EINTR;
+}  // namespace
+
+Opened OpenToCopy(const std::string& source, std::uint32_t flags) {
+    return OpenShared({source, kGenericRead, kShareRead | kShareWrite, kOpenExisting, flags});
 }
 
-}  // namespace
+bool CopyOpened(const Opened& source, const Opened& target, bool sync) noexcept {
+    const int descriptor = target.descriptor.Get();
+    return Truncate(descriptor) && CopyContent(source.descriptor.Get(), descriptor) &&
+           CopyAttributes(source.info, target) && (!sync || ::fsync(descriptor) == 0);
+}
 
 bool CopyFileTo(const std::string& source, const std::string& target, bool failIfExists,
                 bool sync) {
-    // The source may be open for writing, so that its writer can copy it.
-    const Opened from =
-        OpenShared({source, kGenericRead, kShareRead | kShareWrite, kOpenExisting, 0});
+    const Opened from = OpenToCopy(source, 0);
     if (!from.descriptor) {
         return false;
     }
@@ -103,7 +101,8 @@ bool CopyFileTo(const std::string& source, const std::string& target, bool failI
     if (to.info.st_dev == from.info.st_dev && to.info.st_ino == from.info.st_ino) {
         return Fail(win32err::kSharingViolation);
     }
-    if (CopyToOpened(from, to, sync)) {
+    // Some file systems report a failed write at the close only.
+    if (CopyOpened(from, to, sync) && (::close(to.descriptor.Detach()) == 0 || errno == EINTR)) {
         return true;
     }
     const std::uint32_t code = Win32FromErrno(errno);

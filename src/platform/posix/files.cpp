@@ -33,14 +33,6 @@ std::string AbsoluteFolder(const std::string& path) {
     return folder;
 }
 
-std::unique_ptr<OpenFile> NewFile(std::uint32_t access) {
-    auto file = std::make_unique<OpenFile>();
-    file->access = access;
-    file->state = std::make_shared<posix::OpenState>(
-        posix::OpenState{{{0, UTIME_OMIT}, {0, UTIME_OMIT}}, {}});
-    return file;
-}
-
 // Moves `length` bytes by calls of `transfer`(offset, rest) and continues after interrupted
 // and short ones; 0 ends the transfer early. False with errno; `transferred` is set in every
 // case.
@@ -92,7 +84,7 @@ FileHandle CreateFileW(std::u16string_view path, std::uint32_t access, std::uint
     if (!native) {
         return kInvalidFileHandle;
     }
-    auto file = NewFile(access);
+    auto file = posix::NewOpenFile(access);
     std::string folder = disposition == kOpenExisting ? std::string() : AbsoluteFolder(*native);
     const mode_t mode = (flags & kAttributeReadOnly) != 0 ? posix::kDefaultMode & ~posix::kWriteBits
                                                           : posix::kDefaultMode;

@@ -23,23 +23,6 @@ bool IsProtected(const struct stat& info) {
     return !S_ISLNK(info.st_mode) && posix::IsReadOnly(info);
 }
 
-// rename() that fails with EEXIST when the target exists; -1 with errno. On a file system
-// without RENAME_NOREPLACE, a target created between the check and the rename is replaced.
-int RenameWithoutReplacing(const char* source, const char* target) noexcept {
-    if (::renameat2(AT_FDCWD, source, AT_FDCWD, target, RENAME_NOREPLACE) == 0) {
-        return 0;
-    }
-    if (errno != EINVAL && errno != ENOSYS) {
-        return -1;
-    }
-    struct stat info {};
-    if (::lstat(target, &info) == 0) {
-        errno = EEXIST;
-        return -1;
-    }
-    return ::rename(source, target);
-}
-
 // Whether an entry may replace `target`. If so, `lock` excludes writers of `target`; if not,
 // sets the last error.
 bool MayReplace(const struct stat& source, const std::string& target, posix::CDescriptor& lock) {
@@ -81,7 +64,7 @@ bool Move(const std::string& source, const std::string& target, std::uint32_t fl
         return false;
     }
     if ((replace ? ::rename(source.c_str(), target.c_str())
-                 : RenameWithoutReplacing(source.c_str(), target.c_str())) == 0) {
+                 : posix::RenameWithoutReplacing(source.c_str(), target.c_str())) == 0) {
         return true;
     }
     if (errno == EXDEV && (flags & kMoveCopyAllowed) != 0 && S_ISREG(info.st_mode)) {
@@ -92,6 +75,25 @@ bool Move(const std::string& source, const std::string& target, std::uint32_t fl
 }
 
 }  // namespace
+
+namespace posix {
+
+int RenameWithoutReplacing(const char* source, const char* target) noexcept {
+    if (::renameat2(AT_FDCWD, source, AT_FDCWD, target, RENAME_NOREPLACE) == 0) {
+        return 0;
+    }
+    if (errno != EINVAL && errno != ENOSYS) {
+        return -1;
+    }
+    struct stat info {};
+    if (::lstat(target, &info) == 0) {
+        errno = EEXIST;
+        return -1;
+    }
+    return ::rename(source, target);
+}
+
+}  // namespace posix
 
 bool CreateDirectoryW(std::u16string_view path) {
     const auto native = posix::NativePath(path);

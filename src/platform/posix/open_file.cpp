@@ -40,13 +40,14 @@ int LockOf(const OpenRequest& request) {
 
 int OpenFlags(const OpenRequest& request) {
     // Without O_NONBLOCK, opening a pipe waits for its other end.
-    constexpr int kAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    const int noFollow = (request.flags & kFlagNoFollow) != 0 ? O_NOFOLLOW : 0;
+    const int always = O_CLOEXEC | O_NOCTTY | O_NONBLOCK | noFollow;
     if (Writes(request)) {
         const bool reads = (request.access & kGenericRead) != 0;
-        return kAlways | (reads ? O_RDWR : O_WRONLY);
+        return always | (reads ? O_RDWR : O_WRONLY);
     }
     const bool attributesOnly = (request.access & kGenericRead) == 0;
-    return attributesOnly && !MayCreate(request) ? O_CLOEXEC | O_PATH : kAlways | O_RDONLY;
+    return attributesOnly && !MayCreate(request) ? O_CLOEXEC | O_PATH : always | O_RDONLY;
 }
 
 int OpenRetrying(const char* path, int flags, mode_t mode) noexcept {
@@ -164,6 +165,13 @@ OpenFile* FileOf(FileHandle handle) noexcept {
         return nullptr;
     }
     return static_cast<OpenFile*>(handle);
+}
+
+std::unique_ptr<OpenFile> NewOpenFile(std::uint32_t access) {
+    auto file = std::make_unique<OpenFile>();
+    file->access = access;
+    file->state = std::make_shared<OpenState>(OpenState{{{0, UTIME_OMIT}, {0, UTIME_OMIT}}, {}});
+    return file;
 }
 
 FileHandle MakeHandle(std::unique_ptr<OpenFile> file) noexcept {

@@ -51,6 +51,8 @@ struct OpenFile {
 
 // The open file of a handle; null with last error 6 for a null or invalid handle.
 OpenFile* FileOf(FileHandle handle) noexcept;
+// A file without a descriptor; throws std::bad_alloc.
+std::unique_ptr<OpenFile> NewOpenFile(std::uint32_t access);
 FileHandle MakeHandle(std::unique_ptr<OpenFile> file) noexcept;
 
 struct OpenRequest {
