@@ -20,8 +20,8 @@ class CBinaryFile {
 public:
     using Holder = std::shared_ptr<CBinaryFile>;
 
-    // Other opens of the file for reading are allowed, opens for writing are not. An open
-    // that fails with a sharing violation is tried ten times, 100 ms apart.
+    // Files opened for reading can be read by others; a file opened for writing cannot be opened
+    // by others. An open that fails with a sharing violation is tried ten times, 100 ms apart.
 
     static Holder Open(std::u16string_view path, EFileAccess access, bool directory = false);
     // Null when the file or its folder does not exist.

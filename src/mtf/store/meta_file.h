@@ -23,7 +23,8 @@ inline constexpr std::uint64_t kMetaFileSizeLimit = 104857600;  // bytes
 
 // One opened meta-file; no locks, one caller at a time. At every moment of a save the disk
 // has the last saved content or the new content: in the file, or in the safety copy
-// "<path>.old", which the next Open reads instead of the file. Destruction saves nothing.
+// "<path>.old", which the next Open reads instead of the file. An append of several lines without
+// a copy adds whole lines, one after the other. Destruction saves nothing.
 class CMtfMetaFile {
 public:
     static std::shared_ptr<CMtfMetaFile> Open(std::u16string_view path, EMtfOpenMode mode);
