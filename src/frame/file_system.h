@@ -28,6 +28,8 @@ struct SplitText {
 // Splits at the last backslash, or at the last slash if there is no backslash. Without a
 // separator the folder is empty.
 SplitText SplitPath(std::u16string_view path) noexcept;
+// The length of the path without its last element; either separator ends an element.
+std::size_t FolderLength(std::u16string_view path) noexcept;
 // Splits at the last dot; without a dot the extension is empty.
 SplitText SplitExtension(std::u16string_view name) noexcept;
 // Removes one separator from the end.
@@ -35,6 +37,8 @@ std::u16string_view StripTrailingSeparator(std::u16string_view path) noexcept;
 // Writes a backslash before every part but the first, also before an empty part.
 std::u16string JoinPath(const std::vector<std::u16string_view>& parts);
 std::u16string CombinePath(std::u16string_view a, std::u16string_view b);
+// The path of `name` in the folder of `path`; either separator ends a folder.
+std::u16string SiblingPath(std::u16string_view path, std::u16string_view name);
 
 // Whether the path names a file or a folder (platform::EntryExists).
 bool FileExists(std::u16string_view path);
@@ -42,8 +46,9 @@ bool FileExists(std::u16string_view path);
 bool AnyFileMatches(std::u16string_view pattern);
 void ResetReadOnly(std::u16string_view path);
 // Creates the folder and its missing ancestors. The exception has one message for each folder
-// that was not created.
-void CreateFolder(std::u16string_view path);
+// that was not created. A name without a folder is refused unless `acceptBareName`: kept for
+// compatibility.
+void CreateFolder(std::u16string_view path, bool acceptBareName = false);
 // Deletes a read-only file too. A missing file is not a failure.
 void DeleteFile(std::u16string_view path);
 // Like DeleteFile; the deletion is on the disk when the function returns, and a power cut

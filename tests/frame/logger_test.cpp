@@ -147,11 +147,11 @@ TEST(FileLogWriters, NameTheirFiles) {
     platform::SystemTime now;
     do {
         now = platform::GetLocalTime();
-        logger.SetWriter(std::make_shared<CDailyFileLogWriter>(folder.Path(u"a.b.log")));
+        logger.SetWriter(std::make_shared<CDailyFileLogWriter>(folder.Path() + u"\\new.d/a.b.log"));
         logger.Log(4, u"daily");
     } while (now.day != platform::GetLocalTime().day);
     char name[32];
-    std::snprintf(name, sizeof name, "a.b-%04u-%02u-%02u.log", now.year, now.month, now.day);
+    std::snprintf(name, sizeof name, "new.d/a.b-%04u-%02u-%02u.log", now.year, now.month, now.day);
     logger.SetWriter(std::make_shared<CSimpleFileLogWriter>(folder.Path(u"s.log")));
     logger.ChangeIndent(+1);
     logger.Log(4, u"simple");

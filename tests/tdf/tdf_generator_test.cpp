@@ -38,6 +38,28 @@ TEST_F(TdfGenerator, ReplacesEarlierOutputAndKeepsTheRest) {
     ExpectSame(ReadOutput(), expected);
 }
 
+TEST_F(TdfGenerator, AcceptsEverySpellingOfAPath) {
+    WriteVolume(support::SmallVolume().Bytes());
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(m_folder.Native());
+    const TdfFiles expected = Expected(support::SmallVolume());
+    for (const auto& [list, out] :
+         {std::pair{std::u16string(u"list.mtf"), std::u16string(u"new/out")},
+          std::pair{m_folder.Path() + u"\\./list.mtf", m_folder.Path() + u"\\new\\\\out"},
+          std::pair{m_folder.Path(u"list.mtf"), std::u16string(u"out")}}) {
+        std::filesystem::remove_all("new");
+        m_settings.binIndexFile = list;
+        m_settings.outpFolder = out;
+        EXPECT_EQ(Generate().text, "");
+        if (out == u"out") {
+            std::filesystem::create_directory("new");
+            std::filesystem::rename("out", "new/out");
+        }
+        ExpectSame(ReadOutput(), expected);
+    }
+    std::filesystem::current_path(before);
+}
+
 // The last and the first second around the end of each February and of each year, and times
 // and sizes at and beyond the ends of their ranges.
 TEST_F(TdfGenerator, WritesEveryDateAndSize) {

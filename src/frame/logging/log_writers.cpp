@@ -57,9 +57,9 @@ platform::CFileHandle OpenOrCreate(std::u16string_view path) {
         return file;
     }
     try {
-        const std::u16string_view folder = SplitPath(path).head;
+        const std::u16string_view folder = path.substr(0, FolderLength(path));
         if (!folder.empty()) {
-            CreateFolder(folder);
+            CreateFolder(folder, true);
         }
     } catch (const CExc&) {
         return {};
@@ -99,9 +99,9 @@ std::u16string CDailyFileLogWriter::FilePath(const platform::SystemTime& time) c
     char day[32];
     static_cast<void>(
         std::snprintf(day, sizeof day, "-%04u-%02u-%02u", time.year, time.month, time.day));
-    const std::size_t name = m_path.size() - SplitPath(m_path).tail.size();
     const std::size_t dot = m_path.rfind(u'.');
-    const std::size_t at = dot == std::u16string::npos || dot < name ? m_path.size() : dot;
+    const std::size_t at =
+        dot == std::u16string::npos || dot < FolderLength(m_path) ? m_path.size() : dot;
     return m_path.substr(0, at) + AnsiToWide(day) + m_path.substr(at);
 }
 

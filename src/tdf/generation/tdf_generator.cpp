@@ -9,8 +9,7 @@ namespace tdf {
 
 void GenerateTextDataFiles(const TdfSettings& settings) {
     frame::CLogScope scope(u"Generating text files from binaries.", frame::ProcessLogger());
-    frame::CreateFolder(settings.outpFolder);
-    const std::u16string_view folder = frame::SplitPath(settings.binIndexFile).head;
+    frame::CreateFolder(settings.outpFolder, true);
     const auto list =
         mtf::CMtfOpenedMetaFile::Open(settings.binIndexFile, mtf::EMtfOpenMode::EMtfLoad);
     using Tree = mtf::CMtfAttrsTreeData;
@@ -18,7 +17,7 @@ void GenerateTextDataFiles(const TdfSettings& settings) {
     if (volumes != Tree::kNoNode) {
         for (const mtf::CMtfAttrEntry* volume : list->Tree().GetTable().ListAttrs(volumes)) {
             CVolumeGenerator(settings, volume->name.View())
-                .Run(frame::CombinePath(folder, volume->value.View()));
+                .Run(frame::SiblingPath(settings.binIndexFile, volume->value.View()));
         }
     }
     scope.Ok();

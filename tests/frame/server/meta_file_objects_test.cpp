@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "frame/file_system.h"
 #include "support/meta_files.h"
 
 namespace {
@@ -55,6 +56,30 @@ TEST_P(MetaFileObjects, Existence) {
                   row.exists)
             << frame::WideToAnsi(row.name);
     }
+}
+
+TEST_P(MetaFileObjects, EverySpellingOfAPath) {
+    const std::u16string here = m_folder.Path(), name(100, u'n');
+    const std::u16string deep = name + u"\\" + name + u"\\" + name;  // more than 260 units
+    frame::CreateFolder(here + u"\\\\" + deep);
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(m_folder.Native());
+    for (const std::u16string& path :
+         {std::u16string(u"m"), u"./" + deep + u"/m", std::u16string(u".\\\\m"), here + u"//m",
+          here + u"\\" + name + u"\\../.\\m"}) {
+        SCOPED_TRACE(frame::WideToAnsi(path));
+        for (const char16_t* value : {u"1", u"2"}) {  // creates, then rewrites
+            const auto file = Get<&IOibIdxLib::CreateMetaFile>(m_library, path, EIdxMetaOpenRW);
+            Succeed<&F::SetAttr>(file, u"a", value);
+            Succeed<&F::FlushChanges>(file);
+        }
+        EXPECT_EQ(Get<&IOibIdxLib::IsMetaFileExists>(m_library, path), VARIANT_TRUE);
+        EXPECT_EQ(support::ReadWhole(path), support::MetaFileBytes(u"a=2"));
+        Get<&IOibIdxLib::CreateMetaFile>(m_library, path, EIdxMetaCreateNewDetached);
+        EXPECT_EQ(Get<&IOibIdxLib::IsMetaFileExists>(m_library, path), VARIANT_FALSE);
+    }
+    std::filesystem::current_path(before);
+    frame::RemoveFolder(here + u"\\" + name);
 }
 
 TEST_P(MetaFileObjects, NullArguments) {
