@@ -26,22 +26,28 @@ constexpr char16_t kLineEnd[] = {u'\r', u'\n'};
     throw frame::CWin32Exc(message, code);
 }
 
-platform::CFileHandle Open(std::u16string_view path, std::uint32_t disposition) {
+platform::CFileHandle Open(std::u16string_view path, std::uint32_t disposition,
+                           std::uint32_t flags) {
     return platform::CFileHandle(platform::CreateFileW(path, platform::kGenericWrite,
-                                                       platform::kShareRead, disposition,
-                                                       platform::kAttributeNormal));
+                                                       platform::kShareRead, disposition, flags));
 }
 
 }  // namespace
 
-void CFileWriter::Create(std::u16string_view path) {
+void CFileWriter::Create(std::u16string_view path, EOtherEntry other) {
     Close();
     std::u16string copy(path);  // before anything changes: it can throw
-    m_file = Open(path, platform::kCreateAlways);
+    const bool follows = other == EOtherEntry::Open;
+    const std::uint32_t flags =
+        platform::kAttributeNormal | (follows ? 0 : platform::kFlagNoFollow);
+    const bool mayOpen = follows || platform::GetEntryKind(path) != platform::EEntryKind::Other ||
+                         platform::DeleteFileW(path);
+    m_file = mayOpen ? Open(path, platform::kCreateAlways, flags) : platform::CFileHandle();
     if (!m_file) {
         FailWin32(kCreateFailure);
     }
     m_path = std::move(copy);
+    m_flags = flags;
     m_times.reset();
     m_position = m_fileSize = 0;
     m_failure = kCreateFailure;
@@ -238,7 +244,7 @@ void CFileWriter::Pause() {
 }
 
 void CFileWriter::Resume() {
-    platform::CFileHandle file = Open(m_path, platform::kOpenExisting);
+    platform::CFileHandle file = Open(m_path, platform::kOpenExisting, m_flags);
     std::int64_t size = 0;
     if (!file || !platform::GetFileSizeEx(file.Get(), size)) {
         FailWin32(m_failure);

@@ -44,8 +44,12 @@ public:
     CFileWriter& operator=(const CFileWriter&) = delete;
     ~CFileWriter() = default;
 
-    // Replaces an existing file. Closes the file that was open before.
-    void Create(std::u16string_view path);
+    // What Create does with an entry that is no regular file and no folder: a link, a pipe, a
+    // device.
+    enum class EOtherEntry { Open, Remove };
+    // Replaces the content of an existing file. Closes the file that was open before. With
+    // EOtherEntry::Remove the writer follows no link, also when a paused file is opened again.
+    void Create(std::u16string_view path, EOtherEntry other = EOtherEntry::Open);
     // Does nothing when no file is open. Releases the file even when it throws.
     void Close();
     // True for a paused file, too.
@@ -109,6 +113,7 @@ private:
     platform::CFileHandle m_file;
     bool m_open = false;
     std::u16string m_path;
+    std::uint32_t m_flags = 0;            // of CreateFileW
     std::optional<std::int64_t> m_times;  // ticks
     std::int64_t m_position = 0;          // in the file, of the first buffered byte
     std::int64_t m_fileSize = 0;          // bytes, without the buffer

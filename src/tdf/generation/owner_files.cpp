@@ -61,7 +61,7 @@ void COwnerFiles::CreateNext(std::uint32_t owner) {
     }
     const std::u16string path = PathOf(owner);
     MarkSharedLabelOpen(owner);
-    OpenWithFreeHandle([&] { state.writer->Create(path); });
+    CreateExtraFile(*state.writer, path);
     m_handles.PushBack(owner);
     state.writer->SetAllFileTimes(m_settings.fileTimes);
     AcquireBuffer(owner);
@@ -139,7 +139,8 @@ void COwnerFiles::CloseAll() {
 }
 
 void COwnerFiles::CreateExtraFile(idxdata::CFileWriter& writer, std::u16string_view path) {
-    OpenWithFreeHandle([&] { writer.Create(path); });
+    // In a folder that others can write, a link can be anywhere.
+    OpenWithFreeHandle([&] { writer.Create(path, idxdata::CFileWriter::EOtherEntry::Remove); });
 }
 
 void COwnerFiles::AcquireHandle(std::uint32_t owner) {

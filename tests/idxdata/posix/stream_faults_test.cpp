@@ -45,6 +45,22 @@ TEST(FileWriter, WritesNoByteTwiceAndLosesNone) {
     }
 }
 
+TEST(FileWriter, FollowsNoLinkWhenItOpensAPausedFile) {
+    support::CTempFolder folder;
+    ASSERT_TRUE(support::WriteWhole(folder.Path(u"victim"), "abcd"));
+    CFileWriter writer;
+    writer.Create(folder.Path(u"w"), CFileWriter::EOtherEntry::Remove);
+    writer.WriteDWord(1);
+    writer.Flush();
+    writer.Pause();
+    std::filesystem::remove(folder.Native(u"w"));
+    std::filesystem::create_symlink(folder.Native(u"victim"), folder.Native(u"w"));
+    writer.WriteDWord(2);
+    EXPECT_EQ(FailureOf([&] { writer.Close(); }),
+              Refused("Cannot write file in CFileWriter::WriteDWord", 1921));
+    EXPECT_EQ(ReadWhole(folder.Path(u"victim")), "abcd");
+}
+
 TEST(FileWriter, ReportsAFullDeviceWhenItCloses) {
     CFileWriter writer;
     writer.Create(u"/dev/full");

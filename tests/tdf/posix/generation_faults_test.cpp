@@ -73,4 +73,21 @@ TEST_F(GenerationFaults, AFullDiskRefusesTheFirstText) {
     EXPECT_EQ(ReadOutput(), (support::TdfFiles{{u"vl.C.CORP.jsmith.0.txt", ""}}));
 }
 
+TEST_F(GenerationFaults, PlantedLinksAreReplaced) {
+    const support::Volume volume = support::SmallVolume();
+    WriteVolume(volume.Bytes());
+    std::filesystem::create_directories(m_folder.Native(u"new/out"));
+    const std::u16string victim = m_folder.Path(u"victim");
+    ASSERT_TRUE(support::WriteWhole(victim, "precious"));
+    for (const char* name : {"vl.C.CORP.jsmith.0.txt", "owners.C.map"}) {
+        std::filesystem::create_symlink(victim, m_folder.Native(u"new/out") / name);
+    }
+    const auto dangling = m_folder.Native(u"new/out/vl.C.unkn0.0.txt");
+    std::filesystem::create_symlink(m_folder.Native(u"none"), dangling);
+    EXPECT_EQ(Generate().text, "");
+    support::ExpectSame(ReadOutput(), Expected(volume));
+    EXPECT_EQ(support::ReadWhole(victim), "precious");
+    EXPECT_FALSE(std::filesystem::exists(m_folder.Native(u"none")));
+}
+
 }  // namespace
