@@ -11,6 +11,9 @@ namespace {
 
 using zorel::client::CComPtr;
 using zorel::client::CString;
+// More than an input can have: each has an identifier of 32 digits.
+constexpr int kMostGroups = 130;
+
 using Refs = CComPtr<ICatOibRefsEnumerator>;
 
 CComPtr<IMtfBSessionMetaFile> Open(EIdxMetaOpenMode mode) {
@@ -56,12 +59,17 @@ void Run(std::string_view bytes) {
     if (!session || !List(*session, before) || before.empty()) {
         return;
     }
+    // Each deletion deletes one group; several groups can have the identifier.
     const GUID id = before[position % before.size()];
-    if (!Succeeds(session->DeleteOibRef(id))) {
-        return;
+    for (int i = 0; i < kMostGroups; ++i) {
+        if (!Succeeds(session->DeleteOibRef(id))) {
+            return;
+        }
     }
     Require(List(*session, after), "the references that are left can be listed");
     Require(after.size() <= before.size(), "a deletion adds nothing");
+    Require(id == GUID_NULL || std::find(after.begin(), after.end(), id) == after.end(),
+            "a deleted reference is not listed");
     if (!Succeeds(session->FlushChanges())) {
         return;
     }

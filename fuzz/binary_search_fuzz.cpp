@@ -86,10 +86,8 @@ void Run(std::string_view bytes) {
 std::vector<std::string> Seeds() {
     std::vector<std::string> seeds = {Seed(ReadSource("tests/data/example.dat"), {0, 2, 0, 4}),
                                       Seed(support::RandomVolume(1, 6, 12, 4).Bytes(), {0, 1, 0})};
-    for (std::uint8_t i = 0; i < 6; ++i) {
-        std::vector<std::uint8_t> choices = VolumeChoices(i);
-        choices.front() = 1;
-        seeds.push_back(Seed("", choices));
+    for (std::uint32_t i = 0; i < 80; ++i) {
+        seeds.push_back(RandomSeed(i, 600, {1}));
     }
     return seeds;
 }

@@ -93,8 +93,11 @@ std::vector<std::string> Seeds() {
     support::Volume volume = support::SmallVolume();
     volume.files[1].dir = 99;
     volume.dirs[3].parent = 3;
-    return {Seed(ReadSource("tests/data/example.dat")), Seed(support::SmallVolume().Bytes()),
-            Seed(support::RandomVolume(1, 12, 30, 4).Bytes()), Seed(volume.Bytes())};
+    // The choices: a path, then extensions.
+    return {Seed(ReadSource("tests/data/example.dat"), {0, 0}),
+            Seed(support::SmallVolume().Bytes(), {6, 0, 3, 4, 5, 6, 7, 0}),
+            Seed(support::RandomVolume(1, 12, 30, 4).Bytes(), {0, 4, 0, 4, 5, 4}),
+            Seed(volume.Bytes(), {0, 0})};
 }
 
 }  // namespace fuzz

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <random>
 
 #include "support/temp_folder.h"
 
@@ -68,6 +69,15 @@ std::u16string CInput::Text(std::u16string_view alphabet, std::size_t longest) {
 
 std::string Seed(std::string_view content, const std::vector<std::uint8_t>& choices) {
     return std::string(content) + std::string(choices.rbegin(), choices.rend());
+}
+
+std::string RandomSeed(std::uint32_t seed, std::size_t count, std::vector<std::uint8_t> first,
+                       unsigned end) {
+    std::mt19937 random(seed);
+    for (; count > 0; --count) {
+        first.push_back(static_cast<std::uint8_t>(random() % end));
+    }
+    return Seed("", first);
 }
 
 void Require(bool holds, const char* property) {

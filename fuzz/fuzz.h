@@ -50,6 +50,9 @@ private:
 
 // A seed: content of a file, then choices in the order in which they are read.
 std::string Seed(std::string_view content, const std::vector<std::uint8_t>& choices = {});
+// `first` and `count` random choices below `end`, without content.
+std::string RandomSeed(std::uint32_t seed, std::size_t count, std::vector<std::uint8_t> first = {},
+                       unsigned end = 256);
 
 // ----- Checks ---------------------------------------------------------------------------
 

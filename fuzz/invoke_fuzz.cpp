@@ -2,7 +2,6 @@
 // IDispatch can pass any number of arguments of any type.
 #include <deque>
 #include <filesystem>
-#include <random>
 
 #include "automation/bstr.h"
 #include "automation/posix/record_info.h"
@@ -380,14 +379,9 @@ void Run(std::string_view bytes) {
 
 std::vector<std::string> Seeds() {
     std::vector<std::string> seeds;
-    for (std::uint32_t i = 0; i < 12; ++i) {
-        std::mt19937 random(i);
-        std::vector<std::uint8_t> choices(500);
-        for (std::uint8_t& choice : choices) {
-            // Small choices: calls that fit.
-            choice = static_cast<std::uint8_t>(random() % (i < 6 ? 20 : 256));
-        }
-        seeds.push_back(Seed("", choices));
+    for (std::uint32_t i = 0; i < 60; ++i) {
+        // Small choices make more calls that fit.
+        seeds.push_back(RandomSeed(i, 400, {}, i % 2 == 0 ? 20 : 256));
     }
     return seeds;
 }

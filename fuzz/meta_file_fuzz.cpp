@@ -101,10 +101,21 @@ private:
         Require(Dump(*m_file) == m_model.Dump(), "an opened tree is that of the model");
     }
 
+    std::u16string ReadPath() {
+        std::u16string path = m_input.Text(u"aAbB..k1 x\u00C9", 8);
+        if (path.find_first_not_of(u" .") == path.npos) {
+            std::erase(path, u' ');  // a name of blanks makes a file unreadable
+        }
+        return path;
+    }
+
     // What the module refuses changes nothing.
     void Change() {
-        const std::u16string path = m_input.Text(u"aAbB..k1 x\u00C9", 8);
-        const std::u16string value = m_input.Text(u"v =\t#\r\n1\u00E9\xD800", 6);
+        const std::u16string path = ReadPath();
+        // A value with a line end reads back as several lines, and a line whose attribute has no
+        // name makes a file unreadable: no value has both.
+        const std::u16string value =
+            m_input.Text(m_input.Flag() ? u"v\r\n\r\n #1\u00E9" : u"v =\t#\r1\u00E9\xD800", 8);
         const CString name(path);
         switch (m_input.Below(8)) {
             case 0:
@@ -168,13 +179,14 @@ void Run(std::string_view bytes) {
 }
 
 std::vector<std::string> Seeds() {
-    std::vector<std::uint8_t> changes = {1};
-    for (std::uint8_t i = 0; i < 250; ++i) {
-        changes.push_back(static_cast<std::uint8_t>(i * 37 % 251));
+    std::vector<std::string> seeds = {
+        Seed(ReadSource("tests/data/meta_file.mtf"), {0}),
+        Seed("Job.Name=a\r\n#c\r\n\r\njob.B = \xC3\xA9\r\nx", {0}),
+        Seed(support::MetaFileBytes(u"a=1\r\nA.b=2\r\na.b=3\r\n"), {0})};
+    for (std::uint32_t i = 0; i < 40; ++i) {
+        seeds.push_back(RandomSeed(i, 400, {1}));
     }
-    return {Seed(ReadSource("tests/data/meta_file.mtf"), {0}),
-            Seed("Job.Name=a\r\n#c\r\n\r\njob.B = \xC3\xA9\r\nx", {0}),
-            Seed(support::MetaFileBytes(u"a=1\r\nA.b=2\r\na.b=3\r\n"), {0}), Seed("", changes)};
+    return seeds;
 }
 
 }  // namespace fuzz

@@ -2,6 +2,7 @@
 //   TARGET FOLDER
 // The folder may be missing. When a property does not hold, the program writes the input to the
 // file TARGET.failed and ends.
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -12,7 +13,8 @@
 
 namespace {
 
-constexpr int kChangesPerSeed = 150;
+constexpr std::size_t kChanges = 1500;  // of all seeds; at least kLeastChanges of each
+constexpr std::size_t kLeastChanges = 10;
 
 std::string current;  // the input that runs
 std::string failedPath;
@@ -53,13 +55,15 @@ int main(int argc, char** argv) {
     failedPath = std::filesystem::absolute(argv[0] + std::string(".failed")).string();
     std::signal(SIGABRT, WriteFailed);
     std::mt19937 random(20130115);
-    int count = 0;
-    for (const std::string& seed : fuzz::Seeds()) {
+    std::size_t count = 0;
+    const std::vector<std::string> seeds = fuzz::Seeds();
+    for (const std::string& seed : seeds) {
         Run(seed);
-        for (int i = 0; i < kChangesPerSeed; ++i) {
+        const std::size_t changes = std::max(kChanges / seeds.size(), kLeastChanges);
+        for (std::size_t i = 0; i < changes; ++i) {
             Run(Changed(seed, random));
         }
-        count += kChangesPerSeed + 1;
+        count += changes + 1;
     }
     fuzz::Require(argc == 2 && count != 0, "the program has a folder and seeds");
     if (std::filesystem::exists(argv[1])) {
@@ -71,6 +75,6 @@ int main(int argc, char** argv) {
             ++count;
         }
     }
-    std::printf("%d inputs\n", count);
+    std::printf("%zu inputs\n", count);
     return 0;
 }

@@ -84,8 +84,16 @@ std::vector<std::string> Seeds() {
     const std::string text = support::Utf16Bytes(lines);
     const std::string damaged =
         support::Utf16Bytes(lines + u"13/15/2013 09:05:07, 1 C:\\a\r\uFEFF\n1h0A2B readme\n");
-    return {Seed(text), Seed(damaged), Seed(text + "x", {3, 0, 2, 4, 0, 200, 201, 1, 1}),
-            Seed(text, {0, 2, 0, 2, 0, 200, 1, 0})};
+    const std::vector<std::uint8_t> noCriteria(6);
+    std::vector<std::string> seeds = {Seed(text, noCriteria), Seed(damaged, noCriteria),
+                                      Seed(text + "x", {3, 0, 2, 4, 0, 200, 201, 1, 1}),
+                                      Seed(text, {0, 2, 0, 2, 0, 200, 1, 0})};
+    for (const std::u16string_view line :
+         {u"01/15/2013 09:05:07,\\1,x", u"01/15/2013 09:05:07, 1 C:\\a", u"01\\C",
+          u"00/00/0100 24:60:60, 1, C:\\a", u"01/32/10000 09:05:07, 1, \\"}) {
+        seeds.push_back(Seed(support::Utf16Bytes(line), noCriteria));
+    }
+    return seeds;
 }
 
 }  // namespace fuzz

@@ -1,7 +1,6 @@
 #include "volume_input.h"
 
 #include <algorithm>
-#include <random>
 
 #include "support/tdf_model.h"
 
@@ -74,6 +73,8 @@ support::Criteria ReadCriteria(CInput& input, const support::Volume& volume) {
         const std::u16string& name = input.Pick(volume.dirs).name;
         criteria.root =
             u"c:\\" + (input.Flag() ? name : support::Lower(name)) + (input.Flag() ? u"\\" : u"");
+        // The text of an argument ends at its first NUL.
+        criteria.root->resize(std::min(criteria.root->find(u'\0'), criteria.root->size()));
     }
     if (isGiven() && !volume.owners.empty()) {
         const support::OwnerRow& owner = input.Pick(volume.owners);
@@ -94,14 +95,6 @@ support::Criteria ReadCriteria(CInput& input, const support::Volume& volume) {
     }
     criteria.serverRule = input.Flag();
     return criteria;
-}
-
-std::vector<std::uint8_t> VolumeChoices(std::uint8_t seed) {
-    std::mt19937 random(seed);
-    std::vector<std::uint8_t> choices(600);
-    std::generate(choices.begin(), choices.end(),
-                  [&] { return static_cast<std::uint8_t>(random()); });
-    return choices;
 }
 
 }  // namespace fuzz

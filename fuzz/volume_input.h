@@ -14,8 +14,4 @@ support::Volume ReadVolume(CInput& input);
 void SpoilVolume(CInput& input, support::Volume& volume);
 
 support::Criteria ReadCriteria(CInput& input, const support::Volume& volume);
-
-// The choices of a volume with folders, files and owners.
-std::vector<std::uint8_t> VolumeChoices(std::uint8_t seed);
-
 }  // namespace fuzz

@@ -24,8 +24,9 @@ void Run(std::string_view bytes) {
     constexpr std::u16string_view kUnits = u"aAbB*?*.xX[{@`\u00C9\u00E9\u0141";
     CInput input(bytes);
     const bool isStandard = input.Flag();
-    const std::u16string pattern = input.Text(kUnits, 40);
-    const std::u16string name = input.Text(kUnits, 120);
+    const bool isLong = input.Below(4) == 3;
+    const std::u16string pattern = input.Text(kUnits, isLong ? 40 : 6);
+    const std::u16string name = input.Text(kUnits, isLong ? 120 : 10);
     const auto rule = isStandard ? tdf::EStarRule::Standard : tdf::EStarRule::LeadingStar;
     const bool expected = support::PlainWildcardMatch(name, pattern, !isStandard);
     const tdf::CWildcardPattern compiled(pattern, rule);
@@ -41,8 +42,11 @@ void Run(std::string_view bytes) {
 }
 
 std::vector<std::string> Seeds() {
-    return {"aaaaaaaaaaaaaaaaaaaaaaaa", Seed("", {0, 5, 4, 0, 6, 5, 2, 30, 0, 1, 2, 3, 0, 1, 2}),
-            Seed("", {1, 9, 4, 0, 4, 0, 4, 0, 4, 0, 2, 60, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2})};
+    std::vector<std::string> seeds;
+    for (std::uint32_t i = 0; i < 200; ++i) {
+        seeds.push_back(RandomSeed(i, 170, {}, i % 2 == 0 ? 9 : 256));
+    }
+    return seeds;
 }
 
 }  // namespace fuzz
