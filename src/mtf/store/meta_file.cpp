@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <exception>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
@@ -176,7 +177,7 @@ void CMtfMetaFile::DeleteFiles() {
     try {
         frame::DeleteFileDurably(m_oldPath);
         frame::DeleteFile(moved);
-    } catch (const CExc&) {
+    } catch (const std::exception&) {
         platform::MoveFileExW(moved, m_filePath, platform::kMoveWriteThrough);
         throw;
     }
@@ -341,7 +342,7 @@ void CMtfMetaFile::Append() {
             if (hasCopy) {
                 frame::DeleteFileDurably(m_oldPath);
             }
-        } catch (const CExc&) {
+        } catch (const std::exception&) {
             UndoAppend(hasCopy);
             throw;
         }
