@@ -17,10 +17,8 @@ function(zorel_client_test name)
   zorel_under_wine(samples/${name})
 endfunction()
 
-set(run_script ${CMAKE_CURRENT_SOURCE_DIR}/windows/run_script.sh)
 set(example ${CMAKE_CURRENT_SOURCE_DIR}/data/example.dat)
-zorel_client_test(vbscript ${run_script} ${CMAKE_CURRENT_SOURCE_DIR}/windows/client.vbs ${example})
-zorel_client_test(jscript ${run_script} ${CMAKE_CURRENT_SOURCE_DIR}/windows/client.js)
+zorel_client_test(jscript ${CMAKE_CURRENT_SOURCE_DIR}/windows/run_script.sh)
 zorel_client_test(cpp ${CMAKE_CURRENT_SOURCE_DIR}/windows/cpp_client_test.sh
   $<TARGET_FILE:generate_and_search> ${example})
 zorel_client_test(cpp_by_name ${CMAKE_CURRENT_SOURCE_DIR}/windows/by_name_client_test.sh

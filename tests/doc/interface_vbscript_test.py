@@ -12,7 +12,8 @@ import unittest
 from documents import examples, prepare
 
 OIBIDX = sys.argv.pop(1)
-EXAMPLES = examples("doc/interface.md", "vbscript") + [['WScript.Echo "all ran"', "all ran\n"]]
+EXAMPLES = [*examples("doc/interface.md", "vbscript"),
+            ["WScript.Echo VarType(folders)", "8200\n"]]  # the type of an array of strings
 
 
 class Examples(unittest.TestCase):

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -53,6 +54,9 @@ struct SearchOutcome {
     HRESULT hr = S_OK;
     std::vector<std::u16string> clues;  // texts that the failure's description contains
 };
+
+// Some criteria, most of which fit some files of the volume.
+Criteria RandomCriteria(std::mt19937& random, const Volume& volume);
 
 bool PlainWildcardMatch(std::u16string_view name, std::u16string_view pattern, bool serverRule);
 
