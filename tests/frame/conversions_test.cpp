@@ -70,16 +70,21 @@ TEST(Conversions, ParsingAgreesWithTheCLibrary) {
 }
 
 TEST(Conversions, Guids) {
-    const std::u16string plain = u"9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d",
-                         braces = u"{" + plain + u"}";
+    const GUID guid = {
+        0x9b3c5a2e, 0x4f61, 0x8c2d, {0x7e, 0x0a, 0x1d, 0x2f, 0x3a, 0x4b, 0x5c, 0x6d}};
+    const std::u16string plain = u"9b3c5a2e-4f61-8c2d-7e0a-1d2f3a4b5c6d",
+                         braces = u"{" + plain + u"}", digits = plain.substr(0, 35);
+    EXPECT_EQ(frame::GuidToString(guid, false), plain);
+    EXPECT_EQ(frame::GuidToString(guid, true), braces);
     for (const auto& text : {plain, braces, u"{" + plain, plain + u"}",
-                             std::u16string(u"9B3C5A2E-4F61-4C2D-8E0A-1D2F3A4B5C6D")}) {
-        EXPECT_EQ(frame::GuidToString(frame::StringToGuid(text), false), plain);
-        EXPECT_EQ(frame::GuidToString(frame::StringToGuid(text), true), braces);
+                             std::u16string(u"9B3C5A2E-4F61-8C2D-7E0A-1D2F3A4B5C6D")}) {
+        EXPECT_EQ(frame::StringToGuid(text), guid);
     }
     for (const std::u16string& text :
-         {plain + u" ", u"{" + braces + u"}", plain.substr(1), std::u16string(u"{"),
-          std::u16string(u"9b3c5a2e4f614c2d8e0a1d2f3a4b5c6d-----"), std::u16string()}) {
+         {plain + u" ", u"{" + braces + u"}", plain.substr(1), digits + u"g", digits + u"G",
+          digits + u"`", digits + u" ", digits + u"\x0434", std::u16string(u"{"), std::u16string(),
+          std::u16string(u"9b3c5a2e4f618c2d7e0a1d2f3a4b5c6d-----"),
+          std::u16string(u"9b3c5a2e-4f618c2d--7e0a-1d2f3a4b5c6d")}) {
         EXPECT_TRUE(MessageOf([&] {
                         frame::StringToGuid(text);
                     }).starts_with(u"Cannot convert string to GUID. String: [" + text + u"]."));

@@ -101,6 +101,7 @@ TEST(Files, Paths) {
         {false, u"\\\\?\\" + base + u"\\a/\x0436\xD83D\xDE00", 0},
         {false, u"\\" + base + file, 0},
         {false, u"\\\\?\\UNC" + base + file, 0},
+        {false, u"\\\\?\\unctmp", 2},  // not /tmp: no separator follows the prefix
         {false, u"C:\\a", 3},
         {false, u"\\\\?\\c:/a", 3},
         {false, u"z:", 3},
