@@ -137,22 +137,20 @@ TEST_F(LoggerTest, KeepsMessagesOfSeveralThreadsWhole) {
     }
 }
 
-TEST(FileLogWriters, NameTheirFiles) {
-    support::CTempFolder folder;
-    CLogger logger;
+TEST_F(LoggerTest, FileWritersNameTheirFiles) {
     platform::SystemTime now;
     do {
         now = platform::GetLocalTime();
-        logger.SetWriter(std::make_shared<CDailyFileLogWriter>(folder.Path(u"a.b.log")));
-        logger.Log(4, u"daily");
+        m_logger.SetWriter(std::make_shared<CDailyFileLogWriter>(m_folder.Path(u"a.b.log")));
+        m_logger.Log(4, u"daily");
     } while (now.day != platform::GetLocalTime().day);
     char name[32];
     std::snprintf(name, sizeof name, "a.b-%04u-%02u-%02u.log", now.year, now.month, now.day);
-    logger.SetWriter(std::make_shared<CSimpleFileLogWriter>(folder.Path(u"s.log")));
-    logger.ChangeIndent(+1);
-    logger.Log(4, u"simple");
-    EXPECT_EQ(ReadLog(folder.Path(AnsiToWide(name))), Lines{"Error|daily"});
-    EXPECT_EQ(ReadLog(folder.Path(u"s.log")), Lines{"Error|  simple"});
+    m_logger.SetWriter(std::make_shared<CSimpleFileLogWriter>(m_folder.Path(u"s.log")));
+    m_logger.ChangeIndent(+1);
+    m_logger.Log(4, u"simple");
+    EXPECT_EQ(ReadLog(m_folder.Path(AnsiToWide(name))), Lines{"Error|daily"});
+    EXPECT_EQ(ReadLog(m_folder.Path(u"s.log")), Lines{"Error|  simple"});
 }
 
 }  // namespace

@@ -113,9 +113,7 @@ TEST(Sharing, AFileInUseKeepsItsName) {
 TEST(Sharing, ANameHasOneWriterEvenWhileItsFileIsReplaced) {
     const support::CTempFolder folder;
     const std::u16string path = folder.Path(u"contended");
-    std::atomic<int> writers = 0;
-    std::atomic<int> opened = 0;
-    std::atomic<int> doubles = 0;
+    std::atomic<int> writers = 0, opened = 0, doubles = 0;
     const auto write = [&] {
         for (int round = 0; round < 4000; ++round) {
             if (const CFileHandle file = support::OpenToWrite(path)) {
@@ -124,13 +122,12 @@ TEST(Sharing, ANameHasOneWriterEvenWhileItsFileIsReplaced) {
                 std::this_thread::yield();
                 --writers;
                 std::error_code ignored;
-                std::filesystem::remove(folder.Native(u"contended"), ignored);
+                std::filesystem::remove(path, ignored);
             }
         }
     };
     {
-        const std::jthread second(write);
-        const std::jthread third(write);
+        const std::jthread second(write), third(write);
         write();
     }
     EXPECT_EQ(doubles, 0);

@@ -70,17 +70,6 @@ TEST(System, TemporaryFolderAndEnvironment) {
     EXPECT_EQ(CodeOf(GetEnvironmentVariableW(u"ZOREL_NO_SUCH_VARIABLE", text)), 203U);
 }
 
-TEST(System, ADuplicateSharesThePositionAndOutlivesTheFirst) {
-    const support::CTempFolder folder;
-    CFileHandle first = support::OpenToWrite(folder.Path(u"f"));
-    const CFileHandle second(DuplicateHandle(first.Get()));
-    ASSERT_TRUE(support::Write(first, "ab"));
-    first.Reset();
-    ASSERT_TRUE(support::Write(second, "cd"));
-    EXPECT_EQ(support::ReadWhole(folder.Path(u"f")), "abcd");
-    EXPECT_EQ(CodeOf(support::OpenToWrite(folder.Path(u"f"))), win32err::kSharingViolation);
-}
-
 TEST(System, ProgramsStartWithTheirArguments) {
     const support::CTempFolder folder;
     EXPECT_EQ(CodeOf(StartProgram(folder.Path(u"none"), u"")), 2U);

@@ -193,6 +193,7 @@ TEST(Dispatch, RefusesCallsOfTheWrongShape) {
     CComPtr<IDispatch> received;
     const VARIANT self = Reference(VT_DISPATCH, received.Put());
     ULONGLONG total = 0;
+    VARIANT null = {};
     const struct {
         HRESULT hr;
         DISPID id;
@@ -209,6 +210,10 @@ TEST(Dispatch, RefusesCallsOfTheWrongShape) {
         {DISP_E_BADPARAMCOUNT, kGiveSelf, {one}},
         {DISP_E_BADPARAMCOUNT, kGiveSelf, {one, self, one}},
         {S_OK, kGiveSelf, {self, one}, DISPATCH_METHOD, {0, 1}},
+        // Without a direction: the old object is released, a null reference reaches the method.
+        {S_OK, kGiveSelf, {one, self}},
+        {S_OK, kGiveSelf, {Raw(VT_I4, S_FALSE), Reference(VT_VARIANT, &null)}},
+        {DISP_E_EXCEPTION, kGiveSelf, {one, Reference<void>(VT_DISPATCH, nullptr)}},
         {DISP_E_PARAMNOTFOUND, kGiveSelf, {one, self}, DISPATCH_METHOD, {2}},
         {DISP_E_PARAMNOTFOUND, kGiveSelf, {one, self}, DISPATCH_METHOD, {DISPID_PROPERTYPUT}},
         {DISP_E_PARAMNOTFOUND, kGiveSelf, {one, self}, DISPATCH_METHOD, {0}},
@@ -220,6 +225,8 @@ TEST(Dispatch, RefusesCallsOfTheWrongShape) {
             << &row - rows;
     }
     EXPECT_EQ(total, std::numeric_limits<ULONGLONG>::max());
+    EXPECT_TRUE(null.vt == VT_DISPATCH && null.pdispVal == nullptr);
+    EXPECT_TRUE(received.Get() == &probe && probe.references == 1);
     DISPPARAMS params = {nullptr, nullptr, 1, 0};
     for (const auto& [reserved, hr] :
          {std::pair(IID_NULL, E_INVALIDARG), std::pair(IID_IUnknown, DISP_E_UNKNOWNINTERFACE)}) {
@@ -298,20 +305,6 @@ TEST(Dispatch, DoesNotChangeVariablesWhenTheCallFails) {
         }
     }
     EXPECT_EQ(probe.references, 0U);
-}
-
-TEST(Dispatch, TreatsAMissingDirectionAsInAndOut) {
-    CProbe probe;
-    IDispatch* self = CComPtr<IDispatch>(&probe).Detach();  // the old value: released
-    const VARIANT ok = Raw(VT_I4, S_OK);
-    EXPECT_EQ(Call(probe, kGiveSelf, {ok, Reference(VT_DISPATCH, &self)}), S_OK);
-    EXPECT_TRUE(self == &probe && probe.references == 1);
-    VARIANT value = {};
-    EXPECT_EQ(Call(probe, kGiveSelf, {Raw(VT_I4, S_FALSE), Reference(VT_VARIANT, &value)}), S_OK);
-    EXPECT_TRUE(value.vt == VT_DISPATCH && value.pdispVal == nullptr);
-    // A null reference is passed to the method.
-    EXPECT_EQ(Call(probe, kGiveSelf, {ok, Reference<void>(VT_DISPATCH, nullptr)}),
-              DISP_E_EXCEPTION);
 }
 
 TEST(Dispatch, TakesRecordsGuidsAndReferences) {
