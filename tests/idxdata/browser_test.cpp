@@ -2,19 +2,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 #include <map>
 #include <random>
 #include <set>
 
 #include "ZorelClient.h"
-#include "frame/server/class_factory.h"
-#include "support/automation_check.h"
-#include "support/index_file_builder.h"
-#include "support/temp_folder.h"
+#include "support/search_client.h"
+#include "support/tdf_model.h"
 
 namespace {
 
+using support::Lower;
 using support::Volume;
 using zorel::client::CComPtr;
 using zorel::client::CError;
@@ -25,20 +23,6 @@ using Names = std::vector<std::u16string>;
 // Name, time, size and owner.
 using Listed = std::tuple<std::u16string, double, std::int64_t, std::u16string>;
 
-std::u16string Folded(std::u16string text) {
-    for (char16_t& unit : text) {
-        unit = unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit | 0x20) : unit;
-    }
-    return text;
-}
-
-// The DATE of a file time after 1899: days since 1899-12-30, whole seconds.
-double DateOf(std::int64_t ticks) {
-    const std::int64_t days = ticks / 864'000'000'000;
-    const std::int64_t second = ticks / 10'000'000 % 86'400;
-    return static_cast<double>(days - 109'205) + static_cast<double>(second) / 86'400.0;
-}
-
 // The correct answers of a browser, by a search through all rows of the volume. Folder -1
 // has no content.
 struct BrowserModel {
@@ -47,7 +31,7 @@ struct BrowserModel {
         std::map<std::u16string, std::int64_t> children;
         for (std::size_t i = 1; i < volume.dirs.size(); ++i) {
             if (volume.dirs[i].parent == parent && !volume.dirs[i].name.empty()) {
-                children[Folded(volume.dirs[i].name)] = static_cast<std::int64_t>(i);
+                children[Lower(volume.dirs[i].name)] = static_cast<std::int64_t>(i);
             }
         }
         return children;
@@ -60,7 +44,7 @@ struct BrowserModel {
         for (auto at = path.find(u'\\'); at < path.size() && at + 1 < path.size();) {
             const auto next = std::min(path.find(u'\\', at + 1), path.size());
             const auto children = ChildrenOf(folder);
-            const auto child = children.find(Folded(path.substr(at + 1, next - at - 1)));
+            const auto child = children.find(Lower(path.substr(at + 1, next - at - 1)));
             folder = child == children.end() ? -1 : child->second;
             at = folder < 0 ? path.size() : next;
         }
@@ -84,7 +68,7 @@ struct BrowserModel {
             };
             if (row.dir == folder && std::any_of(endings.begin(), endings.end(), fits)) {
                 const bool owned = row.owner < volume.owners.size();
-                files.insert({prefix + row.name, DateOf(row.modifyTime), row.size,
+                files.insert({prefix + row.name, *support::DateOfTicks(row.modifyTime), row.size,
                               owned ? volume.owners[row.owner].name : u""});
             }
         }
@@ -99,14 +83,11 @@ struct BrowserModel {
 };
 
 // Calls of the library that fail throw CError.
-class Browser : public ::testing::Test {
+class Browser : public support::SearchTest {
 protected:
-    Browser() { Check(server::CreateLibraryObject(nullptr, IID_IOibIdxLib, m_lib.PutVoid())); }
-
     CComPtr<IOibDFBrowser> Open(const std::string& bytes) {
-        std::ofstream(m_folder.Native(u"v.dat"), std::ios::binary) << bytes;
         CComPtr<IOibDFBrowser> browser;
-        Check(m_lib->BrowseOibDF(CString(m_folder.Path(u"v.dat")), browser.Put()));
+        Check(m_lib->BrowseOibDF(CString(Write(u"v.dat", bytes)), browser.Put()));
         return browser;
     }
 
@@ -158,9 +139,6 @@ protected:
         }
         return names;
     }
-
-    support::CTempFolder m_folder;
-    CComPtr<IOibIdxLib> m_lib;
 };
 
 TEST_F(Browser, AgreesWithTheModel) {
@@ -181,7 +159,7 @@ TEST_F(Browser, AgreesWithTheModel) {
             for (auto depth = random() % 4; depth > 0; --depth) {
                 path += u"\\/"[random() % 2];
                 const std::u16string& name = volume.dirs[random() % volume.dirs.size()].name;
-                path += random() % 2 == 0 ? name : Folded(name);  // the root's name is empty
+                path += random() % 2 == 0 ? name : Lower(name);  // the root's name is empty
             }
             const std::int64_t folder = model.Resolve(path);
             ASSERT_EQ(Folders(*browser, path), model.Folders(folder));
@@ -189,7 +167,7 @@ TEST_F(Browser, AgreesWithTheModel) {
                 const bool all = kind % 2 == 0;
                 const auto files = Files(*browser, path, kind >= 2, all ? nullptr : u".txt; log");
                 ASSERT_TRUE(std::is_sorted(files.begin(), files.end(), [](auto& a, auto& b) {
-                    return Folded(std::get<0>(a)) < Folded(std::get<0>(b));
+                    return Lower(std::get<0>(a)) < Lower(std::get<0>(b));
                 }));
                 ASSERT_EQ(
                     std::multiset<Listed>(files.begin(), files.end()),

@@ -39,12 +39,6 @@ std::optional<double> DateOf(chrono::sys_seconds moment) {
     return number < 0 ? number - time : number + time;
 }
 
-std::optional<double> DateOfTicks(std::int64_t ticks) {
-    constexpr chrono::seconds kTo1970{11'644'473'600};
-    return ticks < 0 ? std::nullopt
-                     : DateOf(chrono::sys_seconds(chrono::seconds(ticks / 10'000'000) - kTo1970));
-}
-
 // ----- Text -------------------------------------------------------------------------
 
 std::string Ascii(const Text& text) {
@@ -317,6 +311,12 @@ CSpec::CSpec(const Criteria& criteria) {
 
 BSTR CSpec::Keep(const std::optional<std::u16string>& text) {
     return text ? m_strings.emplace_back(automation::NewBstr(*text)).Get() : nullptr;
+}
+
+std::optional<double> DateOfTicks(std::int64_t ticks) {
+    constexpr chrono::seconds kTo1970{11'644'473'600};
+    return ticks < 0 ? std::nullopt
+                     : DateOf(chrono::sys_seconds(chrono::seconds(ticks / 10'000'000) - kTo1970));
 }
 
 bool PlainWildcardMatch(std::u16string_view wholeName, std::u16string_view wholePattern,

@@ -58,6 +58,8 @@ struct SearchOutcome {
 // Some criteria, most of which fit some files of the volume.
 Criteria RandomCriteria(std::mt19937& random, const Volume& volume);
 
+// The DATE of a file time; none outside the years 100 to 9999.
+std::optional<double> DateOfTicks(std::int64_t ticks);
 bool PlainWildcardMatch(std::u16string_view name, std::u16string_view pattern, bool serverRule);
 
 // The search of the text data file at `path`, which exists.
