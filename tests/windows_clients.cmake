@@ -19,10 +19,8 @@ endfunction()
 
 set(example ${CMAKE_CURRENT_SOURCE_DIR}/data/example.dat)
 zorel_client_test(jscript ${CMAKE_CURRENT_SOURCE_DIR}/windows/run_script.sh)
-zorel_client_test(cpp ${CMAKE_CURRENT_SOURCE_DIR}/windows/cpp_client_test.sh
-  $<TARGET_FILE:generate_and_search> ${example})
-zorel_client_test(cpp_by_name ${CMAKE_CURRENT_SOURCE_DIR}/windows/by_name_client_test.sh
-  $<TARGET_FILE:browse_by_name> ${example})
+zorel_client_test(cpp ${CMAKE_CURRENT_SOURCE_DIR}/windows/cpp_clients_test.sh
+  $<TARGET_FILE:generate_and_search> $<TARGET_FILE:browse_by_name> ${example})
 
 # Tests that also need the native build, which is that of the preset "release".
 set(ZOREL_NATIVE_BUILD ${PROJECT_SOURCE_DIR}/build/release CACHE PATH

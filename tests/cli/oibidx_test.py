@@ -6,7 +6,6 @@ import os
 import pty
 import resource
 import signal
-import socket
 import struct
 import subprocess
 import time
@@ -50,17 +49,10 @@ class ScanAndBrowse(ClientTest):
         self.assertEqual({r["name"]: r for r in rows if r["type"] == "file"}, files, arguments)
         self.assertEqual([r["type"] for r in rows[:len(folders)]], ["folder"] * len(folders))
 
-    def test_fields_of_the_data_file(self):
-        self.make("deep.bin", b"12345", modified=-(5 * 10**8) - 1)  # before 1970
-        self.scan("--volume", "Q")
-        data = self.content()["Q.dat"]
-        self.assertEqual(data[:20], struct.pack("<4sHHqI", b"VIFD", 1, 1, 94, 0))
-        self.assertEqual(data[50:94], "deep.bin".encode("utf-16-le") +
-                         struct.pack("<qIqq", 0, 0, 116444736000000000 - 5000001, 5))
-        account = [f"S-1-22-1-{os.getuid()}", owner_of(os.stat(self.tree)),
-                   socket.gethostname().upper()]
-        self.assertTrue(data.endswith(b"".join(
-            struct.pack("<I", len(text)) + text.encode("utf-16-le") for text in account)))
+    def test_times_keep_their_fractions_of_a_second(self):
+        self.make("a", modified=-(5 * 10**8) - 1)  # before 1970
+        self.scan()
+        self.assertIn(struct.pack("<q", 116444736000000000 - 5000001), self.content()["C.dat"])
 
     def test_deep_trees_need_few_descriptors(self):
         depth, here, path = 300, os.getcwd(), []

@@ -64,10 +64,9 @@ class Generation(SearchTest):
                    "--records", "1")
         folder = "hac906abf43d5"
         for arguments, prints, parts in [
-                ([], ["hac90", folder], []), (["--subfolders=2"], ["hac90", folder[:9]], []),
-                (["--subfolders=0"], ["h", "h"], []),
-                (["--parts=1", "--separators=_"], ["hac90", folder], ["bcd"]),
-                (["--parts=-1", "--separators=_"], ["hac90", folder], ["bcd", "a"])]:
+                ([], ["hac90", folder], []),
+                (["--subfolders=2", "--parts=1", "--separators=_"], ["hac90", folder[:9]], ["bcd"]),
+                (["--subfolders=0", "--parts=-1", "--separators=_"], ["h", "h"], ["bcd", "a"])]:
             top, john = prints
             top_parts = ["top"] if parts else []
             self.check({file % 0: [

@@ -1,5 +1,5 @@
-// Writes every kind of file that the library writes, and the results of its searches, into a
-// folder. The program is the same on each system, so that the folders can be compared.
+// Writes every kind of file that the library writes into a folder. The program is the same on
+// each system, so that the folders can be compared.
 //
 // Usage: write_files FOLDER      (must exist)
 #include <cstdint>
@@ -45,38 +45,6 @@ void Generate(IOibIdxLib& library, const fs::path& folder, const char* name, VAR
           "generation");
 }
 
-void WriteResults(IOibTDFSearchTask& task, const fs::path& path) {
-    std::ofstream out(path, std::ios::binary);
-    INT count = 0;
-    Check(task.get_ResultsCount(&count));
-    out << count << '\n';
-    for (INT i = 0; i < count; ++i) {
-        zorel::client::CSearchResult file;
-        Check(task.GetResult(i, file.Put()));
-        out << file.Size << ' ' << std::hexfloat << file.ModifyTime << ' '
-            << zorel::ToUtf8(zorel::client::ViewOf(file.FileFullName)) << '\n'
-            << zorel::ToUtf8(zorel::client::ViewOf(file.Owner)) << '\n';
-    }
-}
-
-void Search(IOibIdxLib& library, const fs::path& folder) {
-    const CString pattern(u"*a");
-    SearchSpec criteria = {};
-    criteria.FileNamePattern = pattern;
-    CComPtr<IOibBDFSearchTask> task;
-    Check(library.FindInOibBDF(PathText(folder / "catalogue"), task.Put()), "catalogue");
-    Check(task->Find(&criteria), "search of the catalogue");
-    WriteResults(*task, folder / "found.txt");
-    for (const auto& entry : fs::directory_iterator(folder / "text")) {
-        const std::u16string name = entry.path().filename().u16string();
-        if (name.starts_with(u"vl.")) {
-            CComPtr<IOibTDFSearchTask> lines;
-            Check(library.FindInOibTDF2(PathText(entry.path()), &criteria, lines.Put()));
-            WriteResults(*lines, folder / (u"found." + name));
-        }
-    }
-}
-
 CComPtr<IMtfMetaFile> Open(IOibIdxLib& library, const fs::path& path, INT mode) {
     CComPtr<IMtfMetaFile> file;
     Check(library.CreateMetaFile(PathText(path), mode, file.Put()), "meta-file");
@@ -113,7 +81,6 @@ int main(int argc, char** argv) {
         WriteCatalogue(folder / "catalogue");
         Generate(*library, folder, "text", VARIANT_FALSE);
         Generate(*library, folder, "keys", VARIANT_TRUE);
-        Search(*library, folder);
         WriteMetaFiles(*library, folder);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "write_files: %s\n", error.what());

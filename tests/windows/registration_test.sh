@@ -3,8 +3,8 @@
 # the registry with the expected ones.
 #
 # Usage: registration_test.sh MODULE TYPE-LIBRARY ENTRIES
-# ENTRIES lists the entries that a registration adds; a line INTERFACE {IID} NAME is the
-# system's entries of an interface.
+# ENTRIES lists the values that a registration adds, and keys without values; a line
+# INTERFACE {IID} NAME is the system's entries of an interface.
 set -euo pipefail
 export LC_ALL=C
 
@@ -15,7 +15,13 @@ trap 'rm -rf "$folder"' EXIT
 
 entries=$folder/entries
 awk '
-    $1 != "INTERFACE" { print; next }
+    $1 != "INTERFACE" {
+        key = substr($0, 1, index($0, "]"))
+        if (key != $0 && key != last) print key
+        last = key
+        print
+        next
+    }
     {
         key = "> [HKEY_CLASSES_ROOT\\Interface\\" $2
         stub = "@=\"{00020424-0000-0000-C000-000000000046}\""
