@@ -103,11 +103,14 @@ TEST(Conversions, TrimmingAndComparing) {
 }
 
 TEST(Conversions, StringArrays) {
-    const std::vector<std::u16string> list = {u"", u"b\u0416", u"c"};
-    EXPECT_EQ(frame::SafeArrayToStringList(frame::StringListToSafeArray(list).Get()), list);
-    LONG upper = 0;
-    EXPECT_EQ(::SafeArrayGetUBound(frame::StringListToSafeArray({}).Get(), 1, &upper), S_OK);
-    EXPECT_EQ(upper, -1);
+    using List = std::vector<std::u16string>;
+    for (const List& list : {List{}, List{u"", u"b\u0416", u"c"}}) {
+        const auto array = frame::StringListToSafeArray(list);
+        LONG upper = 7;
+        EXPECT_EQ(::SafeArrayGetUBound(array.Get(), 1, &upper), S_OK);
+        EXPECT_EQ(upper + 1, static_cast<LONG>(list.size()));
+        EXPECT_EQ(frame::SafeArrayToStringList(array.Get()), list);
+    }
     SAFEARRAYBOUND bounds[] = {{2, 0}, {3, 5}};
     for (const auto& [type, message] :
          {std::pair(VT_BSTR, u"Wrong dimension"), std::pair(VT_I4, u"BSTR expected")}) {
@@ -116,11 +119,8 @@ TEST(Conversions, StringArrays) {
                   std::u16string(message) + u"\r\nCOM error:  Code: 0x80070057");
     }
     const automation::CSafeArrayPtr shifted(::SafeArrayCreate(VT_BSTR, 1, bounds + 1));
-    LONG index = 6;
-    const automation::CBstr text(automation::NewBstr(u"six"));
-    ::SafeArrayPutElement(shifted.Get(), &index, text.Get());
-    EXPECT_EQ(frame::SafeArrayToStringList(shifted.Get()),
-              (std::vector<std::u16string>{u"", u"six", u""}));
+    static_cast<BSTR*>(shifted.Get()->pvData)[1] = automation::NewBstr(u"six");
+    EXPECT_EQ(frame::SafeArrayToStringList(shifted.Get()), (List{u"", u"six", u""}));
 }
 
 }  // namespace

@@ -82,39 +82,30 @@ TEST_F(LoggerTest, DropsLinesThatCannotBeWritten) {
     EXPECT_FALSE(m_logger.IsEnabled(4));
 }
 
-// Stores the lines it receives, with level and depth.
-struct CMemoryWriter final : CLogWriter {
-    void Write(std::int32_t level, const CLogger&, std::int32_t depth,
-               std::u16string_view line) override {
-        lines.push_back(std::to_string(level * 10 + depth) + " " + WideToAnsi(line));
-    }
-    Lines lines;
-};
-
-TEST(LogScope, LogsTheOutcomeOnce) {
-    const auto writer = std::make_shared<CMemoryWriter>();
-    CLogger logger;
+TEST_F(LoggerTest, ScopesLogTheOutcomeOnce) {
+    m_logger.SetWriter(nullptr);
     {
-        CLogScope silent(u"before logging", logger);
-        logger.SetWriter(writer);
+        CLogScope silent(u"before logging", m_logger);
+        m_logger.SetWriter(std::make_shared<CSimpleFileLogWriter>(m_path));
     }
     {
-        CLogScope outer(u"Outer.", logger);
+        CLogScope outer(u"Outer.", m_logger);
         {
-            CLogScope inner(u"Inner", logger, ELogInfo);
-            logger.LogException(3, CExc(u"why", kFail));
+            CLogScope inner(u"Inner", m_logger, ELogError);
+            m_logger.LogException(3, CExc(u"why", kFail));
         }
         outer.Ok();
         outer.Ok();
     }
-    { CLogScope scope(100, logger); }
-    CLogScope(100, logger).Ok();
-    logger.ChangeIndent(-5);
-    logger.Log(1, u"ground");
-    EXPECT_EQ(writer->lines,
-              (Lines{"11 Outer.", "23 Inner", "35 why", "23 Inner. Failed.", "11 Outer.. Ok.",
-                     "11 ZorelOibIdxLib", "11 ZorelOibIdxLibFailed.", "11 ZorelOibIdxLib",
-                     "11 ZorelOibIdxLibOk.", "10 ground"}));
+    { CLogScope scope(100, m_logger); }
+    CLogScope(100, m_logger).Ok();
+    m_logger.ChangeIndent(-5);
+    m_logger.Log(1, u"ground");
+    EXPECT_EQ(ReadLog(m_path),
+              (Lines{"Info|  Outer.", "Error|      Inner", "Warning|          why",
+                     "Error|      Inner. Failed.", "Info|  Outer.. Ok.", "Info|  ZorelOibIdxLib",
+                     "Info|  ZorelOibIdxLibFailed.", "Info|  ZorelOibIdxLib",
+                     "Info|  ZorelOibIdxLibOk.", "Info|ground"}));
 }
 
 TEST_F(LoggerTest, KeepsMessagesOfSeveralThreadsWhole) {

@@ -143,11 +143,8 @@ TEST(Folders, ACopyHasTheContentTimeAndReadOnlyAttributeOfItsSource) {
     constexpr std::uint32_t kBoth = kAttributeReadOnly | kAttributeArchive;
     std::string content(1'000'000, '\0');
     std::generate(content.begin(), content.end(), std::mt19937(7));
-    {
-        const CFileHandle file = support::OpenToWrite(path);
-        ASSERT_TRUE(support::Write(file, content));
-        ASSERT_TRUE(SetFileTime(file.Get(), nullptr, nullptr, &set));
-    }
+    ASSERT_TRUE(support::WriteWhole(path, content));
+    ASSERT_TRUE(SetFileTime(support::OpenToWrite(path, kOpenExisting).Get(), {}, {}, &set));
     ASSERT_TRUE(SetFileAttributesW(path, kBoth) && CopyFileW(path, folder.Path(u"copy"), false));
     FindData data;
     const CFindHandle find(FindFirstFileW(folder.Path(u"copy"), data));

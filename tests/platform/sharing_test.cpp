@@ -115,7 +115,7 @@ TEST(Sharing, ANameHasOneWriterEvenWhileItsFileIsReplaced) {
     const std::u16string path = folder.Path(u"contended");
     std::atomic<int> writers = 0, opened = 0, doubles = 0;
     const auto write = [&] {
-        for (int round = 0; round < 4000; ++round) {
+        while (opened < 200) {
             if (const CFileHandle file = support::OpenToWrite(path)) {
                 ++opened;
                 doubles += ++writers != 1 ? 1 : 0;
@@ -131,7 +131,6 @@ TEST(Sharing, ANameHasOneWriterEvenWhileItsFileIsReplaced) {
         write();
     }
     EXPECT_EQ(doubles, 0);
-    EXPECT_GT(opened, 100);
 }
 
 }  // namespace

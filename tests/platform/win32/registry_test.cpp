@@ -11,6 +11,7 @@
 
 namespace {
 
+using namespace std::literals;
 using platform::ERegistryRoot;
 using platform::RegistryKey;
 using platform::RegistryValue;
@@ -66,8 +67,7 @@ TEST(Registry, RefusesPathsThatNameNoKey) {
     platform::IRegistry& registry = platform::SystemRegistry();
     const std::u16string longest(255, u'x');
     for (const std::u16string& path :
-         {std::u16string(), std::u16string(u"\\a"), std::u16string(u"a\\"),
-          std::u16string(u"a\\\\b"), longest + u"x", std::u16string(u"a\0b", 3)}) {
+         {u""s, u"\\a"s, u"a\\"s, u"a\\\\b"s, longest + u"x", u"a\0b"s}) {
         const RegistryKey key{ERegistryRoot::CurrentUser, path};
         std::vector<std::u16string> names;
         EXPECT_EQ(registry.CreateKey(key), kInvalidParameter);
