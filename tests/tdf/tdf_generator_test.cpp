@@ -270,4 +270,23 @@ TEST_F(TdfGenerator, ReportsWhatCannotBeCreated) {
         support::Utf16Bytes(u"\uFEFF01/15/2013 09:05:08, 2, C:\\Users\\john\\docs\\A.txt\r\n"));
 }
 
+TEST_F(TdfGenerator, FingerprintsAgreeWithTheModelOnRandomPaths) {
+    constexpr INT kLimits[] = {std::numeric_limits<INT>::min(), -1, 0, 1, 2, 3, 7};
+    std::mt19937 random(7);
+    for (int i = 0; i < 3000; ++i) {
+        std::u16string path(random() % 40, u' ');
+        for (char16_t& unit : path) {
+            unit = random() % 5 == 0
+                       ? u"\\/"[random() % 2]
+                       : static_cast<char16_t>(1 + random() % (i % 2 == 0 ? 127 : 65535));
+        }
+        const INT limit = kLimits[random() % std::size(kLimits)];
+        automation::CBstr text;
+        ASSERT_EQ(m_lib->ConvetrPathToCrcStr(support::Bstr(path).Get(), limit, text.Put()), S_OK);
+        ASSERT_EQ(automation::TextOf(text.Get()),
+                  u"0h" + support::PlainFingerprint(support::Split(path, u"\\/"), limit))
+            << i;
+    }
+}
+
 }  // namespace

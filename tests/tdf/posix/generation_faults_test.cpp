@@ -1,7 +1,8 @@
-// Generation when any step of its writing fails.
+// Generation when any step of its writing fails, and with few file handles.
 #include <gtest/gtest.h>
 
 #include "frame/errors.h"
+#include "support/child_process.h"
 #include "support/disk_faults.h"
 #include "support/tdf_generation.h"
 #include "tdf/generation/volume_generator.h"
@@ -11,7 +12,7 @@ namespace {
 using support::EFault;
 using support::g_diskFaults;
 
-class GenerationFaults : public support::CTdfGenerationTest {};
+using GenerationFaults = support::CTdfGenerationTest;
 
 // More owners than buffers and handles: files are closed and reopened all the time.
 TEST_F(GenerationFaults, EachIsReported) {
@@ -46,6 +47,24 @@ TEST_F(GenerationFaults, EachIsReported) {
             }
         }
         EXPECT_GT(failures, 50);
+    }
+}
+
+TEST_F(GenerationFaults, MoreOwnersThanHandles) {
+    const support::Volume volume = support::UniqueOwnersVolume(1, 10, 50'000, 10'000);
+    WriteVolume(volume.Bytes());
+    constexpr std::uint64_t kMaxMemory = 300'000'000;  // bytes
+    for (const std::uint64_t handles : {256U, 24U}) {
+        EXPECT_EQ(support::RunInChild([&] {
+                      support::LimitOpenFiles(handles);
+                      if (Generate().result != S_OK) {
+                          return 1;
+                      }
+                      return support::PeakMemory() < kMaxMemory ? 0 : 2;
+                  }),
+                  0)
+            << handles;
+        ExpectOutput(Expected(volume));
     }
 }
 
