@@ -11,12 +11,9 @@ endif()
 
 # The exports of the module.
 if(NOT WIN32)
-  set(exports_arguments
-    ${CMAKE_NM} $<TARGET_FILE:ZorelOibIdxComLib> ${CMAKE_CURRENT_SOURCE_DIR}/frame/server/exports.txt)
   add_test(NAME server/exports
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/frame/server/exports_test.sh ${exports_arguments})
-  add_test(NAME server/exports_self_check
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/frame/server/exports_self_check.sh ${exports_arguments})
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/frame/server/exports_test.sh
+            ${CMAKE_NM} $<TARGET_FILE:ZorelOibIdxComLib> ${CMAKE_CURRENT_SOURCE_DIR}/abi/abi.h)
 endif()
 
 # An installation and its clients. The rules do not depend on sanitizers, but clients of a

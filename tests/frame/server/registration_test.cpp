@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <regex>
+#include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -16,11 +20,15 @@ using platform::RegistryKey;
 
 constexpr HRESULT kRefusal = static_cast<HRESULT>(0x80070005U);
 constexpr LCID kThreadLocale = 0x407;
+constexpr char kModule[] = R"(C:\it's ''here''\100%APPID%\{ } x.dll)";
+using Entries = std::set<std::string>;
+// Keys and values of other programs, which must remain.
+const Entries kUnregistered = {"AppID",           "AppID\\Other", "CLSID",
+                               "CLSID :  = kept", "CLSID\\{0}",   "ZorelOibIdxLib.COibIdxLib.51"};
 
 // A module with quotes, blanks and percent signs in its path.
 class CTestSetup final : public automation::IModuleSetup {
 public:
-    // Keys and values of other programs, which must remain.
     CTestSetup() {
         registry.CreateKey({ERegistryRoot::ClassesRoot, u"AppID\\Other"});
         registry.CreateKey({ERegistryRoot::ClassesRoot, u"CLSID\\{0}"});
@@ -39,7 +47,7 @@ public:
         return Step(name);
     }
     HRESULT GetModulePath(std::u16string& path) override {
-        path = u"C:\\it's ''here''\\100%APPID%\\{ } x.dll";
+        path = zorel::ToUtf16(kModule);
         return Refuses() ? kRefusal : S_OK;
     }
     HRESULT RegisterTypeLibrary(const std::u16string&) override { return Step("library"); }
@@ -47,9 +55,14 @@ public:
     LCID EnterSystemLocale() noexcept override { return std::exchange(locale, 0x800); }
     void RestoreLocale(LCID former) noexcept override { locale = former; }
 
-    std::string Entries() {
-        return support::DumpRegistry(registry, {ERegistryRoot::ClassesRoot, u""},
-                                     {u"", u"AppID", u"ThreadingModel", u"stale"});
+    Entries Found() {
+        std::istringstream dump(support::DumpRegistry(registry, {ERegistryRoot::ClassesRoot, u""},
+                                                      {u"", u"AppID", u"ThreadingModel"}));
+        Entries entries;
+        for (std::string line; std::getline(dump, line);) {
+            entries.insert(line);
+        }
+        return entries;
     }
 
     support::CMemoryRegistry registry;
@@ -68,63 +81,38 @@ private:
     int m_stepsLeft = -1;  // -1: none fails
 };
 
-const char kRegistered[] = R"(AppID
-AppID\Other
-AppID\ZorelOibIdxLib.DLL
-AppID\ZorelOibIdxLib.DLL : AppID = {472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
-AppID\ZorelOibIdxLib.DLL\LocalServer32
-AppID\ZorelOibIdxLib.DLL\LocalServer32 :  = C:\it's ''here''\100%APPID%\{ } x.dll
-AppID\ZorelOibIdxLib.DLL\LocalServer32 : ThreadingModel = Both
-AppID\{472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
-AppID\{472b2912-7d3a-44d0-9ca8-d3d5475aec0a} :  = ZorelOibIdxLib
-CLSID
-CLSID :  = kept
-CLSID\{0}
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24} :  = COibIdxLib Class
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24} : AppID = {472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\InprocServer32
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\InprocServer32 :  = C:\it's ''here''\100%APPID%\{ } x.dll
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\InprocServer32 : ThreadingModel = Apartment
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\ProgID
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\ProgID :  = ZorelOibIdxLib.COibIdxLib.5
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\Programmable
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\TypeLib
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\TypeLib :  = {b61b642b-ea60-4c62-918f-26f54f0f815d}
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\VersionIndependentProgID
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\VersionIndependentProgID :  = ZorelOibIdxLib.COibIdxLib
-ZorelOibIdxLib.COibIdxLib
-ZorelOibIdxLib.COibIdxLib :  = COibIdxLib Class
-ZorelOibIdxLib.COibIdxLib\CLSID
-ZorelOibIdxLib.COibIdxLib\CLSID :  = {f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
-ZorelOibIdxLib.COibIdxLib\CurVer
-ZorelOibIdxLib.COibIdxLib\CurVer :  = ZorelOibIdxLib.COibIdxLib.5
-ZorelOibIdxLib.COibIdxLib.5
-ZorelOibIdxLib.COibIdxLib.5 :  = COibIdxLib Class
-ZorelOibIdxLib.COibIdxLib.5\CLSID
-ZorelOibIdxLib.COibIdxLib.5\CLSID :  = {f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
-ZorelOibIdxLib.COibIdxLib.51
-)";
-
-const char kUnregistered[] =
-    "AppID\nAppID\\Other\nCLSID\nCLSID :  = kept\nCLSID\\{0}\nZorelOibIdxLib.COibIdxLib.51\n";
+// The entries that the Windows module writes, and those of other programs.
+Entries Registered() {
+    Entries entries = kUnregistered;
+    std::ifstream file(ZOREL_SOURCE_DIR "/tests/windows/registered.txt");
+    const std::regex entry(R"x(> \[HKEY_CLASSES_ROOT\\(.*)\](?: (?:@|"(.*)")="(.*)")?)x");
+    std::smatch found;
+    for (std::string line; std::getline(file, line);) {
+        // The system writes the entries of the type library.
+        if (line.find("\\Typelib\\") == line.npos && std::regex_match(line, found, entry)) {
+            const std::string value = found[3] == "MODULE" ? kModule : found[3].str();
+            entries.insert(found[1].str() +
+                           (found[3].matched ? " : " + found[2].str() + " = " + value : ""));
+        }
+    }
+    return entries;
+}
 
 TEST(Registration, WritesAndDeletesThePublishedEntries) {
     CTestSetup setup;
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(server::RegisterServer(setup), S_OK);
-        EXPECT_EQ(setup.Entries(), kRegistered);
+        EXPECT_EQ(setup.Found(), Registered());
         EXPECT_EQ(std::exchange(setup.steps, ""), "app_id.rgs;class.rgs;library;");
         // An entry of an older version under the class key must be deleted.
         const RegistryKey old{ERegistryRoot::ClassesRoot,
                               u"CLSID\\{F527D4A6-8452-43F4-95F5-DCC32FB0DC24}\\Old\\Older"};
         EXPECT_EQ(setup.registry.CreateKey(old), 0U);
-        setup.registry.SetValue(old, u"stale", std::u16string(u"x"));
     }
-    EXPECT_NE(setup.Entries(), kRegistered);
+    EXPECT_NE(setup.Found(), Registered());
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(server::UnregisterServer(setup), S_OK);
-        EXPECT_EQ(setup.Entries(), kUnregistered);
+        EXPECT_EQ(setup.Found(), kUnregistered);
         EXPECT_EQ(std::exchange(setup.steps, ""), "class.rgs;no library;app_id.rgs;");
     }
     EXPECT_EQ(setup.locale, kThreadLocale);
@@ -133,7 +121,7 @@ TEST(Registration, WritesAndDeletesThePublishedEntries) {
 // Lets each step fail in turn: its code is returned, no later step runs, and the next call
 // succeeds. Returns the number of steps.
 template <class Refuse>
-int RefuseEveryStep(HRESULT (*action)(automation::IModuleSetup&) noexcept, const char* after,
+int RefuseEveryStep(HRESULT (*action)(automation::IModuleSetup&) noexcept, const Entries& after,
                     Refuse refuse) {
     for (int step = 0;; ++step) {
         CTestSetup setup;
@@ -148,7 +136,7 @@ int RefuseEveryStep(HRESULT (*action)(automation::IModuleSetup&) noexcept, const
         EXPECT_EQ(hr, kRefusal) << step;
         EXPECT_NE(support::TakeError().description, u"");
         EXPECT_EQ(action(setup), S_OK) << step;
-        EXPECT_EQ(setup.Entries(), after) << step;
+        EXPECT_EQ(setup.Found(), after) << step;
     }
 }
 
@@ -156,9 +144,9 @@ TEST(Registration, ReturnsTheFirstFailure) {
     const auto inRegistry = [](CTestSetup& setup, int step) { setup.registry.RefuseFrom(step); };
     const auto around = [](CTestSetup& setup, int step) { setup.RefuseFrom(step); };
     // The number of calls: one for each key, each value and each deletion of a ForceRemove key.
-    EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, kRegistered, inRegistry), 34);
+    EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, Registered(), inRegistry), 34);
     EXPECT_EQ(RefuseEveryStep(&server::UnregisterServer, kUnregistered, inRegistry), 14);
-    EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, kRegistered, around), 6);
+    EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, Registered(), around), 6);
     EXPECT_EQ(RefuseEveryStep(&server::UnregisterServer, kUnregistered, around), 6);
 }
 
