@@ -269,5 +269,4 @@ class Failures(ClientTest):
                 self.assertIsNone(getattr(error, "description", None), call)
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()

@@ -11,8 +11,7 @@ import subprocess
 import time
 import unittest
 
-from tool_support import (OIBIDX, ClientTest, answer, limited, make_tree, model, objects, owner_of,
-                          run)
+from tool_support import OIBIDX, ClientTest, answer, make_tree, model, objects, owner_of, run
 
 
 class ScanAndBrowse(ClientTest):
@@ -66,7 +65,7 @@ class ScanAndBrowse(ClientTest):
         open("bottom", "w").close()
         os.chdir(here)
         done = run("scan", self.tree, "-o", self.catalogue,
-                   preexec_fn=limited(resource.RLIMIT_NOFILE, 40))
+                   preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (40, 40)))
         self.assertEqual((done.returncode, done.stderr), (0, b""))
         for i in (0, 16, 17, 150, depth - 1, depth):
             rows = objects("browse", self.data_file, "/".join(path[:i]), "--json")
@@ -196,7 +195,7 @@ class Failures(ClientTest):
             self.make(f"{i}" * 100)
         for limit in (0, 1000, 9000):
             done = run("scan", self.tree, "-o", self.catalogue,
-                       preexec_fn=limited(resource.RLIMIT_FSIZE, limit))
+                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
             self.assertEqual(done.returncode, 2, limit)
             self.assertRegex(done.stderr.decode(),
                              f"^oibidx: {self.data_file}: Cannot write file in CFileWriter::")
@@ -228,10 +227,6 @@ class Failures(ClientTest):
 
 
 class VolumeList(ClientTest):
-    def setUp(self):
-        super().setUp()
-        os.mkdir(self.catalogue)
-
     def test_other_volumes_stay(self):
         ours, other = "Volume.C=C.dat", "Volume.D=D.dat"
         for name, old, new in [
@@ -263,5 +258,4 @@ class VolumeList(ClientTest):
         self.assertEqual(sorted(lines), [f"Volume.{x}={x}.dat" for x in letters])
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()

@@ -34,5 +34,4 @@ class Examples(unittest.TestCase):
         self.assertEqual(printed[:3] + printed[4:], expected[:3] + expected[4:])
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()
