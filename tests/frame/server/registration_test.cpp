@@ -91,8 +91,10 @@ Entries Registered() {
         // The system writes the entries of the type library.
         if (line.find("\\Typelib\\") == line.npos && std::regex_match(line, found, entry)) {
             const std::string value = found[3] == "MODULE" ? kModule : found[3].str();
-            entries.insert(found[1].str() +
-                           (found[3].matched ? " : " + found[2].str() + " = " + value : ""));
+            entries.insert(found[1]);
+            if (found[3].matched) {
+                entries.insert(found[1].str() + " : " + found[2].str() + " = " + value);
+            }
         }
     }
     return entries;
