@@ -104,7 +104,6 @@ static_assert(sizeof(SearchSpec) == 88 && sizeof(FileRecord) == 32, "layout");
 /* ----- Interfaces: INTERFACE(name, identifier, number of the first slot, methods) -----
  * The methods are in slot order; a property is listed by its name. */
 
-enum { FIRST_OWN_SLOT = 7 };
 /* Not formatted: the format of these lists is not stable. */
 /* clang-format off */
 #define OF_IUnknown(M, I) M(I, QueryInterface) M(I, AddRef) M(I, Release)
@@ -167,7 +166,7 @@ enum { FIRST_OWN_SLOT = 7 };
 /* The slot of each method: IOibIdxLib_InitLogging and so on. */
 #define SLOT_OF_METHOD(interface, method) interface##_##method,
 #define SLOTS_OF(name, id, first) \
-    enum { name##_before = (first)-1, OF_##name(SLOT_OF_METHOD, name) name##_end };
+    enum { name##_before = (first)-1, OF_##name(SLOT_OF_METHOD, name) };
 FOR_EACH_INTERFACE(SLOTS_OF)
 
 /* ----- Exports, with their usual parameters ----- */

@@ -112,6 +112,9 @@ static void CheckLateBound(void* files) {
     VARIANT result, index = {.vt = VT_I4, .value.lVal = 0};
     EXCEPINFO exception = {0};
     DISPPARAMS params = {&index, NULL, 1, 0};
+    int32_t id = 0;
+    OK(IDispatch_GetIDsOfNames, files, &(GUID){0}, (BSTR[]){T("TotalSize")}, 1, 0, &id);
+    CHECK(id == 0x60020002);
     api.VariantInit(&result);
     OK(IDispatch_Invoke, files, 0x60020000, &(GUID){0}, 0, DISPATCH_METHOD, &params, &result,
        &exception, NULL);
