@@ -3,10 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <regex>
 #include <set>
-#include <sstream>
 #include <string>
 #include <utility>
 
@@ -16,140 +17,108 @@
 namespace {
 
 using platform::ERegistryRoot;
-using platform::RegistryKey;
 
 constexpr HRESULT kRefusal = static_cast<HRESULT>(0x80070005U);
 constexpr LCID kThreadLocale = 0x407;
 constexpr char kModule[] = R"(C:\it's ''here''\100%APPID%\{ } x.dll)";
-using Entries = std::set<std::string>;
 // Keys and values of other programs, which must remain.
-const Entries kUnregistered = {"AppID",           "AppID\\Other", "CLSID",
-                               "CLSID :  = kept", "CLSID\\{0}",   "ZorelOibIdxLib.COibIdxLib.51"};
+const std::set<std::string> kUnregistered = {
+    "HKCR\\AppID",           "HKCR\\AppID\\Other", "HKCR\\CLSID",
+    "HKCR\\CLSID :  = kept", "HKCR\\CLSID\\{0}",   "HKCR\\ZorelOibIdxLib.COibIdxLib.51"};
 
 // A module with quotes, blanks and percent signs in its path.
 class CTestSetup final : public automation::IModuleSetup {
 public:
     CTestSetup() {
-        registry.CreateKey({ERegistryRoot::ClassesRoot, u"AppID\\Other"});
-        registry.CreateKey({ERegistryRoot::ClassesRoot, u"CLSID\\{0}"});
-        registry.CreateKey({ERegistryRoot::ClassesRoot, u"ZorelOibIdxLib.COibIdxLib.51"});
+        for (const char16_t* const path :
+             {u"AppID\\Other", u"CLSID\\{0}", u"ZorelOibIdxLib.COibIdxLib.51"}) {
+            registry.CreateKey({ERegistryRoot::ClassesRoot, path});
+        }
         registry.SetValue({ERegistryRoot::ClassesRoot, u"CLSID"}, u"", std::u16string(u"kept"));
     }
 
-    // The step with this 0-based number and all later steps fail. The registry counts its
-    // calls separately.
-    void RefuseFrom(int step) { m_stepsLeft = step; }
-
     support::CMemoryRegistry& Registry() override { return registry; }
     HRESULT LoadScript(std::uint16_t number, std::u16string& script) override {
-        const char* const name = number == automation::kAppIdScript ? "app_id.rgs" : "class.rgs";
-        script = support::RegistrationScript(name);
-        return Step(name);
+        const std::string name = number == automation::kAppIdScript ? "app_id.rgs" : "class.rgs";
+        std::ifstream file(ZOREL_SOURCE_DIR "/src/frame/server/" + name);
+        script = zorel::ToUtf16(std::string{std::istreambuf_iterator<char>(file), {}});
+        return Step(name + ";");
     }
     HRESULT GetModulePath(std::u16string& path) override {
         path = zorel::ToUtf16(kModule);
-        return Refuses() ? kRefusal : S_OK;
+        return Step("");
     }
-    HRESULT RegisterTypeLibrary(const std::u16string&) override { return Step("library"); }
-    HRESULT UnregisterTypeLibrary(const std::u16string&) override { return Step("no library"); }
+    HRESULT RegisterTypeLibrary(const std::u16string&) override { return Step("library;"); }
+    HRESULT UnregisterTypeLibrary(const std::u16string&) override { return Step("no library;"); }
     LCID EnterSystemLocale() noexcept override { return std::exchange(locale, 0x800); }
     void RestoreLocale(LCID former) noexcept override { locale = former; }
-
-    Entries Found() {
-        std::istringstream dump(support::DumpRegistry(registry, {ERegistryRoot::ClassesRoot, u""},
-                                                      {u"", u"AppID", u"ThreadingModel"}));
-        Entries entries;
-        for (std::string line; std::getline(dump, line);) {
-            entries.insert(line);
-        }
-        return entries;
-    }
 
     support::CMemoryRegistry registry;
     LCID locale = kThreadLocale;
     std::string steps;
 
 private:
-    bool Refuses() { return m_stepsLeft == 0 || (m_stepsLeft > 0 && m_stepsLeft-- == 0); }
-    HRESULT Step(const char* name) {
+    HRESULT Step(const std::string& name) {
         EXPECT_EQ(locale, 0x800U) << name;
-        const bool refuses = Refuses();
-        steps += refuses ? "" : std::string(name) + ";";
-        return refuses ? kRefusal : S_OK;
+        steps += name;
+        return registry.Refuses() ? kRefusal : S_OK;
     }
-
-    int m_stepsLeft = -1;  // -1: none fails
 };
 
 // The entries that the Windows module writes, and those of other programs.
-Entries Registered() {
-    Entries entries = kUnregistered;
+std::set<std::string> Registered() {
+    std::set<std::string> entries = kUnregistered;
     std::ifstream file(ZOREL_SOURCE_DIR "/tests/windows/registered.txt");
     const std::regex entry(R"x(> \[HKEY_CLASSES_ROOT\\(.*)\](?: (?:@|"(.*)")="(.*)")?)x");
     std::smatch found;
     for (std::string line; std::getline(file, line);) {
         // The system writes the entries of the type library.
         if (line.find("\\Typelib\\") == line.npos && std::regex_match(line, found, entry)) {
+            const std::string key = "HKCR\\" + found[1].str();
             const std::string value = found[3] == "MODULE" ? kModule : found[3].str();
-            entries.insert(found[1]);
-            if (found[3].matched) {
-                entries.insert(found[1].str() + " : " + found[2].str() + " = " + value);
+            entries.insert(found[3].matched ? key + " : " + found[2].str() + " = " + value : key);
+            // Keys are listed by their values only.
+            for (std::size_t end = 4; end < key.size();) {
+                end = std::min(key.find('\\', end + 1), key.size());
+                entries.insert(key.substr(0, end));
             }
         }
     }
     return entries;
 }
 
+// Each step fails in turn: its code is returned and the next call succeeds. In the last round
+// none fails.
 TEST(Registration, WritesAndDeletesThePublishedEntries) {
-    CTestSetup setup;
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(server::RegisterServer(setup), S_OK);
-        EXPECT_EQ(setup.Found(), Registered());
-        EXPECT_EQ(std::exchange(setup.steps, ""), "app_id.rgs;class.rgs;library;");
-        // An entry of an older version under the class key must be deleted.
-        const RegistryKey old{ERegistryRoot::ClassesRoot,
-                              u"CLSID\\{F527D4A6-8452-43F4-95F5-DCC32FB0DC24}\\Old\\Older"};
-        EXPECT_EQ(setup.registry.CreateKey(old), 0U);
-    }
-    EXPECT_NE(setup.Found(), Registered());
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(server::UnregisterServer(setup), S_OK);
-        EXPECT_EQ(setup.Found(), kUnregistered);
-        EXPECT_EQ(std::exchange(setup.steps, ""), "class.rgs;no library;app_id.rgs;");
-    }
-    EXPECT_EQ(setup.locale, kThreadLocale);
-}
-
-// Lets each step fail in turn: its code is returned, no later step runs, and the next call
-// succeeds. Returns the number of steps.
-template <class Refuse>
-int RefuseEveryStep(HRESULT (*action)(automation::IModuleSetup&) noexcept, const Entries& after,
-                    Refuse refuse) {
-    for (int step = 0;; ++step) {
-        CTestSetup setup;
-        EXPECT_EQ(server::RegisterServer(setup), S_OK);
-        refuse(setup, step);
-        const HRESULT hr = action(setup);
-        refuse(setup, -1);
-        EXPECT_EQ(setup.locale, kThreadLocale);
-        if (hr == S_OK || step == 200) {
-            return step;
+    const struct {
+        HRESULT (*action)(automation::IModuleSetup&) noexcept;
+        std::set<std::string> entries;
+        const char* steps;
+        int count;  // one for each key, value, deletion of a ForceRemove key and call of the setup
+    } rows[] = {
+        {&server::RegisterServer, Registered(), "app_id.rgs;class.rgs;library;", 40},
+        {&server::UnregisterServer, kUnregistered, "class.rgs;no library;app_id.rgs;", 20},
+    };
+    for (const auto& row : rows) {
+        for (int step = 0; step <= row.count; ++step) {
+            SCOPED_TRACE(row.steps + std::to_string(step));
+            CTestSetup setup;
+            EXPECT_EQ(server::RegisterServer(setup), S_OK);
+            // An entry of an older version under the class key must be deleted.
+            setup.registry.CreateKey(
+                {ERegistryRoot::ClassesRoot,
+                 u"CLSID\\{F527D4A6-8452-43F4-95F5-DCC32FB0DC24}\\Old\\Older"});
+            setup.registry.RefuseFrom(step);
+            EXPECT_EQ(row.action(setup), step < row.count ? kRefusal : S_OK);
+            EXPECT_EQ(support::TakeError().description.empty(), step == row.count);
+            EXPECT_EQ(setup.locale, kThreadLocale);
+            setup.registry.RefuseFrom(-1);
+            setup.steps.clear();
+            EXPECT_EQ(row.action(setup), S_OK);
+            EXPECT_EQ(setup.registry.Entries(), row.entries);
+            EXPECT_EQ(setup.steps, row.steps);
         }
-        EXPECT_EQ(hr, kRefusal) << step;
-        EXPECT_NE(support::TakeError().description, u"");
-        EXPECT_EQ(action(setup), S_OK) << step;
-        EXPECT_EQ(setup.Found(), after) << step;
     }
-}
-
-TEST(Registration, ReturnsTheFirstFailure) {
-    const auto inRegistry = [](CTestSetup& setup, int step) { setup.registry.RefuseFrom(step); };
-    const auto around = [](CTestSetup& setup, int step) { setup.RefuseFrom(step); };
-    // The number of calls: one for each key, each value and each deletion of a ForceRemove key.
-    EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, Registered(), inRegistry), 34);
-    EXPECT_EQ(RefuseEveryStep(&server::UnregisterServer, kUnregistered, inRegistry), 14);
-    EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, Registered(), around), 6);
-    EXPECT_EQ(RefuseEveryStep(&server::UnregisterServer, kUnregistered, around), 6);
 }
 
 }  // namespace
