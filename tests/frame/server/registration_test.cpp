@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -76,11 +75,9 @@ std::set<std::string> Registered() {
         if (line.find("\\Typelib\\") == line.npos && std::regex_match(line, found, entry)) {
             const std::string key = "HKCR\\" + found[1].str();
             const std::string value = found[3] == "MODULE" ? kModule : found[3].str();
-            entries.insert(found[3].matched ? key + " : " + found[2].str() + " = " + value : key);
-            // Keys are listed by their values only.
-            for (std::size_t end = 4; end < key.size();) {
-                end = std::min(key.find('\\', end + 1), key.size());
-                entries.insert(key.substr(0, end));
+            entries.insert(key);
+            if (found[3].matched) {
+                entries.insert(key + " : " + found[2].str() + " = " + value);
             }
         }
     }
