@@ -18,7 +18,6 @@ function(zorel_client_test name)
 endfunction()
 
 set(example ${CMAKE_CURRENT_SOURCE_DIR}/data/example.dat)
-zorel_client_test(jscript ${CMAKE_CURRENT_SOURCE_DIR}/windows/run_script.sh)
 zorel_client_test(cpp ${CMAKE_CURRENT_SOURCE_DIR}/windows/cpp_clients_test.sh
   $<TARGET_FILE:generate_and_search> $<TARGET_FILE:browse_by_name> ${example})
 
