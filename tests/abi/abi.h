@@ -1,7 +1,6 @@
 /* The binary interface as a client in C declares it from the published page: types, records,
  * slots and identifiers. This header includes none of the library's own. */
-#ifndef ZOREL_TESTS_ABI_H
-#define ZOREL_TESTS_ABI_H
+#pragma once
 
 #include <assert.h>
 #include <stddef.h>
@@ -196,5 +195,3 @@ FOR_EACH_INTERFACE(SLOTS_OF)
     EXPORT(int32_t, SystemTimeToVariantTime, SYSTEMTIME*, double*) \
     EXPORT(int32_t, VariantTimeToSystemTime, double, SYSTEMTIME*)
 /* clang-format on */
-
-#endif

@@ -1,7 +1,6 @@
 /* What the client is made of: the module's functions, calls by slot, checks that print the line
  * that failed, strings, and the checks that every object passes. Included once. */
-#ifndef ZOREL_TESTS_CHECKS_H
-#define ZOREL_TESTS_CHECKS_H
+#pragma once
 
 #include <stdbool.h>
 #include <stdio.h>
@@ -170,5 +169,3 @@ static bool ErrorIs(const GUID* iid, const char* texts) {
     Release(info);
     return Take(found, 2, texts) && memcmp(&guid, iid, 16) == 0 && help == NULL && context == 0;
 }
-
-#endif

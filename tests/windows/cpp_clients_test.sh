@@ -10,8 +10,8 @@ cp "$3" "$folder/catalogue/C.dat"
 printf 'Volume.C=C.dat\r\n#' >"$folder/catalogue/summary.txt"
 catalogue=$(winepath -w "$folder/catalogue") texts=$(winepath -w "$folder/text")
 
-early() { timeout 120 wine "$1" "$2" "$texts" 'a.t' </dev/null 2>/dev/null | tr -d '\r'; }
-diff <(early "$1" "$catalogue") - <<'OUTPUT'
+run() { timeout 120 wine "$@" </dev/null 2>/dev/null | tr -d '\r'; }
+diff <(run "$1" "$catalogue" "$texts" 'a.t') - <<'OUTPUT'
         1234  C:\docs\a.txt  (LAB\ann)
 1 found
 -- vl.C.LAB.ann.0.txt
@@ -20,10 +20,9 @@ diff <(early "$1" "$catalogue") - <<'OUTPUT'
 OUTPUT
 
 text="$texts\\vl.C.LAB.ann.0.txt"
-late() { timeout 120 wine "$@" </dev/null 2>/dev/null | tr -d '\r'; }
 diff <(printf '%s\n' '1 files, 1234 bytes' '01/15/2013 09:05:07, 1234, C:\docs\a.txt') \
-    <(late "$2" "$catalogue\\C.dat" 'C:\docs' "$text" '*.txt')
-diff <(printf '%s\n' 'docs\' '0 files, 0 bytes') <(late "$2" "$catalogue\\C.dat" C: "$text" 'b*')
+    <(run "$2" "$catalogue\\C.dat" 'C:\docs' "$text" '*.txt')
+diff <(printf '%s\n' 'docs\' '0 files, 0 bytes') <(run "$2" "$catalogue\\C.dat" C: "$text" 'b*')
 
 # fails_as TEXT COMMAND...
 fails_as() {
@@ -34,6 +33,6 @@ fails_as() {
         exit 1
     }
 }
-fails_as summary.txt early "$1" "$catalogue.none"
-fails_as '0x80070002: ' late "$2" "$catalogue\\D.dat" 'C:\docs' "$text" '*'
-fails_as '0x80070002: ' late "$2" "$catalogue\\C.dat" 'C:\docs' "$text.none" '*'
+fails_as summary.txt run "$1" "$catalogue.none" "$texts" 'a.t'
+fails_as '0x80070002: ' run "$2" "$catalogue\\D.dat" 'C:\docs' "$text" '*'
+fails_as '0x80070002: ' run "$2" "$catalogue\\C.dat" 'C:\docs' "$text.none" '*'
