@@ -28,10 +28,7 @@ diff <(printf '%s\n' 'docs\' '0 files, 0 bytes') <(run "$2" "$catalogue\\C.dat" 
 fails_as() {
     local status=0 output
     output=$("${@:2}") || status=$?
-    [[ $status -eq 1 && $output == *"$1"* ]] || {
-        echo "status $status for a missing file: $output" >&2
-        exit 1
-    }
+    [[ $status -eq 1 && $output == *"$1"* ]] || { echo "status $status: $output"; exit 1; }
 }
 fails_as summary.txt run "$1" "$catalogue.none" "$texts" 'a.t'
 fails_as '0x80070002: ' run "$2" "$catalogue\\D.dat" 'C:\docs' "$text" '*'
