@@ -121,27 +121,28 @@ HRESULT Call(CProbe& probe, DISPID id, const std::vector<VARIANT>& arguments,
                           badArgument);
 }
 
-// The result of the call, then the identifiers.
-std::vector<DISPID> Find(std::vector<std::u16string> texts, REFIID reserved = IID_NULL) {
-    std::vector<LPOLESTR> names;
-    for (std::u16string& text : texts) {
-        names.push_back(text.data());
-    }
-    std::vector<DISPID> ids(names.size() + 1);
-    ids[0] = DispatchGetIDsOfNames(kTable, reserved, names.data(), static_cast<UINT>(names.size()),
-                                   0, &ids[1]);
-    return ids;
-}
-
 TEST(Dispatch, FindsNamesWithoutRegardToCase) {
-    using Ids = std::vector<DISPID>;
-    EXPECT_EQ(Find({u"tAKE", u"NUMBER", u"seen"}), (Ids{S_OK, kTake, 0, 4}));
-    EXPECT_EQ(Find({u"total"}), (Ids{S_OK, kTotal}));
-    EXPECT_EQ(Find({u"get_Total"}), (Ids{DISP_E_UNKNOWNNAME, -1}));
-    EXPECT_EQ(Find({u"Tak"}), (Ids{DISP_E_UNKNOWNNAME, -1}));
-    EXPECT_EQ(Find({u"Take", u"flag", u"seen"}), (Ids{DISP_E_UNKNOWNNAME, kTake, -1, 4}));
-    EXPECT_EQ(Find({u"None", u"number"}), (Ids{DISP_E_UNKNOWNNAME, -1, -1}));
-    EXPECT_EQ(Find({u"Take"}, IID_IUnknown)[0], DISP_E_UNKNOWNINTERFACE);
+    const struct {
+        std::vector<const char16_t*> names;
+        HRESULT hr;
+        std::vector<DISPID> ids;
+    } rows[] = {
+        {{u"tAKE", u"NUMBER", u"seen"}, S_OK, {kTake, 0, 4}},
+        {{u"total"}, S_OK, {kTotal}},
+        {{u"get_Total"}, DISP_E_UNKNOWNNAME, {-1}},
+        {{u"Tak"}, DISP_E_UNKNOWNNAME, {-1}},
+        {{u"Take", u"flag", u"seen"}, DISP_E_UNKNOWNNAME, {kTake, -1, 4}},
+        {{u"None", u"number"}, DISP_E_UNKNOWNNAME, {-1, -1}},
+    };
+    for (const auto& row : rows) {
+        std::vector<DISPID> ids(row.names.size());
+        auto* const names = const_cast<LPOLESTR*>(row.names.data());
+        const auto count = static_cast<UINT>(ids.size());
+        EXPECT_EQ(DispatchGetIDsOfNames(kTable, IID_NULL, names, count, 0, ids.data()), row.hr);
+        EXPECT_EQ(ids, row.ids);
+        EXPECT_EQ(DispatchGetIDsOfNames(kTable, IID_IUnknown, names, count, 0, ids.data()),
+                  DISP_E_UNKNOWNINTERFACE);
+    }
 }
 
 // The value of "TYPE CONTENT": a VARTYPE with a text, a real number or an integer.
