@@ -139,7 +139,7 @@ std::int64_t CFileReader::GetCurFilePos() {
 }
 
 void CFileReader::SetCurFilePos(std::int64_t position) {
-    const std::int64_t buffered = static_cast<std::int64_t>(m_end);
+    const auto buffered = static_cast<std::int64_t>(m_end);
     if (m_file && position >= m_filePos - buffered && position <= m_filePos) {
         m_begin = static_cast<std::size_t>(position - (m_filePos - buffered));
         m_atEnd = m_readPastEnd = false;

@@ -1,6 +1,6 @@
 #include "idxdata/tables/folder_table.h"
 
-#include <ranges>
+#include <algorithm>
 
 #include "frame/conversions.h"
 #include "frame/errors.h"
@@ -42,10 +42,10 @@ std::size_t CFolderTable::PathLength(std::span<const std::size_t> chain) const n
 
 void CFolderTable::AppendPath(std::u16string& path, std::span<const std::size_t> chain) const {
     path.reserve(path.size() + PathLength(chain));
-    for (const std::size_t folder : std::views::reverse(chain)) {
+    std::for_each(chain.rbegin(), chain.rend(), [&](std::size_t folder) {
         path += NameOf(folder);
         path += u'\\';
-    }
+    });
 }
 
 }  // namespace idxdata
