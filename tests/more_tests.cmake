@@ -11,12 +11,9 @@ endif()
 
 # The exports of the module.
 if(NOT WIN32)
-  set(exports_arguments
-    ${CMAKE_NM} $<TARGET_FILE:ZorelOibIdxComLib> ${CMAKE_CURRENT_SOURCE_DIR}/frame/server/exports.txt)
   add_test(NAME server/exports
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/frame/server/exports_test.sh ${exports_arguments})
-  add_test(NAME server/exports_self_check
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/frame/server/exports_self_check.sh ${exports_arguments})
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/frame/server/exports_test.sh
+            ${CMAKE_NM} $<TARGET_FILE:ZorelOibIdxComLib> ${CMAKE_CURRENT_SOURCE_DIR}/abi/abi.h)
 endif()
 
 # An installation and its clients. The rules do not depend on sanitizers, but clients of a
@@ -103,17 +100,4 @@ if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)
               $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx> ${CMAKE_CXX_COMPILER})
     set_tests_properties(doc/${document} PROPERTIES TIMEOUT 300 LABELS doc)
   endforeach()
-endif()
-
-# A program that writes every kind of file, for the comparison of the two systems.
-if(NOT ZOREL_SANITIZE)
-  add_executable(write_files same_files/write_files.cpp support/index_file_builder.cpp)
-  target_include_directories(write_files PRIVATE ${PROJECT_SOURCE_DIR}/include)
-  target_link_libraries(write_files PRIVATE zorel_test_support)
-  if(WIN32)
-    target_sources(write_files PRIVATE same_files/apartment.cpp)
-    target_link_libraries(write_files PRIVATE ole32 oleaut32)
-  else()
-    target_link_libraries(write_files PRIVATE ZorelOibIdxComLib)
-  endif()
 endif()

@@ -17,20 +17,13 @@ function(zorel_client_test name)
   zorel_under_wine(samples/${name})
 endfunction()
 
-set(run_script ${CMAKE_CURRENT_SOURCE_DIR}/windows/run_script.sh)
 set(example ${CMAKE_CURRENT_SOURCE_DIR}/data/example.dat)
-zorel_client_test(vbscript ${run_script} ${CMAKE_CURRENT_SOURCE_DIR}/windows/client.vbs ${example})
-zorel_client_test(jscript ${run_script} ${CMAKE_CURRENT_SOURCE_DIR}/windows/client.js)
-zorel_client_test(cpp ${CMAKE_CURRENT_SOURCE_DIR}/windows/cpp_client_test.sh
-  $<TARGET_FILE:generate_and_search> ${example})
-zorel_client_test(cpp_by_name ${CMAKE_CURRENT_SOURCE_DIR}/windows/by_name_client_test.sh
-  $<TARGET_FILE:browse_by_name> ${example})
+zorel_client_test(cpp ${CMAKE_CURRENT_SOURCE_DIR}/windows/cpp_clients_test.sh
+  $<TARGET_FILE:generate_and_search> $<TARGET_FILE:browse_by_name> ${example})
 
-# Tests that also need the native build, which is that of the preset "release".
+# A test that also needs the native build, which is that of the preset "release".
 set(ZOREL_NATIVE_BUILD ${PROJECT_SOURCE_DIR}/build/release CACHE PATH
-    "The build for this system, with write_files and oibidx")
-zorel_client_test(same_files ${CMAKE_CURRENT_SOURCE_DIR}/same_files/same_files_test.sh
-  ${ZOREL_NATIVE_BUILD}/tests/write_files $<TARGET_FILE:write_files>)
+    "The build for this system, with oibidx")
 find_package(Python3 3.11 REQUIRED COMPONENTS Interpreter)
 zorel_client_test(interface_document ${Python3_EXECUTABLE}
   ${CMAKE_CURRENT_SOURCE_DIR}/doc/interface_vbscript_test.py ${ZOREL_NATIVE_BUILD}/cli/oibidx)

@@ -14,9 +14,11 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
 # The programs name the loader and the libraries of the cross compiler. The emulator's option
-# -L would find them too, but it also redirects every file that a program opens.
+# -L would find them too, but it also redirects every file that a program opens. The old kind
+# of run path also holds for the libraries of libraries.
+set(run_path "-Wl,-rpath,/usr/${triplet}/lib -Wl,--disable-new-dtags")
 set(CMAKE_EXE_LINKER_FLAGS_INIT
-  "-Wl,--dynamic-linker=/usr/${triplet}/lib/ld-linux-aarch64.so.1 -Wl,-rpath,/usr/${triplet}/lib")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-Wl,-rpath,/usr/${triplet}/lib")
+  "-Wl,--dynamic-linker=/usr/${triplet}/lib/ld-linux-aarch64.so.1 ${run_path}")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${run_path}")
 
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64)

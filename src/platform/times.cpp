@@ -70,8 +70,9 @@ bool DateToSystemTime(double date, SystemTime& time) noexcept {
     if (!(whole >= kMinDate && whole < kEndOfDates)) {
         return false;
     }
-    const auto seconds =
-        static_cast<std::int64_t>(std::abs(date - whole) * double{kSecondsPerDay} + 0.5);
+    // A day has few seconds, so that the sum is exact enough and costs less than a call.
+    const double rounded = std::abs(date - whole) * double{kSecondsPerDay} + 0.5;
+    const auto seconds = static_cast<std::int64_t>(rounded);
     const std::int64_t day =
         kDateEpoch + static_cast<std::int64_t>(whole) + seconds / kSecondsPerDay;
     if (day > kLastDay) {

@@ -1,7 +1,6 @@
 /* The binary interface as a client in C declares it from the published page: types, records,
  * slots and identifiers. This header includes none of the library's own. */
-#ifndef ZOREL_TESTS_ABI_H
-#define ZOREL_TESTS_ABI_H
+#pragma once
 
 #include <assert.h>
 #include <stddef.h>
@@ -42,16 +41,14 @@ typedef struct {
     SAFEARRAYBOUND rgsabound[1];
 } SAFEARRAY;
 
-enum { VT_EMPTY = 0, VT_I4 = 3, VT_BSTR = 8, VT_DISPATCH = 9, VT_BOOL = 11, VT_RECORD = 36 };
-enum { VT_ARRAY = 0x2000, DISPATCH_METHOD = 1, DISPATCH_PROPERTYGET = 2 };
+enum { VT_EMPTY = 0, VT_I4 = 3, VT_BSTR = 8, VT_RECORD = 36 };
+enum { VT_ARRAY = 0x2000, DISPATCH_METHOD = 1 };
 
 typedef struct {
     uint16_t vt, reserved[3];
     union {
         int32_t lVal;
-        VARIANT_BOOL boolVal;
         BSTR bstrVal;
-        void* pdispVal;
         SAFEARRAY* parray;
         struct {
             void *pvRecord, *pRecInfo;
@@ -106,7 +103,6 @@ static_assert(sizeof(SearchSpec) == 88 && sizeof(FileRecord) == 32, "layout");
 /* ----- Interfaces: INTERFACE(name, identifier, number of the first slot, methods) -----
  * The methods are in slot order; a property is listed by its name. */
 
-enum { FIRST_OWN_SLOT = 7 };
 /* Not formatted: the format of these lists is not stable. */
 /* clang-format off */
 #define OF_IUnknown(M, I) M(I, QueryInterface) M(I, AddRef) M(I, Release)
@@ -143,40 +139,37 @@ enum { FIRST_OWN_SLOT = 7 };
 #define OF_IOibFilesArray(M, I) M(I, GetFileInfo) M(I, FilesCount) M(I, TotalSize)
 #define OF_IOibTDFSearchTask(M, I) M(I, GetResult) M(I, ResultsCount)
 #define OF_IOibBDFSearchTask(M, I) OF_IOibTDFSearchTask(M, I) M(I, Find)
-/* clang-format on */
 
-#define FOR_EACH_OWN_INTERFACE(INTERFACE)                                               \
-    INTERFACE(IOibIdxLib, "5e5c6200-0e90-4c90-b72a-a066a723fd5e", 7)                    \
-    INTERFACE(IMtfMetaFile, "f2c61ee0-4209-48f9-8eec-0056a972dd79", 7)                  \
-    INTERFACE(IMtfAttrsTree, "a502bffc-669d-41f6-9ce2-78dfbf00116a", 7)                 \
-    INTERFACE(IMtfBSessionMetaFile, "0811935f-9257-44b9-8c78-2619ac0f6d42", 7)          \
-    INTERFACE(ICatOibRefsEnumerator, "22bf1b01-cc55-4e89-b52f-2447bb881b75", 7)         \
-    INTERFACE(IMtfPublicationOrderingInfo, "a331a1a5-e8ad-4254-99e9-ce400c78fca6", 7)   \
+#define FOR_EACH_INTERFACE(INTERFACE) \
+    INTERFACE(IOibIdxLib, "5e5c6200-0e90-4c90-b72a-a066a723fd5e", 7) \
+    INTERFACE(IMtfMetaFile, "f2c61ee0-4209-48f9-8eec-0056a972dd79", 7) \
+    INTERFACE(IMtfAttrsTree, "a502bffc-669d-41f6-9ce2-78dfbf00116a", 7) \
+    INTERFACE(IMtfBSessionMetaFile, "0811935f-9257-44b9-8c78-2619ac0f6d42", 7) \
+    INTERFACE(ICatOibRefsEnumerator, "22bf1b01-cc55-4e89-b52f-2447bb881b75", 7) \
+    INTERFACE(IMtfPublicationOrderingInfo, "a331a1a5-e8ad-4254-99e9-ce400c78fca6", 7) \
     INTERFACE(IMtfPublicationMetaFileReader, "e9cdc05e-b36c-4d51-8a2c-1f86e2874b90", 7) \
-    INTERFACE(IMtfAddBSessionCmdAccessor, "15dd54ff-42f0-4d41-aec0-65a70c479373", 7)    \
-    INTERFACE(IOibDFBrowser, "31d94af1-b515-42fa-a123-7fba9a4b702d", 7)                 \
-    INTERFACE(IOibFilesArray, "c7c4515e-2e8b-459e-bdae-75adabc8b8cb", 7)                \
-    INTERFACE(IOibTDFSearchTask, "c89a1654-26df-4277-b0ee-7d553d5e9e57", 7)             \
-    INTERFACE(IOibBDFSearchTask, "e280ed53-259e-4988-8af6-08cdcf37d6bf", 7)
-#define FOR_EACH_INTERFACE(INTERFACE)                                       \
-    FOR_EACH_OWN_INTERFACE(INTERFACE)                                       \
-    INTERFACE(IUnknown, "00000000-0000-0000-c000-000000000046", 0)          \
-    INTERFACE(IDispatch, "00020400-0000-0000-c000-000000000046", 3)         \
-    INTERFACE(IClassFactory, "00000001-0000-0000-c000-000000000046", 3)     \
+    INTERFACE(IMtfAddBSessionCmdAccessor, "15dd54ff-42f0-4d41-aec0-65a70c479373", 7) \
+    INTERFACE(IOibDFBrowser, "31d94af1-b515-42fa-a123-7fba9a4b702d", 7) \
+    INTERFACE(IOibFilesArray, "c7c4515e-2e8b-459e-bdae-75adabc8b8cb", 7) \
+    INTERFACE(IOibTDFSearchTask, "c89a1654-26df-4277-b0ee-7d553d5e9e57", 7) \
+    INTERFACE(IOibBDFSearchTask, "e280ed53-259e-4988-8af6-08cdcf37d6bf", 7) \
+    INTERFACE(IUnknown, "00000000-0000-0000-c000-000000000046", 0) \
+    INTERFACE(IDispatch, "00020400-0000-0000-c000-000000000046", 3) \
+    INTERFACE(IClassFactory, "00000001-0000-0000-c000-000000000046", 3) \
     INTERFACE(ISupportErrorInfo, "df0b3d60-548f-101b-8e65-08002b2bd119", 3) \
-    INTERFACE(IErrorInfo, "1cf2b120-547d-101b-8e65-08002b2bd119", 3)        \
+    INTERFACE(IErrorInfo, "1cf2b120-547d-101b-8e65-08002b2bd119", 3) \
     INTERFACE(ICreateErrorInfo, "22f03340-547d-101b-8e65-08002b2bd119", 3)
+/* clang-format on */
 #define CLASS_COibIdxLib "f527d4a6-8452-43f4-95f5-dcc32fb0dc24"
 
 /* The slot of each method: IOibIdxLib_InitLogging and so on. */
 #define SLOT_OF_METHOD(interface, method) interface##_##method,
 #define SLOTS_OF(name, id, first) \
-    enum { name##_before = (first)-1, OF_##name(SLOT_OF_METHOD, name) name##_end };
+    enum { name##_before = (first)-1, OF_##name(SLOT_OF_METHOD, name) };
 FOR_EACH_INTERFACE(SLOTS_OF)
 
 /* ----- Exports, with their usual parameters ----- */
 
-/* Not formatted: the format of this list is not stable. */
 /* clang-format off */
 #define FOR_EACH_EXPORT(EXPORT) \
     EXPORT(HRESULT, DllGetClassObject, const GUID*, const GUID*, void**) \
@@ -202,5 +195,3 @@ FOR_EACH_INTERFACE(SLOTS_OF)
     EXPORT(int32_t, SystemTimeToVariantTime, SYSTEMTIME*, double*) \
     EXPORT(int32_t, VariantTimeToSystemTime, double, SYSTEMTIME*)
 /* clang-format on */
-
-#endif

@@ -120,5 +120,4 @@ class MetaTest(ClientTest):
         self.assertIn("several trees", self.run_on_file("publication show", code=2)[1])
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()

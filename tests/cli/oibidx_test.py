@@ -6,14 +6,12 @@ import os
 import pty
 import resource
 import signal
-import socket
 import struct
 import subprocess
 import time
 import unittest
 
-from tool_support import (OIBIDX, ClientTest, answer, limited, make_tree, model, objects, owner_of,
-                          run)
+from tool_support import OIBIDX, ClientTest, answer, make_tree, model, objects, owner_of, run
 
 
 class ScanAndBrowse(ClientTest):
@@ -50,17 +48,10 @@ class ScanAndBrowse(ClientTest):
         self.assertEqual({r["name"]: r for r in rows if r["type"] == "file"}, files, arguments)
         self.assertEqual([r["type"] for r in rows[:len(folders)]], ["folder"] * len(folders))
 
-    def test_fields_of_the_data_file(self):
-        self.make("deep.bin", b"12345", modified=-(5 * 10**8) - 1)  # before 1970
-        self.scan("--volume", "Q")
-        data = self.content()["Q.dat"]
-        self.assertEqual(data[:20], struct.pack("<4sHHqI", b"VIFD", 1, 1, 94, 0))
-        self.assertEqual(data[50:94], "deep.bin".encode("utf-16-le") +
-                         struct.pack("<qIqq", 0, 0, 116444736000000000 - 5000001, 5))
-        account = [f"S-1-22-1-{os.getuid()}", owner_of(os.stat(self.tree)),
-                   socket.gethostname().upper()]
-        self.assertTrue(data.endswith(b"".join(
-            struct.pack("<I", len(text)) + text.encode("utf-16-le") for text in account)))
+    def test_times_keep_their_fractions_of_a_second(self):
+        self.make("a", modified=-(5 * 10**8) - 1)  # before 1970
+        self.scan()
+        self.assertIn(struct.pack("<q", 116444736000000000 - 5000001), self.content()["C.dat"])
 
     def test_deep_trees_need_few_descriptors(self):
         depth, here, path = 300, os.getcwd(), []
@@ -74,7 +65,7 @@ class ScanAndBrowse(ClientTest):
         open("bottom", "w").close()
         os.chdir(here)
         done = run("scan", self.tree, "-o", self.catalogue,
-                   preexec_fn=limited(resource.RLIMIT_NOFILE, 40))
+                   preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (40, 40)))
         self.assertEqual((done.returncode, done.stderr), (0, b""))
         for i in (0, 16, 17, 150, depth - 1, depth):
             rows = objects("browse", self.data_file, "/".join(path[:i]), "--json")
@@ -204,7 +195,7 @@ class Failures(ClientTest):
             self.make(f"{i}" * 100)
         for limit in (0, 1000, 9000):
             done = run("scan", self.tree, "-o", self.catalogue,
-                       preexec_fn=limited(resource.RLIMIT_FSIZE, limit))
+                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
             self.assertEqual(done.returncode, 2, limit)
             self.assertRegex(done.stderr.decode(),
                              f"^oibidx: {self.data_file}: Cannot write file in CFileWriter::")
@@ -236,10 +227,6 @@ class Failures(ClientTest):
 
 
 class VolumeList(ClientTest):
-    def setUp(self):
-        super().setUp()
-        os.mkdir(self.catalogue)
-
     def test_other_volumes_stay(self):
         ours, other = "Volume.C=C.dat", "Volume.D=D.dat"
         for name, old, new in [
@@ -271,5 +258,4 @@ class VolumeList(ClientTest):
         self.assertEqual(sorted(lines), [f"Volume.{x}={x}.dat" for x in letters])
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()

@@ -3,9 +3,9 @@ scan of them records. A test's first argument is the path of the client."""
 import datetime
 import json
 import os
+import pathlib
 import pwd
 import random
-import resource
 import subprocess
 import sys
 import tempfile
@@ -31,11 +31,6 @@ def answer(*arguments, code=0):
 
 def objects(*arguments, code=0):
     return [json.loads(line) for line in answer(*arguments, code=code).splitlines()]
-
-
-def limited(resource_kind, value):
-    """For preexec_fn: a resource limit. A size limit gives an error, not a signal."""
-    return lambda: resource.setrlimit(resource_kind, (value, value))
 
 
 def owner_of(status):
@@ -97,20 +92,17 @@ class ClientTest(unittest.TestCase):
         os.mkdir(self.tree)
 
     def make(self, name, content=b"", modified=None):
-        path = os.path.join(self.tree, name)
-        os.makedirs(os.path.dirname(path), exist_ok=True)
-        with open(path, "wb") as file:
-            file.write(content)
+        path = self.write("tree/" + name, content)
         if modified is not None:
             os.utime(path, ns=(0, modified))
 
     def write(self, name, content):
         """Writes bytes, or text as UTF-16 with a byte-order mark; returns the path."""
-        path = os.path.join(self.base, name)
-        with open(path, "wb") as file:
-            file.write(content if isinstance(content, bytes)
-                       else ("\ufeff" + content).encode("utf-16-le"))
-        return path
+        path = pathlib.Path(self.base, name)
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content if isinstance(content, bytes)
+                         else ("\ufeff" + content).encode("utf-16-le"))
+        return str(path)
 
     def check_failure(self, arguments, *texts):
         """The run fails without output, and its message contains the texts."""
@@ -126,8 +118,4 @@ class ClientTest(unittest.TestCase):
 
     def content(self):
         """Every file of the catalogue with its bytes."""
-        found = {}
-        for entry in os.scandir(self.catalogue) if os.path.isdir(self.catalogue) else []:
-            with open(entry.path, "rb") as file:
-                found[entry.name] = file.read()
-        return found
+        return {path.name: path.read_bytes() for path in pathlib.Path(self.catalogue).glob("*")}

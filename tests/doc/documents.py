@@ -1,6 +1,7 @@
 """The examples of README.md and doc/interface.md, and what is needed to run them."""
 
 import os
+import pathlib
 import re
 import subprocess
 from datetime import datetime, timezone
@@ -26,22 +27,20 @@ cmd.7.grp.0.BackupFile.0.Path=D:\\Backup\\daily.bak"""
 def prepare(folder, oibidx):
     """Writes the files that the interface document's examples use, with the client `oibidx`."""
     for name, size in FILES.items():
-        path = os.path.join(folder, "tree", name)
-        os.makedirs(os.path.dirname(path), exist_ok=True)
-        with open(path, "wb") as file:
-            file.write(b"x" * size)
+        path = pathlib.Path(folder, "tree", name)
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(b"x" * size)
         os.utime(path, (TIME, TIME))
     subprocess.run([oibidx, "scan", "tree", "-o", "catalogue"], cwd=folder, check=True,
                    stdout=subprocess.DEVNULL)
     for name, text in [("vl.C.CORP.ann.0.txt", RECORDS), ("session.mtf", SESSION),
                        ("publication.mtf", PUBLICATION)]:
-        with open(os.path.join(folder, name), "wb") as file:
-            file.write(("\ufeff" + text.replace("\n", "\r\n")).encode("utf-16-le"))
+        content = ("\ufeff" + text.replace("\n", "\r\n")).encode("utf-16-le")
+        pathlib.Path(folder, name).write_bytes(content)
 
 
 def read(name):
-    with open(os.path.join(SOURCES, name), encoding="utf-8") as document:
-        return document.read()
+    return pathlib.Path(SOURCES, name).read_text(encoding="utf-8")
 
 
 def examples(name, language):
@@ -60,8 +59,7 @@ def examples(name, language):
 
 def run_cpp(folder, source, module, compiler):
     """Compiles a program against the public headers and the module; returns what it prints."""
-    with open(os.path.join(folder, "example.cpp"), "w", encoding="utf-8") as file:
-        file.write(source)
+    pathlib.Path(folder, "example.cpp").write_text(source, encoding="utf-8")
     subprocess.run([compiler, "-std=c++17", "-Wall", "-Wextra", "-Werror",
                     "-I", os.path.join(SOURCES, "include"), "example.cpp", module,
                     "-Wl,-rpath," + os.path.dirname(module), "-o", "example"],

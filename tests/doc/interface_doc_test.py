@@ -75,5 +75,4 @@ class Document(unittest.TestCase):
         self.assertEqual(printed, [expected for _, expected in rest] + [""])
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()

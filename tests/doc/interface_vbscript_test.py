@@ -12,7 +12,8 @@ import unittest
 from documents import examples, prepare
 
 OIBIDX = sys.argv.pop(1)
-EXAMPLES = examples("doc/interface.md", "vbscript") + [['WScript.Echo "all ran"', "all ran\n"]]
+EXAMPLES = [*examples("doc/interface.md", "vbscript"),
+            ["WScript.Echo VarType(folders)", "8200\n"]]  # the type of an array of strings
 
 
 class Examples(unittest.TestCase):
@@ -33,5 +34,4 @@ class Examples(unittest.TestCase):
         self.assertEqual(printed[:3] + printed[4:], expected[:3] + expected[4:])
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()

@@ -52,5 +52,4 @@ class Readme(unittest.TestCase):
                 self.assertTrue(os.path.exists(target), f"{path}: {link}")
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()

@@ -70,16 +70,21 @@ TEST(Conversions, ParsingAgreesWithTheCLibrary) {
 }
 
 TEST(Conversions, Guids) {
-    const std::u16string plain = u"9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d",
-                         braces = u"{" + plain + u"}";
+    const GUID guid = {
+        0x9b3c5a2e, 0x4f61, 0x8c2d, {0x7e, 0x0a, 0x1d, 0x2f, 0x3a, 0x4b, 0x5c, 0x6d}};
+    const std::u16string plain = u"9b3c5a2e-4f61-8c2d-7e0a-1d2f3a4b5c6d",
+                         braces = u"{" + plain + u"}", digits = plain.substr(0, 35);
+    EXPECT_EQ(frame::GuidToString(guid, false), plain);
+    EXPECT_EQ(frame::GuidToString(guid, true), braces);
     for (const auto& text : {plain, braces, u"{" + plain, plain + u"}",
-                             std::u16string(u"9B3C5A2E-4F61-4C2D-8E0A-1D2F3A4B5C6D")}) {
-        EXPECT_EQ(frame::GuidToString(frame::StringToGuid(text), false), plain);
-        EXPECT_EQ(frame::GuidToString(frame::StringToGuid(text), true), braces);
+                             std::u16string(u"9B3C5A2E-4F61-8C2D-7E0A-1D2F3A4B5C6D")}) {
+        EXPECT_EQ(frame::StringToGuid(text), guid);
     }
     for (const std::u16string& text :
-         {plain + u" ", u"{" + braces + u"}", plain.substr(1), std::u16string(u"{"),
-          std::u16string(u"9b3c5a2e4f614c2d8e0a1d2f3a4b5c6d-----"), std::u16string()}) {
+         {plain + u" ", u"{" + braces + u"}", plain.substr(1), digits + u"g", digits + u"G",
+          digits + u"`", digits + u" ", digits + u"\x0434", std::u16string(u"{"), std::u16string(),
+          std::u16string(u"9b3c5a2e4f618c2d7e0a1d2f3a4b5c6d-----"),
+          std::u16string(u"9b3c5a2e-4f618c2d--7e0a-1d2f3a4b5c6d")}) {
         EXPECT_TRUE(MessageOf([&] {
                         frame::StringToGuid(text);
                     }).starts_with(u"Cannot convert string to GUID. String: [" + text + u"]."));
@@ -89,21 +94,23 @@ TEST(Conversions, Guids) {
 TEST(Conversions, TrimmingAndComparing) {
     EXPECT_EQ(frame::Trim(u" \t a b\r\n\t "), u"a b\r\n");
     EXPECT_EQ(frame::Trim(u" \t "), u"");
-    EXPECT_TRUE(text::StartsWithNoCase(u"OIB7.x", u"oib") &&
-                !text::StartsWithNoCase(u"oi", u"oib"));
+    EXPECT_TRUE(text::StartsWithNoCase(u"OIB7.x", u"oib"));
     EXPECT_TRUE(text::EndsWithNoCase(u"a.oibuid", u"OibUID"));
-    EXPECT_FALSE(text::EqualsNoCase(u"\u00C9", u"\u00E9"));
-    EXPECT_LT(text::CompareNoCase(u"ab", u"ABC"), 0);
-    EXPECT_LT(text::CompareNoCase(u"a_", u"aZ"), 0);
-    EXPECT_LT(text::CompareNoCase(u"[", u"a"), 0);
+    EXPECT_FALSE(text::StartsWithNoCase(u"oi", u"oib") || text::EqualsNoCase(u"\u00C9", u"\u00E9"));
+    for (const auto& [less, more] : {std::pair(u"ab", u"ABC"), {u"a_", u"aZ"}, {u"[", u"a"}}) {
+        EXPECT_LT(text::CompareNoCase(less, more), 0);
+    }
 }
 
 TEST(Conversions, StringArrays) {
-    const std::vector<std::u16string> list = {u"", u"b\u0416", u"c"};
-    EXPECT_EQ(frame::SafeArrayToStringList(frame::StringListToSafeArray(list).Get()), list);
-    LONG upper = 0;
-    EXPECT_EQ(::SafeArrayGetUBound(frame::StringListToSafeArray({}).Get(), 1, &upper), S_OK);
-    EXPECT_EQ(upper, -1);
+    using List = std::vector<std::u16string>;
+    for (const List& list : {List{}, List{u"", u"b\u0416", u"c"}}) {
+        const auto array = frame::StringListToSafeArray(list);
+        LONG upper = 7;
+        EXPECT_EQ(::SafeArrayGetUBound(array.Get(), 1, &upper), S_OK);
+        EXPECT_EQ(upper + 1, static_cast<LONG>(list.size()));
+        EXPECT_EQ(frame::SafeArrayToStringList(array.Get()), list);
+    }
     SAFEARRAYBOUND bounds[] = {{2, 0}, {3, 5}};
     for (const auto& [type, message] :
          {std::pair(VT_BSTR, u"Wrong dimension"), std::pair(VT_I4, u"BSTR expected")}) {
@@ -112,11 +119,8 @@ TEST(Conversions, StringArrays) {
                   std::u16string(message) + u"\r\nCOM error:  Code: 0x80070057");
     }
     const automation::CSafeArrayPtr shifted(::SafeArrayCreate(VT_BSTR, 1, bounds + 1));
-    LONG index = 6;
-    const automation::CBstr text(automation::NewBstr(u"six"));
-    ::SafeArrayPutElement(shifted.Get(), &index, text.Get());
-    EXPECT_EQ(frame::SafeArrayToStringList(shifted.Get()),
-              (std::vector<std::u16string>{u"", u"six", u""}));
+    static_cast<BSTR*>(shifted.Get()->pvData)[1] = automation::NewBstr(u"six");
+    EXPECT_EQ(frame::SafeArrayToStringList(shifted.Get()), (List{u"", u"six", u""}));
 }
 
 }  // namespace

@@ -47,83 +47,81 @@ TEST(FileSystem, Texts) {
     EXPECT_EQ(JoinPath({u"a\\", u"b/", u"c"}), u"a\\b\\c");
     EXPECT_EQ(JoinPath({}), u"");
     EXPECT_EQ(CombinePath(u"a", u"\\b"), u"a\\\\b");
-    EXPECT_EQ(SplitExtension(u"a.b.c").head, u"a.b");
-    EXPECT_EQ(SplitExtension(u"a.b.c").tail, u"c");
-    EXPECT_EQ(SplitExtension(u"none").head, u"none");
+    const auto [stem, extension] = SplitExtension(u"a.b.c");
+    EXPECT_TRUE(stem == u"a.b" && extension == u"c" && SplitExtension(u"none").head == u"none");
     EXPECT_EQ(FormatVersion(ParseVersion(u"1.2.3.4.5")), u"1.2.3.4");
     EXPECT_EQ(FormatVersion(ParseVersion(u"70000.0.0.0")), u"4464.0.0.0");
     EXPECT_EQ(FormatVersion(ParseVersion(u" 1.+2. 3.-1x")), u"1.2.3.65535");
     EXPECT_EQ(FormatVersion(ParseVersion(u"1.2.3.99999999999")), u"1.2.3.65535");
 }
 
-class FileSystemTest : public testing::Test {
-protected:
-    std::u16string Path(std::u16string_view name) const { return m_folder.Path(name); }
-
-    support::CTempFolder m_folder;
-};
-
-TEST_F(FileSystemTest, DeletesAndCopies) {
-    const std::u16string file = Path(u"f");
+TEST(FileSystem, FilesAndFolders) {
+    const support::CTempFolder folder;
+    const std::u16string file = folder.Path(u"f"), other = folder.Path(u"h");
     ASSERT_TRUE(WriteWhole(file, "1"));
-    EXPECT_TRUE(FileExists(file) && AnyFileMatches(Path(u"?")) && FileExists(m_folder.Path()));
-    EXPECT_FALSE(AnyFileMatches(Path(u"g*")) || FileExists(m_folder.Path() + u"/"));
-    EXPECT_NE(FileExists(Path(u"?")), support::kOnLinux);
-    DeleteFile(Path(u"missing"));
-    CopyFile(file, Path(u"new/g"), true);
-    CopyFile(file, Path(u"new/g"), false);
-    EXPECT_EQ(ReadWhole(Path(u"new/g")), "1");
-    CopyFileDurably(file, Path(u"h"));
-    EXPECT_EQ(ReadWhole(Path(u"h")), "1");
+    EXPECT_TRUE(FileExists(file) && AnyFileMatches(folder.Path(u"?")) && FileExists(folder.Path()));
+    EXPECT_FALSE(AnyFileMatches(folder.Path(u"g*")) || FileExists(folder.Path() + u"/"));
+    EXPECT_NE(FileExists(folder.Path(u"?")), support::kOnLinux);
+    DeleteFile(folder.Path(u"missing"));
+    CopyFile(file, folder.Path(u"new/g"), true);
+    CopyFile(file, folder.Path(u"new/g"), false);
+    EXPECT_EQ(ReadWhole(folder.Path(u"new/g")), "1");
+    CopyFileDurably(file, other);
+    EXPECT_EQ(ReadWhole(other), "1");
     ASSERT_TRUE(platform::SetFileAttributesW(file, platform::kAttributeReadOnly));
     DeleteFile(file);
-    EXPECT_FALSE(FileExists(file));
-    DeleteFileDurably(Path(u"h"));
-    DeleteFileDurably(Path(u"h"));
-    EXPECT_FALSE(FileExists(Path(u"h")));
-    MoveFile(Path(u"new/g"), file, false);
+    DeleteFileDurably(other);
+    DeleteFileDurably(other);
+    EXPECT_FALSE(FileExists(file) || FileExists(other));
+    MoveFile(folder.Path(u"new/g"), file, false);
     EXPECT_EQ(ReadWhole(file), "1");
-}
-
-TEST_F(FileSystemTest, CreatesCopiesAndRemovesFolders) {
     // In the long form of Windows a slash separates nothing.
-    const std::u16string deep = Path(u"a") + (support::kOnLinux ? u"/b\\c/" : u"\\b\\c\\");
-    CreateFolder(deep);
-    CreateFolder(deep);
-    ASSERT_TRUE(WriteWhole(Path(u"a/b/f"), "1") && WriteWhole(Path(u"a/b/c/g"), "2"));
-    CopyFolder(Path(u"a"), Path(u"copy/a"));
-    EXPECT_EQ(ReadWhole(Path(u"copy/a/b/f")) + ReadWhole(Path(u"copy/a/b/c/g")), "12");
-    const FolderList list = ListFolder(Path(u"a/b/*"));
+    const std::u16string base = folder.Path(u"a");
+    for (int turn = 0; turn < 2; ++turn) {
+        CreateFolder(base + (support::kOnLinux ? u"/b\\c/" : u"\\b\\c\\"));
+    }
+    ASSERT_TRUE(WriteWhole(base + u"/b/f", "1") && WriteWhole(base + u"/b/c/g", "2"));
+    CopyFolder(base, folder.Path(u"copy/a"));
+    EXPECT_EQ(ReadWhole(folder.Path(u"copy/a/b/f")) + ReadWhole(folder.Path(u"copy/a/b/c/g")),
+              "12");
+    const FolderList list = ListFolder(folder.Path(u"a/b/*"));
     EXPECT_EQ(list.folders, std::vector<std::u16string>{u"c"});
     EXPECT_EQ(list.files, std::vector<std::u16string>{u"f"});
-    EXPECT_TRUE(ListFolder(Path(u"missing/*")).files.empty());
-    RemoveFolder(Path(u"copy"));
-    EXPECT_FALSE(FileExists(Path(u"copy")));
+    EXPECT_TRUE(ListFolder(folder.Path(u"missing/*")).files.empty());
+    RemoveFolder(folder.Path(u"copy"));
+    EXPECT_FALSE(FileExists(folder.Path(u"copy")));
 }
 
-TEST_F(FileSystemTest, ProcessAndHandles) {
+TEST(FileSystem, ProcessAndHandles) {
+    const support::CTempFolder folder;
+    const std::u16string file = folder.Path(u"f");
     EXPECT_EQ(CombinePath(GetOwnModuleFolder(), GetOwnModuleFileName()).size(),
               GetOwnModuleFilePath().size());
     EXPECT_TRUE(FileExists(GetModuleFilePath(nullptr)) && AnyFileMatches(GetTempFolder() + u"*"));
     EXPECT_NE(GetEnvironmentValue(u"PATH"), u"");
-    auto writer = std::async(std::launch::async, [&] { return WriteWhole(Path(u"f"), "012345"); });
-    FileWaitCreation(Path(u"f"), 5);
+    auto writer = std::async(std::launch::async, [&] { return WriteWhole(file, "012345"); });
+    FileWaitCreation(file, 5);
     ASSERT_TRUE(writer.get());
-    const platform::CFileHandle copy = DuplicateHandleOf(support::OpenToRead(Path(u"f")).Get());
+    const platform::CFileHandle copy = DuplicateHandleOf(support::OpenToRead(file).Get());
     char bytes[8] = {};
     SetFilePointerTo(copy.Get(), 2);
     ReadExactly(copy.Get(), bytes, 3);
     EXPECT_STREQ(bytes, "234");
-    const platform::CFileHandle holder = support::OpenToWrite(Path(u"new"));
-    FileWaitCreation(Path(u"new"), 1);  // it is in use until the end of the second wait
+    const platform::CFileHandle holder = support::OpenToWrite(folder.Path(u"new"));
+    for (const std::uint32_t seconds : {0, 1}) {  // it is in use until the end of each wait
+        FileWaitCreation(folder.Path(u"new"), seconds);
+    }
 }
 
-TEST_F(FileSystemTest, Failures) {
-    const std::u16string file = Path(u"f"), other = Path(u"g"), missing = Path(u"missing"),
-                         folder = Path(u"folder"), below = Path(u"f/a"), deep = Path(u"f/a/b");
+TEST(FileSystem, Failures) {
+    const support::CTempFolder base;
+    const std::u16string file = base.Path(u"f"), other = base.Path(u"g"),
+                         missing = base.Path(u"missing"), folder = base.Path(u"folder"),
+                         below = base.Path(u"f/a"), deep = base.Path(u"f/a/b");
     CreateFolder(folder);
-    ASSERT_TRUE(WriteWhole(file, "1") && WriteWhole(other, "2") && WriteWhole(Path(u"h"), "3"));
-    const platform::CFileHandle handle = support::OpenToRead(Path(u"h"));
+    ASSERT_TRUE(WriteWhole(file, "1") && WriteWhole(other, "2") &&
+                WriteWhole(base.Path(u"h"), "3"));
+    const platform::CFileHandle handle = support::OpenToRead(base.Path(u"h"));
     char bytes[2];
     const auto wide = &ToLongPath;
     const struct {

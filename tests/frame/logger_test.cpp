@@ -60,6 +60,7 @@ TEST_F(LoggerTest, WritesLevelsAndLines) {
     m_logger.Log(2, 100);
     CExc exc(u"inner", kFail);
     exc.AddMessage(u"outer\r\nwith two lines");
+    m_logger.LogException(0, exc);
     m_logger.LogException(4, exc);
     EXPECT_EQ(ReadLog(m_path),
               (Lines{"Info|one", "Info|a", "Info|b", "Warning|w", "Warning|", "Warning|x",
@@ -79,61 +80,47 @@ TEST_F(LoggerTest, DropsLinesThatCannotBeWritten) {
     m_logger.SetWriter(nullptr);
     m_logger.Log(1, u"lost");
     EXPECT_FALSE(m_logger.IsEnabled(4));
-    EXPECT_EQ(support::ReadWhole(m_folder.Path(u"file")), "");
 }
 
-// Stores the lines it receives, with level and depth.
-struct CMemoryWriter final : CLogWriter {
-    void Write(std::int32_t level, const CLogger&, std::int32_t depth,
-               std::u16string_view line) override {
-        lines.push_back(std::to_string(level * 10 + depth) + " " + WideToAnsi(line));
-    }
-    Lines lines;
-};
-
-TEST(LogScope, LogsTheOutcomeOnce) {
-    const auto writer = std::make_shared<CMemoryWriter>();
-    CLogger logger;
+TEST_F(LoggerTest, ScopesLogTheOutcomeOnce) {
+    m_logger.SetWriter(nullptr);
     {
-        CLogScope silent(u"before logging", logger);
-        logger.SetWriter(writer);
+        CLogScope silent(u"before logging", m_logger);
+        m_logger.SetWriter(std::make_shared<CSimpleFileLogWriter>(m_path));
     }
     {
-        CLogScope outer(u"Outer.", logger);
+        CLogScope outer(u"Outer.", m_logger);
         {
-            CLogScope inner(u"Inner", logger, ELogInfo);
-            logger.LogException(3, CExc(u"why", kFail));
+            CLogScope inner(u"Inner", m_logger, ELogError);
+            m_logger.LogException(3, CExc(u"why", kFail));
         }
         outer.Ok();
         outer.Ok();
     }
-    { CLogScope scope(100, logger); }
-    CLogScope(100, logger).Ok();
-    logger.ChangeIndent(-5);
-    logger.Log(1, u"ground");
-    EXPECT_EQ(writer->lines,
-              (Lines{"11 Outer.", "23 Inner", "35 why", "23 Inner. Failed.", "11 Outer.. Ok.",
-                     "11 ZorelOibIdxLib", "11 ZorelOibIdxLibFailed.", "11 ZorelOibIdxLib",
-                     "11 ZorelOibIdxLibOk.", "10 ground"}));
+    { CLogScope scope(100, m_logger); }
+    CLogScope(100, m_logger).Ok();
+    m_logger.ChangeIndent(-5);
+    m_logger.Log(1, u"ground");
+    EXPECT_EQ(ReadLog(m_path),
+              (Lines{"Info|  Outer.", "Error|      Inner", "Warning|          why",
+                     "Error|      Inner. Failed.", "Info|  Outer.. Ok.", "Info|  ZorelOibIdxLib",
+                     "Info|  ZorelOibIdxLibFailed.", "Info|  ZorelOibIdxLib",
+                     "Info|  ZorelOibIdxLibOk.", "Info|ground"}));
 }
 
 TEST_F(LoggerTest, KeepsMessagesOfSeveralThreadsWhole) {
-    constexpr int kThreads = 4, kMessages = 40;
-    std::vector<std::jthread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, name = IntToString(t)] {
-            for (int i = 0; i < kMessages; ++i) {
-                CLogScope scope(u"scope", m_logger, ELogInfo);
-                m_logger.Log(3, u"%1 begin\n%1 middle\n%1 end", {name});
-                m_logger.SetWriter(std::make_shared<CBackupStyleFileLogWriter>(m_path));
-                scope.Ok();
-            }
-        });
-    }
-    threads.clear();
+    const auto work = [&](std::u16string_view name) {
+        for (int i = 0; i < 40; ++i) {
+            CLogScope scope(u"scope", m_logger, ELogInfo);
+            m_logger.Log(3, u"%1 begin\n%1 middle\n%1 end", {name});
+            m_logger.SetWriter(std::make_shared<CBackupStyleFileLogWriter>(m_path));
+            scope.Ok();
+        }
+    };
+    { const std::jthread a(work, u"a"), b(work, u"b"), c(work, u"c"), d(work, u"d"); }
     Lines messages = ReadLog(m_path);
     std::erase_if(messages, [](const auto& line) { return !line.starts_with("Warning|"); });
-    ASSERT_EQ(messages.size(), 3U * kThreads * kMessages);
+    ASSERT_EQ(messages.size(), 3U * 4 * 40);
     for (std::size_t i = 0; i < messages.size(); i += 3) {
         const std::string thread = messages[i].substr(0, 9);
         EXPECT_EQ((Lines{&messages[i], &messages[i] + 3}),
@@ -141,22 +128,20 @@ TEST_F(LoggerTest, KeepsMessagesOfSeveralThreadsWhole) {
     }
 }
 
-TEST(FileLogWriters, NameTheirFiles) {
-    support::CTempFolder folder;
-    CLogger logger;
+TEST_F(LoggerTest, FileWritersNameTheirFiles) {
     platform::SystemTime now;
     do {
         now = platform::GetLocalTime();
-        logger.SetWriter(std::make_shared<CDailyFileLogWriter>(folder.Path() + u"\\new.d/a.b.log"));
-        logger.Log(4, u"daily");
+        m_logger.SetWriter(std::make_shared<CDailyFileLogWriter>(m_folder.Path() + u"\\new.d/a.b.log"));
+        m_logger.Log(4, u"daily");
     } while (now.day != platform::GetLocalTime().day);
     char name[32];
     std::snprintf(name, sizeof name, "new.d/a.b-%04u-%02u-%02u.log", now.year, now.month, now.day);
-    logger.SetWriter(std::make_shared<CSimpleFileLogWriter>(folder.Path(u"s.log")));
-    logger.ChangeIndent(+1);
-    logger.Log(4, u"simple");
-    EXPECT_EQ(ReadLog(folder.Path(AnsiToWide(name))), Lines{"Error|daily"});
-    EXPECT_EQ(ReadLog(folder.Path(u"s.log")), Lines{"Error|  simple"});
+    m_logger.SetWriter(std::make_shared<CSimpleFileLogWriter>(m_folder.Path(u"s.log")));
+    m_logger.ChangeIndent(+1);
+    m_logger.Log(4, u"simple");
+    EXPECT_EQ(ReadLog(m_folder.Path(AnsiToWide(name))), Lines{"Error|daily"});
+    EXPECT_EQ(ReadLog(m_folder.Path(u"s.log")), Lines{"Error|  simple"});
 }
 
 }  // namespace

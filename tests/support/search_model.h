@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -54,6 +55,11 @@ struct SearchOutcome {
     std::vector<std::u16string> clues;  // texts that the failure's description contains
 };
 
+// Some criteria, most of which fit some files of the volume.
+Criteria RandomCriteria(std::mt19937& random, const Volume& volume);
+
+// The DATE of a file time; none outside the years 100 to 9999.
+std::optional<double> DateOfTicks(std::int64_t ticks);
 bool PlainWildcardMatch(std::u16string_view name, std::u16string_view pattern, bool serverRule);
 
 // The search of the text data file at `path`, which exists.

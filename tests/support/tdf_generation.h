@@ -7,10 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "support/automation_check.h"
-#include "support/port_files.h"
+#include "support/search_client.h"
 #include "support/tdf_model.h"
-#include "support/temp_folder.h"
 
 namespace support {
 
@@ -30,7 +28,7 @@ inline Volume UniqueOwnersVolume(std::uint32_t seed, std::size_t dirs, std::size
 }
 
 // A folder with a volume list, its volumes and the output.
-class CTdfGenerationTest : public testing::Test {
+class CTdfGenerationTest : public SearchTest {
 protected:
     CTdfGenerationTest() {
         m_settings.binIndexFile = m_folder.Path(u"list.mtf");
@@ -43,23 +41,26 @@ protected:
     }
 
     // Lines with CR LF between them; the last one has none.
-    void WriteList(std::u16string_view lines) const {
-        ASSERT_TRUE(WriteWhole(m_settings.binIndexFile, "\xFF\xFE" + Utf16Bytes(lines)));
+    void WriteList(std::u16string_view lines) {
+        Write(u"list.mtf", "\xFF\xFE" + Utf16Bytes(lines));
     }
-    void WriteVolume(const std::string& bytes) const {
+    void WriteVolume(const std::string& bytes) {
         WriteList(u"Volume.C=c.dat");
-        ASSERT_TRUE(WriteWhole(m_folder.Path(u"c.dat"), bytes));
+        Write(u"c.dat", bytes);
     }
     std::u16string OutPath(std::u16string_view name) const {
         return m_settings.outpFolder + u"/" + std::u16string(name);
     }
-    TdfFiles ReadOutput() const {
-        TdfFiles files;
-        for (const auto& entry :
-             std::filesystem::recursive_directory_iterator(m_folder.Native(u"new/out"))) {
-            files[entry.path().filename().u16string()] = ReadWhole(entry.path().u16string());
+    // The output folder has these files; the text data files have the times of the settings.
+    void ExpectOutput(const TdfFiles& expected) const {
+        for (const auto& [name, content] : expected) {
+            const bool isText = name.starts_with(u"vl.");
+            EXPECT_TRUE(!isText || HasTimes(OutPath(name), kFileTimes)) << frame::WideToAnsi(name);
+            EXPECT_TRUE(ReadWhole(OutPath(name)) == content) << frame::WideToAnsi(name);
         }
-        return files;
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder.Native(u"new/out"))) {
+            EXPECT_TRUE(expected.contains(entry.path().filename().u16string())) << entry.path();
+        }
     }
     // The files of the model for the settings of this test.
     TdfFiles Expected(const Volume& volume, const std::u16string& volumeName = u"C") const {
@@ -79,24 +80,14 @@ protected:
             Bstr(m_settings.separators).Get());
         return {frame::WideToAnsi(TakeError().description), hr};
     }
-    void ExpectTimes(std::u16string_view name) const {
-        EXPECT_TRUE(HasTimes(OutPath(name), kFileTimes)) << frame::WideToAnsi(name);
+    // The texts of the volume are those of the model.
+    void Check(const Volume& volume) {
+        WriteVolume(volume.Bytes());
+        EXPECT_EQ(Generate().text, "");
+        ExpectOutput(Expected(volume));
     }
 
-    CTempFolder m_folder;
     tdf::TdfSettings m_settings;
-    automation::CComPtr<IOibIdxLib> m_lib = NewLibrary();
 };
-
-// A failure shows a name, not the contents.
-inline void ExpectSame(const TdfFiles& actual, const TdfFiles& expected) {
-    for (const auto& [name, content] : actual) {
-        EXPECT_TRUE(expected.contains(name)) << frame::WideToAnsi(name);
-    }
-    for (const auto& [name, content] : expected) {
-        const auto found = actual.find(name);
-        EXPECT_TRUE(found != actual.end() && found->second == content) << frame::WideToAnsi(name);
-    }
-}
 
 }  // namespace support

@@ -11,7 +11,6 @@
 namespace {
 
 using frame::WideToAnsi;
-using support::ExpectSame;
 using support::kMorning;
 using support::kNoSplit;
 using support::TdfFiles;
@@ -23,19 +22,20 @@ TEST_F(TdfGenerator, ReplacesEarlierOutputAndKeepsTheRest) {
     const Volume volume = support::SmallVolume();
     WriteList(u"Volumes.E=e.dat");
     EXPECT_EQ(Generate().text, "") << "a list without volumes";
-    EXPECT_TRUE(ReadOutput().empty());
+    ExpectOutput({});
     WriteList(u"Other.x=1\r\nvOLUME.D=d.dat\r\nVolume.C=c.dat");
-    ASSERT_TRUE(support::WriteWhole(m_folder.Path(u"c.dat"), volume.Bytes()));
+    Write(u"c.dat", volume.Bytes());
     Volume empty = volume;
     empty.files.clear();
-    ASSERT_TRUE(support::WriteWhole(m_folder.Path(u"d.dat"), empty.Bytes()));
-    ASSERT_TRUE(support::WriteWhole(OutPath(u"vl.C.CORP.jsmith.7.txt"), "older"));
-    ASSERT_TRUE(support::WriteWhole(OutPath(u"vl.C.CORP.jsmith.0.txt"), std::string(9999, 'x')));
+    Write(u"d.dat", empty.Bytes());
+    Write(u"new/out/vl.C.CORP.jsmith.7.txt", "older");
+    Write(u"new/out/vl.C.CORP.jsmith.0.txt", std::string(9999, 'x'));
     EXPECT_EQ(Generate().text, "");
+    EXPECT_EQ(support::ReadWhole(OutPath(u"vl.C.CORP.jsmith.7.txt")), "older");
+    std::filesystem::remove(m_folder.Native(u"new/out/vl.C.CORP.jsmith.7.txt"));
     TdfFiles expected = Expected(volume);
     expected.merge(Expected(empty, u"D"));
-    expected[u"vl.C.CORP.jsmith.7.txt"] = "older";
-    ExpectSame(ReadOutput(), expected);
+    ExpectOutput(expected);
 }
 
 TEST_F(TdfGenerator, AcceptsEverySpellingOfAPath) {
@@ -86,9 +86,7 @@ TEST_F(TdfGenerator, WritesEveryDateAndSize) {
         add(number, number);
         add(std::int64_t{2'650'467'744'000'000'000} + number % 2, 0);
     }
-    WriteVolume(volume.Bytes());
-    EXPECT_EQ(Generate().text, "");
-    ExpectSame(ReadOutput(), Expected(volume));
+    Check(volume);
 }
 
 TEST_F(TdfGenerator, AgreesWithTheModelOnRandomVolumes) {
@@ -127,13 +125,7 @@ TEST_F(TdfGenerator, AgreesWithTheModelOnRandomVolumes) {
                  m_settings.additionalParts, limits) = row;
         WriteVolume(volume.Bytes());
         tdf::CVolumeGenerator(m_settings, u"Vol", limits).Run(m_folder.Path(u"c.dat"));
-        const TdfFiles expected = Expected(volume, u"Vol");
-        for (const auto& [name, content] : expected) {
-            if (name.starts_with(u"vl.")) {
-                ExpectTimes(name);
-            }
-        }
-        ExpectSame(ReadOutput(), expected);
+        ExpectOutput(Expected(volume, u"Vol"));
     }
 }
 
@@ -149,17 +141,11 @@ TEST_F(TdfGenerator, WritesPathsThatItNoLongerCaches) {
     for (std::int64_t i = 0; i < 280; ++i) {
         volume.files.push_back({u"f", 63 + i % 270, 0, kMorning, i});
     }
-    WriteVolume(volume.Bytes());
-    EXPECT_EQ(Generate().text, "");
-    ExpectSame(ReadOutput(), Expected(volume));
+    Check(volume);
 }
 
 TEST_F(TdfGenerator, NamesTheIndexOutsideTheFolderTable) {
-    const struct {
-        std::int64_t dir, parentOf5;
-        bool crcMode;
-        const char* index;
-    } rows[] = {
+    const std::tuple<std::int64_t, std::int64_t, bool, std::string> rows[] = {
         {6, 0, false, "6"},          {0x100000001, 0, false, "4294967297"},
         {-1, 0, true, "4294967295"}, {5, 77, false, "77"},
         {5, -9, true, "-9"},
@@ -167,23 +153,21 @@ TEST_F(TdfGenerator, NamesTheIndexOutsideTheFolderTable) {
     Volume volume = support::SmallVolume();
     volume.files[4].owner = 3;  // skipped, so its folder is not used
     volume.files[4].dir = 99;
-    for (const auto& row : rows) {
-        volume.dirs[5].parent = row.parentOf5;
-        volume.files[5].dir = row.dir;
+    for (const auto& [dir, parentOf5, crcMode, index] : rows) {
+        volume.dirs[5].parent = parentOf5;
+        volume.files[5].dir = dir;
         WriteVolume(volume.Bytes());
-        m_settings.bCrcMode = row.crcMode;
+        m_settings.bCrcMode = crcMode;
         const Failure failure = Generate();
         EXPECT_EQ(failure.text,
                   "A folder index lies outside the folder table. Volume: [C]. File record: [5]. "
                   "Folder index: [" +
-                      std::string(row.index) + "].");
+                      index + "].");
         EXPECT_EQ(failure.result, E_INVALIDARG);
-        EXPECT_TRUE(ReadOutput().contains(u"vl.C.unkn1.0.txt")) << "lines before the failure";
+        EXPECT_NE(support::ReadWhole(OutPath(u"vl.C.unkn1.0.txt")), "<none>");
     }
     volume.files[5].dir = 0x100000001;  // key lines use the low 32 bits
-    WriteVolume(volume.Bytes());
-    EXPECT_EQ(Generate().text, "");
-    ExpectSame(ReadOutput(), Expected(volume));
+    Check(volume);
 }
 
 TEST_F(TdfGenerator, RefusesEveryShortenedFile) {
@@ -223,10 +207,10 @@ TEST_F(TdfGenerator, RefusesADamagedListAndKeepsWhatWasWritten) {
          "Cannot open file CBuffFileReader::Open\r\nWin32 error:", Expected(volume)},
     };
     for (const auto& row : rows) {
-        ASSERT_TRUE(support::WriteWhole(m_settings.binIndexFile, row.list));
+        Write(u"list.mtf", row.list);
         const std::string message = Generate().text;
         EXPECT_TRUE(message.starts_with(row.expected)) << message;
-        ExpectSame(ReadOutput(), row.written);
+        ExpectOutput(row.written);
     }
 }
 
@@ -237,9 +221,7 @@ TEST_F(TdfGenerator, RefusesPathsThatAreTooLong) {
     volume.owners = {{u"S-1", u"u", u"D"}};
     volume.files = {{u"f", 1, 0, kMorning, 5}};
     volume.dirs = {{u"", 0}, {std::u16string(kAllowed, u'n'), 1}};
-    WriteVolume(volume.Bytes());
-    EXPECT_EQ(Generate().text, "");
-    ExpectSame(ReadOutput(), Expected(volume));
+    Check(volume);
     volume.dirs[1].name += u'n';
     WriteVolume(volume.Bytes());
     const Failure failure = Generate();
@@ -271,7 +253,7 @@ TEST_F(TdfGenerator, NamesCannotLeaveTheFolder) {
         EXPECT_EQ(failure.result, row.refused ? static_cast<HRESULT>(0x8007007B) : S_OK);
         EXPECT_EQ(failure.text.starts_with("Cannot create file in CFileWriter::Create\r\n"),
                   row.refused);
-        ExpectSame(ReadOutput(), row.refused ? TdfFiles() : Expected(volume, row.volume));
+        ExpectOutput(row.refused ? TdfFiles() : Expected(volume, row.volume));
         // No file outside: the folder holds the list, the volume and the output folder.
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_folder.Native()), {}), 3);
     }
@@ -287,7 +269,7 @@ TEST_F(TdfGenerator, ReportsWhatCannotBeCreated) {
                                          "].\r\nCannot create file in CFileWriter::Create\r\n"))
         << failure.text;
     EXPECT_EQ(failure.result, static_cast<HRESULT>(0x80070005));
-    EXPECT_TRUE(ReadOutput().contains(u"vl.C.unkn1.0.txt"));
+    EXPECT_NE(support::ReadWhole(OutPath(u"vl.C.unkn1.0.txt")), "<none>");
 
     // Two owners with one label write to one file.
     Volume shared = volume;
@@ -309,8 +291,27 @@ TEST_F(TdfGenerator, ReportsWhatCannotBeCreated) {
     WriteVolume(shared.Bytes());
     EXPECT_EQ(Generate().text, "");
     EXPECT_EQ(
-        ReadOutput()[u"vl.C.CORP.jsmith.0.txt"],
+        support::ReadWhole(OutPath(u"vl.C.CORP.jsmith.0.txt")),
         support::Utf16Bytes(u"\uFEFF01/15/2013 09:05:08, 2, C:\\Users\\john\\docs\\A.txt\r\n"));
+}
+
+TEST_F(TdfGenerator, FingerprintsAgreeWithTheModelOnRandomPaths) {
+    constexpr INT kLimits[] = {std::numeric_limits<INT>::min(), -1, 0, 1, 2, 3, 7};
+    std::mt19937 random(7);
+    for (int i = 0; i < 3000; ++i) {
+        std::u16string path(random() % 40, u' ');
+        for (char16_t& unit : path) {
+            unit = random() % 5 == 0
+                       ? u"\\/"[random() % 2]
+                       : static_cast<char16_t>(1 + random() % (i % 2 == 0 ? 127 : 65535));
+        }
+        const INT limit = kLimits[random() % std::size(kLimits)];
+        automation::CBstr text;
+        ASSERT_EQ(m_lib->ConvetrPathToCrcStr(support::Bstr(path).Get(), limit, text.Put()), S_OK);
+        ASSERT_EQ(automation::TextOf(text.Get()),
+                  u"0h" + support::PlainFingerprint(support::Split(path, u"\\/"), limit))
+            << i;
+    }
 }
 
 }  // namespace

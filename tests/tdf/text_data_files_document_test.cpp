@@ -37,7 +37,7 @@ protected:
         list.resize(list.size() - 2);
         WriteList(zorel::ToUtf16(list));
         for (const auto* file : {u"C.dat", u"D.dat"}) {
-            EXPECT_TRUE(support::WriteWhole(m_folder.Path(file), volume.Bytes()));
+            Write(file, volume.Bytes());
         }
         EXPECT_EQ(Generate().text, "");
         const std::string bytes = support::ReadWhole(OutPath(name));
@@ -53,7 +53,8 @@ TEST_F(TextDataFilesDocument, ShowsTheFilesAndTheirLines) {
     EXPECT_EQ(Generated(u"owners.D.map"), m_sections["Owners map"]);
     const std::string record = m_sections["Record lines"];
     EXPECT_EQ(Generated(u"vl.C.CORP.jsmith.0.txt").substr(0, record.size()), record);
-    EXPECT_EQ(ReadOutput().size(), 6U);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_folder.Native(u"new/out")), {}),
+              6);
     for (const char* name :
          {"vl.VOLUME.DOMAIN.NAME.N.txt", "vl.VOLUME.unknU.N.txt", "owners.VOLUME.map"}) {
         EXPECT_NE(m_sections["The files"].find(name), std::string::npos) << name;

@@ -15,7 +15,9 @@ using automation::CComPtr;
 using support::Bstr;
 using support::Criteria;
 using support::EBinding;
+using support::RandomCriteria;
 using support::Utf16Bytes;
+using support::Volume;
 using Lines = std::vector<std::u16string>;
 
 class TextSearch : public support::SearchTest {
@@ -207,86 +209,45 @@ TEST_F(TextSearch, ReadsEveryFormOfLines) {
     }
 }
 
-class RandomText {
-public:
-    explicit RandomText(std::uint32_t seed) : m_random(seed) {}
-
-    std::size_t Below(std::size_t bound) { return m_random() % bound; }
-
-    // One line in about 40 has an invalid field.
-    std::u16string Line() {
-        const auto bad = [&](std::size_t by) { return Below(400) == 0 ? by : 0; };
-        const auto number = [&](std::size_t bound, std::size_t digits) {
-            const std::string text = std::to_string(Below(bound));
-            return std::string(digits - std::min(digits, text.size()), '0') + text;
-        };
-        std::u16string line = support::Wide(
-            number(12 + bad(2), 2) + "/" + number(29 + bad(9), 2) + "/" + number(9 + bad(2), 1) +
-            number(1000, 3) + " " + number(24 + bad(2), 2) + ":" + number(60, 2) + ":" +
-            number(60 + bad(2), 2) + (bad(1) == 0 ? ", " : "-+") +
-            number(Below(2) == 0 ? 50 : 1'000'000'000'000, 1) + (bad(1) == 0 ? ", " : " ") +
-            (bad(1) == 0 ? "C:\\" : "\\"));
-        for (std::size_t i = Below(4); i > 0; --i) {
-            line += Name() + u"\\";
-        }
-        return line + Name() + (bad(1) == 0 ? u"\r\n" : u"\r\uFEFF\n");
+// The record lines of a volume; `count` of their bytes are replaced.
+std::string RandomLines(std::mt19937& random, const Volume& volume, std::size_t count) {
+    tdf::TdfSettings settings;
+    settings.recsNumPerTxt = 1000;
+    std::string bytes;
+    for (const auto& [name, content] : ModelTdfFiles(volume, u"C", settings)) {
+        bytes += name.starts_with(u"vl.") ? content : "";
     }
-    Criteria RandomCriteria() {
-        static const std::u16string kRoots[] = {u"", u"C:\\", u"c:\\USERS", u"c:\\users\\", u"d:"};
-        static const std::u16string kPatterns[] = {u"",          u"*",       u"*.txt", u"report",
-                                                   u"*R?port*t", u"users*a", u"\u00C9"};
-        Criteria criteria{.root = kRoots[Below(5)], .pattern = kPatterns[Below(7)]};
-        if (Below(3) == 0) {
-            criteria.time = {static_cast<double>(Below(2'000'000)) - 600'000, 1e6};
-        }
-        if (Below(3) == 0) {
-            criteria.size = {static_cast<std::int64_t>(Below(50)), 1'000'000'000};
-        }
-        return criteria;
+    for (; count > 0 && !bytes.empty(); --count) {
+        bytes[random() % (bytes.size() / 2) * 2] = "0159,:/\\ -x\r\n"[random() % 13];
     }
-
-private:
-    std::u16string Name() {
-        static constexpr const char16_t* kPieces[] = {
-            u"Users", u"users2", u"report", u".TXT", u".txt", u"", u"\u00C9t\u00E9", u"a", u"B"};
-        return std::u16string(kPieces[Below(9)]) + kPieces[Below(9)];
-    }
-
-    std::mt19937 m_random;
-};
+    return bytes;
+}
 
 TEST_F(TextSearch, AgreesWithTheModelOnRandomFiles) {
-    RandomText random(20130115);
+    std::mt19937 random(20130115);
     int failures = 0;
-    for (int i = 0; i < 150; ++i) {
-        std::u16string text = u"\uFEFF";
-        for (std::size_t n = random.Below(60); n > 0; --n) {
-            text += random.Line();
-        }
-        const std::u16string file = Write(u"t.txt", Utf16Bytes(text));
-        for (int k = 0; k < 4; ++k) {
-            SCOPED_TRACE(i * 4 + k);
-            Check(file, random.RandomCriteria());
-        }
+    for (std::uint32_t i = 0; i < 300; ++i) {
+        SCOPED_TRACE(i);
+        const Volume volume = support::RandomVolume(i, 12, random() % 60, 3);
+        const auto file = Write(u"t.txt", RandomLines(random, volume, i % 3));
+        Check(file, RandomCriteria(random, volume));
+        Check(file, RandomCriteria(random, volume));
         failures += support::ModelTextSearch(file, {}).hr != S_OK ? 1 : 0;
     }
-    EXPECT_TRUE(failures > 20 && failures < 130) << failures;
+    EXPECT_TRUE(failures > 40 && failures < 260) << failures;
 }
 
 TEST_F(TextSearch, AgreesWithTheModelOnDamagedFiles) {
-    RandomText random(7);
-    std::u16string text = u"\uFEFF";
-    for (int i = 0; i < 8; ++i) {
-        text += random.Line();
-    }
-    const std::string sound = Utf16Bytes(text);
+    std::mt19937 random(7);
+    const Volume volume = support::RandomVolume(7, 4, 8, 3);
+    const std::string sound = RandomLines(random, volume, 0);
     for (std::size_t i = 0; i < sound.size() + 800; ++i) {
         SCOPED_TRACE(i);
         std::string bytes = sound.substr(0, i);
-        for (std::size_t flips = i < sound.size() ? 0 : random.Below(3) + 1; flips > 0; --flips) {
-            bytes[random.Below(bytes.size())] ^= static_cast<char>(1U << random.Below(8));
+        for (std::size_t flips = i < sound.size() ? 0 : random() % 3 + 1; flips > 0; --flips) {
+            bytes[random() % bytes.size()] ^= static_cast<char>(1U << random() % 8);
         }
-        Check(Write(u"t.txt", bytes), random.RandomCriteria());
+        Check(Write(u"t.txt", bytes), RandomCriteria(random, volume));
     }
 }
 

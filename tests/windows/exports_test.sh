@@ -8,8 +8,6 @@ export LC_ALL=C
 
 objdump=${1:?the program objdump} module=${2:?the module}
 shift 2
-(($# > 0)) || { echo "no function named"; exit 1; }
-[[ -s $module ]] || { echo "no module '$module'"; exit 1; }
 
 listing=$("$objdump" -p "$module")
 [[ $listing == *pei-x86-64* ]] || { echo "'$module' is not a 64-bit module"; exit 1; }

@@ -17,8 +17,4 @@ case ${1-} in
     stop)
         wineserver -k || true # fails when none runs
         ;;
-    *)
-        echo "wine.sh: say start or stop" >&2
-        exit 2
-        ;;
 esac

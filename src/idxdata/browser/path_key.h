@@ -13,6 +13,7 @@ struct PathKey {
     std::uint64_t high;
     std::uint64_t low;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): the analyser takes the comparison's 0 for a pointer.
     auto operator<=>(const PathKey&) const = default;
 };
 

@@ -99,11 +99,10 @@ void StoreCommandAttr(CPublication& publication, std::u16string_view name,
                       std::u16string_view value) {
     const CMtfPathElements path(name);
     CPubCommand& command = publication.commands.GetOrCreate(KeyAt(path, kCommandNumber));
-    if (command.isAddBSession) {
-        StoreSessionAttr(command.FindOrAddBSession(), path, value);
-    } else if (!command.type.empty()) {
+    if (!command.isAddBSession && !command.type.empty()) {
         return;
-    } else if (text::EqualsNoCase(path.At(kCommandAttr), u"Type")) {
+    }
+    if (!command.isAddBSession && text::EqualsNoCase(path.At(kCommandAttr), u"Type")) {
         command.type = value;
         command.isAddBSession = text::EqualsNoCase(value, u"AddBSession");
     } else {
@@ -151,7 +150,7 @@ std::shared_ptr<const CPubOrderingInfo> CPubOrderingInfo::Load(std::u16string_vi
 }
 
 std::shared_ptr<CPublication> CPublication::Load(std::u16string_view path) {
-    const auto publication = std::make_shared<CPublication>();
+    auto publication = std::make_shared<CPublication>();
     const auto orderingInfo = std::make_shared<CPubOrderingInfo>();
     publication->orderingInfo = orderingInfo;
     publication->file = CMtfMetaFile::Open(path, EMtfOpenMode::EMtfLoad);

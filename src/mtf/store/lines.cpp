@@ -200,7 +200,7 @@ void CMtfLines::CommitSaved() noexcept {
     m_firstChanged = kNoLine;
 }
 
-void CMtfLines::Load(std::shared_ptr<const idxdata::CMtfStorage> content) {
+void CMtfLines::Load(const std::shared_ptr<const idxdata::CMtfStorage>& content) {
     idxdata::CMtfInBuffer in(content);
     if (in.StartsWith(kByteOrderMark)) {
         in.Skip(kByteOrderMark.size());

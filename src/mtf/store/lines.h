@@ -80,7 +80,7 @@ public:
 
     // Adds the lines of a file's content to an empty store. Throws CExc for UTF-16 content
     // with a line of an odd number of bytes.
-    void Load(std::shared_ptr<const idxdata::CMtfStorage> content);
+    void Load(const std::shared_ptr<const idxdata::CMtfStorage>& content);
 
 private:
     struct CMtfLine {

@@ -83,7 +83,7 @@ CMtfMetaFile::CMtfMetaFile(std::u16string_view path)
       m_lines(std::make_shared<CMtfLines>(path)) {}
 
 std::shared_ptr<CMtfMetaFile> CMtfMetaFile::Open(std::u16string_view path, EMtfOpenMode mode) {
-    const std::shared_ptr<CMtfMetaFile> file(new CMtfMetaFile(path));
+    std::shared_ptr<CMtfMetaFile> file(new CMtfMetaFile(path));
     frame::WithContext(u"Cannot create or load meta-file \"%1\". Open mode: %2",
                        {path, ModeName(mode)}, [&] { file->OpenByMode(mode); });
     return file;

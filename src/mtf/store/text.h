@@ -18,12 +18,12 @@ class CMtfText {
 public:
     CMtfText() noexcept = default;
     static CMtfText Borrow(std::u16string_view text) noexcept {
-        return CMtfText(text.data(), text.size(), false);
+        return {text.data(), text.size(), false};
     }
     static CMtfText Copy(std::u16string_view text) {
         auto units = NewUnits(text.size());
         std::copy(text.begin(), text.end(), units.get());
-        return CMtfText(units.release(), text.size(), true);
+        return {units.release(), text.size(), true};
     }
     static CMtfText Join(std::u16string_view head, char16_t middle, std::u16string_view tail) {
         const std::size_t length = head.size() + 1 + tail.size();
@@ -31,7 +31,7 @@ public:
         char16_t* at = std::copy(head.begin(), head.end(), units.get());
         *at++ = middle;
         std::copy(tail.begin(), tail.end(), at);
-        return CMtfText(units.release(), length, true);
+        return {units.release(), length, true};
     }
     CMtfText(CMtfText&& other) noexcept { Swap(other); }
     CMtfText& operator=(CMtfText&& other) noexcept {

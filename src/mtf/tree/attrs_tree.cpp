@@ -41,9 +41,9 @@ std::u16string JoinNames(std::u16string path, std::u16string_view name) {
 CMtfAttrsTreeData::CMtfAttrsTreeData(std::shared_ptr<CMtfLines> lines, std::u16string_view name)
     : m_lines(std::move(lines)), m_name(name) {}
 
-std::shared_ptr<CMtfAttrsTreeData> CMtfAttrsTreeData::Build(std::shared_ptr<CMtfLines> lines,
+std::shared_ptr<CMtfAttrsTreeData> CMtfAttrsTreeData::Build(const std::shared_ptr<CMtfLines>& lines,
                                                             std::u16string_view name) {
-    const std::shared_ptr<CMtfAttrsTreeData> tree(new CMtfAttrsTreeData(lines, name));
+    std::shared_ptr<CMtfAttrsTreeData> tree(new CMtfAttrsTreeData(lines, name));
     // Consecutive lines mostly belong to the same subtree.
     std::u16string_view lastSubtree;
     std::uint64_t lastNode = kRoot;

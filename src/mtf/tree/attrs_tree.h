@@ -32,7 +32,7 @@ public:
     static constexpr std::uint64_t kNoNode = CMtfMetaTable::kNoNode;
 
     // Reads all lines. Throws CExc for an attribute line whose name has no element.
-    static std::shared_ptr<CMtfAttrsTreeData> Build(std::shared_ptr<CMtfLines> lines,
+    static std::shared_ptr<CMtfAttrsTreeData> Build(const std::shared_ptr<CMtfLines>& lines,
                                                     std::u16string_view name);
 
     // kNoNode when there is none. A path without elements is the node itself.

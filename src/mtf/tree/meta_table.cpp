@@ -135,8 +135,9 @@ std::uint32_t CMtfMetaTable::FindAttrIndex(const CMtfAttrKey& key) const noexcep
             return m_attrs[attr].node == key.node && m_attrs[attr].name.View() == key.name;
         });
     }
-    const auto tagsEnd = node.attrTags.begin() + node.attrCount;
-    if (std::find(node.attrTags.begin(), tagsEnd, TagOf(key.hash)) == tagsEnd) {
+    const auto* const tags = node.attrTags.data();
+    const auto* const tagsEnd = tags + node.attrCount;
+    if (std::find(tags, tagsEnd, TagOf(key.hash)) == tagsEnd) {
         return kNone;
     }
     std::uint32_t attr = node.firstAttr;

@@ -19,7 +19,7 @@ public:
     CMtfMetaFile& File() const noexcept { return *m_file; }
     CMtfLines& Lines() const noexcept { return *m_file->GetLines(); }
     CMtfAttrsTreeData& Tree() const noexcept { return *m_tree; }
-    CMtfTreeRef Root() const { return CMtfTreeRef(m_tree, CMtfAttrsTreeData::kRoot); }
+    CMtfTreeRef Root() const { return {m_tree, CMtfAttrsTreeData::kRoot}; }
 
 private:
     std::shared_ptr<CMtfMetaFile> m_file;

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
+#include <charconv>
+#include <cstring>
+#include <iterator>
 
 #include "platform/errors.h"
 #include "platform/files.h"
@@ -60,8 +62,9 @@ int SetTimes(int descriptor, const std::timespec (&times)[2]) noexcept {
     if (errno != EBADF) {
         return -1;
     }
-    char link[32];
-    std::snprintf(link, sizeof link, "/proc/self/fd/%d", descriptor);
+    char link[32] = "/proc/self/fd/";
+    char* const number = link + std::strlen(link);
+    *std::to_chars(number, std::end(link) - 1, descriptor).ptr = '\0';
     return ::utimensat(AT_FDCWD, link, times, 0);
 }
 

@@ -132,8 +132,8 @@ std::u16string SystemMessage(std::uint32_t code) {
     if ((code & 0xFFFF0000U) == kWin32HResult) {
         code &= 0xFFFFU;
     }
-    const auto found = std::lower_bound(std::begin(kSystemTexts), std::end(kSystemTexts),
-                                        SystemText{code, {}}, ByCode);
+    const auto* const found = std::lower_bound(std::begin(kSystemTexts), std::end(kSystemTexts),
+                                               SystemText{code, {}}, ByCode);
     if (found == std::end(kSystemTexts) || found->code != code) {
         return {};
     }

@@ -186,6 +186,7 @@ bool StartProgram(std::u16string_view program, std::u16string_view arguments) {
     std::vector<std::string> pieces = SplitArguments(zorel::ToUtf8(arguments));
     pieces.insert(pieces.begin(), *native);
     std::vector<char*> pointers;
+    pointers.reserve(pieces.size() + 1);
     for (std::string& piece : pieces) {
         pointers.push_back(piece.data());
     }

@@ -107,7 +107,7 @@ CNamePrefilter::CNamePrefilter(CWildcardPattern pattern, const CPackedNames& ind
 void CNamePrefilter::ChooseToken(const CPackedNames& index) {
     const std::span<const std::byte> sample = index.Sample();
     const ByteCounts counts = CountBytes(sample);
-    std::size_t fewest = static_cast<std::size_t>(-1);
+    auto fewest = static_cast<std::size_t>(-1);
     std::set<std::span<const std::byte>, LessBytes> counted;
     for (std::size_t i = 0; i < m_tokens.size(); ++i) {
         PackedToken token = m_tokens[i];

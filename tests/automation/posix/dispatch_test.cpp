@@ -10,17 +10,17 @@
 #include <vector>
 
 #include "ZorelText.h"
-#include "automation/bstr.h"
-#include "automation/com_ptr.h"
 #include "automation/guid.h"
 #include "automation/posix/automation_internal.h"
 #include "automation/posix/record_info.h"
 #include "automation/posix/variant_convert.h"
-#include "automation/variant.h"
-#include "support/counted_object.h"
+#include "frame/objects/boundary.h"
+#include "support/automation_check.h"
 
 namespace automation {
 namespace {
+
+using support::Bstr;
 
 struct Pair {
     BSTR text;
@@ -31,6 +31,7 @@ constexpr FieldDesc kPairFields[] = {Field<BSTR>(u"text", offsetof(Pair, text)),
                                      Field<LONGLONG>(u"number", offsetof(Pair, number))};
 constexpr RecordDesc kPair = {u"Pair", &kSampleGuid, sizeof(Pair), kPairFields};
 
+// Methods with each kind of parameter.
 class CProbe final : public IDispatch {
 public:
     HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
@@ -53,8 +54,7 @@ public:
         *guid = kSampleGuid;
         *list = SafeArrayCreateVector(VT_BSTR, 0, 1);
         static_cast<BSTR*>((*list)->pvData)[0] = NewBstr(u"name");
-        AddRef();
-        *self = this;
+        *self = CComPtr(this).Detach();
         *pair = {NewBstr(u"pair"), 77};
         return hr;
     }
@@ -62,8 +62,7 @@ public:
         if (self == nullptr) {
             return E_INVALIDARG;
         }
-        references += hr == S_OK ? 1 : 0;
-        *self = hr == S_OK ? this : nullptr;
+        *self = hr == S_OK ? CComPtr(this).Detach() : nullptr;
         return hr;
     }
     HRESULT get_Total(ULONGLONG* total) {
@@ -122,27 +121,28 @@ HRESULT Call(CProbe& probe, DISPID id, const std::vector<VARIANT>& arguments,
                           badArgument);
 }
 
-// The result of the call, then the identifiers.
-std::vector<DISPID> Find(std::vector<std::u16string> texts, REFIID reserved = IID_NULL) {
-    std::vector<LPOLESTR> names;
-    for (std::u16string& text : texts) {
-        names.push_back(text.data());
-    }
-    std::vector<DISPID> ids(names.size() + 1);
-    ids[0] = DispatchGetIDsOfNames(kTable, reserved, names.data(), static_cast<UINT>(names.size()),
-                                   0, &ids[1]);
-    return ids;
-}
-
 TEST(Dispatch, FindsNamesWithoutRegardToCase) {
-    using Ids = std::vector<DISPID>;
-    EXPECT_EQ(Find({u"tAKE", u"NUMBER", u"seen"}), (Ids{S_OK, kTake, 0, 4}));
-    EXPECT_EQ(Find({u"total"}), (Ids{S_OK, kTotal}));
-    EXPECT_EQ(Find({u"get_Total"}), (Ids{DISP_E_UNKNOWNNAME, -1}));
-    EXPECT_EQ(Find({u"Tak"}), (Ids{DISP_E_UNKNOWNNAME, -1}));
-    EXPECT_EQ(Find({u"Take", u"flag", u"seen"}), (Ids{DISP_E_UNKNOWNNAME, kTake, -1, 4}));
-    EXPECT_EQ(Find({u"None", u"number"}), (Ids{DISP_E_UNKNOWNNAME, -1, -1}));
-    EXPECT_EQ(Find({u"Take"}, IID_IUnknown)[0], DISP_E_UNKNOWNINTERFACE);
+    const struct {
+        std::vector<const char16_t*> names;
+        HRESULT hr;
+        std::vector<DISPID> ids;
+    } rows[] = {
+        {{u"tAKE", u"NUMBER", u"seen"}, S_OK, {kTake, 0, 4}},
+        {{u"total"}, S_OK, {kTotal}},
+        {{u"get_Total"}, DISP_E_UNKNOWNNAME, {-1}},
+        {{u"Tak"}, DISP_E_UNKNOWNNAME, {-1}},
+        {{u"Take", u"flag", u"seen"}, DISP_E_UNKNOWNNAME, {kTake, -1, 4}},
+        {{u"None", u"number"}, DISP_E_UNKNOWNNAME, {-1, -1}},
+    };
+    for (const auto& row : rows) {
+        std::vector<DISPID> ids(row.names.size());
+        auto* const names = const_cast<LPOLESTR*>(row.names.data());
+        const auto count = static_cast<UINT>(ids.size());
+        EXPECT_EQ(DispatchGetIDsOfNames(kTable, IID_NULL, names, count, 0, ids.data()), row.hr);
+        EXPECT_EQ(ids, row.ids);
+        EXPECT_EQ(DispatchGetIDsOfNames(kTable, IID_IUnknown, names, count, 0, ids.data()),
+                  DISP_E_UNKNOWNINTERFACE);
+    }
 }
 
 // The value of "TYPE CONTENT": a VARTYPE with a text, a real number or an integer.
@@ -191,9 +191,10 @@ TEST(Dispatch, RefusesCallsOfTheWrongShape) {
     CProbe probe;
     const VARIANT one = Raw(VT_I4, 0);
     const VARIANT missing = Raw(VT_ERROR, DISP_E_PARAMNOTFOUND);
-    IDispatch* object = nullptr;
-    const VARIANT self = Reference(VT_DISPATCH, &object);
+    CComPtr<IDispatch> received;
+    const VARIANT self = Reference(VT_DISPATCH, received.Put());
     ULONGLONG total = 0;
+    VARIANT null = {};
     const struct {
         HRESULT hr;
         DISPID id;
@@ -210,26 +211,29 @@ TEST(Dispatch, RefusesCallsOfTheWrongShape) {
         {DISP_E_BADPARAMCOUNT, kGiveSelf, {one}},
         {DISP_E_BADPARAMCOUNT, kGiveSelf, {one, self, one}},
         {S_OK, kGiveSelf, {self, one}, DISPATCH_METHOD, {0, 1}},
+        // Without a direction: the old object is released, a null reference reaches the method.
+        {S_OK, kGiveSelf, {one, self}},
+        {S_OK, kGiveSelf, {Raw(VT_I4, S_FALSE), Reference(VT_VARIANT, &null)}},
+        {DISP_E_EXCEPTION, kGiveSelf, {one, Reference<void>(VT_DISPATCH, nullptr)}},
         {DISP_E_PARAMNOTFOUND, kGiveSelf, {one, self}, DISPATCH_METHOD, {2}},
         {DISP_E_PARAMNOTFOUND, kGiveSelf, {one, self}, DISPATCH_METHOD, {DISPID_PROPERTYPUT}},
         {DISP_E_PARAMNOTFOUND, kGiveSelf, {one, self}, DISPATCH_METHOD, {0}},
         {DISP_E_PARAMNOTOPTIONAL, kGiveSelf, {missing, self}},
     };
     for (const auto& row : rows) {
-        object = nullptr;
         EXPECT_EQ(Call(probe, row.id, row.arguments, nullptr, nullptr, row.named, row.flags),
                   row.hr)
             << &row - rows;
     }
     EXPECT_EQ(total, std::numeric_limits<ULONGLONG>::max());
+    EXPECT_TRUE(null.vt == VT_DISPATCH && null.pdispVal == nullptr);
+    EXPECT_TRUE(received.Get() == &probe && probe.references == 1);
     DISPPARAMS params = {nullptr, nullptr, 1, 0};
-    for (DISPPARAMS* const bad : {&params, static_cast<DISPPARAMS*>(nullptr)}) {
-        const auto invoke = [&](REFIID reserved) {
-            return DispatchInvoke(kTable, &probe, kTotal, reserved, 0, 3, bad, nullptr, nullptr,
-                                  nullptr);
-        };
-        EXPECT_EQ(invoke(IID_NULL), E_INVALIDARG);
-        EXPECT_EQ(invoke(IID_IUnknown), DISP_E_UNKNOWNINTERFACE);
+    for (const auto& [reserved, hr] :
+         {std::pair(IID_NULL, E_INVALIDARG), std::pair(IID_IUnknown, DISP_E_UNKNOWNINTERFACE)}) {
+        for (DISPPARAMS* const bad : {&params, static_cast<DISPPARAMS*>(nullptr)}) {
+            EXPECT_EQ(DispatchInvoke(kTable, &probe, kTotal, reserved, 0, 3, bad, {}, {}, {}), hr);
+        }
     }
 }
 
@@ -255,30 +259,18 @@ TEST(Dispatch, FillsTypedVariablesAndClearedVariants) {
     CProbe probe;
     Outputs out;
     out.text = reinterpret_cast<BSTR>(&out.guid);  // not a string: an output is not freed
-    const std::vector<VARIANT> references = out.References(S_OK);
-    ASSERT_EQ(Call(probe, kGive, references), S_OK);
+    CVariant self;                                 // its old content is released
+    self.Reset(Raw(VT_UNKNOWN, CComPtr<IDispatch>(&probe).Detach()));
+    std::vector<VARIANT> arguments = out.References(S_OK);
+    arguments[4] = Reference(VT_VARIANT, &self.Get());
+    ASSERT_EQ(Call(probe, kGive, arguments), S_OK);
     const CBstr text(out.text);
     const CSafeArrayPtr list(out.list);
     const CBstr pairText(out.pair.text);
     EXPECT_TRUE(TextOf(out.text) == u"text" && out.guid == kSampleGuid);
     EXPECT_EQ(TextOf(static_cast<BSTR*>(out.list->pvData)[0]), u"name");
-    EXPECT_TRUE(out.self == &probe && TextOf(out.pair.text) == u"pair" && out.pair.number == 77);
-
-    support::CCountedObject old;
-    std::vector<CVariant> variables(5);
-    std::vector<VARIANT> arguments = {Raw(VT_I4, S_OK)};
-    for (CVariant& variable : variables) {
-        old.AddRef();
-        variable.Reset(Raw(VT_UNKNOWN, &old));
-        arguments.push_back(Reference(VT_VARIANT, &variable.Get()));
-    }
-    ASSERT_EQ(Call(probe, kGive, arguments), S_OK);
-    EXPECT_EQ(old.References(), 0U);
-    for (std::size_t i = 0; i < variables.size(); ++i) {
-        EXPECT_EQ(variables[i].Get().vt, references[i + 1].vt & ~VT_BYREF) << i;
-    }
-    EXPECT_EQ(*static_cast<GUID*>(variables[1].Get().pvRecord), kSampleGuid);
-    variables.clear();
+    EXPECT_TRUE(TextOf(out.pair.text) == u"pair" && out.pair.number == 77);
+    EXPECT_TRUE(self.Get().vt == VT_DISPATCH && self.Get().pdispVal == &probe);
     EXPECT_EQ(probe.references, 1U);
 }
 
@@ -286,15 +278,11 @@ TEST(Dispatch, FillsTypedVariablesAndClearedVariants) {
 TEST(Dispatch, DoesNotChangeVariablesWhenTheCallFails) {
     CProbe probe;
     Outputs out;
-    const CBstr kept(NewBstr(u"kept"));
+    const CBstr kept = Bstr(u"kept");
     out.text = kept.Get();
-    CComPtr<ICreateErrorInfo> maker;
-    CComPtr<IErrorInfo> info;
-    CreateErrorInfo(maker.Put());
-    maker->QueryInterface(IID_IErrorInfo, info.PutVoid());
-    SetErrorInfo(0, info.Get());
+    frame::ReportError({&IID_IOibIdxLib, nullptr}, support::Ole(u"of an earlier call"));
     EXPECT_EQ(Call(probe, kGive, out.References(E_FAIL)), DISP_E_EXCEPTION);
-    EXPECT_EQ(GetErrorInfo(0, info.Put()), S_FALSE);
+    EXPECT_EQ(support::TakeError().guid, GUID_NULL);
     EXPECT_TRUE(out.text == kept.Get() && out.pair.number == 0 && out.list == nullptr);
     for (std::size_t i = 1; i < 6; ++i) {  // each output in turn is one that cannot be filled
         for (const VARTYPE wrong : {VARTYPE{VT_I8}, VARTYPE{VT_BYREF | VT_I8}}) {
@@ -308,44 +296,28 @@ TEST(Dispatch, DoesNotChangeVariablesWhenTheCallFails) {
     EXPECT_EQ(probe.references, 0U);
 }
 
-TEST(Dispatch, TreatsAMissingDirectionAsInAndOut) {
-    CProbe probe;
-    probe.AddRef();
-    IDispatch* self = &probe;  // the old value: released
-    const VARIANT ok = Raw(VT_I4, S_OK);
-    EXPECT_EQ(Call(probe, kGiveSelf, {ok, Reference(VT_DISPATCH, &self)}), S_OK);
-    EXPECT_TRUE(self == &probe && probe.references == 1);
-    VARIANT value = {};
-    EXPECT_EQ(Call(probe, kGiveSelf, {Raw(VT_I4, S_FALSE), Reference(VT_VARIANT, &value)}), S_OK);
-    EXPECT_TRUE(value.vt == VT_DISPATCH && value.pdispVal == nullptr);
-    // A null reference is passed to the method.
-    EXPECT_EQ(Call(probe, kGiveSelf, {ok, Reference(VT_DISPATCH, static_cast<void*>(nullptr))}),
-              DISP_E_EXCEPTION);
-}
-
 TEST(Dispatch, TakesRecordsGuidsAndReferences) {
     CProbe probe;
-    const CBstr text(NewBstr(u"by pointer"));
+    const CBstr text = Bstr(u"by pointer");
     Pair pair = {text.Get(), 12};
-    const CBstr digits(NewBstr(u"30"));
+    const CBstr digits = Bstr(u"30");
     VARIANT number = Raw(VT_BSTR, digits.Get());
     VARIANT byReference = Reference(VT_BSTR, &number.bstrVal);
     const VARIANT byValue = Raw(VT_RECORD, &pair);
-    const VARIANT null = Raw(VT_RECORD, static_cast<void*>(nullptr));
+    const VARIANT null = Raw<void*>(VT_RECORD, nullptr);
     GUID guid = kSampleGuid;
     const std::u16string plain = UuidToString(guid);
-    const CBstr bare(NewBstr(plain));
-    const CBstr braced(NewBstr(u"{" + plain + u"}"));
-    const CBstr broken(NewBstr(u"{" + plain));
+    const CBstr texts[] = {Bstr(plain), Bstr(u"{" + plain + u"}"), Bstr(u"{" + plain)};
     const VARIANT guidRecord = Raw(VT_RECORD, &guid);
     const CComPtr<IRecordInfo> guidInfo = detail::NewRecordInfo(detail::GuidRecord());
     VARIANT described = guidRecord;
     described.pRecInfo = guidInfo.Get();
+    const VARIANT ids[] = {guidRecord, described, Raw(VT_BSTR, texts[0].Get()),
+                           Raw(VT_BSTR, texts[1].Get())};
     CVariant result;
     for (const VARIANT& form : {number, byReference, Reference(VT_VARIANT, &number),
                                 Reference(VT_VARIANT, &byReference)}) {
-        for (const VARIANT& id :
-             {guidRecord, described, Raw(VT_BSTR, bare.Get()), Raw(VT_BSTR, braced.Get())}) {
+        for (const VARIANT& id : ids) {
             for (const VARIANT& record : {byValue, Reference(VT_RECORD, &pair)}) {
                 ASSERT_EQ(Call(probe, kTake, {form, id, record, record}, result.Put()), S_OK);
                 EXPECT_EQ(TextOf(result.Get().bstrVal), u"42/by pointer/" + plain);
@@ -354,9 +326,10 @@ TEST(Dispatch, TakesRecordsGuidsAndReferences) {
     }
     EXPECT_EQ(Call(probe, kTake, {number, guidRecord, byValue, null}, result.Put()), S_OK);
     EXPECT_EQ(TextOf(result.Get().bstrVal), u"42/null/" + plain);
+    const VARIANT broken = Raw(VT_BSTR, texts[2].Get());
     const std::vector<VARIANT> refused[] = {{number, guidRecord, byValue, described},
                                             {number, guidRecord, null, byValue},
-                                            {number, Raw(VT_BSTR, broken.Get()), byValue, byValue}};
+                                            {number, broken, byValue, byValue}};
     for (const auto& arguments : refused) {
         UINT badArgument = 99;
         EXPECT_EQ(Call(probe, kTake, arguments, nullptr, &badArgument), DISP_E_TYPEMISMATCH);
@@ -366,20 +339,17 @@ TEST(Dispatch, TakesRecordsGuidsAndReferences) {
 
 TEST(Dispatch, DescribesRecords) {
     const CComPtr<IRecordInfo> info = detail::NewRecordInfo(kPair);
-    void* const record = info->RecordCreate();
+    auto* const pair = static_cast<Pair*>(info->RecordCreate());
     CComPtr<IUnknown> same;
     EXPECT_EQ(info->QueryInterface(IID_IUnknown, same.PutVoid()), S_OK);
-    VARIANT described = {};
-    described.vt = VT_RECORD;
-    described.pvRecord = record;
+    VARIANT described = Raw(VT_RECORD, pair);
     described.pRecInfo = info.Get();
     {
         CVariant counted;
-        EXPECT_EQ(automation::detail::CopyVariant(counted.Get(), described), S_OK);
+        EXPECT_EQ(detail::CopyVariant(counted.Get(), described), S_OK);
         EXPECT_TRUE(info->AddRef() == 4 && info->Release() == 3);
     }
     EXPECT_TRUE(info->AddRef() == 3 && info->Release() == 2);
-    auto* const pair = static_cast<Pair*>(record);
     *pair = {NewBstr(u"kept"), 5};
     ULONG count = 9;
     BSTR names[9] = {};
@@ -388,24 +358,24 @@ TEST(Dispatch, DescribesRecords) {
     const CBstr second(names[1]);
     EXPECT_TRUE(count == 2 && TextOf(names[1]) == u"number");
     CVariant field;
-    ASSERT_EQ(info->GetField(record, u"TEXT", field.Put()), S_OK);
+    ASSERT_EQ(info->GetField(pair, u"TEXT", field.Put()), S_OK);
     EXPECT_TRUE(TextOf(field.Get().bstrVal) == u"kept" && field.Get().bstrVal != pair->text);
-    const CBstr digits(NewBstr(u"42"));
+    const CBstr digits = Bstr(u"42");
     VARIANT number = Raw(VT_BSTR, digits.Get());
     constexpr ULONG kPut = DISPATCH_PROPERTYPUT;
-    EXPECT_EQ(info->PutField(kPut, record, u"number", &number), S_OK);
-    EXPECT_EQ(info->PutField(kPut, record, u"text", &number), S_OK);
-    EXPECT_EQ(info->PutField(kPut, record, u"none", &number), DISP_E_UNKNOWNNAME);
-    EXPECT_EQ(info->PutField(DISPATCH_METHOD, record, u"text", &number), E_INVALIDARG);
+    EXPECT_EQ(info->PutField(kPut, pair, u"number", &number), S_OK);
+    EXPECT_EQ(info->PutField(kPut, pair, u"text", &number), S_OK);
+    EXPECT_EQ(info->PutField(kPut, pair, u"none", &number), DISP_E_UNKNOWNNAME);
+    EXPECT_EQ(info->PutField(DISPATCH_METHOD, pair, u"text", &number), E_INVALIDARG);
     void* copy = nullptr;
-    ASSERT_EQ(info->RecordCreateCopy(record, &copy), S_OK);
-    EXPECT_EQ(info->PutFieldNoCopy(kPut, record, u"text", &field.Get()), S_OK);
+    ASSERT_EQ(info->RecordCreateCopy(pair, &copy), S_OK);
+    EXPECT_EQ(info->PutFieldNoCopy(kPut, pair, u"text", &field.Get()), S_OK);
     EXPECT_EQ(field.Get().vt, VT_EMPTY);  // moved to the record
     const auto* const copied = static_cast<Pair*>(copy);
     EXPECT_TRUE(TextOf(copied->text) == u"42" && copied->number == 42);
-    EXPECT_TRUE(info->RecordCopy(record, copy) == S_OK && info->RecordCopy(copy, copy) == S_OK);
+    EXPECT_TRUE(info->RecordCopy(pair, copy) == S_OK && info->RecordCopy(copy, copy) == S_OK);
     EXPECT_EQ(TextOf(copied->text), u"kept");
-    EXPECT_TRUE(info->RecordDestroy(copy) == S_OK && info->RecordDestroy(record) == S_OK);
+    EXPECT_TRUE(info->RecordDestroy(copy) == S_OK && info->RecordDestroy(pair) == S_OK);
     GUID guid = kSampleGuid;
     const auto guidInfo = detail::NewRecordInfo(detail::GuidRecord());
     EXPECT_FALSE(info->IsMatchingType(guidInfo.Get()));

@@ -15,15 +15,10 @@ namespace {
 // The number of allocations of this thread until one fails; negative: none fails.
 thread_local long g_allocationsLeft = -1;
 
-bool NextAllocationFails() {
-    if (g_allocationsLeft < 0) {
-        return false;
-    }
-    return g_allocationsLeft == 0 || --g_allocationsLeft == 0;
-}
-
 void* Allocate(std::size_t size) {
-    return NextAllocationFails() ? nullptr : std::malloc(size == 0 ? 1 : size);
+    const bool fails =
+        g_allocationsLeft == 0 || (g_allocationsLeft > 0 && --g_allocationsLeft == 0);
+    return fails ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 
 void* AllocateOrThrow(std::size_t size) {
@@ -45,9 +40,6 @@ void* operator new[](std::size_t size) {
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return Allocate(size);
 }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return Allocate(size);
-}
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
@@ -55,9 +47,6 @@ void operator delete[](void* memory) noexcept {
     std::free(memory);
 }
 void operator delete(void* memory, const std::nothrow_t&) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, const std::nothrow_t&) noexcept {
     std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {

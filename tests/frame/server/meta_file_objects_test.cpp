@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 
 #include "frame/file_system.h"
 #include "support/meta_files.h"
@@ -84,6 +86,10 @@ TEST_P(MetaFileObjects, EverySpellingOfAPath) {
 
 TEST_P(MetaFileObjects, NullArguments) {
     Write(u"a.b=1");
+    ExpectRefusesNull<&IOibIdxLib::InitLogging, &IOibIdxLib::CreateMetaFile,
+                      &IOibIdxLib::IsMetaFileExists, &IOibIdxLib::BrowseOibDF,
+                      &IOibIdxLib::IsWildcardMatch, &IOibIdxLib::CreateBSessionMetaFile,
+                      &IOibIdxLib::LoadPublication>(m_library);
     const auto file = OpenMetaFile(EIdxMetaLoad);
     ExpectRefusesNull<&F::GetRootAttrsTree, &F::CreateAttrsTree, &F::FindAttrsTree,
                       &F::GetExistingAttrsTree, &F::DelAttrsTree, &F::DelAttr, &F::PushComment,
@@ -167,6 +173,27 @@ TEST_P(MetaFileObjects, NothingFound) {
     Succeed<&T::DelSubtree>(tree, u"a.B");
     Succeed<&F::FlushChanges>(file);
     ExpectContent(u"a.b=1");
+}
+
+// The hex dump in the format document and the golden file agree; a rewrite keeps every line.
+TEST_P(MetaFileObjects, GoldenFileIsTheDocumentedExample) {
+    std::ifstream document(ZOREL_SOURCE_DIR "/doc/meta-file.md");
+    std::string documented;
+    for (std::string line; std::getline(document, line);) {
+        const bool isDump = line.starts_with("    0") && line.substr(8, 2) == "  ";
+        std::istringstream bytes(isDump ? line.substr(10, 48) : "");
+        for (std::string byte; bytes >> byte;) {
+            documented.push_back(static_cast<char>(std::stoi(byte, nullptr, 16)));
+        }
+    }
+    const std::string golden = support::ReadWhole(u"" ZOREL_SOURCE_DIR "/tests/data/meta_file.mtf");
+    EXPECT_EQ(documented, golden);
+    ASSERT_TRUE(support::WriteWhole(Path(), golden));
+    const auto file = OpenMetaFile(EIdxMetaLoad);
+    EXPECT_EQ(Get<&F::EnumAllAttrs>(file), u"Version Job.Name Job.Server.Host");
+    EXPECT_EQ(Get<&F::FindAttr>(file, u"Job.Server.Host"), u"srv01");
+    Succeed<&F::FlushChanges>(file);
+    EXPECT_EQ(support::ReadWhole(Path()), golden);
 }
 
 // Trees, attributes, comments and saves, also after Close.

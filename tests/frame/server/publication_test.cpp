@@ -19,7 +19,6 @@ protected:
     CComPtr<Accessor> AccessorOf(const CComPtr<Reader>& reader) const {
         return Get<&Reader::get_AddBSessionCmdAccessor>(reader);
     }
-    // The types by position.
     std::u16string TypesOf(const CComPtr<Reader>& reader) const {
         std::u16string text;
         for (INT i = 0; i < Get<&Reader::get_CmdCount>(reader); ++i) {
@@ -27,8 +26,7 @@ protected:
         }
         return text;
     }
-    template <std::size_t kCount>
-    static std::u16string Join(const CBstr (&texts)[kCount]) {
+    static std::u16string Join(const auto& texts) {
         std::u16string joined;
         for (const CBstr& text : texts) {
             EXPECT_TRUE(text) << "empty, not null";
@@ -66,8 +64,7 @@ INSTANTIATE_TEST_SUITE_P(Bindings, Publication, testing::ValuesIn(support::kBind
 TEST_P(Publication, Commands) {
     const std::u16string id = u"{9b3c5a2e-4f61-4c2d-8e0a-1d2f3a4b5c6d}";
     const struct {
-        std::u16string lines;
-        std::u16string types;
+        std::u16string lines, types;
         INT command;
         std::u16string text;
     } rows[] = {
@@ -120,8 +117,7 @@ TEST_P(Publication, KeysAndPositions) {
     constexpr std::u16string_view kMinusOne = u"18446744073709551615";
     const struct {
         support::CallResult result;
-        std::u16string_view position;
-        std::u16string_view length;
+        std::u16string_view position, length;
         const IID& iid = IID_IMtfAddBSessionCmdAccessor;
     } rows[] = {
         // clang-format off
@@ -137,7 +133,6 @@ TEST_P(Publication, KeysAndPositions) {
         // clang-format on
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(&row - rows);
         ExpectFailure(row.result,
                       frame::FormatText(u"Out of the sparse array boundary: requested element "
                                         u"'%1', container contains '%2' elements.",
@@ -157,8 +152,7 @@ TEST_P(Publication, LoadingThatFails) {
     };
     const std::u16string noNumber = u"Cannot unserialize a string value to integer. String: [x].";
     const struct {
-        std::u16string name;
-        std::u16string reason;  // empty: the file loads
+        std::u16string name, reason;  // no reason: the file loads
         HRESULT hr = E_FAIL;
     } rows[] = {
         // clang-format off
@@ -186,18 +180,17 @@ TEST_P(Publication, LoadingThatFails) {
     for (const auto& row : rows) {
         SCOPED_TRACE(frame::WideToAnsi(row.name));
         Write(u"cmd.9.Type=Other\ncmd.8.Type=AddBSession\n" + row.name + u" = v");
-        CComPtr<Reader> reader;
-        const auto result = Invoke<&IOibIdxLib::LoadPublication>(m_library, Path(), reader.Put());
         if (row.reason.empty()) {
-            EXPECT_EQ(result.hr, S_OK);
+            EXPECT_TRUE(Load());
             continue;
         }
-        ExpectFailure(result,
+        Reader* reader = nullptr;
+        ExpectFailure(Invoke<&IOibIdxLib::LoadPublication>(m_library, Path(), &reader),
                       u"Failed to parse content of the publication '%1'.\n"
                       u"Failed to parse attribute, path '" +
                           row.name + u"', value 'v'.\n" + row.reason,
                       IID_IOibIdxLib, row.hr, kSource);
-        EXPECT_FALSE(reader);
+        EXPECT_EQ(reader, nullptr);
     }
 }
 
@@ -205,27 +198,23 @@ TEST_P(Publication, MissingFile) {
     const std::u16string missing =
         u"Cannot create or load meta-file \"%1\". Open mode: EMtfLoad\n"
         u"File \"%1\" does not exist.";
-    CComPtr<Reader> reader;
-    CComPtr<Info> info;
-    ExpectFailure(Invoke<&IOibIdxLib::LoadPublication>(m_library, Path(), reader.Put()), missing,
+    Reader* reader = nullptr;
+    Info* info = nullptr;
+    ExpectFailure(Invoke<&IOibIdxLib::LoadPublication>(m_library, Path(), &reader), missing,
                   IID_IOibIdxLib, E_FAIL, kSource);
-    ExpectFailure(Invoke<&IOibIdxLib::LoadPublicationOrderingInfo>(m_library, Path(), info.Put()),
-                  u"Failed to load publication date/time (%1).\n" + missing, IID_IOibIdxLib, E_FAIL,
-                  kSource);
     // The file is read before the pointer is checked.
-    const CBstr path = support::Bstr(Path());
-    EXPECT_LT(m_library->LoadPublicationOrderingInfo(path.Get(), nullptr), 0);
-    EXPECT_NE(support::TakeError().description, u"");
-    Write(u"");
-    EXPECT_EQ(m_library->LoadPublicationOrderingInfo(path.Get(), nullptr), E_POINTER);
+    for (Info** const target : {&info, static_cast<Info**>(nullptr)}) {
+        ExpectFailure(Invoke<&IOibIdxLib::LoadPublicationOrderingInfo>(m_library, Path(), target),
+                      u"Failed to load publication date/time (%1).\n" + missing, IID_IOibIdxLib,
+                      E_FAIL, kSource);
+    }
+    EXPECT_TRUE(reader == nullptr && info == nullptr);
 }
 
 // The full load compares beginnings of names, the other one whole names.
 TEST_P(Publication, OrderingInfo) {
     const struct {
-        std::u16string_view lines;
-        std::u16string_view alone;  // local time and UTC time
-        std::u16string_view full;
+        std::u16string_view lines, alone, full;  // local time and UTC time
     } rows[] = {
         // clang-format off
         {u"", u"|", u"|"},
@@ -245,6 +234,8 @@ TEST_P(Publication, OrderingInfo) {
         EXPECT_EQ(textOf(alone), row.alone);
         EXPECT_EQ(textOf(Get<&Reader::get_OrderingInfo>(Load())), row.full);
     }
+    const CBstr path = support::Bstr(Path());
+    EXPECT_EQ(m_library->LoadPublicationOrderingInfo(path.Get(), nullptr), E_POINTER);
 }
 
 // Each MetaFile is a new tree over the same lines; the records do not change with them.
@@ -264,8 +255,8 @@ TEST_P(Publication, MetaFile) {
     EXPECT_EQ(CommandText(accessor, 1), u"J///");
 
     Write(u"=v");
-    CComPtr<IMtfMetaFile> none;
-    ExpectFailure(Invoke<&Reader::get_MetaFile>(Load(), none.Put()),
+    IMtfMetaFile* none = nullptr;
+    ExpectFailure(Invoke<&Reader::get_MetaFile>(Load(), &none),
                   u"The specified attribute's path () is invalid.",
                   IID_IMtfPublicationMetaFileReader);
 }

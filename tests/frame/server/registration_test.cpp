@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -12,154 +16,106 @@
 namespace {
 
 using platform::ERegistryRoot;
-using platform::RegistryKey;
 
 constexpr HRESULT kRefusal = static_cast<HRESULT>(0x80070005U);
 constexpr LCID kThreadLocale = 0x407;
+constexpr char kModule[] = R"(C:\it's ''here''\100%APPID%\{ } x.dll)";
+// Keys and values of other programs, which must remain.
+const std::set<std::string> kUnregistered = {
+    "HKCR\\AppID",           "HKCR\\AppID\\Other", "HKCR\\CLSID",
+    "HKCR\\CLSID :  = kept", "HKCR\\CLSID\\{0}",   "HKCR\\ZorelOibIdxLib.COibIdxLib.51"};
 
 // A module with quotes, blanks and percent signs in its path.
 class CTestSetup final : public automation::IModuleSetup {
 public:
-    // Keys and values of other programs, which must remain.
     CTestSetup() {
-        registry.CreateKey({ERegistryRoot::ClassesRoot, u"AppID\\Other"});
-        registry.CreateKey({ERegistryRoot::ClassesRoot, u"CLSID\\{0}"});
-        registry.CreateKey({ERegistryRoot::ClassesRoot, u"ZorelOibIdxLib.COibIdxLib.51"});
+        for (const char16_t* const path :
+             {u"AppID\\Other", u"CLSID\\{0}", u"ZorelOibIdxLib.COibIdxLib.51"}) {
+            registry.CreateKey({ERegistryRoot::ClassesRoot, path});
+        }
         registry.SetValue({ERegistryRoot::ClassesRoot, u"CLSID"}, u"", std::u16string(u"kept"));
     }
 
-    // The step with this 0-based number and all later steps fail. The registry counts its
-    // calls separately.
-    void RefuseFrom(int step) { m_stepsLeft = step; }
-
     support::CMemoryRegistry& Registry() override { return registry; }
     HRESULT LoadScript(std::uint16_t number, std::u16string& script) override {
-        const char* const name = number == automation::kAppIdScript ? "app_id.rgs" : "class.rgs";
-        script = support::RegistrationScript(name);
-        return Step(name);
+        const std::string name = number == automation::kAppIdScript ? "app_id.rgs" : "class.rgs";
+        std::ifstream file(ZOREL_SOURCE_DIR "/src/frame/server/" + name);
+        script = zorel::ToUtf16(std::string{std::istreambuf_iterator<char>(file), {}});
+        return Step(name + ";");
     }
     HRESULT GetModulePath(std::u16string& path) override {
-        path = u"C:\\it's ''here''\\100%APPID%\\{ } x.dll";
-        return Refuses() ? kRefusal : S_OK;
+        path = zorel::ToUtf16(kModule);
+        return Step("");
     }
-    HRESULT RegisterTypeLibrary(const std::u16string&) override { return Step("library"); }
-    HRESULT UnregisterTypeLibrary(const std::u16string&) override { return Step("no library"); }
+    HRESULT RegisterTypeLibrary(const std::u16string&) override { return Step("library;"); }
+    HRESULT UnregisterTypeLibrary(const std::u16string&) override { return Step("no library;"); }
     LCID EnterSystemLocale() noexcept override { return std::exchange(locale, 0x800); }
     void RestoreLocale(LCID former) noexcept override { locale = former; }
-
-    std::string Entries() {
-        return support::DumpRegistry(registry, {ERegistryRoot::ClassesRoot, u""},
-                                     {u"", u"AppID", u"ThreadingModel", u"stale"});
-    }
 
     support::CMemoryRegistry registry;
     LCID locale = kThreadLocale;
     std::string steps;
 
 private:
-    bool Refuses() { return m_stepsLeft == 0 || (m_stepsLeft > 0 && m_stepsLeft-- == 0); }
-    HRESULT Step(const char* name) {
+    HRESULT Step(const std::string& name) {
         EXPECT_EQ(locale, 0x800U) << name;
-        const bool refuses = Refuses();
-        steps += refuses ? "" : std::string(name) + ";";
-        return refuses ? kRefusal : S_OK;
+        steps += name;
+        return registry.Refuses() ? kRefusal : S_OK;
     }
-
-    int m_stepsLeft = -1;  // -1: none fails
 };
 
-const char kRegistered[] = R"(AppID
-AppID\Other
-AppID\ZorelOibIdxLib.DLL
-AppID\ZorelOibIdxLib.DLL : AppID = {472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
-AppID\ZorelOibIdxLib.DLL\LocalServer32
-AppID\ZorelOibIdxLib.DLL\LocalServer32 :  = C:\it's ''here''\100%APPID%\{ } x.dll
-AppID\ZorelOibIdxLib.DLL\LocalServer32 : ThreadingModel = Both
-AppID\{472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
-AppID\{472b2912-7d3a-44d0-9ca8-d3d5475aec0a} :  = ZorelOibIdxLib
-CLSID
-CLSID :  = kept
-CLSID\{0}
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24} :  = COibIdxLib Class
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24} : AppID = {472b2912-7d3a-44d0-9ca8-d3d5475aec0a}
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\InprocServer32
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\InprocServer32 :  = C:\it's ''here''\100%APPID%\{ } x.dll
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\InprocServer32 : ThreadingModel = Apartment
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\ProgID
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\ProgID :  = ZorelOibIdxLib.COibIdxLib.5
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\Programmable
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\TypeLib
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\TypeLib :  = {b61b642b-ea60-4c62-918f-26f54f0f815d}
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\VersionIndependentProgID
-CLSID\{f527d4a6-8452-43f4-95f5-dcc32fb0dc24}\VersionIndependentProgID :  = ZorelOibIdxLib.COibIdxLib
-ZorelOibIdxLib.COibIdxLib
-ZorelOibIdxLib.COibIdxLib :  = COibIdxLib Class
-ZorelOibIdxLib.COibIdxLib\CLSID
-ZorelOibIdxLib.COibIdxLib\CLSID :  = {f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
-ZorelOibIdxLib.COibIdxLib\CurVer
-ZorelOibIdxLib.COibIdxLib\CurVer :  = ZorelOibIdxLib.COibIdxLib.5
-ZorelOibIdxLib.COibIdxLib.5
-ZorelOibIdxLib.COibIdxLib.5 :  = COibIdxLib Class
-ZorelOibIdxLib.COibIdxLib.5\CLSID
-ZorelOibIdxLib.COibIdxLib.5\CLSID :  = {f527d4a6-8452-43f4-95f5-dcc32fb0dc24}
-ZorelOibIdxLib.COibIdxLib.51
-)";
-
-const char kUnregistered[] =
-    "AppID\nAppID\\Other\nCLSID\nCLSID :  = kept\nCLSID\\{0}\nZorelOibIdxLib.COibIdxLib.51\n";
-
-TEST(Registration, WritesAndDeletesThePublishedEntries) {
-    CTestSetup setup;
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(server::RegisterServer(setup), S_OK);
-        EXPECT_EQ(setup.Entries(), kRegistered);
-        EXPECT_EQ(std::exchange(setup.steps, ""), "app_id.rgs;class.rgs;library;");
-        // An entry of an older version under the class key must be deleted.
-        const RegistryKey old{ERegistryRoot::ClassesRoot,
-                              u"CLSID\\{F527D4A6-8452-43F4-95F5-DCC32FB0DC24}\\Old\\Older"};
-        EXPECT_EQ(setup.registry.CreateKey(old), 0U);
-        setup.registry.SetValue(old, u"stale", std::u16string(u"x"));
-    }
-    EXPECT_NE(setup.Entries(), kRegistered);
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(server::UnregisterServer(setup), S_OK);
-        EXPECT_EQ(setup.Entries(), kUnregistered);
-        EXPECT_EQ(std::exchange(setup.steps, ""), "class.rgs;no library;app_id.rgs;");
-    }
-    EXPECT_EQ(setup.locale, kThreadLocale);
-}
-
-// Lets each step fail in turn: its code is returned, no later step runs, and the next call
-// succeeds. Returns the number of steps.
-template <class Refuse>
-int RefuseEveryStep(HRESULT (*action)(automation::IModuleSetup&) noexcept, const char* after,
-                    Refuse refuse) {
-    for (int step = 0;; ++step) {
-        CTestSetup setup;
-        EXPECT_EQ(server::RegisterServer(setup), S_OK);
-        refuse(setup, step);
-        const HRESULT hr = action(setup);
-        refuse(setup, -1);
-        EXPECT_EQ(setup.locale, kThreadLocale);
-        if (hr == S_OK || step == 200) {
-            return step;
+// The entries that the Windows module writes, and those of other programs.
+std::set<std::string> Registered() {
+    std::set<std::string> entries = kUnregistered;
+    std::ifstream file(ZOREL_SOURCE_DIR "/tests/windows/registered.txt");
+    const std::regex entry(R"x(> \[HKEY_CLASSES_ROOT\\(.*)\](?: (?:@|"(.*)")="(.*)")?)x");
+    std::smatch found;
+    for (std::string line; std::getline(file, line);) {
+        // The system writes the entries of the type library.
+        if (line.find("\\Typelib\\") == line.npos && std::regex_match(line, found, entry)) {
+            const std::string key = "HKCR\\" + found[1].str();
+            const std::string value = found[3] == "MODULE" ? kModule : found[3].str();
+            entries.insert(key);
+            if (found[3].matched) {
+                entries.insert(key + " : " + found[2].str() + " = " + value);
+            }
         }
-        EXPECT_EQ(hr, kRefusal) << step;
-        EXPECT_NE(support::TakeError().description, u"");
-        EXPECT_EQ(action(setup), S_OK) << step;
-        EXPECT_EQ(setup.Entries(), after) << step;
     }
+    return entries;
 }
 
-TEST(Registration, ReturnsTheFirstFailure) {
-    const auto inRegistry = [](CTestSetup& setup, int step) { setup.registry.RefuseFrom(step); };
-    const auto around = [](CTestSetup& setup, int step) { setup.RefuseFrom(step); };
-    // The number of calls: one for each key, each value and each deletion of a ForceRemove key.
-    EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, kRegistered, inRegistry), 34);
-    EXPECT_EQ(RefuseEveryStep(&server::UnregisterServer, kUnregistered, inRegistry), 14);
-    EXPECT_EQ(RefuseEveryStep(&server::RegisterServer, kRegistered, around), 6);
-    EXPECT_EQ(RefuseEveryStep(&server::UnregisterServer, kUnregistered, around), 6);
+// Each step fails in turn: its code is returned and the next call succeeds. In the last round
+// none fails.
+TEST(Registration, WritesAndDeletesThePublishedEntries) {
+    const struct {
+        HRESULT (*action)(automation::IModuleSetup&) noexcept;
+        std::set<std::string> entries;
+        const char* steps;
+        int count;  // one for each key, value, deletion of a ForceRemove key and call of the setup
+    } rows[] = {
+        {&server::RegisterServer, Registered(), "app_id.rgs;class.rgs;library;", 40},
+        {&server::UnregisterServer, kUnregistered, "class.rgs;no library;app_id.rgs;", 20},
+    };
+    for (const auto& row : rows) {
+        for (int step = 0; step <= row.count; ++step) {
+            SCOPED_TRACE(row.steps + std::to_string(step));
+            CTestSetup setup;
+            EXPECT_EQ(server::RegisterServer(setup), S_OK);
+            // An entry of an older version under the class key must be deleted.
+            setup.registry.CreateKey(
+                {ERegistryRoot::ClassesRoot,
+                 u"CLSID\\{F527D4A6-8452-43F4-95F5-DCC32FB0DC24}\\Old\\Older"});
+            setup.registry.RefuseFrom(step);
+            EXPECT_EQ(row.action(setup), step < row.count ? kRefusal : S_OK);
+            EXPECT_EQ(support::TakeError().description.empty(), step == row.count);
+            EXPECT_EQ(setup.locale, kThreadLocale);
+            setup.registry.RefuseFrom(-1);
+            setup.steps.clear();
+            EXPECT_EQ(row.action(setup), S_OK);
+            EXPECT_EQ(setup.registry.Entries(), row.entries);
+            EXPECT_EQ(setup.steps, row.steps);
+        }
+    }
 }
 
 }  // namespace

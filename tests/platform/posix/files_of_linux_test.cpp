@@ -53,20 +53,19 @@ TEST(Folders, MovesToAnotherVolumeCopyWhenAllowed) {
     if (!std::filesystem::is_directory(elsewhere)) {
         GTEST_SKIP() << "needs a second volume";
     }
-    const CTempFolder here;
-    const CTempFolder there(elsewhere);
-    const std::u16string source = here.Path(u"f");
-    const std::u16string target = there.Path(u"f");
+    const CTempFolder here, there(elsewhere);
+    const std::u16string source = here.Path(u"f"), target = there.Path(u"f");
     ASSERT_TRUE(support::WriteWhole(source, "content") && support::WriteWhole(target, "old"));
-    const auto move = [&](std::uint32_t flags) {
-        return CodeOf(MoveFileExW(source, target, flags));
+    const std::pair<std::uint32_t, std::uint32_t> kFlagsAndCodes[] = {
+        {kMoveReplaceExisting, 17},
+        {kMoveCopyAllowed, 183},
+        {kMoveCopyAllowed | kMoveReplaceExisting | kMoveWriteThrough, 0},
     };
-    EXPECT_EQ(move(kMoveReplaceExisting), 17U);
-    EXPECT_EQ(move(kMoveCopyAllowed), 183U);
-    EXPECT_EQ(support::ReadWhole(target), "old");
-    EXPECT_EQ(move(kMoveCopyAllowed | kMoveReplaceExisting | kMoveWriteThrough), 0U);
-    EXPECT_EQ(support::ReadWhole(target), "content");
-    EXPECT_EQ(support::ReadWhole(source), "<none>");
+    for (const auto& [flags, code] : kFlagsAndCodes) {
+        EXPECT_EQ(support::ReadWhole(target), "old");
+        EXPECT_EQ(CodeOf(MoveFileExW(source, target, flags)), code);
+    }
+    EXPECT_EQ(support::ReadWhole(target) + support::ReadWhole(source), "content<none>");
 }
 
 TEST(Files, AFullDiskIsReportedWithTheBytesWritten) {
@@ -79,20 +78,17 @@ TEST(Files, AFullDiskIsReportedWithTheBytesWritten) {
     const std::string data(10'000, 'x');
     ASSERT_TRUE(support::WriteWhole(folder.Path(u"source"), data));
     ASSERT_TRUE(support::WriteWhole(folder.Path(u"existing"), "old"));
-    const int failedStep = support::RunInChild([&] {
+    const auto fillDisk = [&] {
         support::LimitFileSize(4096);
         const CFileHandle file = support::OpenToWrite(folder.Path(u"f"));
-        std::size_t written = 0;
-        if (WriteFile(file.Get(), data.data(), data.size(), written) || written != 4096 ||
-            GetLastError() != win32err::kFileTooLarge) {
-            return 1;
-        }
-        const bool copied = CopyFileW(folder.Path(u"source"), folder.Path(u"target"), false);
-        const std::uint32_t code = GetLastError();
-        const bool again = CopyFileW(folder.Path(u"source"), folder.Path(u"existing"), false);
-        return copied || again || code != win32err::kFileTooLarge ? 2 : 0;
-    });
-    EXPECT_EQ(failedStep, 0);
+        const bool isCut = !WriteFile(file.Get(), data.data(), data.size(), count) &&
+                           count == 4096 && GetLastError() == win32err::kFileTooLarge;
+        const bool fails = !CopyFileW(folder.Path(u"source"), folder.Path(u"target"), false) &&
+                           GetLastError() == win32err::kFileTooLarge &&
+                           !CopyFileW(folder.Path(u"source"), folder.Path(u"existing"), false);
+        return isCut && fails ? 0 : 1;
+    };
+    EXPECT_EQ(support::RunInChild(fillDisk), 0);
     EXPECT_EQ(GetFileAttributesW(folder.Path(u"target")), kInvalidAttributes);
     EXPECT_NE(GetFileAttributesW(folder.Path(u"existing")), kInvalidAttributes);
     EXPECT_EQ(CodeOf(CopyFileW(folder.Path(u"source"), u"/dev/full", false)), win32err::kDiskFull);
@@ -109,14 +105,13 @@ TEST(Sharing, HoldsAcrossProcesses) {
     };
     CFileHandle held = support::OpenToWrite(path);
     ASSERT_TRUE(support::Write(held, "content"));
-    EXPECT_EQ(openInChild(kGenericRead, kOpenExisting), 32);
-    EXPECT_EQ(openInChild(kGenericWrite, kCreateAlways), 32);
     EXPECT_EQ(openInChild(kReadAttributes, kOpenExisting), 0);
-    EXPECT_EQ(support::ReadWhole(path), "content");
-    held.Reset();
-    EXPECT_EQ(openInChild(kGenericRead, kOpenExisting), 0);
-    EXPECT_EQ(openInChild(kGenericWrite, kCreateAlways), 0);
-    EXPECT_EQ(support::ReadWhole(path), "");
+    for (const int code : {32, 0}) {
+        EXPECT_EQ(openInChild(kGenericRead, kOpenExisting), code);
+        EXPECT_EQ(openInChild(kGenericWrite, kCreateAlways), code);
+        EXPECT_EQ(support::ReadWhole(path), code == 0 ? "" : "content");
+        held.Reset();
+    }
 }
 
 }  // namespace

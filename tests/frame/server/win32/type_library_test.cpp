@@ -2,11 +2,11 @@
 // interface tables are compared with too.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <regex>
+#include <sstream>
 #include <string>
 
 #include "ZorelText.h"
@@ -53,11 +53,7 @@ CComPtr<ITypeInfo> Implemented(const CComPtr<ITypeInfo>& type, int index) {
     return Referred(type, reference);
 }
 
-using Names = std::map<int, std::string>;
-std::string NameIn(const Names& names, int value) {
-    const auto found = names.find(value);
-    return found == names.end() ? "unknown " + std::to_string(value) : found->second;
-}
+using Names = std::map<int, std::string>;  // an unknown value fails the test
 
 std::string TypeText(const CComPtr<ITypeInfo>& owner, const TYPEDESC& type) {
     static const Names names = {
@@ -74,7 +70,7 @@ std::string TypeText(const CComPtr<ITypeInfo>& owner, const TYPEDESC& type) {
         const auto referred = Referred(owner, type.hreftype);
         return AttributesOf(referred).typekind == TKIND_ENUM ? "INT" : NameOf(referred);
     }
-    return NameIn(names, type.vt);
+    return names.at(type.vt);
 }
 
 std::string MethodText(const CComPtr<ITypeInfo>& type, const FUNCDESC& method) {
@@ -85,22 +81,20 @@ std::string MethodText(const CComPtr<ITypeInfo>& type, const FUNCDESC& method) {
     BSTR names[16] = {};
     UINT count = 0;
     EXPECT_EQ(type->GetNames(method.memid, names, 16, &count), S_OK);
-    char id[16];
-    std::snprintf(id, sizeof(id), "  %08x ", static_cast<unsigned>(method.memid));
-    std::string text = id;
-    text += method.invkind == INVOKE_PROPERTYGET ? "get " : "method ";
+    std::ostringstream text;
+    text << "  " << std::hex << method.memid
+         << (method.invkind == INVOKE_PROPERTYGET ? " get " : " method ");
     for (int i = 0; i <= method.cParams; ++i) {
         if (i > 0) {
             const ELEMDESC& param = method.lprgelemdescParam[i - 1];
-            text += i == 1 ? "" : ", ";
-            text += NameIn(directions, param.paramdesc.wParamFlags) + " " +
-                    TypeText(type, param.tdesc) + " ";
+            text << (i == 1 ? "" : ", ") << directions.at(param.paramdesc.wParamFlags) << " "
+                 << TypeText(type, param.tdesc) << " ";
         }
         CBstr name;
         name.Reset(names[i]);
-        text += TextOf(name) + (i == 0 ? "(" : "");
+        text << TextOf(name) << (i == 0 ? "(" : "");
     }
-    return text + ")\n";
+    return text.str() + ")\n";
 }
 
 std::string InterfaceText(const CComPtr<ITypeInfo>& dispatch) {
@@ -119,8 +113,7 @@ std::string InterfaceText(const CComPtr<ITypeInfo>& dispatch) {
         text += MethodText(type, *method);
         EXPECT_EQ(method->elemdescFunc.tdesc.vt, VT_HRESULT);
         EXPECT_EQ(method->callconv, CC_STDCALL);
-        EXPECT_EQ(method->oVft, static_cast<SHORT>(baseAttributes.cbSizeVft + 8 * i))
-            << NameOf(type, method->memid);
+        EXPECT_EQ(method->oVft, static_cast<SHORT>(baseAttributes.cbSizeVft + 8 * i)) << text;
         type->ReleaseFuncDesc(method);
     }
     return text;
@@ -207,7 +200,7 @@ TEST(TypeLibrary, DescribesThePublishedTypes) {
 }
 
 // Every interface has type information: from the registered library of its version, or from
-// the module's own library. Inherited methods are found too.
+// the module's own library. Late-bound calls of every method are part of other tests.
 TEST(TypeLibrary, AnswersForEveryInterface) {
     for (const automation::InterfaceTable* table : frame::AllInterfaceTables()) {
         SCOPED_TRACE(zorel::ToUtf8(table->name));
@@ -223,15 +216,6 @@ TEST(TypeLibrary, AnswersForEveryInterface) {
         ASSERT_EQ(automation::DispatchGetTypeInfo(*table, 0, 0x407, second.Put()), S_OK);
         EXPECT_EQ(first.Get(), second.Get());
         EXPECT_EQ(AttributesOf(first).guid, *table->iid);
-        for (const auto* part = table; part != nullptr; part = part->base) {
-            for (const automation::MethodDesc& method : part->methods) {
-                auto* name = const_cast<LPOLESTR>(reinterpret_cast<LPCOLESTR>(method.name));
-                DISPID id = 0;
-                EXPECT_EQ(automation::DispatchGetIDsOfNames(*table, IID_NULL, &name, 1, 0, &id),
-                          S_OK);
-                EXPECT_EQ(id, method.id) << zorel::ToUtf8(method.name);
-            }
-        }
     }
 }
 
