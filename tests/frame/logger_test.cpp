@@ -132,7 +132,8 @@ TEST_F(LoggerTest, FileWritersNameTheirFiles) {
     platform::SystemTime now;
     do {
         now = platform::GetLocalTime();
-        m_logger.SetWriter(std::make_shared<CDailyFileLogWriter>(m_folder.Path() + u"\\new.d/a.b.log"));
+        m_logger.SetWriter(
+            std::make_shared<CDailyFileLogWriter>(m_folder.Path() + u"\\new.d/a.b.log"));
         m_logger.Log(4, u"daily");
     } while (now.day != platform::GetLocalTime().day);
     char name[32];
