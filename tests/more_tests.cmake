@@ -66,7 +66,7 @@ if(NOT WIN32 AND TARGET oibidx)
   add_test(NAME cli/search
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/search_test.py
             ${oibidx_program})
-  set_tests_properties(cli/oibidx cli/meta cli/search PROPERTIES TIMEOUT 300 LABELS cli)
+  set_tests_properties(cli/oibidx cli/meta cli/search PROPERTIES TIMEOUT 900 LABELS cli)
 endif()
 
 # The Python client. The interpreter cannot load a sanitized module: its run-time library
