@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""README.md: the tour and the C++ program print what it shows, and links lead to files.
+"""README.md: the tour and the C++ program print what it shows. All documents: links lead to
+files, and promises name tests that exist.
 
 Usage: readme_test.py MODULE OIBIDX C++-COMPILER
 """
@@ -50,6 +51,16 @@ class Readme(unittest.TestCase):
             for link in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", read(path)):
                 target = os.path.join(SOURCES, os.path.dirname(path), link)
                 self.assertTrue(os.path.exists(target), f"{path}: {link}")
+
+    def test_promises_name_tests(self):
+        tests = "".join(read(path) for path in glob.glob("tests/**/*_test.*", root_dir=SOURCES,
+                                                         recursive=True))
+        promises = re.findall(r"(?m)^\| .* \| (`.*`) \|$", read("doc/reliability.md"))
+        self.assertGreater(len(promises), 10)
+        for name in re.findall("`(.*?)`", " ".join(promises)):
+            exists = (os.path.exists(f"{SOURCES}/{name}_fuzz.cpp") if name.startswith("fuzz/")
+                      else f"def {name}(" in tests or f"({name.replace('.', ', ')})" in tests)
+            self.assertTrue(exists, name)
 
 
 unittest.main()

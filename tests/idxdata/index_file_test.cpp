@@ -102,6 +102,8 @@ TEST_F(IndexFile, LocatingATable) {
         EXPECT_EQ(locate(Open<CStreamFileReader>(bytes)), failure) << failure.message;
     }
     EXPECT_EQ(locate(nullptr), (Failure{"Wrong file reader", frame::kInvalidArg}));
+    EXPECT_EQ(locate(std::make_shared<CFileReader>()),
+              Refused("Cannot read file in CFileReader::ReadPrefix", 6));
 }
 
 using Row = std::tuple<std::u16string, std::int64_t, std::uint32_t, std::int64_t, std::int64_t>;
@@ -153,7 +155,7 @@ TEST_F(IndexFile, WaysToReadRecordsAgree) {
     large.files[9001].name.assign(40'000, u'm');
     EXPECT_EQ(read(large.Bytes()).first.size(), 20000U);
     // Of a count that is too large, at most 256 records are read past the end.
-    TableImage files = support::FilesTable(std::vector<support::FileRow>(2));
+    TableImage files = support::FilesTable({large.files[9000], large.files[9001]});
     files.recordCount = std::numeric_limits<std::int64_t>::max();
     const Listing excess = read(ChainTables({files}));
     EXPECT_EQ(excess.first.size(), 258U);

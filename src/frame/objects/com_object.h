@@ -22,7 +22,7 @@ namespace frame {
 bool TableImplements(const automation::InterfaceTable& table, REFIID iid) noexcept;
 
 // The base class of an automation object with one dual interface. Implements the reference
-// count, the module's object count, IDispatch through the interface's table,
+// count, the module's lock, IDispatch through the interface's table,
 // ISupportErrorInfo and the call frame of the methods. A new object has one reference, which
 // CreateInstance below passes to its caller.
 template <class TInterface>
@@ -111,7 +111,7 @@ protected:
 private:
     static const automation::InterfaceTable& Table() noexcept { return TableOf<TInterface>(); }
 
-    CModuleObjectCount m_moduleCount;
+    CModuleLock m_moduleLock;
     CErrorSource m_source;
     std::atomic<ULONG> m_references{1};
     std::mutex m_lock;

@@ -1,33 +1,23 @@
 #include "frame/objects/module.h"
 
 #include <atomic>
+#include <cstdint>
 
 namespace frame {
 
 namespace {
-std::atomic<long> g_objects{0};
-std::atomic<long> g_serverLocks{0};
+std::atomic<std::int32_t> g_locks{0};
 }  // namespace
 
-CModuleObjectCount::CModuleObjectCount() noexcept {
-    ++g_objects;
+void ModuleLock() noexcept {
+    ++g_locks;
 }
-CModuleObjectCount::~CModuleObjectCount() {
-    --g_objects;
-}
-
-void ModuleLockServer() noexcept {
-    ++g_serverLocks;
-}
-
-void ModuleUnlockServer() noexcept {
-    long locks = g_serverLocks.load();
-    while (locks > 0 && !g_serverLocks.compare_exchange_weak(locks, locks - 1)) {
-    }
+void ModuleUnlock() noexcept {
+    --g_locks;
 }
 
 bool ModuleCanUnload() noexcept {
-    return g_objects.load() == 0 && g_serverLocks.load() == 0;
+    return g_locks.load() == 0;
 }
 
 }  // namespace frame

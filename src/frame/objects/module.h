@@ -4,20 +4,21 @@
 
 namespace frame {
 
-// IClassFactory::LockServer. An unlock without a preceding lock has no effect.
-void ModuleLockServer() noexcept;
-void ModuleUnlockServer() noexcept;
+// An object's construction and destruction, and IClassFactory::LockServer, change the one count.
+// A client that unlocks without a lock takes the lock of an object.
+void ModuleLock() noexcept;
+void ModuleUnlock() noexcept;
 
-// True if no object exists and no server lock is held.
+// True if the count is 0.
 bool ModuleCanUnload() noexcept;
 
-// A member of every automation object: counts the object from construction to destruction.
-class CModuleObjectCount {
+// A member of every automation object: holds a lock from construction to destruction.
+class CModuleLock {
 public:
-    CModuleObjectCount() noexcept;
-    CModuleObjectCount(const CModuleObjectCount&) = delete;
-    CModuleObjectCount& operator=(const CModuleObjectCount&) = delete;
-    ~CModuleObjectCount();
+    CModuleLock() noexcept { ModuleLock(); }
+    CModuleLock(const CModuleLock&) = delete;
+    CModuleLock& operator=(const CModuleLock&) = delete;
+    ~CModuleLock() { ModuleUnlock(); }
 };
 
 }  // namespace frame

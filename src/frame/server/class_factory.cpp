@@ -28,9 +28,9 @@ public:
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
         if (lock != FALSE) {
-            frame::ModuleLockServer();
+            frame::ModuleLock();
         } else {
-            frame::ModuleUnlockServer();
+            frame::ModuleUnlock();
         }
         return S_OK;
     }

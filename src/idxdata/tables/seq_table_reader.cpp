@@ -16,9 +16,9 @@ constexpr std::uint16_t kMajorVersion = 1;
 constexpr std::uint16_t kMinorVersion = 1;
 constexpr std::uint32_t kSequentialFormat = 0;
 
-// Records that a table may state beyond what its file can hold: enough to list a file that
-// was cut short, too few to cost memory or time.
-constexpr std::uint64_t kAcceptedExcess = 256;
+// Records that a table may state beyond the end of its file: enough to list a file that was cut
+// short, too few to cost memory or time.
+constexpr int kAcceptedExcess = 256;
 
 [[noreturn]] void Fail(const char16_t* message, frame::HResult hr = frame::kFail) {
     throw frame::CExc(message, hr);
@@ -77,11 +77,11 @@ CSeqTableReader::CSeqTableReader(std::shared_ptr<IReader> reader, EIdxTable tabl
     Locate(table);
     CheckLayout(layout);
     m_count = m_reader->ReadLongLong();
-    m_maxCount = m_reader->Remaining() / MinRecordSize(layout) + kAcceptedExcess;
+    m_maxCount = m_reader->Remaining() / MinRecordSize(layout);
 }
 
 void CSeqTableReader::Locate(EIdxTable table) {
-    std::unordered_set<std::int64_t> visited = {m_reader->GetCurFilePos()};
+    std::unordered_set<std::int64_t> visited;
     for (;;) {
         const TableHeader header = ReadHeader(*m_reader);
         if (header.id == table) {
@@ -114,7 +114,9 @@ std::uint64_t CSeqTableReader::RecordCount() const noexcept {
 }
 
 void CSeqTableReader::ReadRecord(IRecord& record) {
-    if (static_cast<std::uint64_t>(m_next) >= m_maxCount) {
+    // After a failed read the window is empty before the end, too.
+    if (m_reader->Window(1).empty() && m_reader->Remaining() == 0 &&
+        ++m_excessCount > kAcceptedExcess) {
         Fail(kPastEndMessage);
     }
     record.Deserialize(*m_reader);

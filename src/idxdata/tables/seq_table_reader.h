@@ -18,8 +18,8 @@ namespace idxdata {
 //
 // Throws CExc with the messages of the format. An object whose construction failed cannot
 // be used. A chain that returns to an offset ends as if the table were missing. Of a record
-// count that exceeds what the rest of the file can hold, the first 256 excess records are read
-// as the reader reads past the end; the next one throws CExc (E_FAIL).
+// count that is too large, the first 256 records after the end of the file are read as the
+// reader reads past the end; the next one throws CExc (E_FAIL).
 class CSeqTableReader {
 public:
     // Opens the file with a CFileReader of its own.
@@ -43,8 +43,9 @@ private:
 
     std::shared_ptr<IReader> m_reader;
     std::int64_t m_count = 0;      // as the table states it; a negative count reads as 0
-    std::uint64_t m_maxCount = 0;  // records that can be read
+    std::uint64_t m_maxCount = 0;  // records that the file can hold
     std::int64_t m_next = 0;       // position of the record that is read next
+    int m_excessCount = 0;         // records read after the end of the file
 };
 
 }  // namespace idxdata

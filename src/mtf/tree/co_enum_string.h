@@ -41,7 +41,7 @@ private:
     ~CCoEnumString() = default;
     HRESULT CopyNext(ULONG count, LPOLESTR* strings, ULONG* fetched);
 
-    frame::CModuleObjectCount m_moduleCount;
+    frame::CModuleLock m_moduleLock;
     std::atomic<ULONG> m_references{1};
     std::mutex m_lock;
     std::shared_ptr<const StringList> m_list;

@@ -86,11 +86,12 @@ TEST(ClassObject, CreationAndUnloading) {
     EXPECT_EQ(::DllCanUnloadNow(), S_FALSE);
     library = nullptr;
     EXPECT_EQ(::DllCanUnloadNow(), S_OK);
-    EXPECT_EQ(factory->LockServer(FALSE), S_OK);  // nothing to unlock
-    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-    EXPECT_EQ(::DllCanUnloadNow(), S_FALSE);
-    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
-    EXPECT_EQ(::DllCanUnloadNow(), S_OK);
+    for (const bool first : {true, false}) {  // an unlock without a lock counts, too
+        EXPECT_EQ(factory->LockServer(first), S_OK);
+        EXPECT_EQ(::DllCanUnloadNow(), S_FALSE);
+        EXPECT_EQ(factory->LockServer(!first), S_OK);
+        EXPECT_EQ(::DllCanUnloadNow(), S_OK);
+    }
 }
 
 // An outer object that adds one interface of its own to those of its inner object.
