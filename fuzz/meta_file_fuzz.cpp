@@ -64,7 +64,7 @@ Texts Dump(IMtfMetaFile& file) {
 
 class CSession {
 public:
-    explicit CSession(CInput& input) : m_input(input) {
+    explicit CSession(CInput& input) : m_input(input), m_hasFewNames(input.Below(3) == 0) {
         ClearFolder();
         Open(EIdxMetaOpenRW);
     }
@@ -102,8 +102,10 @@ private:
         Require(Dump(*m_file) == m_model.Dump(), "an opened tree is that of the model");
     }
 
+    // With few names, files become empty again.
     std::u16string ReadPath() {
-        std::u16string path = m_input.Text(u"aAbB..k1 x\u00C9", 8);
+        std::u16string path =
+            m_hasFewNames ? m_input.Text(u"ab", 1) : m_input.Text(u"aAbB..k1 x\u00C9", 8);
         if (path.find_first_not_of(u" .") == path.npos) {
             std::erase(path, u' ');  // a name of blanks makes a file unreadable
         }
@@ -179,6 +181,7 @@ private:
     }
 
     CInput& m_input;
+    bool m_hasFewNames;
     support::CMetaFileModel m_model;
     CComPtr<IMtfMetaFile> m_file;
 };
