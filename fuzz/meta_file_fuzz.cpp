@@ -64,7 +64,7 @@ Texts Dump(IMtfMetaFile& file) {
 
 class CSession {
 public:
-    explicit CSession(CInput& input) : m_input(input) {
+    explicit CSession(CInput& input) : m_input(input), m_hasFewNames(input.Below(3) == 0) {
         ClearFolder();
         Open(EIdxMetaOpenRW);
     }
@@ -79,6 +79,7 @@ public:
             case 3:
                 RequireSuccess(m_file->FlushChanges(), "a meta-file can be saved");
                 m_model.Save();
+                Require(ReadFile(kName) == m_model.Disk(), "a saved file is that of the model");
                 break;
             case 4:
                 RequireSuccess(m_file->Close(), "a meta-file can be closed");
@@ -101,47 +102,86 @@ private:
         Require(Dump(*m_file) == m_model.Dump(), "an opened tree is that of the model");
     }
 
+    // With few names, files become empty again.
     std::u16string ReadPath() {
-        std::u16string path = m_input.Text(u"aAbB..k1 x\u00C9", 8);
+        std::u16string path =
+            m_hasFewNames ? m_input.Text(u"ab", 1) : m_input.Text(u"aAbB..k1 x\u00C9", 8);
         if (path.find_first_not_of(u" .") == path.npos) {
             std::erase(path, u' ');  // a name of blanks makes a file unreadable
         }
         return path;
     }
 
-    // What the module refuses changes nothing.
+    // A value with a line end reads back as several lines, and a line whose attribute has no name
+    // makes a file unreadable: such lines get a name.
+    std::u16string ReadValue() {
+        const std::u16string text = m_input.Text(u"v =\t#\r\n1\u00E9\xD800", 8);
+        std::u16string value;
+        for (const char16_t unit : text) {
+            value += unit == u'=' && text.find(u'\n') != text.npos ? u"k" : u"";
+            value += unit == u'\n' && !value.ends_with(u'\r') && m_input.Flag() ? u"\r" : u"";
+            value += unit;
+        }
+        return value;
+    }
+
     void Change() {
         const std::u16string path = ReadPath();
-        // A value with a line end reads back as several lines, and a line whose attribute has no
-        // name makes a file unreadable: no value has both.
-        const std::u16string value =
-            m_input.Text(m_input.Flag() ? u"v\r\n\r\n #1\u00E9" : u"v =\t#\r1\u00E9\xD800", 8);
         const CString name(path);
         switch (m_input.Below(8)) {
-            case 0:
-                RequireSuccess(m_file->PushComment(CString(value)), "a comment can be added");
-                return m_model.PushComment(value);
-            case 1: {
-                CComPtr<IMtfAttrsTree> tree;
-                RequireSuccess(m_file->CreateAttrsTree(name, tree.Put()), "a tree can be added");
-                return m_model.CreateSubtree(path);
+            case 0: {
+                const std::u16string text = ReadValue();
+                RequireSuccess(m_file->PushComment(CString(text)), "a comment can be added");
+                return m_model.PushComment(text);
             }
-            case 2:
+            case 1:
                 RequireSuccess(m_file->DelAttrsTree(name), "a tree can be deleted");
                 return m_model.DelSubtree(path);
+            case 2:
+                return RequireSame(m_file->DelAttr(name), m_model.DelAttr(path));
             case 3:
-                if (Succeeds(m_file->DelAttr(name))) {
-                    Require(m_model.DelAttr(path), "an attribute has a name");
-                }
-                return;
-            default:
-                if (Succeeds(m_file->SetAttr(name, CString(value)))) {
-                    Require(m_model.SetAttr(path, value), "an attribute has a name");
-                }
+            case 4:
+                return ChangeBelow(path);
+            default: {
+                const std::u16string value = ReadValue();
+                return RequireSame(m_file->SetAttr(name, CString(value)),
+                                   m_model.SetAttr(path, value));
+            }
         }
     }
 
+    // The same with paths relative to the subtree `base`.
+    void ChangeBelow(const std::u16string& base) {
+        CComPtr<IMtfAttrsTree> tree, below;
+        RequireSuccess(m_file->CreateAttrsTree(CString(base), tree.Put()), "a tree can be added");
+        m_model.CreateSubtree(base);
+        const std::u16string path = ReadPath();
+        const std::u16string whole = base + u"." + path;
+        const bool hasName = path.find_first_not_of(u'.') != path.npos;
+        const CString name(path);
+        switch (m_input.Below(4)) {
+            case 0:
+                RequireSuccess(tree->CreateSubtree(name, below.Put()), "a tree can be added");
+                return m_model.CreateSubtree(whole);
+            case 1:
+                RequireSuccess(tree->DelSubtree(name), "a tree can be deleted");
+                return m_model.DelSubtree(whole);
+            case 2:
+                return RequireSame(tree->DelAttr(name), m_model.DelAttr(hasName ? whole : path));
+            default: {
+                const std::u16string value = ReadValue();
+                return RequireSame(tree->SetAttr(name, CString(value)),
+                                   m_model.SetAttr(hasName ? whole : path, value));
+            }
+        }
+    }
+
+    static void RequireSame(HRESULT result, bool succeeds) {
+        Require(Succeeds(result) == succeeds, "a call succeeds as in the model");
+    }
+
     CInput& m_input;
+    bool m_hasFewNames;
     support::CMetaFileModel m_model;
     CComPtr<IMtfMetaFile> m_file;
 };

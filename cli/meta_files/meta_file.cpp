@@ -1,15 +1,52 @@
 #include "cli/meta_files/meta_file.h"
 
+#include <filesystem>
+#include <fstream>
+#include <system_error>
 #include <utility>
 
+#include "cli/command_line/command_error.h"
+#include "cli/command_line/paths.h"
 #include "cli/library/string_array.h"
 
 namespace zorel::cli {
 
 using client::CString;
 
+namespace {
+
+// Larger files cannot be opened.
+constexpr std::uint64_t kMaxFileSize = 104857599;  // bytes
+
+bool HasByteOrderMark(const std::string& path) {
+    std::ifstream file(WithSlashes(path), std::ios::binary);
+    return file.get() == 0xFF && file.get() == 0xFE;
+}
+
+// The bytes of a line of `text`, with its line end and a separator.
+std::uint64_t LineSize(std::u16string_view text) {
+    return (text.size() + 3) * sizeof(char16_t);
+}
+
+}  // namespace
+
 CMetaFile::CMetaFile(std::string path, EIdxMetaOpenMode mode) : m_path(std::move(path)) {
     Check(client::CreateLibrary()->CreateMetaFile(CString::FromUtf8(m_path), mode, m_file.Put()));
+    // Lines that are appended to 8-bit text cannot be read back.
+    if (mode == EIdxMetaOpenRW && !HasByteOrderMark(m_path)) {
+        RewriteOnSave();
+    }
+}
+
+// A save appends unless a line was changed or deleted. The file remains open meanwhile, so that
+// no other process can change it.
+void CMetaFile::RewriteOnSave() {
+    std::u16string name = u"x";
+    for (CString value; Find(name, value);) {
+        name += u'x';
+    }
+    Set(name, u"");
+    Delete(name);
 }
 
 std::vector<std::u16string> CMetaFile::Names() const {
@@ -29,6 +66,7 @@ bool CMetaFile::HasTree(std::u16string_view path) const {
 
 void CMetaFile::Set(std::u16string_view name, std::u16string_view value) {
     Check(m_file->SetAttr(CString(name), CString(value)));
+    m_addedSize += LineSize(name) + LineSize(value);
 }
 
 void CMetaFile::Delete(std::u16string_view name) {
@@ -41,10 +79,23 @@ void CMetaFile::DeleteTree(std::u16string_view path) {
 
 void CMetaFile::Comment(std::u16string_view text) {
     Check(m_file->PushComment(CString(text)));
+    m_addedSize += LineSize(text);
 }
 
 void CMetaFile::Save() {
+    CheckSavedSize(m_path, m_addedSize);
     Check(m_file->FlushChanges());
+}
+
+// A save of 8-bit text writes at most one UTF-16 unit for each byte.
+void CheckSavedSize(const std::string& path, std::uint64_t addedSize) {
+    std::error_code error;
+    const std::uint64_t size = std::filesystem::file_size(WithSlashes(path), error);
+    const std::uint64_t kept = HasByteOrderMark(path) ? size : sizeof(char16_t) * (size + 1);
+    if (!error && kept + addedSize > kMaxFileSize) {
+        throw CCommandError(path + ": The file could become larger than " +
+                            std::to_string(kMaxFileSize) + " bytes and could not be opened again.");
+    }
 }
 
 bool MetaFileExists(const std::string& path) {

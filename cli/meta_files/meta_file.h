@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,7 +9,8 @@
 
 namespace zorel::cli {
 
-// A meta-file opened through the library. Failures are client::CError with the path.
+// A meta-file opened through the library. Failures are client::CError and CCommandError with
+// the path.
 class CMetaFile {
 public:
     CMetaFile(std::string path, EIdxMetaOpenMode mode);
@@ -26,10 +28,16 @@ public:
 
 private:
     HRESULT Check(HRESULT result) const { return client::Check(result, m_path); }
+    void RewriteOnSave();
 
     std::string m_path;
+    std::uint64_t m_addedSize = 0;  // bytes of the added text, not less
     client::CComPtr<IMtfMetaFile> m_file;
 };
+
+// Throws CCommandError if the file could be too large to be opened again after a save that adds
+// this many bytes.
+void CheckSavedSize(const std::string& path, std::uint64_t addedSize);
 
 // Whether there is such a meta-file, or the copy that an unfinished save left.
 bool MetaFileExists(const std::string& path);

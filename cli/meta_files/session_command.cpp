@@ -6,6 +6,7 @@
 #include "ZorelClient.h"
 #include "cli/command_line/command_group.h"
 #include "cli/meta_files/guid_text.h"
+#include "cli/meta_files/meta_file.h"
 #include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
 
@@ -19,8 +20,8 @@ struct OibRef {
     GUID id;
 };
 
-// A backup-session meta-file opened through the library. Failures are client::CError with the
-// path.
+// A backup-session meta-file opened through the library. Failures are client::CError and
+// CCommandError with the path.
 class CSession {
 public:
     CSession(std::string path, EIdxMetaOpenMode mode) : m_path(std::move(path)) {
@@ -45,7 +46,10 @@ public:
         return references;
     }
     void Delete(const GUID& id) { Check(m_session->DeleteOibRef(id)); }
-    void Save() { Check(m_session->FlushChanges()); }
+    void Save() {
+        CheckSavedSize(m_path, 0);
+        Check(m_session->FlushChanges());
+    }
 
 private:
     void Check(HRESULT result) const { client::Check(result, m_path); }

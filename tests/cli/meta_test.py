@@ -61,6 +61,17 @@ class MetaTest(ClientTest):
                              [{"file": self.file, **answer}])
             self.assertEqual(self.lines(), lines, arguments)
 
+    def test_text_without_a_mark_is_converted(self):
+        for old, kept in (b"", []), (b"A=1\r\n#c\r\nx=2\r\nB=\xc3\xbc", ["A=1", "#c", "x=2", "B=ü"]):
+            for command, argument, added in ("set", "xx=3", "xx=3"), ("comment", "n", "#n"):
+                self.write("x.mtf", old)
+                self.run_on_file("meta " + command, argument)
+                self.assertEqual(self.lines(), [*kept, added])
+        for old in b"a" * (50 << 20), b"\xff\xfe" + bytes(104857580):
+            self.write("x.mtf", old)
+            self.assertIn("not be opened again", self.run_on_file("meta set", "longer=1", code=2)[1])
+            self.assertEqual(os.path.getsize(self.file), len(old))
+
     def test_text_that_would_be_lost_is_an_error(self):
         self.write_lines("a=1")
         split = b"\xe0\xb4\x85\xe0\xa8\x80\xc4\x80"  # its bytes contain a line break
