@@ -45,8 +45,8 @@ std::vector<DeclaredCommand> DeclareCommands(CLI::App& app) {
     app.set_version_flag("--version", "oibidx " OIBIDX_VERSION);
     app.require_subcommand(0, 1);
     app.footer(
-        "Exit codes: 0 success, 1 nothing found, 2 failure. 'oibidx COMMAND --help' describes\n"
-        "a command.");
+        "Exit codes: 0 success, 1 nothing found, 2 failure, 3 some results could not be read.\n"
+        "'oibidx COMMAND --help' describes a command.");
     std::vector<DeclaredCommand> commands;
     for (const CommandEntry& entry : kCommands) {
         CLI::App* subcommand = app.add_subcommand(entry.name, entry.summary);

@@ -15,6 +15,7 @@ enum EExitCode : int {
     kExitOk = 0,
     kExitNothingFound = 1,
     kExitFailure = 2,
+    kExitIncomplete = 3,  // some results could not be read
 };
 
 // One command. Declare is called once, before the arguments are parsed into the members of

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <limits>
 
 namespace zorel::cli {
 
@@ -130,17 +129,15 @@ DATE ToDate(sys_seconds moment) {
 }
 
 std::int64_t ToTicks(std::int64_t unixSeconds, std::int64_t nanoseconds) {
-    constexpr std::int64_t kEpochSeconds =
-        -duration_cast<seconds>(sys_days(year(1601) / January / 1).time_since_epoch()).count();
+    constexpr sys_seconds kEpoch = sys_days(year(1601) / January / 1);
     constexpr std::int64_t kTicksPerSecond = 10'000'000;
-    constexpr std::int64_t kMaxTicks = std::numeric_limits<std::int64_t>::max();
-    if (unixSeconds < -kEpochSeconds) {
+    if (unixSeconds < kEpoch.time_since_epoch().count()) {
         return 0;
     }
-    if (unixSeconds > kMaxTicks / kTicksPerSecond - kEpochSeconds - 1) {
-        return kMaxTicks;
+    if (unixSeconds >= kLastMoment.time_since_epoch().count()) {
+        return (kLastMoment - kEpoch).count() * kTicksPerSecond;
     }
-    return (unixSeconds + kEpochSeconds) * kTicksPerSecond + nanoseconds / 100;
+    return (unixSeconds - kEpoch.time_since_epoch().count()) * kTicksPerSecond + nanoseconds / 100;
 }
 
 }  // namespace zorel::cli

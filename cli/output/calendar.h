@@ -24,8 +24,8 @@ std::optional<std::chrono::sys_seconds> ParseAge(std::string_view text);
 // The year is limited to the range 100 to 9999.
 DATE ToDate(std::chrono::sys_seconds moment);
 
-// A file time: intervals of 100 ns since 1601-01-01 UTC, limited to 0 and the largest number.
-// `seconds` counts from 1970-01-01 UTC.
+// A file time: intervals of 100 ns since 1601-01-01 UTC, limited to the first and the last second
+// that both a file time and a DATE can hold. `seconds` counts from 1970-01-01 UTC.
 std::int64_t ToTicks(std::int64_t seconds, std::int64_t nanoseconds = 0);
 
 }  // namespace zorel::cli

@@ -23,7 +23,7 @@ public:
             "Searches the data files of all volumes of the catalogue. A pattern without * matches\n"
             "anywhere in the name; no pattern has to match up to the name's end. Times are UTC:\n"
             "2024-03-01, 2024-03-01T12:30:00, or an age: 12h, 30d, 2w. Exit code 1: nothing\n"
-            "found.");
+            "found; 3: some results could not be read, they are reported by their positions.");
     }
 
     EExitCode Run(COutput& output) override {

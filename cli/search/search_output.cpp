@@ -13,6 +13,15 @@ namespace {
 constexpr std::size_t kSizeWidth = 13;
 constexpr std::size_t kOwnerWidth = 16;
 constexpr std::size_t kDateWidth = 19;
+
+void ReportUnread(HRESULT code, const std::string& subject) {
+    try {
+        client::Check(code, subject);
+    } catch (const client::CError& error) {
+        PrintError(error.what());
+    }
+}
+
 }  // namespace
 
 void CSearchOutput::KeepEndings(const std::optional<std::string>& endings) {
@@ -55,7 +64,13 @@ void CSearchOutput::Add(IOibTDFSearchTask& task, const std::string& subject) {
     }
     for (INT i = 0; i < count; ++i) {
         client::CSearchResult result;
-        client::Check(task.GetResult(i, result.Put()), subject);
+        const HRESULT code = task.GetResult(i, result.Put());
+        if (FAILED(code)) {
+            ReportUnread(code, subject + ": Result " + std::to_string(i + 1) + " of " +
+                                   std::to_string(count) + " cannot be read");
+            m_isComplete = false;
+            continue;
+        }
         if (IsKept(client::ViewOf(result.FileFullName))) {
             ++m_found;
             Print(result);
@@ -88,6 +103,9 @@ EExitCode CSearchOutput::Finish() {
         m_output.Write(
             m_isJson ? CJsonObject().AddNumber("count", static_cast<std::int64_t>(m_found)).Line()
                      : std::to_string(m_found) + "\n");
+    }
+    if (!m_isComplete) {
+        return kExitIncomplete;
     }
     return m_found == 0 ? kExitNothingFound : kExitOk;
 }

@@ -23,9 +23,10 @@ public:
     void KeepEndings(const std::optional<std::string>& endings);
     // Keeps only files of this volume: the catalogue search ignores the volume of a folder.
     void KeepVolume(std::optional<char16_t> volume) { m_volume = volume; }
-    // Throws client::CError with `subject`.
+    // Reports each result that cannot be read, by its position, and continues with the next one.
+    // Throws client::CError with `subject` if there is no number of results.
     void Add(IOibTDFSearchTask& task, const std::string& subject);
-    // kExitNothingFound when there was no result.
+    // kExitIncomplete when a result could not be read, kExitNothingFound when there was none.
     EExitCode Finish();
 
 private:
@@ -38,6 +39,7 @@ private:
     std::optional<std::vector<std::u16string>> m_endings;
     std::optional<char16_t> m_volume;
     std::uint64_t m_found = 0;
+    bool m_isComplete = true;
 };
 
 }  // namespace zorel::cli

@@ -8,6 +8,7 @@ import resource
 import signal
 import struct
 import subprocess
+import tempfile
 import time
 import unittest
 
@@ -52,6 +53,17 @@ class ScanAndBrowse(ClientTest):
         self.make("a", modified=-(5 * 10**8) - 1)  # before 1970
         self.scan()
         self.assertIn(struct.pack("<q", 116444736000000000 - 5000001), self.content()["C.dat"])
+
+    def test_times_that_a_catalogue_cannot_hold(self):
+        with tempfile.TemporaryDirectory(dir="/dev/shm") as self.tree:  # holds every time
+            for seconds in (-12 * 10**9, 253402300799, 253402300800, 316516 * 10**6):
+                self.make(f"{seconds}", modified=seconds * 10**9 + 999999999)
+            self.scan()
+        rows = objects("find", self.catalogue, "--json")
+        self.assertEqual({r["path"][3:]: r["modified"] for r in rows},
+                         {"-12000000000": "1601-01-01T00:00:00Z",
+                          **dict.fromkeys(["253402300799", "253402300800", "316516000000"],
+                                          "9999-12-31T23:59:59Z")})
 
     def test_deep_trees_need_few_descriptors(self):
         depth, here, path = 300, os.getcwd(), []

@@ -4,6 +4,7 @@ import glob
 import os
 import re
 import socket
+import struct
 import time
 import unittest
 
@@ -200,6 +201,20 @@ class Searches(SearchTest):
 
 
 class Failures(SearchTest):
+    def test_a_result_that_cannot_be_read_hides_no_other(self):
+        for i in range(3):
+            self.make(f"f{i}", modified=i * 10**9)
+        self.scan()
+        data = self.content()["C.dat"]
+        ticks = struct.pack("<q", 116444736010000000)
+        self.assertEqual(data.count(ticks), 1)
+        self.write("catalogue/C.dat", data.replace(ticks, b"\xff" * 7 + b"\x7f"))
+        for arguments, code, count in ([], 3, 2), (["--name=f1"], 3, 0), (["--name=f0"], 0, 1):
+            done = run("find", self.catalogue, *arguments)
+            self.assertEqual((done.returncode, done.stdout.count(b"\n")), (code, count))
+            self.assertRegex(done.stderr.decode(), f"^oibidx: {self.catalogue}: Result [1-3] of "
+                             r"[13] cannot be read: .*\n$" if code else "^$")
+
     def test_files(self):
         self.make("a", b"1")
         self.scan()
