@@ -73,6 +73,7 @@ Lines KeyLines(const Volume& volume, const FileRow& file, const std::u16string& 
     const std::u16string extension =
         dot == std::u16string::npos ? u"none" : file.name.substr(dot + 1);
     std::vector<std::u16string> elements = FoldersOf(volume, file.dir & 0xFFFFFFFF);
+    std::erase(elements, u"");
     elements.insert(elements.begin(), volumeName + u":");
     const std::u16string fingerprint = PlainFingerprint(elements, settings.subfoldersMax);
     Lines parts = Split(base, settings.separators);

@@ -115,6 +115,7 @@ TEST_F(TdfGenerator, AgreesWithTheModelOnRandomVolumes) {
             volume.dirs.push_back({u"deep" + support::Wide(std::to_string(i)), i > 1 ? 58 + i : 0});
             volume.files.push_back({u"f", 59 + i, 2, kMorning, 3});
         }
+        volume.dirs[7].name.clear();
         volume.files.push_back({manyParts, 3, 2, kMorning, 3});
         volume.files.push_back({u"\u6570\u636E\u6D41", 3, 2, kMorning, 3});
         // No text: it has no line and counts as a record.
@@ -147,13 +148,14 @@ TEST_F(TdfGenerator, WritesPathsThatItNoLongerCaches) {
 
 TEST_F(TdfGenerator, NamesTheIndexOutsideTheFolderTable) {
     const std::tuple<std::int64_t, std::int64_t, bool, std::string> rows[] = {
-        {6, 0, false, "6"},          {0x100000001, 0, false, "4294967297"},
-        {-1, 0, true, "4294967295"}, {5, 77, false, "77"},
+        {6, 0, false, "6"},  {0x100000001, 0, false, "4294967297"},
+        {-1, 0, true, "-1"}, {5, 77, false, "77"},
         {5, -9, true, "-9"},
     };
     Volume volume = support::SmallVolume();
     volume.files[4].owner = 3;  // skipped, so its folder is not used
     volume.files[4].dir = 99;
+    volume.files[5].name = u"\xD800";  // no text: its folder is read before
     for (const auto& [dir, parentOf5, crcMode, index] : rows) {
         volume.dirs[5].parent = parentOf5;
         volume.files[5].dir = dir;
@@ -167,6 +169,7 @@ TEST_F(TdfGenerator, NamesTheIndexOutsideTheFolderTable) {
         EXPECT_EQ(failure.result, E_INVALIDARG);
         EXPECT_NE(support::ReadWhole(OutPath(u"vl.C.unkn1.0.txt")), "<none>");
     }
+    volume = support::SmallVolume();
     volume.files[5].dir = 0x100000001;  // key lines use the low 32 bits
     Check(volume);
 }

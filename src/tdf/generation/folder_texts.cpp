@@ -27,9 +27,13 @@ CFolderTexts::CFolderTexts(const idxdata::CFolderTable& folders, std::u16string_
       m_groupLimit(groupLimit),
       m_slots(folders.Count()) {}
 
-CFolderTexts::Text CFolderTexts::TextOf(std::int64_t folder, std::int64_t record) {
+CFolderTexts::Text CFolderTexts::TextOf(std::int64_t dirIndex, std::int64_t record) {
+    const std::int64_t folder = m_groupLimit ? static_cast<std::uint32_t>(dirIndex) : dirIndex;
     if (!m_folders.Contains(folder)) {
-        Compose(folder, record);  // the root of a volume without folders, or a failure
+        if (folder != idxdata::CFolderTable::kRoot) {
+            ThrowOutside(dirIndex, record);
+        }
+        Compose(folder, record);  // the root of a volume without folders
         return {m_text, IsUnicode(m_text)};
     }
     Slot& slot = m_slots[static_cast<std::size_t>(folder)];
@@ -76,13 +80,17 @@ std::span<const std::size_t> CFolderTexts::ChainOf(std::int64_t folder, std::int
         return true;
     });
     if (count < m_chain.size() && end != idxdata::CFolderTable::kRoot) {
-        throw frame::CExc(
-            u"A folder index lies outside the folder table. Volume: [%1]. File record: [%2]. "
-            u"Folder index: [%3].",
-            {m_volumeName, frame::Int64ToString(record), frame::Int64ToString(end)},
-            frame::kInvalidArg);
+        ThrowOutside(end, record);
     }
     return std::span(m_chain).first(count);
+}
+
+void CFolderTexts::ThrowOutside(std::int64_t index, std::int64_t record) const {
+    throw frame::CExc(
+        u"A folder index lies outside the folder table. Volume: [%1]. File record: [%2]. "
+        u"Folder index: [%3].",
+        {m_volumeName, frame::Int64ToString(record), frame::Int64ToString(index)},
+        frame::kInvalidArg);
 }
 
 void CFolderTexts::ComposePath(std::span<const std::size_t> chain, std::int64_t folder,
@@ -104,8 +112,11 @@ void CFolderTexts::ComposeGroups(std::span<const std::size_t> chain) {
     if (limit.TryAdd()) {
         AppendCrcGroup(m_text, ElementCrc(m_volumeName + u":"));
     }
-    for (std::size_t i = chain.size(); i-- > 0 && limit.TryAdd();) {
-        AppendCrcGroup(m_text, ElementCrc(m_folders.NameOf(chain[i])));
+    for (auto folder = chain.rbegin(); folder != chain.rend(); ++folder) {
+        const std::u16string_view name = m_folders.NameOf(*folder);
+        if (!name.empty() && limit.TryAdd()) {
+            AppendCrcGroup(m_text, ElementCrc(name));
+        }
     }
 }
 

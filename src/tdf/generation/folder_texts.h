@@ -29,8 +29,9 @@ public:
         std::u16string_view text;  // "C:\Users\john\" or "ac906abf43d5"
         bool isUnicode;            // as text::IsUnicodeText
     };
-    // Valid until the next call. `record` is the file record's position, for messages.
-    Text TextOf(std::int64_t folder, std::int64_t record);
+    // Valid until the next call. `dirIndex` is as the file record stores it; fingerprints use
+    // its low 32 bits. `record` is the file record's position, for messages.
+    Text TextOf(std::int64_t dirIndex, std::int64_t record);
 
 private:
     static constexpr std::size_t kMaxFolders = 64;  // in one text
@@ -45,6 +46,7 @@ private:
     Text Cache(Slot& slot);
     void Compose(std::int64_t folder, std::int64_t record);
     std::span<const std::size_t> ChainOf(std::int64_t folder, std::int64_t record);
+    [[noreturn]] void ThrowOutside(std::int64_t index, std::int64_t record) const;
     void ComposePath(std::span<const std::size_t> chain, std::int64_t folder, std::int64_t record);
     void ComposeGroups(std::span<const std::size_t> chain);
 

@@ -104,12 +104,10 @@ void CVolumeGenerator::WriteRecordLine(COwnerFiles& files, const idxdata::FileRe
 
 void CVolumeGenerator::WriteKeyLines(COwnerFiles& files, const idxdata::FileRecordView& record,
                                      std::int64_t index) {
+    const std::u16string_view fingerprint = m_folderTexts->TextOf(record.dirIndex, index).text;
     if (record.nameLength == 0 || !text::IsUnicodeText(record.nameBytes, record.nameLength)) {
         return;
     }
-    // Key lines use the low 32 bits of the index only.
-    const std::u16string_view fingerprint =
-        m_folderTexts->TextOf(static_cast<std::uint32_t>(record.dirIndex), index).text;
     m_name.clear();
     record.AppendNameTo(m_name);
     m_keyNames.Split(m_name);
