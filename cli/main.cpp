@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <sstream>
@@ -107,6 +109,30 @@ EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
     }
     PrintError("Which command? Run with --help for more information.");
     return kExitFailure;
+}
+
+// Reports a failure outside of Main's handler: CLI11 allocates before main, the handler itself
+// allocates. Allocates nothing.
+[[noreturn]] void ReportTermination() {
+    const char* message = "std::bad_alloc";  // without an exception: its memory is missing
+    try {
+        if (std::current_exception()) {
+            throw;
+        }
+    } catch (const std::exception& error) {
+        message = error.what();
+    } catch (...) {
+        message = "unknown failure";
+    }
+    for (const char* part : {"oibidx: ", message, "\n"}) {
+        static_cast<void>(std::fputs(part, stderr));
+    }
+    std::_Exit(kExitFailure);
+}
+
+// Runs before the constructors of other static objects.
+[[gnu::constructor(101)]] void InstallTerminationReport() {
+    std::set_terminate(ReportTermination);
 }
 
 int Main(int argc, char** argv) {

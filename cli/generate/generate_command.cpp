@@ -12,6 +12,7 @@
 #include "cli/command_line/command.h"
 #include "cli/command_line/paths.h"
 #include "cli/generate/file_state.h"
+#include "cli/meta_files/meta_file.h"
 #include "cli/output/calendar.h"
 #include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
@@ -110,6 +111,10 @@ private:
                                                m_isCrc ? VARIANT_TRUE : VARIANT_FALSE, m_subfolders,
                                                m_parts, separators),
                       m_summary);
+        // For the library such a list is complete; a user has given another file.
+        if (!CMetaFile(m_summary, EIdxMetaLoad).HasTree(u"Volume")) {
+            throw CCommandError(m_summary + ": The list contains no volume.");
+        }
     }
 
     void Report(COutput& output, const Written& written, double seconds) const {

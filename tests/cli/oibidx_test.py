@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """Runs scans and listings of the client on trees made by the test, and compares with os.walk."""
+import bisect
 import ctypes
 import json
 import os
@@ -183,6 +184,21 @@ class Failures(ClientTest):
             self.check_failure(arguments, message)
         self.assertFalse(os.path.exists(missing))
         self.assertRegex(answer("--version"), rb"^oibidx [0-9]+\.[0-9]+\.[0-9]+\n$")
+
+    def test_missing_memory_at_the_start(self):
+        def limited_run(kib):
+            limits = (kib << 10, kib << 10)
+            done = run("match", "C:\\a", "a",
+                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, limits))
+            return done.returncode, done.stderr
+        enough = 1 << 20
+        if limited_run(enough)[0] != 0:
+            self.skipTest("a sanitizer needs more address space")
+        first = bisect.bisect_left(range(enough), True, key=lambda kib: limited_run(kib)[0] == 0)
+        answers = [limited_run(kib) for kib in range(first - 400, first, 4)]
+        started = [answer for answer in answers if answer[0] != 127]  # 127: not loaded
+        self.assertGreater(len(started), 20)
+        self.assertEqual({*started}, {(2, b"oibidx: std::bad_alloc\n")})
 
     def test_output_that_cannot_be_written(self):
         self.make("a")
