@@ -13,19 +13,9 @@ namespace fuzz {
 
 namespace {
 
-using platform::ERegistryRoot;
 using server::CRegistryScript;
 
 constexpr frame::HResult kInvalidData = static_cast<frame::HResult>(0x8007000DU);
-
-std::string Dump(platform::IRegistry& registry) {
-    std::string text;
-    for (const auto root : {ERegistryRoot::ClassesRoot, ERegistryRoot::CurrentUser,
-                            ERegistryRoot::LocalMachine, ERegistryRoot::Users}) {
-        text += support::DumpRegistry(registry, {root, u""}, {u"", u"v"}) + "-\n";
-    }
-    return text;
-}
 
 std::optional<CRegistryScript> Parse(std::u16string_view text) {
     try {
@@ -47,16 +37,15 @@ void Run(std::string_view bytes) {
         return;
     }
     support::CMemoryRegistry registry;
-    const std::string empty = Dump(registry);
     Require(script->Register(registry) == 0, "a script can be registered");
-    const std::string registered = Dump(registry);
-    Require(script->Register(registry) == 0 && Dump(registry) == registered,
+    const auto registered = registry.Entries();
+    Require(script->Register(registry) == 0 && registry.Entries() == registered,
             "a script can be registered again");
     Require(script->Unregister(registry) == 0, "a script can be unregistered");
-    const std::string left = Dump(registry);
+    const auto left = registry.Entries();
     const bool hasNoRemove = support::Lower(text).find(u"noremove") != std::u16string::npos;
-    Require(left == empty || hasNoRemove, "unregistering deletes every key but the NoRemove keys");
-    Require(script->Unregister(registry) == 0 && Dump(registry) == left,
+    Require(left.empty() || hasNoRemove, "unregistering deletes every key but the NoRemove keys");
+    Require(script->Unregister(registry) == 0 && registry.Entries() == left,
             "a script can be unregistered again");
 }
 
