@@ -1,7 +1,7 @@
 // A text data file through both searches, compared with a model.
 #include "fuzz.h"
-#include "support/search_model.h"
 #include "support/tdf_model.h"
+#include "volume_input.h"
 
 namespace fuzz {
 
@@ -10,17 +10,6 @@ namespace {
 using support::Criteria;
 using support::FoundFile;
 using zorel::client::CString;
-
-void RequireOutcome(HRESULT result, const support::SearchOutcome& expected) {
-    const auto info = zorel::client::TakeErrorInfo();
-    Require(result == expected.hr, "a search has the result of the model");
-    for (const std::u16string& clue : expected.clues) {
-        // A description ends at the first NUL of the texts in it.
-        const std::string text = zorel::ToUtf8(clue.substr(0, clue.find(u'\0')));
-        Require(info.description.find(text) != std::string::npos,
-                "a failed search reports what the model reports");
-    }
-}
 
 void SearchRecords(const std::u16string& path, const Criteria& criteria) {
     const auto expected = support::ModelTextSearch(path, criteria);
@@ -55,6 +44,17 @@ void SearchLines(const std::u16string& path, const Criteria& criteria) {
     for (std::size_t i = 0; i < count; ++i) {
         Require(lines[i] == expected.lines[i], "a line is that of the model");
     }
+}
+
+// The record lines of a volume.
+std::string LinesOf(const support::Volume& volume) {
+    tdf::TdfSettings settings;
+    settings.recsNumPerTxt = 1000;
+    std::string bytes;
+    for (const auto& [name, content] : support::ModelTdfFiles(volume, u"C", settings)) {
+        bytes += name.starts_with(u"vl.") ? content : "";
+    }
+    return bytes;
 }
 
 }  // namespace
@@ -92,6 +92,16 @@ std::vector<std::string> Seeds() {
          {u"01/15/2013 09:05:07,\\1,x", u"01/15/2013 09:05:07, 1 C:\\a", u"01\\C",
           u"00/00/0100 24:60:60, 1, C:\\a", u"01/32/10000 09:05:07, 1, \\"}) {
         seeds.push_back(Seed(support::Utf16Bytes(line), noCriteria));
+    }
+    // The choices: a root, a pattern, two numbers, and which of them are limits.
+    const std::vector<std::uint8_t> choices[] = {noCriteria,
+                                                 {2, 1, 2, 2, 0, 2, 0, 0, 0, 0},
+                                                 {3, 0, 2, 3, 2, 1, 1, 0, 0, 0, 0},
+                                                 {0, 3, 0, 5, 6, 205, 201, 0, 1},
+                                                 {0, 3, 2, 0, 5, 0, 55, 1, 0},
+                                                 {0, 0, 205, 206, 1, 1}};
+    for (std::uint32_t i = 0; i < 36; ++i) {
+        seeds.push_back(Seed(LinesOf(support::RandomVolume(i, 12, i, 3)), choices[i % 6]));
     }
     return seeds;
 }

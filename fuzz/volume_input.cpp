@@ -17,6 +17,27 @@ std::u16string ReadName(CInput& input) {
     return u"n" + input.Text(kNameUnits, 12);
 }
 
+// Any time, or the first ticks of a second, or the last ticks of the second before.
+std::int64_t ReadTime(CInput& input) {
+    constexpr std::int64_t kTicksPerSecond = 10'000'000;
+    std::int64_t ticks = input.Number();
+    if (input.Flag()) {
+        const std::int64_t second = std::int64_t{input.Byte()} << 30 |
+                                    std::int64_t{input.Byte()} << 15 | std::int64_t{input.Byte()};
+        ticks = second * kTicksPerSecond - (input.Flag() ? 1 : 0);
+    }
+    return std::clamp<std::int64_t>(ticks, 0, kLastTime);
+}
+
+// A limit of a search: the shown time of a file, or any other number.
+double ReadDate(CInput& input, const support::Volume& volume) {
+    const double number = static_cast<double>(input.Number()) / 16 - 1e5;
+    if (volume.files.empty() || input.Flag()) {
+        return number;
+    }
+    return support::DateOfTicks(input.Pick(volume.files).modifyTime).value_or(number);
+}
+
 }  // namespace
 
 support::Volume ReadVolume(CInput& input) {
@@ -36,7 +57,7 @@ support::Volume ReadVolume(CInput& input) {
         file.name = ReadName(input);
         file.dir = static_cast<std::int64_t>(input.Below(volume.dirs.size()));
         file.owner = static_cast<std::uint32_t>(input.Below(volume.owners.size() + 2));
-        file.modifyTime = std::clamp<std::int64_t>(input.Number(), 0, kLastTime);
+        file.modifyTime = ReadTime(input);
         file.size = input.Number();
     }
     return volume;
@@ -87,14 +108,25 @@ support::Criteria ReadCriteria(CInput& input, const support::Volume& volume) {
         criteria.extensions = input.Text(u".txyz;,0", 8);
     }
     if (isGiven()) {
-        criteria.time = {static_cast<double>(input.Number()) / 16 - 1e5,
-                         static_cast<double>(input.Number())};
+        const double from = ReadDate(input, volume);
+        criteria.time = {from, input.Flag() ? from : ReadDate(input, volume)};
     }
     if (isGiven()) {
         criteria.size = {input.Number(), input.Number()};
     }
     criteria.serverRule = input.Flag();
     return criteria;
+}
+
+void RequireOutcome(HRESULT result, const support::SearchOutcome& expected) {
+    const auto info = zorel::client::TakeErrorInfo();
+    Require(result == expected.hr, "a search has the result of the model");
+    for (const std::u16string& clue : expected.clues) {
+        // A description ends at the first NUL of the texts in it.
+        const std::string text = zorel::ToUtf8(clue.substr(0, clue.find(u'\0')));
+        Require(info.description.find(text) != std::string::npos,
+                "a failed search reports what the model reports");
+    }
 }
 
 }  // namespace fuzz

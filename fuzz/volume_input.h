@@ -14,4 +14,8 @@ support::Volume ReadVolume(CInput& input);
 void SpoilVolume(CInput& input, support::Volume& volume);
 
 support::Criteria ReadCriteria(CInput& input, const support::Volume& volume);
+
+// A search has the result of the model, and its error information has the texts of the model.
+void RequireOutcome(HRESULT result, const support::SearchOutcome& expected);
+
 }  // namespace fuzz

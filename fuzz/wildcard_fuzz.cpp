@@ -43,7 +43,7 @@ void Run(std::string_view bytes) {
 
 std::vector<std::string> Seeds() {
     std::vector<std::string> seeds;
-    for (std::uint32_t i = 0; i < 200; ++i) {
+    for (std::uint32_t i = 0; i < 2000; ++i) {
         seeds.push_back(RandomSeed(i, 170, {}, i % 2 == 0 ? 9 : 256));
     }
     return seeds;

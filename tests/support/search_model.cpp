@@ -255,43 +255,6 @@ void Criteria::Merge(const Criteria& later) {
     serverRule = serverRule || later.serverRule;
 }
 
-Criteria RandomCriteria(std::mt19937& random, const Volume& volume) {
-    const auto oneOf = [&](auto... choices) {
-        const Text texts[] = {choices...};
-        return texts[random() % sizeof...(choices)];
-    };
-    const auto sometimes = [&] { return random() % 3 == 0; };
-    Criteria criteria;
-    if (random() % 4 != 0) {
-        criteria.pattern = oneOf(u"", u"*", u"report", u"*.TXT", u"r?port", u"*a*b", u"??", u"?",
-                                 u"LOG", u"\u00E9", u"*\u0436*x1", u"index*.tar", u"data", u"*_*a",
-                                 u"\u4E2D?", u"*o?t*.", u"b", u"g?", u"?report", u"x*t?");
-    }
-    if (sometimes()) {
-        const Text& dir = volume.dirs[random() % volume.dirs.size()].name;
-        criteria.root = oneOf(u"", u"c:", u"\\", u"c:\\", u"C:\\x1") +
-                        oneOf(u"", u"\\" + dir, u"\\" + Lower(dir) + u"\\");
-    }
-    if (sometimes() && !volume.owners.empty()) {
-        const auto& [id, name, domain] = volume.owners[random() % volume.owners.size()];
-        criteria.owner = oneOf(name, domain + u"\\" + name, u"unkn0", name + u"@" + domain,
-                               domain + u"." + name);
-    }
-    if (sometimes()) {
-        criteria.extensions = oneOf(u"", u"txt", u"TXT;log", u".gz, txt", u".");
-    }
-    if (sometimes()) {
-        const double ends[] = {-1e9, -30000.5, -0.25, 0, 25569, 28000.75, 38000, 1e9};
-        criteria.time = {ends[random() % 8], ends[random() % 8]};
-    }
-    if (sometimes()) {
-        const std::int64_t ends[] = {INT64_MIN, -1, 0, 500'000, INT64_MAX};
-        criteria.size = {ends[random() % 5], ends[random() % 5]};
-    }
-    criteria.serverRule = random() % 4 == 0;
-    return criteria;
-}
-
 CSpec::CSpec(const Criteria& criteria) {
     m_spec.rootPath = Keep(criteria.root);
     m_spec.FileNamePattern = Keep(criteria.pattern);

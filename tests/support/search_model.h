@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -54,9 +53,6 @@ struct SearchOutcome {
     HRESULT hr = S_OK;
     std::vector<std::u16string> clues;  // texts that the failure's description contains
 };
-
-// Some criteria, most of which fit some files of the volume.
-Criteria RandomCriteria(std::mt19937& random, const Volume& volume);
 
 // The DATE of a file time; none outside the years 100 to 9999.
 std::optional<double> DateOfTicks(std::int64_t ticks);

@@ -1,11 +1,8 @@
 // The search of binary data, through the library object.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <ctime>
 #include <limits>
-#include <map>
-#include <random>
 
 #include "support/index_file_builder.h"
 #include "support/search_client.h"
@@ -18,13 +15,11 @@ using support::Bstr;
 using support::Criteria;
 using support::EBinding;
 using support::FoundFile;
-using support::RandomCriteria;
 using support::Volume;
 
 constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kTicksPerDay = 864'000'000'000;
-constexpr std::int64_t kEnd = 2'650'467'744'000'000'000;  // the first ticks of the year 10000
 
 class BinarySearch : public support::SearchTest {
 protected:
@@ -211,84 +206,6 @@ TEST_F(BinarySearch, DistinguishesAllCodeUnits) {
     }
 }
 
-// A file whose shown time equals a bound is within the limits.
-TEST_F(BinarySearch, TimeLimitsAgreeWithTheShownTimes) {
-    std::mt19937_64 random(1);
-    Volume volume;
-    volume.dirs = {{u"", 0}};
-    for (int i = 0; i < 600; ++i) {
-        // The first ticks of a second, and the last ticks of the second before.
-        const auto ticks = static_cast<std::int64_t>(random() % kEnd / 10'000'000 * 10'000'000);
-        volume.files.push_back({u"f", 0, 0, ticks, 0});
-        volume.files.push_back({u"f", 0, 0, std::max<std::int64_t>(ticks - 1, 0), 0});
-    }
-    SetVolumes({volume});
-    const std::vector<FoundFile> all = Found({});
-    for (int i = 0; i < 300; ++i) {
-        const double from = *all[random() % all.size()].time;
-        Check({{.time = {{from, i % 2 == 0 ? from : *all[random() % all.size()].time}}}});
-    }
-}
-
-// A volume with invalid folder indexes and extreme numbers.
-Volume HostileVolume(std::mt19937& random, std::uint32_t seed) {
-    const auto below = [&](std::size_t bound) {
-        return static_cast<std::int64_t>(random() % bound);
-    };
-    const std::size_t dirs = 1 + random() % 12;
-    Volume volume = support::RandomVolume(seed, dirs, random() % 40, random() % 5);
-    const bool soundDirs = random() % 3 != 0;
-    const bool soundFiles = random() % 2 != 0;
-    for (std::size_t i = 0; i < dirs && !soundDirs; ++i) {
-        if (below(4) == 0) {
-            volume.dirs[i].parent = below(dirs + 3) - 1;
-        }
-        if (below(8) == 0) {
-            volume.dirs[i].name = below(2) == 0 ? u"" : u"a\\";
-        }
-    }
-    constexpr std::int64_t kDate0 = 94'353'120'000'000'000;  // 1899-12-30
-    const std::int64_t times[] = {
-        0, kDate0, kDate0 - below(1'000'000'000'000'000), kEnd - 1, kMax, kMin, -1, kEnd};
-    const std::int64_t sizes[] = {kMax, kMin, -1, 0};
-    for (support::FileRow& file : volume.files) {
-        if (below(6) == 0) {
-            file.modifyTime = times[random() % (soundFiles ? 4 : 8)];
-            file.size = sizes[random() % 4];
-        }
-        if (below(10) == 0) {
-            file.name = below(2) == 0 ? u"" : file.name + u"\\";
-        }
-        if (!soundFiles && below(20) == 0) {
-            file.dir = below(2) == 0 ? below(dirs + 2) - 1 : sizes[random() % 2];
-        }
-    }
-    return volume;
-}
-
-TEST_F(BinarySearch, AgreesWithTheModelOnRandomVolumes) {
-    std::mt19937 random(20130115);
-    std::map<HRESULT, int> outcomes;
-    for (std::uint32_t i = 0; i < 400; ++i) {
-        SCOPED_TRACE(i);
-        const Volume first = HostileVolume(random, i);
-        const Volume second = HostileVolume(random, i + 1000);
-        SetVolumes({first, second});
-        Check({RandomCriteria(random, first), RandomCriteria(random, second),
-               RandomCriteria(random, first)});
-        ++outcomes[support::ModelBinSearch(m_volumes, {.time = {{-1e9, 1e9}}}).hr];
-    }
-    for (const HRESULT hr : {S_OK, E_FAIL, E_INVALIDARG}) {
-        EXPECT_GT(outcomes[hr], 20) << hr;
-    }
-    const Volume large = support::RandomVolume(11, 200, 6000, 20);
-    SetVolumes({large});
-    for (int i = 0; i < 60; ++i) {
-        SCOPED_TRACE(i);
-        Check({RandomCriteria(random, large)});
-    }
-}
-
 // The Files table comes last: a search finds the files before the end, then fails.
 TEST_F(BinarySearch, FindsTheFilesBeforeTheDamage) {
     SetVolumes({support::RandomVolume(5, 4, 8, 3)});
@@ -317,31 +234,6 @@ TEST_F(BinarySearch, FindsTheFilesBeforeTheDamage) {
         {DirsTable(volume.dirs), OwnersTable(volume.owners), FilesTable(volume.files)});
     Write(u"C.dat", cut.substr(0, cut.size() - 1));
     EXPECT_TRUE(Message().starts_with(u"The file record 1 of the volume Volume.C lies in"));
-}
-
-TEST_F(BinarySearch, SurvivesDamagedFiles) {
-    std::mt19937 random(7);
-    const Volume volume = support::RandomVolume(5, 4, 8, 3);
-    const std::string sound = volume.Bytes();
-    SetVolumes({volume});
-    int failures = 0;
-    for (int i = 0; i < 800; ++i) {
-        SCOPED_TRACE(i);
-        std::string bytes = sound;
-        for (std::size_t flips = random() % 3 + 1; flips > 0; --flips) {
-            bytes[random() % bytes.size()] ^= static_cast<char>(1U << random() % 8);
-        }
-        Write(u"C.dat", bytes);
-        const auto task = Loaded();
-        for (const Criteria& criteria :
-             {RandomCriteria(random, volume), Criteria{.pattern = u""}}) {
-            const auto call = Find(task.Get(), criteria);
-            ASSERT_TRUE(call.hr == S_OK || call.error.description != u"") << call.hr;
-            failures += call.hr == S_OK ? 0 : 1;
-        }
-        support::ReadResults(EBinding::Early, task.Get());
-    }
-    EXPECT_GT(failures, 100);
 }
 
 TEST_F(BinarySearch, ReportsInvalidFolders) {

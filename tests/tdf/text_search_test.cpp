@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <random>
 
 #include "frame/automation_conversions.h"
 #include "support/search_client.h"
@@ -15,9 +14,7 @@ using automation::CComPtr;
 using support::Bstr;
 using support::Criteria;
 using support::EBinding;
-using support::RandomCriteria;
 using support::Utf16Bytes;
-using support::Volume;
 using Lines = std::vector<std::u16string>;
 
 class TextSearch : public support::SearchTest {
@@ -206,48 +203,6 @@ TEST_F(TextSearch, ReadsEveryFormOfLines) {
                          std::to_string(tail.size()));
             Check(Write(u"t.txt", Utf16Bytes(row) + tail), {.pattern = u"*readme"});
         }
-    }
-}
-
-// The record lines of a volume; `count` of their bytes are replaced.
-std::string RandomLines(std::mt19937& random, const Volume& volume, std::size_t count) {
-    tdf::TdfSettings settings;
-    settings.recsNumPerTxt = 1000;
-    std::string bytes;
-    for (const auto& [name, content] : ModelTdfFiles(volume, u"C", settings)) {
-        bytes += name.starts_with(u"vl.") ? content : "";
-    }
-    for (; count > 0 && !bytes.empty(); --count) {
-        bytes[random() % (bytes.size() / 2) * 2] = "0159,:/\\ -x\r\n"[random() % 13];
-    }
-    return bytes;
-}
-
-TEST_F(TextSearch, AgreesWithTheModelOnRandomFiles) {
-    std::mt19937 random(20130115);
-    int failures = 0;
-    for (std::uint32_t i = 0; i < 300; ++i) {
-        SCOPED_TRACE(i);
-        const Volume volume = support::RandomVolume(i, 12, random() % 60, 3);
-        const auto file = Write(u"t.txt", RandomLines(random, volume, i % 3));
-        Check(file, RandomCriteria(random, volume));
-        Check(file, RandomCriteria(random, volume));
-        failures += support::ModelTextSearch(file, {}).hr != S_OK ? 1 : 0;
-    }
-    EXPECT_TRUE(failures > 40 && failures < 260) << failures;
-}
-
-TEST_F(TextSearch, AgreesWithTheModelOnDamagedFiles) {
-    std::mt19937 random(7);
-    const Volume volume = support::RandomVolume(7, 4, 8, 3);
-    const std::string sound = RandomLines(random, volume, 0);
-    for (std::size_t i = 0; i < sound.size() + 800; ++i) {
-        SCOPED_TRACE(i);
-        std::string bytes = sound.substr(0, i);
-        for (std::size_t flips = i < sound.size() ? 0 : random() % 3 + 1; flips > 0; --flips) {
-            bytes[random() % bytes.size()] ^= static_cast<char>(1U << random() % 8);
-        }
-        Check(Write(u"t.txt", bytes), RandomCriteria(random, volume));
     }
 }
 

@@ -1,10 +1,5 @@
-// Wildcard matching, through IsWildcardMatch and with compiled patterns.
-#include "tdf/matching/wildcard.h"
-
+// Wildcard matching, through IsWildcardMatch.
 #include <gtest/gtest.h>
-
-#include <cstring>
-#include <random>
 
 #include "support/search_client.h"
 
@@ -12,8 +7,6 @@ namespace {
 
 using frame::WideToAnsi;
 using support::Bstr;
-using tdf::CWildcardPattern;
-using tdf::EStarRule;
 
 TEST(Wildcard, FollowsTheRule) {
     const struct {
@@ -45,31 +38,6 @@ TEST(Wildcard, FollowsTheRule) {
         EXPECT_EQ(library->IsWildcardMatch(Bstr(line).Get(), Bstr(u"*").Get(), &result), E_FAIL);
         EXPECT_EQ(support::TakeError().description,
                   u"Cannot find a folder in the line: [" + line + u"].");
-    }
-}
-
-TEST(Wildcard, AgreesWithTheModelOnRandomNames) {
-    std::mt19937 random(20130115);
-    const auto text = [&](std::size_t longest, std::size_t letters) {
-        std::u16string out(random() % (longest + 1), u' ');
-        for (char16_t& unit : out) {
-            unit = u"abAB?*\u00E9"[random() % letters];
-        }
-        return out;
-    };
-    for (int i = 0; i < 60'000; ++i) {
-        const std::u16string name = text(40, i % 2 == 0 ? 5 : 7);
-        const std::u16string pattern = text(i % 3 == 0 ? 12 : 5, 7);
-        const EStarRule rule = i % 4 == 0 ? EStarRule::Standard : EStarRule::LeadingStar;
-        const bool expected =
-            support::PlainWildcardMatch(name, pattern, rule == EStarRule::LeadingStar);
-        const CWildcardPattern compiled(pattern, rule);
-        std::vector<std::byte> bytes(2 * name.size() + 1);  // the name at an odd address
-        std::memcpy(bytes.data() + 1, name.data(), 2 * name.size());
-        ASSERT_TRUE(tdf::MatchWildcard(name, pattern, tdf::Floats(pattern, rule)) == expected &&
-                    compiled.Match(name) == expected &&
-                    compiled.Match(bytes.data() + 1, name.size()) == expected)
-            << WideToAnsi(name) << " ~ " << WideToAnsi(pattern);
     }
 }
 
