@@ -10,6 +10,7 @@
 #include "cli/output/json_object.h"
 #include "cli/output/progress_line.h"
 #include "cli/output/text_format.h"
+#include "cli/scan/catalogue_lock.h"
 #include "cli/scan/data_file_writer.h"
 #include "cli/scan/folder_scanner.h"
 #include "cli/scan/volume_list.h"
@@ -77,9 +78,9 @@ public:
         }
         const CInterruptGuard guard;
         CreateFolders(m_catalogue);
-        CDataFileWriter writer(DataFilePath());
+        CDataFileWriter writer = NewDataFile();
         const ScanTotals totals = Scan(scanner, writer);
-        writer.Finish();
+        Finish(writer);
         ListVolume(m_catalogue, Letter(), DataFileName());
         if (m_isJson) {
             PrintJson(output, writer, totals);
@@ -100,6 +101,16 @@ private:
 
     std::string DataFilePath() const { return m_catalogue + "/" + DataFileName(); }
 
+    // The lock excludes the removal of unfinished files where no writer has the file open.
+    CDataFileWriter NewDataFile() const {
+        const CCatalogueLock lock(m_catalogue);
+        RemoveUnfinishedDataFiles(m_catalogue);
+        return CDataFileWriter(DataFilePath());
+    }
+    void Finish(CDataFileWriter& writer) const {
+        const CCatalogueLock lock(m_catalogue);
+        writer.Finish();
+    }
     ScanTotals Scan(CFolderScanner& scanner, CDataFileWriter& writer) const;
     CatalogueFiles OwnFiles(const CDataFileWriter& writer) const;
     void Print(COutput& output, const CDataFileWriter& writer, const ScanTotals& totals) const;

@@ -5,8 +5,9 @@
 namespace zorel::cli {
 
 // An empty file with a name of its own in the target's folder, to be filled by its path and
-// then renamed to the target. Without Commit the destructor removes it and the target keeps
-// its content. Failures are std::system_error with the target's path.
+// then renamed to the target, whose owner and permissions it takes over. Without Commit the
+// destructor removes it and the target keeps its content. Failures are std::system_error with
+// the target's path.
 class CTemporaryFile {
 public:
     explicit CTemporaryFile(std::string target);
@@ -22,5 +23,10 @@ private:
     std::string m_target;
     std::string m_path;  // empty after Commit
 };
+
+// Removes the temporary files of data files in the folder that no writer has open: their
+// processes were killed. Call it, create a temporary file until its writer is open, and commit
+// under a lock that excludes the others. A failure is ignored.
+void RemoveUnfinishedDataFiles(const std::string& folder);
 
 }  // namespace zorel::cli

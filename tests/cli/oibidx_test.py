@@ -56,7 +56,8 @@ class ScanAndBrowse(ClientTest):
         self.assertIn(struct.pack("<q", 116444736000000000 - 5000001), self.content()["C.dat"])
 
     def test_times_that_a_catalogue_cannot_hold(self):
-        with tempfile.TemporaryDirectory(dir="/dev/shm") as self.tree:  # holds every time
+        with tempfile.TemporaryDirectory(dir="/dev/shm") as self.base:  # holds every time
+            self.tree = self.base + "/tree"
             for seconds in (-12 * 10**9, 253402300799, 253402300800, 316516 * 10**6):
                 self.make(f"{seconds}", modified=seconds * 10**9 + 999999999)
             self.scan()
@@ -252,6 +253,27 @@ class Failures(ClientTest):
         self.assertIn(b"\rScanning: ", shown)
         self.assertIn(b"oibidx: /: The scan was interrupted.", shown)
         self.assertEqual(self.content(), {})
+
+
+    def test_what_other_scans_leave_behind(self):
+        scans = [subprocess.Popen([OIBIDX, "scan", "/", "-o", self.catalogue],
+                                  stdout=subprocess.DEVNULL) for _ in range(2)]
+        names = [f".C.dat.{scan.pid}-0.tmp" for scan in scans]
+        while not {*names} <= {*self.content()}:
+            time.sleep(0.01)
+        for scan, kept in zip(scans, ([names[1]], [])):
+            scan.kill()
+            scan.wait()
+            self.scan()
+            self.assertEqual(sorted(self.content()), [*kept, "C.dat", "summary.txt"])
+            os.chmod(self.data_file, 0o640)
+            if os.getuid() == 0:
+                os.chown(self.data_file, 1, 2)
+            before = os.stat(self.data_file)
+            self.scan()
+            after = os.stat(self.data_file)
+            self.assertEqual(after[0:1] + after[4:6], before[0:1] + before[4:6])  # mode, IDs
+            self.assertNotEqual(after.st_ino, before.st_ino)
 
 
 class VolumeList(ClientTest):
