@@ -107,11 +107,20 @@ TEST(FileWriter, PausesAndResumes) {
               Refused("Cannot write file in CFileWriter::WriteTextString", 32));
     EXPECT_EQ(FailureOf([&] { writer.Close(); }).code, 32U);
     EXPECT_FALSE(writer.IsOpen());
-    // Create replaces a file and closes the one before.
+    // Create replaces a file and closes the one before, unless it fails. So does the destructor.
     writer.Create(path);
     writer.WriteWord(0x6161);
+    EXPECT_EQ(FailureOf([&] { writer.Create(folder.Path(u"missing/x")); }),
+              Refused("Cannot create file in CFileWriter::Create", 3));
+    writer.WriteWord(0x6262);
     writer.Create(folder.Path(u"x"));
-    EXPECT_EQ(ReadWhole(path), "aa");
+    EXPECT_EQ(ReadWhole(path), "aabb");
+    {
+        CFileWriter dropped;
+        dropped.Create(path);
+        dropped.WriteWord(0x6363);
+    }
+    EXPECT_EQ(ReadWhole(path), "cc");
     EXPECT_EQ(FailureOf([&] { writer.SetCurFilePos(-1); }),
               Refused("Error in CFileWriter::SetCurFilePos", 131));
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
 #include <utility>
 
 #include "frame/errors.h"
@@ -34,18 +35,28 @@ platform::CFileHandle Open(std::u16string_view path, std::uint32_t disposition,
 
 }  // namespace
 
+CFileWriter::~CFileWriter() {
+    try {
+        Close();
+    } catch (const std::exception&) {  // no caller to report it to
+    }
+}
+
 void CFileWriter::Create(std::u16string_view path, EOtherEntry other) {
-    Close();
+    Flush();
     std::u16string copy(path);  // before anything changes: it can throw
     const bool follows = other == EOtherEntry::Open;
     const std::uint32_t flags =
         platform::kAttributeNormal | (follows ? 0 : platform::kFlagNoFollow);
     const bool mayOpen = follows || platform::GetEntryKind(path) != platform::EEntryKind::Other ||
                          platform::DeleteFileW(path);
-    m_file = mayOpen ? Open(path, platform::kCreateAlways, flags) : platform::CFileHandle();
-    if (!m_file) {
+    platform::CFileHandle file =
+        mayOpen ? Open(path, platform::kCreateAlways, flags) : platform::CFileHandle();
+    if (!file) {
         FailWin32(kCreateFailure);
     }
+    Close();
+    m_file = std::move(file);
     m_path = std::move(copy);
     m_flags = flags;
     m_times.reset();

@@ -17,8 +17,8 @@ namespace idxdata {
 
 // Collects fields in a buffer. A failed write to the file is reported by the operation that
 // empties the buffer, at the latest by Close, with the message of the last operation that
-// wrote. The destructor does not write: without Close or Flush the buffered bytes are lost.
-// One thread at a time.
+// wrote. The destructor closes the file and drops a failure, so callers call Close. One thread at
+// a time.
 //
 // Pause releases the file handle of a writer that is not used for a while. Buffer, position
 // and times stay, and the next write to the file opens it again.
@@ -42,12 +42,13 @@ public:
         : m_bufferSize(bufferSize) {}
     CFileWriter(const CFileWriter&) = delete;
     CFileWriter& operator=(const CFileWriter&) = delete;
-    ~CFileWriter() = default;
+    ~CFileWriter();
 
     // What Create does with an entry that is no regular file and no folder: a link, a pipe, a
     // device.
     enum class EOtherEntry { Open, Remove };
-    // Replaces the content of an existing file. Closes the file that was open before. With
+    // Replaces the content of an existing file. Closes the file that was open before; a failure to
+    // create leaves it open. With
     // EOtherEntry::Remove the writer follows no link, also when a paused file is opened again.
     void Create(std::u16string_view path, EOtherEntry other = EOtherEntry::Open);
     // Does nothing when no file is open. Releases the file even when it throws.
