@@ -233,11 +233,11 @@ void CMtfMetaFile::Save() {
     });
 }
 
-void CMtfMetaFile::CloseFile() {
+void CMtfMetaFile::CloseFile() noexcept {
     if (m_file) {
         try {
             TruncateFailedAppend();
-        } catch (const CExc&) {
+        } catch (const std::exception&) {
             // The text of the failed append stays in the file: hidden, in whole lines, or
             // without effect because of a safety copy.
             m_committedSize.reset();

@@ -38,7 +38,7 @@ public:
     // rewrites the file. After a failure the changes are still pending.
     void Save();
     // Closes the held file; later saves rewrite the file.
-    void CloseFile();
+    void CloseFile() noexcept;
 
 private:
     explicit CMtfMetaFile(std::u16string_view path);
