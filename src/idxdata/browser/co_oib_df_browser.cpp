@@ -1,10 +1,31 @@
 #include "idxdata/browser/co_oib_df_browser.h"
 
+#include <memory>
+#include <new>
+
 #include "automation/bstr.h"
 #include "frame/automation_conversions.h"
 #include "idxdata/browser/co_oib_files_array.h"
 
 namespace coClasses {
+
+namespace {
+
+constexpr std::u16string_view kArrayFailure =
+    u"Instance of the CCoOibFilesArray() cannot be initialized.";
+
+// The list of a new files array: without memory the array cannot be initialized.
+std::shared_ptr<idxdata::CFileEntries> NewFileList(const idxdata::CDataFileBrowser& browser) {
+    return frame::WithContext(kArrayFailure, {}, [&] {
+        try {
+            return browser.NewFileList();
+        } catch (const std::bad_alloc&) {
+            throw frame::CComExc(E_OUTOFMEMORY);
+        }
+    });
+}
+
+}  // namespace
 
 // Errors carry the identifier of IOibTDFSearchTask. Kept for compatibility.
 CCoOibDFBrowser::CCoOibDFBrowser(std::u16string_view volumeFilePath)
@@ -30,9 +51,8 @@ HRESULT CCoOibDFBrowser::List(BSTR rootPath, bool recursive,
     if (rootPath == nullptr || ppFiles == nullptr) {
         return E_INVALIDARG;
     }
-    const auto files = m_browser.NewFileList();
-    const auto array = frame::CreateInstance<CCoOibFilesArray>(
-        u"Instance of the CCoOibFilesArray() cannot be initialized.", files);
+    const auto files = NewFileList(m_browser);
+    const auto array = frame::CreateInstance<CCoOibFilesArray>(kArrayFailure, files);
     frame::ReturnInterface(array, ppFiles);
     m_browser.ListFiles(automation::TextOf(rootPath), recursive, permittedExtensions, *files);
     return S_OK;

@@ -1,6 +1,7 @@
 #include "idxdata/browser/co_oib_files_array.h"
 
 #include <algorithm>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -12,7 +13,18 @@ namespace coClasses {
 
 namespace {
 
+// The bytes of a string and its end must fit 32 bits.
+constexpr std::size_t kMaxUnits = std::numeric_limits<UINT>::max() / sizeof(OLECHAR) - 1;
+
+// Before memory is taken.
+void CheckLength(std::size_t units) {
+    if (units > kMaxUnits) {
+        throw std::bad_alloc();
+    }
+}
+
 automation::CBstr JoinTexts(std::u16string_view a, std::u16string_view b) {
+    CheckLength(a.size() + b.size());
     automation::CBstr joined(::SysAllocStringLen(nullptr, static_cast<UINT>(a.size() + b.size())));
     if (!joined) {
         throw std::bad_alloc();
@@ -30,6 +42,7 @@ CCoOibFilesArray::CCoOibFilesArray(std::shared_ptr<const idxdata::CFileEntries> 
 // Files of one folder are often consecutive.
 std::u16string_view CCoOibFilesArray::PrefixOf(const idxdata::CFileEntry& entry) {
     if (entry.folder != m_prefixFolder) {
+        CheckLength(m_files->FolderPrefixLength(entry.folder));
         m_prefixFolder = idxdata::CListedFolders::kNoFolder;
         m_files->ComposeFolderPrefix(entry.folder, m_prefix);
         m_prefixFolder = entry.folder;

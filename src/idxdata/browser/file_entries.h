@@ -74,6 +74,9 @@ public:
 
     std::size_t Count() const noexcept { return m_entries.size(); }
     const CFileEntry& At(std::size_t index) const noexcept { return m_entries[m_order[index]]; }
+    std::size_t FolderPrefixLength(CListedFolders::Id folder) const noexcept {
+        return m_folders.PrefixLength(folder);
+    }
     void ComposeFolderPrefix(CListedFolders::Id folder, std::u16string& prefix) const {
         m_folders.ComposePrefix(folder, prefix);
     }

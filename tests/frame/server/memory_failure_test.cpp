@@ -14,10 +14,12 @@ namespace {
 
 // The number of allocations of this thread until one fails; negative: none fails.
 thread_local long g_allocationsLeft = -1;
+thread_local bool g_laterOnesFail = true;
 
 void* Allocate(std::size_t size) {
     const bool fails =
         g_allocationsLeft == 0 || (g_allocationsLeft > 0 && --g_allocationsLeft == 0);
+    g_allocationsLeft = fails && !g_laterOnesFail ? -1 : g_allocationsLeft;
     return fails ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 
@@ -107,6 +109,16 @@ TEST_F(MemoryFailure, EveryAllocationOfEveryCall) {
         CComPtr<IOibFilesArray> files;
         return browser->GetFilesEx(root.Get(), VARIANT_TRUE, endings.Get(), files.Put());
     });
+    g_laterOnesFail = false;
+    for (const long k : {1, 2, 3, 4}) {  // the allocations of the array
+        CComPtr<IOibFilesArray> files;
+        g_allocationsLeft = k;
+        EXPECT_EQ(browser->GetFiles(root.Get(), files.Put()), E_OUTOFMEMORY);
+        EXPECT_EQ(support::TakeError().description,
+                  u"Instance of the CCoOibFilesArray() cannot be initialized.\r\n"
+                  u"COM error:  Code: 0x8007000e");
+    }
+    g_laterOnesFail = true;
 }
 
 // One file that is a meta-file, a backup session and a publication.
