@@ -3,7 +3,8 @@
 #include <optional>
 
 #include "fuzz.h"
-#include "support/meta_file_model.h"
+#include "meta_file_model.h"
+#include "support/meta_file_bytes.h"
 
 namespace fuzz {
 
@@ -30,7 +31,7 @@ CComPtr<IMtfMetaFile> Open(EIdxMetaOpenMode mode) {
     return file;
 }
 
-// As support::DumpTree.
+// As CMetaFileModel::Dump.
 Texts Dump(IMtfAttrsTree& tree) {
     Texts out;
     zorel::client::CStringArray attrs, subtrees;
@@ -87,7 +88,7 @@ public:
             default:
                 Change();
         }
-        Require(Dump(*m_file) == m_model.Dump(), "a tree is that of the model");
+        RequireTreeOfTheModel();
     }
 
 private:
@@ -99,13 +100,20 @@ private:
         m_file = fuzz::Open(mode);
         Require(static_cast<bool>(m_file), "a saved meta-file can be opened");
         m_model.Open(mode == EIdxMetaCreateNewDetached);
-        Require(Dump(*m_file) == m_model.Dump(), "an opened tree is that of the model");
+        RequireTreeOfTheModel();
+    }
+
+    void RequireTreeOfTheModel() const {
+        zorel::client::CStringArray attrs;
+        Require(Dump(*m_file) == m_model.Dump(), "a tree is that of the model");
+        RequireSuccess(m_file->EnumAllAttrs(attrs.Put()), "all attributes can be listed");
+        Require(ListOf(attrs) == m_model.AllAttrs(), "the list of all attributes is complete");
     }
 
     // With few names, files become empty again.
     std::u16string ReadPath() {
         std::u16string path =
-            m_hasFewNames ? m_input.Text(u"ab", 1) : m_input.Text(u"aAbB..k1 x\u00C9", 8);
+            m_hasFewNames ? m_input.Text(u"ab", 1) : m_input.Text(u"aAbB..k1 x#\u00C9\u00E9", 8);
         if (path.find_first_not_of(u" .") == path.npos) {
             std::erase(path, u' ');  // a name of blanks makes a file unreadable
         }
@@ -182,11 +190,27 @@ private:
 
     CInput& m_input;
     bool m_hasFewNames;
-    support::CMetaFileModel m_model;
+    CMetaFileModel m_model;
     CComPtr<IMtfMetaFile> m_file;
 };
 
 // ----- Any bytes ------------------------------------------------------------------------
+
+// The model reads UTF-16 text without NUL.
+void RequireContentOfTheModel(std::string_view bytes, const Texts& content) {
+    const bool isWide = bytes.starts_with("\xFF\xFE") && bytes.size() % 2 == 0;
+    for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
+        if (bytes[i] == 0 && bytes[i + 1] == 0) {
+            return;
+        }
+    }
+    if (isWide) {
+        CMetaFileModel model;
+        model.SetDisk(std::string(bytes));
+        model.Open(false);
+        Require(content == model.Dump(), "a loaded file has the content of the model");
+    }
+}
 
 // A loaded file is not kept open, so each save writes the whole file. A line that ends at a NUL
 // can be empty; if it is the last one, the file ends with a line end, which is then read as text
@@ -198,6 +222,7 @@ void SaveAnyBytes(std::string_view bytes) {
         return;
     }
     const Texts content = Dump(*first);
+    RequireContentOfTheModel(bytes, content);
     const bool isSaved = Succeeds(first->FlushChanges());
     if (isSaved && !ReadFile(kName).ends_with("\r\0\n\0"sv)) {
         const auto second = Open(EIdxMetaLoad);
@@ -222,7 +247,10 @@ std::vector<std::string> Seeds() {
     std::vector<std::string> seeds = {
         Seed(ReadSource("tests/data/meta_file.mtf"), {0}),
         Seed("Job.Name=a\r\n#c\r\n\r\njob.B = \xC3\xA9\r\nx", {0}),
-        Seed(support::MetaFileBytes(u"a=1\r\nA.b=2\r\na.b=3\r\n"), {0})};
+        Seed(support::MetaFileBytes(u"a=1\r\nA.b=2\r\na.b=3\r\n"), {0}),
+        Seed(support::MetaFileBytes(u"#x=1\r\n  #x=2\r\n\r\nnote\r\n\t k.l \t=\t \r \r\n"
+                                    u"name=\r\nk\u00A0=\u3000\r\nk = v = w"),
+             {0})};
     for (std::uint32_t i = 0; i < 40; ++i) {
         seeds.push_back(RandomSeed(i, 400, {1}));
     }

@@ -1,7 +1,7 @@
 // A publication: every position that a count includes can be read, and both ways to load the
 // times agree on whole names.
 #include "fuzz.h"
-#include "support/meta_file_model.h"
+#include "support/meta_file_bytes.h"
 
 namespace fuzz {
 

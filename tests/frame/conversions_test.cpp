@@ -9,7 +9,7 @@
 #include <random>
 
 #include "frame/automation_conversions.h"
-#include "support/meta_file_model.h"
+#include "support/engine_failure.h"
 #include "text/ascii_case.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "frame/version.h"
-#include "support/meta_file_model.h"
+#include "support/engine_failure.h"
 #include "support/port_files.h"
 #include "support/target.h"
 #include "support/temp_folder.h"

@@ -6,7 +6,7 @@
 
 #include "idxdata/buffers/binary_file.h"
 #include "idxdata/buffers/mtf_buffers.h"
-#include "support/meta_file_model.h"
+#include "support/engine_failure.h"
 #include "support/port_files.h"
 #include "support/target.h"
 #include "support/temp_folder.h"

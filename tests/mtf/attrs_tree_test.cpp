@@ -6,7 +6,8 @@
 #include <chrono>
 
 #include "frame/conversions.h"
-#include "support/meta_file_model.h"
+#include "support/engine_failure.h"
+#include "support/meta_file_bytes.h"
 
 namespace mtf {
 namespace {

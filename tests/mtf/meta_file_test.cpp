@@ -9,7 +9,8 @@
 
 #include "frame/conversions.h"
 #include "mtf/tree/opened_meta_file.h"
-#include "support/meta_file_model.h"
+#include "support/engine_failure.h"
+#include "support/meta_file_bytes.h"
 #include "support/port_files.h"
 #include "support/temp_folder.h"
 
@@ -94,32 +95,6 @@ TEST_F(MetaFileTest, CutsContentIntoLines) {
         ASSERT_TRUE(WriteWhole(m_path, row.bytes));
         EXPECT_EQ(LinesOf(*Open(kLoad)), row.lines) << row.label;
     }
-}
-
-TEST_F(MetaFileTest, ReadsAttributeLines) {
-    const struct {
-        std::u16string_view line;
-        std::u16string_view attr;  // "name|value"; empty: no attribute
-    } kRows[] = {
-        {u"#x=1", u""},
-        {u"  #x=1", u"#x|1"},
-        {u"", u""},
-        {u"note without equals", u""},
-        {u"=v", u"|v"},
-        {u"\t k.l \t=\t \r ", u"k.l|\r"},
-        {u"name=", u"name|"},
-        {u"k\u00A0=\u3000", u"k\u00A0|\u3000"},
-        {u"k = v = w", u"k|v = w"},
-    };
-    CMtfLines lines(u"p");
-    std::u16string_view name;
-    std::u16string_view value;
-    for (const auto& row : kRows) {
-        const std::uint64_t id = lines.AppendLine(row.line, EMtfLineState::LineUnchanged);
-        const bool isAttr = lines.ParseAttrLine(id, name, value);
-        EXPECT_EQ(isAttr ? std::u16string(name) + u"|" + std::u16string(value) : u"", row.attr);
-    }
-    EXPECT_FALSE(lines.ParseAttrLine(lines.Count(), name, value));
 }
 
 TEST_F(MetaFileTest, RefusesBadContentAndPaths) {

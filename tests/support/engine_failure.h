@@ -33,4 +33,15 @@ inline Failure Refused(std::string message, std::uint32_t code) {
     return {std::move(message), frame::HResultFromWin32(code), code};
 }
 
+// The whole message of the CExc that `action` throws; "<none>" when it throws none.
+template <class Action>
+std::u16string MessageOf(Action&& action) {
+    try {
+        action();
+    } catch (const frame::CExc& exc) {
+        return exc.GetFullMessage();
+    }
+    return u"<none>";
+}
+
 }  // namespace support

@@ -11,7 +11,7 @@
 #include "frame/conversions.h"
 #include "frame/errors.h"
 #include "support/automation_check.h"
-#include "support/meta_file_model.h"
+#include "support/meta_file_bytes.h"
 #include "support/port_files.h"
 #include "support/temp_folder.h"
 

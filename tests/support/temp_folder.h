@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/target.h"
+
 namespace support {
 
 // Creates a new empty folder in `parent` and removes it with all its content, read-only entries
@@ -54,5 +56,12 @@ private:
 
     std::filesystem::path m_path;
 };
+
+// A folder in memory where the system has one: many small files are flushed quickly there.
+inline std::filesystem::path QuickFolder() {
+    const std::filesystem::path memory = "/dev/shm";
+    return kOnLinux && std::filesystem::exists(memory) ? memory
+                                                       : std::filesystem::temp_directory_path();
+}
 
 }  // namespace support

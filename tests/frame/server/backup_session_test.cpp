@@ -1,4 +1,4 @@
-// Backup-session meta-files through the interfaces, and compared with a plain model.
+// Backup-session meta-files through the interfaces.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -169,65 +169,10 @@ TEST_P(BackupSession, EmptyCollectionAndNullArguments) {
                       &R::GetOibRef>(refs);
 }
 
-class BackupSessionModel : public support::CMetaFileTest {};
-
-// The model searches all lines for every call.
-TEST_F(BackupSessionModel, DeletesAsTheModel) {
-    constexpr std::size_t kNone = 100, kMalformed = 101;
-    struct Line {
-        char16_t group;
-        std::u16string text;
-        std::size_t id;
-    };
-    std::mt19937 random(20240301);
-    const auto pick = [&](std::size_t below) { return random() % below; };
-    const char16_t* const kGroups[] = {u"oib1", u"OIB1", u"oib01", u"oib10", u"oibX", u"other"};
-    constexpr char16_t kSameGroup[] = u"aabcde";
-    const char16_t* const kIdNames[] = {u".OibUID=", u".any.MyOIBUID=", u"oibuid="};
-    for (int round = 0; round < 150; ++round) {
-        std::vector<Line> lines;
-        const auto content = [&] {
-            std::u16string text;
-            for (const Line& line : lines) {
-                text += (text.empty() ? u"" : u"\n") + line.text;
-            }
-            return text;
-        };
-        for (std::size_t i = pick(12) + 1; i > 0; --i) {
-            const std::size_t group = pick(6);
-            const bool hasId = pick(2) == 0 && group != 5;
-            const std::size_t id = pick(20) == 0 ? kMalformed : pick(4);
-            const std::size_t name = pick(3);
-            const std::u16string value = id == kMalformed ? u"bad" : IdText(id);
-            // "oib1oibuid" is an element of its own.
-            const int shift = hasId && name == 2 ? 32 : 0;
-            lines.push_back({static_cast<char16_t>(kSameGroup[group] + shift),
-                             kGroups[group] + (hasId ? kIdNames[name] + value : u".VmName=x"),
-                             hasId ? id : kNone});
-        }
-        SCOPED_TRACE(frame::WideToAnsi(content()));
-        Write(content());
-        const auto session =
-            Get<&IOibIdxLib::CreateBSessionMetaFile>(m_library, Path(), EIdxMetaOpenRW);
-        for (int call = 0; call < 5; ++call) {
-            const std::size_t id = pick(4);
-            const auto found = std::ranges::find_if(
-                lines, [&](const Line& line) { return line.id == id || line.id == kMalformed; });
-            const bool fails = found != lines.end() && found->id == kMalformed;
-            if (found != lines.end() && !fails) {
-                std::erase_if(lines, [group = found->group](auto& l) { return l.group == group; });
-            }
-            ASSERT_EQ(FAILED(session->DeleteOibRef(IdOf(id))), fails) << "identifier " << id;
-            if (pick(2) == 0) {
-                ASSERT_EQ(session->FlushChanges(), S_OK);
-                ExpectContent(content());
-            }
-        }
-    }
-}
+class LargeBackupSession : public support::CMetaFileTest {};
 
 // Takes seconds; a search through all groups for each deletion would take many minutes.
-TEST_F(BackupSessionModel, ManyGroupsInAnyOrder) {
+TEST_F(LargeBackupSession, ManyGroupsInAnyOrder) {
     constexpr std::size_t kCount = 200000;
     std::vector<std::size_t> numbers(kCount);
     std::iota(numbers.begin(), numbers.end(), std::size_t{1});

@@ -6,7 +6,8 @@
 #include "frame/conversions.h"
 #include "mtf/tree/opened_meta_file.h"
 #include "support/child_process.h"
-#include "support/meta_file_model.h"
+#include "support/engine_failure.h"
+#include "support/meta_file_bytes.h"
 #include "support/port_files.h"
 #include "support/temp_folder.h"
 

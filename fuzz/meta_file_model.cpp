@@ -1,8 +1,11 @@
-#include "support/meta_file_model.h"
+#include "meta_file_model.h"
 
 #include <algorithm>
+#include <cstring>
 
-namespace support {
+#include "support/meta_file_bytes.h"
+
+namespace fuzz {
 
 namespace {
 
@@ -47,27 +50,13 @@ std::u16string Trim(std::u16string text) {
 
 }  // namespace
 
-Texts DumpTree(const mtf::CMtfAttrsTreeData& tree, std::uint64_t node) {
-    Texts out;
-    for (const std::u16string& name : tree.EnumChildAttrs(node)) {
-        out.push_back(name + u'=' + std::u16string(tree.GetExistingAttr(node, name)));
-    }
-    for (const std::u16string& name : tree.EnumChildTrees(node)) {
-        out.push_back(u'[' + name);
-        std::ranges::move(DumpTree(tree, tree.GetExistingSubtree(node, name)),
-                          std::back_inserter(out));
-        out.push_back(u"]");
-    }
-    return out;
-}
-
 void CMetaFileModel::Open(bool startEmpty) {
     m_lines.clear();
     m_nodes.assign(1, {});
     if (startEmpty) {
         return m_disk.reset();
     }
-    m_disk = m_disk.value_or(MetaFileBytes(u""));
+    m_disk = m_disk.value_or(support::MetaFileBytes(u""));
     std::u16string text(m_disk->size() / 2 - 1, u'\0');
     std::memcpy(text.data(), m_disk->data() + 2, text.size() * 2);
     Texts lines = text.empty() ? Texts() : Split(text, u"\r\n");
@@ -150,7 +139,7 @@ void CMetaFileModel::Save() {
             content += (std::exchange(isFirst, false) ? u"" : u"\r\n") + *line;
         }
     }
-    m_disk = MetaFileBytes(content);
+    m_disk = support::MetaFileBytes(content);
 }
 
 Texts CMetaFileModel::Dump(const std::u16string& path) const {
@@ -182,4 +171,4 @@ Texts CMetaFileModel::AllAttrs() const {
     return out;
 }
 
-}  // namespace support
+}  // namespace fuzz
