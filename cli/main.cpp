@@ -121,8 +121,6 @@ EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
         }
     } catch (const std::exception& error) {
         message = error.what();
-    } catch (...) {
-        message = "unknown failure";
     }
     for (const char* part : {"oibidx: ", message, "\n"}) {
         static_cast<void>(std::fputs(part, stderr));
