@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <stdexcept>
+#include <tuple>
 
 #include "ZorelText.h"
 #include "frame/objects/boundary.h"
@@ -71,7 +72,14 @@ TEST(Exceptions, FullMessages) {
     // The message takes the error information of the thread.
     ::SetErrorInfo(0, nullptr);
     EXPECT_EQ(CComExc(E_FAIL).GetFullMessage(), u"COM error:  Code: 0x80004005");
-    frame::ReportError({&IID_IOibIdxLib, nullptr}, support::Ole(u"it broke"));
+    const frame::CErrorSource source{&IID_IOibIdxLib, nullptr};
+    for (const auto& [id, text, hr] : {std::tuple(100U, u"ZorelOibIdxLib", 0x80040064U),
+                                       std::tuple(101U, u"Unknown Error", 0x80040065U)}) {
+        EXPECT_EQ(frame::ReportError(source, id, 0), static_cast<HRESULT>(hr));
+        EXPECT_EQ(frame::ReportError(source, id, E_FAIL), E_FAIL);
+        EXPECT_EQ(support::TakeError().description, text);
+    }
+    EXPECT_EQ(frame::ReportError(source, support::Ole(u"it broke"), 0), DISP_E_EXCEPTION);
     EXPECT_EQ(CComExc(u"Instance of %1", {u"x"}, E_OUTOFMEMORY).GetFullMessage(),
               u"Instance of x\r\nCOM error: it broke Code: 0x8007000e");
     EXPECT_EQ(CComExc(E_FAIL).GetFullMessage(), u"COM error:  Code: 0x80004005");
@@ -98,7 +106,7 @@ TEST(Boundary, TurnsExceptionsIntoResults) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(zorel::ToUtf8(row.description));
-        frame::ReportError(source, support::Ole(u"stale"));
+        frame::ReportError(source, support::Ole(u"stale"), E_FAIL);
         std::mutex lock;
         EXPECT_EQ(frame::RunAtBoundary(source, &lock, row.body), row.hr);
         EXPECT_TRUE(std::unique_lock(lock, std::try_to_lock).owns_lock());

@@ -14,7 +14,7 @@ namespace frame {
 namespace {
 
 HRESULT ReportText(const CErrorSource& source, const char16_t* text, HRESULT hr) noexcept {
-    ReportError(source, reinterpret_cast<LPCOLESTR>(text));
+    ReportError(source, reinterpret_cast<LPCOLESTR>(text), hr);
     return hr;
 }
 
@@ -41,9 +41,7 @@ HRESULT ReportCurrentException(const CErrorSource& source) {
     }
 }
 
-}  // namespace
-
-void ReportError(const CErrorSource& source, LPCOLESTR description) noexcept {
+void PublishError(const CErrorSource& source, LPCOLESTR description) noexcept {
     automation::CComPtr<ICreateErrorInfo> creator;
     if (FAILED(::CreateErrorInfo(creator.Put()))) {
         return;
@@ -57,6 +55,21 @@ void ReportError(const CErrorSource& source, LPCOLESTR description) noexcept {
     if (SUCCEEDED(creator->QueryInterface(IID_IErrorInfo, info.PutVoid()))) {
         ::SetErrorInfo(0, info.Get());
     }
+}
+
+}  // namespace
+
+HRESULT ReportError(const CErrorSource& source, LPCOLESTR description, HRESULT hr) noexcept {
+    PublishError(source, description);
+    return hr != S_OK ? hr : DISP_E_EXCEPTION;
+}
+
+HRESULT ReportError(const CErrorSource& source, std::uint32_t stringId, HRESULT hr) {
+    bool loaded = false;
+    const std::u16string text = LoadTableString(stringId, &loaded);
+    const char16_t* description = loaded ? text.c_str() : u"Unknown Error";
+    const auto own = static_cast<HRESULT>(0x80040000U | stringId);
+    return ReportError(source, reinterpret_cast<LPCOLESTR>(description), hr != S_OK ? hr : own);
 }
 
 HRESULT RunAtBoundary(const CErrorSource& source, std::mutex* lock, CBodyRef body) noexcept {

@@ -1,6 +1,7 @@
 // The exception boundary: every method of an automation interface runs its body through it.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <type_traits>
@@ -39,8 +40,11 @@ private:
 // CExc unchanged, E_OUTOFMEMORY if memory is exhausted, E_FAIL for any other exception.
 HRESULT RunAtBoundary(const CErrorSource& source, std::mutex* lock, CBodyRef body) noexcept;
 
-// Sets the error information of the calling thread. Does nothing if there is not enough
-// memory for it.
-void ReportError(const CErrorSource& source, LPCOLESTR description) noexcept;
+// Sets the error information of the calling thread. Sets none if there is not enough memory for
+// it. Returns `hr`; DISP_E_EXCEPTION for 0.
+HRESULT ReportError(const CErrorSource& source, LPCOLESTR description, HRESULT hr) noexcept;
+// With a text of the string table; "Unknown Error" if there is none. Returns `hr`; 0x80040000
+// with the identifier for 0. Throws std::bad_alloc.
+HRESULT ReportError(const CErrorSource& source, std::uint32_t stringId, HRESULT hr);
 
 }  // namespace frame

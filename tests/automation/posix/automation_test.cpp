@@ -171,7 +171,9 @@ TEST(Variant, ClearFreesOwnedContentOnly) {
 }
 
 TEST(ErrorInfo, IsPerThreadAndReadOnce) {
-    const auto report = [] { frame::ReportError({&IID_IOibIdxLib, nullptr}, support::Ole(u"x")); };
+    const auto report = [] {
+        frame::ReportError({&IID_IOibIdxLib, nullptr}, support::Ole(u"x"), E_FAIL);
+    };
     report();
     EXPECT_EQ(SetErrorInfo(1, nullptr), E_INVALIDARG);
     CComPtr<IErrorInfo> mine;

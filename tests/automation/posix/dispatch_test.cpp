@@ -280,7 +280,7 @@ TEST(Dispatch, DoesNotChangeVariablesWhenTheCallFails) {
     Outputs out;
     const CBstr kept = Bstr(u"kept");
     out.text = kept.Get();
-    frame::ReportError({&IID_IOibIdxLib, nullptr}, support::Ole(u"of an earlier call"));
+    frame::ReportError({&IID_IOibIdxLib, nullptr}, support::Ole(u"of an earlier call"), E_FAIL);
     EXPECT_EQ(Call(probe, kGive, out.References(E_FAIL)), DISP_E_EXCEPTION);
     EXPECT_EQ(support::TakeError().guid, GUID_NULL);
     EXPECT_TRUE(out.text == kept.Get() && out.pair.number == 0 && out.list == nullptr);
