@@ -178,7 +178,11 @@ void CMtfMetaFile::DeleteFiles() {
         frame::DeleteFileDurably(m_oldPath);
         frame::DeleteFile(moved);
     } catch (const std::exception&) {
-        platform::MoveFileExW(moved, m_filePath, platform::kMoveWriteThrough);
+        if (platform::GetEntryKind(m_oldPath) != platform::EEntryKind::None) {
+            platform::MoveFileExW(moved, m_filePath, platform::kMoveWriteThrough);
+        } else {
+            platform::DeleteFileW(moved);  // incomplete, and its copy is deleted
+        }
         throw;
     }
 }
