@@ -69,6 +69,18 @@ if(NOT WIN32 AND TARGET oibidx)
   set_tests_properties(cli/oibidx cli/meta cli/search PROPERTIES TIMEOUT 900 LABELS cli)
 endif()
 
+# The same client with faults in its calls of the system. A sanitizer's run-time library must be
+# loaded before any other, so that no library can be preloaded there.
+if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)
+  add_library(zorel_fault_preload MODULE cli/fault_preload.cpp)
+  set_target_properties(zorel_fault_preload PROPERTIES CXX_VISIBILITY_PRESET default)
+  target_link_libraries(zorel_fault_preload PRIVATE zorel_test_support)
+  add_test(NAME cli/faults
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/faults_test.py
+            ${oibidx_program} $<TARGET_FILE:zorel_fault_preload>)
+  set_tests_properties(cli/faults PROPERTIES TIMEOUT 300 LABELS cli ENVIRONMENT TMPDIR=/dev/shm)
+endif()
+
 # The Python client. The interpreter cannot load a sanitized module: its run-time library
 # must be loaded first, and the interpreter is not linked to it.
 if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)

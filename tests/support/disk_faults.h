@@ -14,6 +14,7 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <random>
 #include <ranges>
 #include <string>
 #include <utility>
@@ -24,6 +25,8 @@ namespace support {
 enum class EFault {
     FailOnce,      // the call fails, a write after half of its bytes, an odd number
     FailFromThen,  // the call and all later ones fail
+    ShortWrite,    // a write transfers half of its bytes; other calls succeed
+    Delay,         // every call is delayed by a random time
     Kill,          // the process ends in the call, a write after half of its bytes
     PowerCut,      // as Kill, and half of the changes that were not flushed are lost
     PowerCutAll,   // as Kill, and all of these changes are lost
@@ -80,6 +83,11 @@ struct DiskFaults {
         if (step == 0 || ++calls < step) {
             return false;
         }
+        if (fault == EFault::Delay) {
+            const timespec pause{0, static_cast<long>(std::random_device()() % 2'000'000)};
+            ::syscall(SYS_nanosleep, &pause, nullptr);
+            return false;
+        }
         if (fault == EFault::Visit && calls == step) {
             step = 0;  // the calls of `visit` are not counted
             visit();
@@ -89,7 +97,7 @@ struct DiskFaults {
     }
     // True when this call has to fail, with errno.
     bool Fails(int code) {
-        if (!IsFaulty()) {
+        if (!IsFaulty() || fault == EFault::ShortWrite) {
             return false;
         }
         EndIfFatal();
@@ -140,7 +148,9 @@ struct DiskFaults {
     void Synced(int descriptor) {
         struct stat info {};
         if (::fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode)) {
-            unsyncedMoves.clear();
+            for (const auto& [source, target] : std::exchange(unsyncedMoves, {})) {
+                ::syscall(SYS_unlinkat, AT_FDCWD, Lost(target).c_str(), 0);
+            }
             for (const std::string& path : std::exchange(unsyncedDeletions, {})) {
                 ::syscall(SYS_unlinkat, AT_FDCWD, Lost(path).c_str(), 0);
             }
@@ -149,7 +159,7 @@ struct DiskFaults {
             ::close(file.mapped().descriptor);
         }
     }
-    // The name of a deleted file until the deletion is flushed.
+    // The name of a deleted or replaced file until the change is flushed.
     static std::string Lost(const std::string& path) { return path + ".lost~"; }
     void CutPower() {
         // Half of the deletions: the first file exists again, the later ones do not.
@@ -162,6 +172,7 @@ struct DiskFaults {
             source.empty()
                 ? ::syscall(SYS_unlinkat, AT_FDCWD, target.c_str(), 0)
                 : ::syscall(SYS_renameat2, AT_FDCWD, target.c_str(), AT_FDCWD, source.c_str(), 1);
+            ::syscall(SYS_renameat2, AT_FDCWD, Lost(target).c_str(), AT_FDCWD, target.c_str(), 1);
         }
         for (const auto& [file, what] : unsynced) {
             for (const auto& [at, bytes] : what.overwritten | std::views::reverse) {
@@ -260,6 +271,12 @@ int futimens(int descriptor, const timespec* times) noexcept {
 }
 
 int renameat2(int, const char* source, int, const char* target, unsigned flags) noexcept {
+    if (g_diskFaults.step != 0 &&
+        (g_diskFaults.fault == EFault::PowerCut || g_diskFaults.fault == EFault::PowerCutAll)) {
+        // The replaced file exists until the rename is flushed.
+        const std::string lost = g_diskFaults.Lost(target);
+        g_diskFaults.Call(0, SYS_linkat, AT_FDCWD, target, AT_FDCWD, lost.c_str(), 0);
+    }
     const int result =
         g_diskFaults.Call(EIO, SYS_renameat2, AT_FDCWD, source, AT_FDCWD, target, flags);
     if (result == 0 && g_diskFaults.step != 0) {
