@@ -39,13 +39,18 @@ Task Load(std::string_view first, std::string_view second = {}) {
     return task;
 }
 
-// A few rows, or some thousands of them.
+// Some rows, or some thousands of them.
 support::Volume ReadSpoiledVolume(CInput& input) {
     support::Volume volume = ReadVolume(input);
-    SpoilVolume(input, volume);
+    if (input.Flag()) {
+        SpoilVolume(input, volume);
+    }
     const std::vector<support::FileRow> files = volume.files;
     for (int copies = input.Below(16) == 1 ? 200 : 0; copies > 0; --copies) {
         volume.files.insert(volume.files.end(), files.begin(), files.end());
+    }
+    if (input.Flag()) {  // names that are rare
+        volume.files.insert(volume.files.end(), 300, {u"zz", 0, 0, 0, 0});
     }
     return volume;
 }
