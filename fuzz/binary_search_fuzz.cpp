@@ -105,7 +105,7 @@ std::vector<std::string> Seeds() {
     for (std::uint8_t i = 0; i < 60; ++i) {
         seeds.push_back(Seed(support::RandomVolume(i, 6, 12, 4).Bytes(), {0, 1, i}));
     }
-    for (std::uint32_t i = 0; i < 400; ++i) {
+    for (std::uint32_t i = 0; i < 700; ++i) {
         seeds.push_back(RandomSeed(i, 900, {1}));
     }
     return seeds;

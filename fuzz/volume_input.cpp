@@ -103,6 +103,9 @@ support::Criteria ReadCriteria(CInput& input, const support::Volume& volume) {
                                         owner.name + u"@" + owner.domain,
                                         owner.domain + u"." + owner.name, u"unkn0"};
         criteria.owner = input.Pick(forms);
+        if (input.Flag()) {
+            return criteria;
+        }
     }
     if (isGiven()) {
         criteria.extensions = input.Text(u".txyz;,0", 8);
