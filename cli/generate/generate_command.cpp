@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -61,6 +62,11 @@ Written CountWritten(const TextFiles& before, const TextFiles& after) {
     return written;
 }
 
+// Whether the attribute of a volume list is that of a volume: Volume.NAME.
+bool IsVolumeName(const std::u16string& name) {
+    return Folded(name).starts_with(u"volume.") && std::count(name.begin(), name.end(), u'.') == 1;
+}
+
 class CGenerateCommand : public CCommand {
 public:
     void Declare(CLI::App& app) override {
@@ -112,7 +118,8 @@ private:
                                                m_parts, separators),
                       m_summary);
         // For the library such a list is complete; a user has given another file.
-        if (!CMetaFile(m_summary, EIdxMetaLoad).HasTree(u"Volume")) {
+        const auto names = CMetaFile(m_summary, EIdxMetaLoad).Names();
+        if (std::none_of(names.begin(), names.end(), IsVolumeName)) {
             throw CCommandError(m_summary + ": The list contains no volume.");
         }
     }

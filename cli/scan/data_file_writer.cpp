@@ -28,7 +28,9 @@ decltype(auto) WithPath(const std::string& path, Body&& body) {
 CDataFileWriter::CDataFileWriter(const std::string& path)
     : m_path(path), m_file(path), m_writer(kBufferBytes), m_folders(1) {
     WithPath(m_path, [&] {
-        m_writer.Create(ToUtf16(std::filesystem::absolute(m_file.Path()).string()));
+        // The name can be guessed, so no link is followed.
+        m_writer.Create(ToUtf16(std::filesystem::absolute(m_file.Path()).string()),
+                        idxdata::CFileWriter::EOtherEntry::Remove);
         m_filesHeader = WriteHeader(idxdata::EIdxTableFiles, rec::CFileRecord(), 0);
     });
 }

@@ -23,7 +23,8 @@ public:
         app.footer(
             "The filters have the same meaning as for 'oibidx find'. A line does not contain the\n"
             "owner of its file: --owner selects the text data files with the owner in their\n"
-            "names, such as vl.C.CORP.ann.0.txt. Exit code 1: nothing found.");
+            "names, such as vl.C.CORP.ann.0.txt. Exit code 1: nothing found; 3: a result could\n"
+            "not be read.");
     }
 
     EExitCode Run(COutput& output) override {

@@ -33,10 +33,10 @@ bool FolderExists(std::u16string_view path) {
 }
 
 // Appends the missing ancestors of the only folder in `levels`, and removes the folder from
-// `levels` if it exists. A bare name is a folder of the working folder if it is an ancestor.
-void CollectMissingAncestors(std::vector<std::u16string_view>& levels, bool acceptBareName) {
+// `levels` if it exists.
+void CollectMissingAncestors(std::vector<std::u16string_view>& levels) {
     const bool named = !levels.front().empty();
-    for (;; acceptBareName = true) {
+    for (;;) {
         const std::u16string_view path = StripTrailingSeparator(levels.back());
         // An empty path is the root of the file system only if it is the ancestor of a folder.
         if (named && FolderExists(path)) {
@@ -44,13 +44,9 @@ void CollectMissingAncestors(std::vector<std::u16string_view>& levels, bool acce
             return;
         }
         const std::size_t last = path.find_last_of(kSeparators);
-        const bool isBare = last == std::u16string_view::npos;
-        const bool isDrive = path.size() == 2 && path.back() == u':';
-        if (isBare && acceptBareName && !path.empty() && !isDrive) {
-            return;
-        }
-        const bool isNetworkRoot = last == 1 && path.starts_with(u"\\\\");
-        if (isBare || isNetworkRoot) {
+        const bool networkRoot = last != std::u16string_view::npos && last > 0 &&
+                                 path[last] == u'\\' && path[last - 1] == u'\\';
+        if (last == std::u16string_view::npos || networkRoot) {
             throw CExc(u"Invalid folder path: [%1].", {path}, kInvalidArg);
         }
         levels.push_back(path.substr(0, last));
@@ -167,12 +163,12 @@ void ResetReadOnly(std::u16string_view path) {
     WithContext(u"Cannot reset the read-only flag. File path: [%1].", {path}, reset);
 }
 
-void CreateFolder(std::u16string_view path, bool acceptBareName) {
+void CreateFolder(std::u16string_view path) {
     // The folders to create, `path` first. A list instead of a recursion: a long path must not
     // exhaust the stack.
     std::vector<std::u16string_view> levels{path};
     try {
-        CollectMissingAncestors(levels, acceptBareName);
+        CollectMissingAncestors(levels);
         for (; !levels.empty(); levels.pop_back()) {
             MakeFolder(levels.back());
         }

@@ -46,9 +46,9 @@ bool FileExists(std::u16string_view path);
 bool AnyFileMatches(std::u16string_view pattern);
 void ResetReadOnly(std::u16string_view path);
 // Creates the folder and its missing ancestors. The exception has one message for each folder
-// that was not created. A name without a folder is refused unless `acceptBareName`: kept for
-// compatibility.
-void CreateFolder(std::u16string_view path, bool acceptBareName = false);
+// that was not created. A missing folder is refused if its path, or that of a missing ancestor,
+// is a bare name or has two backslashes in a row: kept for compatibility.
+void CreateFolder(std::u16string_view path);
 // Deletes a read-only file too. A missing file is not a failure.
 void DeleteFile(std::u16string_view path);
 // Like DeleteFile; the deletion is on the disk when the function returns, and a power cut

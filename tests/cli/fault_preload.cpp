@@ -16,6 +16,7 @@ constexpr std::pair<std::string_view, support::EFault> kKinds[] = {
     {"kill", support::EFault::Kill},
     {"power-cut", support::EFault::PowerCut},
     {"power-cut-all", support::EFault::PowerCutAll},
+    {"power-cut-some", support::EFault::PowerCutSome},
 };
 
 // Lives as long as the program.

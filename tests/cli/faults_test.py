@@ -16,7 +16,7 @@ FAULTS = os.path.abspath(sys.argv.pop(2))
 from tool_support import ClientTest, objects, run  # takes the first argument
 
 DIED = 77
-ENDS = ["kill", "power-cut", "power-cut-all"]
+ENDS = ["kill", "power-cut", "power-cut-all", "power-cut-some"]
 LINES = "a.b=1\r\nc=2"
 
 
@@ -64,6 +64,7 @@ class FaultsTest(ClientTest):
                 done = self.run_with(f"{kind}:{step}", arguments)
                 with self.subTest(arguments=arguments, kind=kind, step=step):
                     self.assertEqual(done.returncode == DIED, kind in ENDS)
+                    self.assertTrue(kind != "short-write" or done.returncode == 0, done.stderr)
                     check(done.returncode, done.stderr)
         for size in range(0, 80):
             self.restore()
@@ -100,6 +101,8 @@ class FaultsTest(ClientTest):
                     value = None if turn % 3 == 2 else str(turn)
                 elif done.returncode == 2:
                     self.assertRegex(done.stderr.decode(), "being used by another process|in use")
+                else:
+                    self.assertEqual((done.returncode, command[0]), (1, "del"))
                 self.assertIn(run("meta", "list", path, env=calls).returncode, [0, 1, 2])
             return name, value
 

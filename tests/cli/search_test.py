@@ -223,7 +223,7 @@ class Failures(SearchTest):
                                    (generate, self.summary)):
             self.check_failure(arguments, f"oibidx: {subject}: ", "The specified size is out of the "
                                "buffer boundary. (HRESULT 0x80004005)\n")
-        for text in b"", b"Volumes.C=C.dat", b"Volume=C.dat":
+        for text in b"", b"Volumes.C=C.dat", b"Volume=C.dat", b"Volume.C.x=C.dat":
             self.check_failure(["generate", self.write("list", text), "-o", self.texts],
                                f"oibidx: {self.base}/list: The list contains no volume.\n")
         os.remove(self.summary)

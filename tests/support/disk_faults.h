@@ -30,6 +30,7 @@ enum class EFault {
     Kill,          // the process ends in the call, a write after half of its bytes
     PowerCut,      // as Kill, and half of the changes that were not flushed are lost
     PowerCutAll,   // as Kill, and all of these changes are lost
+    PowerCutSome,  // as Kill, and each of these changes is lost or not, by chance
     Visit,         // `visit` runs before the call, which succeeds
 };
 
@@ -56,6 +57,7 @@ struct DiskFaults {
     int step = 0;  // the number of the faulty call, from 1; 0: none
     int calls = 0;
     EFault fault = EFault::FailOnce;
+    unsigned seed = 0;  // of PowerCutSome
     bool failNextWrite = false;
     bool refusesUnnamed = false;  // no file can be created without a name
     bool isDelayed = false;       // closing and setting times are counted, too
@@ -130,7 +132,7 @@ struct DiskFaults {
             file.descriptor = Call(0, SYS_openat, AT_FDCWD, path.c_str(), O_RDWR | O_CLOEXEC);
         }
         const off_t end = std::min(info.st_size, from + length);
-        if (fault == EFault::PowerCutAll && from < end) {
+        if (fault >= EFault::PowerCutAll && from < end) {
             std::string bytes(static_cast<std::size_t>(end - from), '\0');
             ::syscall(SYS_pread64, file.descriptor, bytes.data(), bytes.size(), from);
             file.overwritten.emplace_back(from, std::move(bytes));
@@ -162,12 +164,19 @@ struct DiskFaults {
     // The name of a deleted or replaced file until the change is flushed.
     static std::string Lost(const std::string& path) { return path + ".lost~"; }
     void CutPower() {
+        std::minstd_rand random(seed * 1000 + static_cast<unsigned>(step));
+        const auto isKept = [&] { return fault == EFault::PowerCutSome && random() % 4 < 2; };
         // Half of the deletions: the first file exists again, the later ones do not.
-        if (fault == EFault::PowerCut && !unsyncedDeletions.empty()) {
-            const std::string& path = unsyncedDeletions.front();
-            ::syscall(SYS_renameat2, AT_FDCWD, Lost(path).c_str(), AT_FDCWD, path.c_str(), 1);
+        for (std::size_t i = 0; i < unsyncedDeletions.size(); ++i) {
+            const std::string& path = unsyncedDeletions[i];
+            if (fault == EFault::PowerCutSome ? !isKept() : i == 0) {
+                ::syscall(SYS_renameat2, AT_FDCWD, Lost(path).c_str(), AT_FDCWD, path.c_str(), 1);
+            }
         }
         for (; !unsyncedMoves.empty(); unsyncedMoves.pop_back()) {
+            if (isKept()) {
+                continue;
+            }
             const auto& [source, target] = unsyncedMoves.back();
             source.empty()
                 ? ::syscall(SYS_unlinkat, AT_FDCWD, target.c_str(), 0)
@@ -176,12 +185,14 @@ struct DiskFaults {
         }
         for (const auto& [file, what] : unsynced) {
             for (const auto& [at, bytes] : what.overwritten | std::views::reverse) {
-                ::syscall(SYS_pwrite64, what.descriptor, bytes.data(), bytes.size(), at);
+                if (!isKept()) {
+                    ::syscall(SYS_pwrite64, what.descriptor, bytes.data(), bytes.size(), at);
+                }
             }
             const off_t size = ::lseek(what.descriptor, 0, SEEK_END);
             const off_t lost = std::max<off_t>(size - what.from, 0);
             const off_t half = what.isExtended ? lost : lost / 2 | 1;
-            const off_t kept = fault == EFault::PowerCut ? half : 0;
+            const off_t kept = fault == EFault::PowerCut || isKept() ? half : 0;
             ::syscall(SYS_ftruncate, what.descriptor, std::min(size, what.from + kept));
         }
     }
@@ -229,7 +240,7 @@ ssize_t write(int descriptor, const void* buffer, std::size_t length) {
     const std::size_t half = isSecondHalf ? 0 : (length - 1) / 2 | 1;
     const ssize_t written = ::syscall(SYS_write, descriptor, buffer, half);
     g_diskFaults.EndIfFatal();
-    g_diskFaults.failNextWrite = half != 0;
+    g_diskFaults.failNextWrite = half != 0 && g_diskFaults.fault != EFault::ShortWrite;
     errno = ENOSPC;
     return half != 0 ? written : -1;
 }
@@ -271,8 +282,8 @@ int futimens(int descriptor, const timespec* times) noexcept {
 }
 
 int renameat2(int, const char* source, int, const char* target, unsigned flags) noexcept {
-    if (g_diskFaults.step != 0 &&
-        (g_diskFaults.fault == EFault::PowerCut || g_diskFaults.fault == EFault::PowerCutAll)) {
+    if (g_diskFaults.step != 0 && g_diskFaults.fault >= EFault::PowerCut &&
+        g_diskFaults.fault <= EFault::PowerCutSome) {
         // The replaced file exists until the rename is flushed.
         const std::string lost = g_diskFaults.Lost(target);
         g_diskFaults.Call(0, SYS_linkat, AT_FDCWD, target, AT_FDCWD, lost.c_str(), 0);
@@ -299,7 +310,8 @@ int rename(const char* source, const char* target) noexcept {
 }
 
 int unlink(const char* path) noexcept {
-    if (g_diskFaults.step == 0 || g_diskFaults.fault != EFault::PowerCut) {
+    if (g_diskFaults.step == 0 ||
+        (g_diskFaults.fault != EFault::PowerCut && g_diskFaults.fault != EFault::PowerCutSome)) {
         return g_diskFaults.Call(EIO, SYS_unlinkat, AT_FDCWD, path, 0);
     }
     const std::string lost = g_diskFaults.Lost(path);

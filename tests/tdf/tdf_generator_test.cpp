@@ -44,17 +44,12 @@ TEST_F(TdfGenerator, AcceptsEverySpellingOfAPath) {
     std::filesystem::current_path(m_folder.Native());
     const TdfFiles expected = Expected(support::SmallVolume());
     for (const auto& [list, out] :
-         {std::pair{std::u16string(u"list.mtf"), std::u16string(u"new/out")},
-          std::pair{m_folder.Path() + u"\\./list.mtf", m_folder.Path() + u"\\new\\\\out"},
-          std::pair{m_folder.Path(u"list.mtf"), std::u16string(u"out")}}) {
+         {std::pair{std::u16string(u"list.mtf"), std::u16string(u"./new/out")},
+          std::pair{m_folder.Path() + u"\\./list.mtf", m_folder.Path() + u"\\new/../new//out"}}) {
         std::filesystem::remove_all("new");
         m_settings.binIndexFile = list;
         m_settings.outpFolder = out;
         EXPECT_EQ(Generate().text, "");
-        if (out == u"out") {
-            std::filesystem::create_directory("new");
-            std::filesystem::rename("out", "new/out");
-        }
         m_settings.outpFolder = m_folder.Path(u"new/out");
         ExpectOutput(expected);
     }

@@ -59,7 +59,7 @@ platform::CFileHandle OpenOrCreate(std::u16string_view path) {
     try {
         const std::u16string_view folder = path.substr(0, FolderLength(path));
         if (!folder.empty()) {
-            CreateFolder(folder, true);
+            CreateFolder(folder);
         }
     } catch (const CExc&) {
         return {};

@@ -22,7 +22,8 @@ constexpr std::size_t kPrefixUnitsPerUnit = 64;
 }  // namespace
 
 CListedFolders::Id CListedFolders::Add(Id parent, std::u16string_view name) {
-    m_hasSeparatorInName = m_hasSeparatorInName || name.find(kSeparator) != name.npos;
+    m_hasSeparatorInName =
+        m_hasSeparatorInName || name.find(kSeparator) != std::u16string_view::npos;
     m_element = name;
     m_element += kSeparator;
     m_elements.push_back(m_texts.Add(m_element));
@@ -58,7 +59,8 @@ void CFileEntries::AddFile(CListedFolders::Id folder, const FileRecordView& file
         throw frame::CExc(u"There are too many files in the listing.", frame::kFail);
     }
     const std::u16string_view name = m_names.Add(file.nameBytes, file.nameLength);
-    m_hasSeparatorInName = m_hasSeparatorInName || name.find(kSeparator) != name.npos;
+    m_hasSeparatorInName =
+        m_hasSeparatorInName || name.find(kSeparator) != std::u16string_view::npos;
     m_keys.push_back(PathKeyOf(name));
     m_order.push_back(static_cast<std::uint32_t>(m_entries.size()));
     m_entries.push_back(

@@ -118,7 +118,7 @@ CBinaryFile::Holder CBinaryFile::CreateStaged(std::u16string_view path) {
     if (!staged.handle) {
         ThrowNotOpened(path, kLastError);
     }
-    const Holder file(new CBinaryFile(std::move(staged.handle), path));
+    Holder file(new CBinaryFile(std::move(staged.handle), path));
     file->m_temporary = std::move(staged.temporary);
     return file;
 }

@@ -1,5 +1,7 @@
 #include "idxdata/tables/folder_table.h"
 
+#include <algorithm>
+
 #include "frame/conversions.h"
 #include "frame/errors.h"
 
@@ -40,10 +42,10 @@ std::size_t CFolderTable::PathLength(std::span<const std::size_t> chain) const n
 
 void CFolderTable::AppendPath(std::u16string& path, std::span<const std::size_t> chain) const {
     path.reserve(path.size() + PathLength(chain));
-    for (auto folder = chain.rbegin(); folder != chain.rend(); ++folder) {
-        path += NameOf(*folder);
+    std::for_each(chain.rbegin(), chain.rend(), [&](std::size_t folder) {
+        path += NameOf(folder);
         path += u'\\';
-    }
+    });
 }
 
 }  // namespace idxdata

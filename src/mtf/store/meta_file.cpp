@@ -268,7 +268,10 @@ bool CMtfMetaFile::TryRewrite() {
         if (!(hasCopy ? RestoreCopy() : WriteNewFile())) {
             return false;
         }
-        if (!hasCopy && !m_file) {
+        if (!hasCopy) {
+            if (m_file) {  // the held file has no name any more
+                m_file = CBinaryFile::OpenIfExists(m_filePath, EFileAccess::ReadWrite);
+            }
             return true;
         }
     }
@@ -374,7 +377,7 @@ bool CMtfMetaFile::CopyBeforeAppend(std::string_view tail) {
 
 // Writes the tail first with NULs in place of its line ends. Text after a NUL is not read, and
 // the second write changes nothing but these NULs, so each line becomes visible as a whole, in
-// whatever order the bytes reach the disk. The space is reserved first: an append that ends
+// whatever order the bytes reach the disk. The length is set first: an append that ends
 // at any byte leaves NULs, not a half of a unit.
 void CMtfMetaFile::WriteTail(std::string_view tail) {
     const std::string hidden = HideLines(tail);

@@ -231,8 +231,11 @@ bool Truncate(int descriptor) noexcept {
 bool SyncFolder(const std::string& folder) noexcept {
     const CDescriptor descriptor(
         OpenRetrying(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0));
+    if (!descriptor) {
+        return errno == EACCES;  // a folder that cannot be read is not flushed
+    }
     // EINVAL: the file system does not write folders separately.
-    return descriptor && (::fsync(descriptor.Get()) == 0 || errno == EINVAL);
+    return ::fsync(descriptor.Get()) == 0 || errno == EINVAL;
 }
 
 }  // namespace platform::posix

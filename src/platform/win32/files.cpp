@@ -63,6 +63,9 @@ FileHandle CreateFileW(std::u16string_view path, std::uint32_t access, std::uint
     if (!native) {
         return kInvalidFileHandle;
     }
+    if (disposition == kCreateAlways) {
+        flags &= ~kFlagNoFollow;  // the system does not combine the two
+    }
     const DWORD before = ::GetLastError();
     const HANDLE handle =
         ::CreateFileW(Wide(native->c_str()), access, share, nullptr, disposition, flags, nullptr);

@@ -7,12 +7,29 @@
 
 namespace platform {
 
+namespace {
+
+// Whether a reparse point leads to another path. Others, such as deduplicated files, are files.
+bool IsLink(std::u16string_view path) {
+    const auto native = win32::NativePath(path);
+    WIN32_FIND_DATAW data;
+    const HANDLE find =
+        native ? ::FindFirstFileW(win32::Wide(native->c_str()), &data) : INVALID_HANDLE_VALUE;
+    if (find == INVALID_HANDLE_VALUE) {
+        return true;
+    }
+    ::FindClose(find);
+    return IsReparseTagNameSurrogate(data.dwReserved0);
+}
+
+}  // namespace
+
 EEntryKind GetEntryKind(std::u16string_view path) {
     const std::uint32_t attributes = GetFileAttributesW(path);
     if (attributes == kInvalidAttributes) {
         return EEntryKind::None;
     }
-    if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 && IsLink(path)) {
         return EEntryKind::Other;
     }
     return (attributes & kAttributeDirectory) != 0 ? EEntryKind::Folder : EEntryKind::File;

@@ -9,7 +9,7 @@ namespace tdf {
 
 void GenerateTextDataFiles(const TdfSettings& settings) {
     frame::CLogScope scope(u"Generating text files from binaries.", frame::ProcessLogger());
-    frame::CreateFolder(settings.outpFolder, true);
+    frame::CreateFolder(settings.outpFolder);
     const auto list =
         mtf::CMtfOpenedMetaFile::Open(settings.binIndexFile, mtf::EMtfOpenMode::EMtfLoad);
     using Tree = mtf::CMtfAttrsTreeData;

@@ -63,7 +63,7 @@ TEST_P(MetaFileObjects, Existence) {
 TEST_P(MetaFileObjects, EverySpellingOfAPath) {
     const std::u16string here = m_folder.Path(), name(100, u'n');
     const std::u16string deep = name + u"\\" + name + u"\\" + name;  // more than 260 units
-    frame::CreateFolder(here + u"\\\\" + deep);
+    frame::CreateFolder(here + u"\\" + deep);
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(m_folder.Native());
     for (const std::u16string& path :

@@ -194,6 +194,11 @@ TEST_P(MetaFileFaults, FailureAtEveryStepLosesNothing) {
                     file->File().Save();
                     EXPECT_EQ(support::ReadWhole(m_path), MetaFileBytes(GetParam().after));
                 }
+                if (file) {
+                    g_diskFaults.Arm(1, fault);
+                    file->File().CloseFile();  // reports nothing, whatever fails
+                    g_diskFaults.Disarm();
+                }
                 file.reset();
                 CheckDisk();
                 CheckReopened();
@@ -231,15 +236,22 @@ TEST_P(MetaFileFaults, AnotherProcessAtEveryStepUndoesNothing) {
 }
 
 TEST_P(MetaFileFaults, EndAtEveryStepLosesNothing) {
-    for (const EFault fault : {EFault::Kill, EFault::PowerCut, EFault::PowerCutAll}) {
+    for (const EFault fault : {EFault::Kill, EFault::PowerCut, EFault::PowerCutAll,
+                               EFault::PowerCutSome, EFault::PowerCutSome, EFault::PowerCutSome}) {
+        ++g_diskFaults.seed;
         ForEachStep(fault, [&](int step) {
             Prepare();
             const int code = support::RunInChild([&] {
                 File file;
-                return support::MessageOf([&] { Run(file, step, fault); }) == u"<none>" ? 0 : 1;
+                if (support::MessageOf([&] { Run(file, step, fault); }) != u"<none>") {
+                    return 1;
+                }
+                g_diskFaults.CutPower();  // what a success reports is on the disk
+                return 0;
             });
             EXPECT_TRUE(code == 0 || code == g_diskFaults.kDied) << code;
             CheckDisk();
+            EXPECT_TRUE(code != 0 || LoadedText(m_path) == Text(GetParam().after));
             CheckReopened();
             return code != 0;
         });
