@@ -51,10 +51,12 @@ std::u16string ResolveLink(std::u16string_view path) {
     int links = 0;
     while (links < kMaxLinks && !(target = TargetOf(resolved)).empty()) {
         ++links;
-        const std::string folder = posix::ParentFolder(resolved);
-        resolved = target.front() == '/' ? target
-                   : folder == "/"       ? folder + target
-                                         : folder + '/' + target;
+        if (target.front() != '/') {
+            std::string folder = posix::ParentFolder(resolved);
+            folder += folder == "/" ? "" : "/";
+            target.insert(0, folder);
+        }
+        resolved = target;
     }
     return links == 0 || links == kMaxLinks ? std::u16string(path) : zorel::ToUtf16(resolved);
 }
