@@ -187,6 +187,9 @@ class Failures(ClientTest):
             limit = (resource.RLIMIT_AS, (kib << 10, kib << 10))
             done = run("match", "C:\\a", "a", preexec_fn=lambda: resource.setrlimit(*limit))
             return done.returncode, done.stderr
+        with open(OIBIDX, "rb") as program:
+            if program.read(4) != b"\x7fELF":
+                self.skipTest("the limit would be that of the emulator")
         if limited_run(1 << 20)[0] != 0:
             self.skipTest("a sanitizer needs more address space")
         enough = bisect.bisect_left(range(1 << 20), 1, key=lambda kib: limited_run(kib)[0] == 0)
