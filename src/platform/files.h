@@ -63,7 +63,7 @@ inline constexpr std::uint32_t kInvalidAttributes = 0xFFFFFFFFU;
 // last error too: 183 when the file existed before, 0 when it is new.
 //
 // With kFlagNoFollow a link as last element is not followed: on Linux 1921, on Windows the link
-// itself is opened.
+// itself is opened. On Linux a file with several names is not opened for writing (1921).
 //
 // Sharing applies to all users of this library, in every process. An open for reading that
 // shares reading allows other such opens; an open for writing allows no other open. Of two
@@ -129,6 +129,9 @@ enum class EEntryKind { None, File, Folder, Other };
 // What the entry itself is: File is a regular file; a link, a pipe and a device are Other.
 // Wildcards have no effect. None also when the path cannot be examined.
 EEntryKind GetEntryKind(std::u16string_view path);
+// Whether writing to the entry would change something that has another name or none: true for a
+// link, a pipe, a device and a regular file with several names.
+bool LeadsElsewhere(std::u16string_view path);
 // The path that a link as last element leads to, through further links. The path itself when
 // its last element is no link or its links form a loop; on Windows also when the target is
 // missing.

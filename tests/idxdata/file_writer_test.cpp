@@ -125,6 +125,24 @@ TEST(FileWriter, PausesAndResumes) {
               Refused("Error in CFileWriter::SetCurFilePos", 131));
 }
 
+TEST(FileWriter, ReplacesAFileWithSeveralNames) {
+    support::CTempFolder folder;
+    ASSERT_TRUE(support::WriteWhole(folder.Path(u"victim"), "abcd"));
+    std::filesystem::create_hard_link(folder.Native(u"victim"), folder.Native(u"w"));
+    CFileWriter writer;
+    writer.Create(folder.Path(u"w"), CFileWriter::EOtherEntry::Remove);
+    writer.WriteWord(0x6161);
+    writer.Close();
+    EXPECT_EQ(ReadWhole(folder.Path(u"w")), "aa");
+    EXPECT_EQ(ReadWhole(folder.Path(u"victim")), "abcd");
+    // Other writers write the file that all its names share.
+    std::filesystem::create_hard_link(folder.Native(u"victim"), folder.Native(u"v"));
+    writer.Create(folder.Path(u"v"));
+    writer.WriteWord(0x6262);
+    writer.Close();
+    EXPECT_EQ(ReadWhole(folder.Path(u"victim")), "bb");
+}
+
 TEST(FileWriter, RefusesCallsWithoutAFile) {
     CFileWriter closed;
     // clang-format off

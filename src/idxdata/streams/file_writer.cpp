@@ -48,14 +48,13 @@ void CFileWriter::Create(std::u16string_view path, EOtherEntry other) {
     const bool follows = other == EOtherEntry::Open;
     const std::uint32_t flags =
         platform::kAttributeNormal | (follows ? 0 : platform::kFlagNoFollow);
-    const bool mayOpen = follows || platform::GetEntryKind(path) != platform::EEntryKind::Other ||
-                         platform::DeleteFileW(path);
+    const bool mayOpen = follows || !platform::LeadsElsewhere(path) || platform::DeleteFileW(path);
     platform::CFileHandle file =
         mayOpen ? Open(path, platform::kCreateAlways, flags) : platform::CFileHandle();
     if (!file) {
         FailWin32(kCreateFailure);
     }
-    Close();
+    CloseHandle();
     m_file = std::move(file);
     m_path = std::move(copy);
     m_flags = flags;

@@ -44,12 +44,12 @@ public:
     CFileWriter& operator=(const CFileWriter&) = delete;
     ~CFileWriter();
 
-    // What Create does with an entry that is no regular file and no folder: a link, a pipe, a
-    // device.
+    // What Create does with an entry whose content has another name or none: a link, a pipe, a
+    // device, a file with several names.
     enum class EOtherEntry { Open, Remove };
-    // Replaces the content of an existing file. Closes the file that was open before; a failure to
-    // create leaves it open. With
-    // EOtherEntry::Remove the writer follows no link, also when a paused file is opened again.
+    // Replaces the content of an existing file. Closes the file that was open before. A failure
+    // leaves that file open, with its position and times; paused, if its close is what failed.
+    // With EOtherEntry::Remove the writer follows no link, also when a paused file is opened again.
     void Create(std::u16string_view path, EOtherEntry other = EOtherEntry::Open);
     // Does nothing when no file is open. Releases the file even when it throws.
     void Close();

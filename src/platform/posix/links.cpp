@@ -33,6 +33,13 @@ EEntryKind GetEntryKind(std::u16string_view path) {
                                    : EEntryKind::Other;
 }
 
+bool LeadsElsewhere(std::u16string_view path) {
+    const auto native = posix::NativePath(path);
+    struct stat info {};
+    return native && ::lstat(native->c_str(), &info) == 0 && !S_ISDIR(info.st_mode) &&
+           (!S_ISREG(info.st_mode) || info.st_nlink > 1);
+}
+
 bool NamesFile(std::u16string_view path, FileHandle handle) {
     const auto native = posix::NativePath(path);
     const posix::OpenFile* file = posix::FileOf(handle);

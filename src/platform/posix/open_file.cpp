@@ -100,8 +100,13 @@ bool CheckKind(const OpenRequest& request, const Opened& opened) {
         return Fail(win32err::kAccessDenied);
     }
     if (S_ISREG(mode)) {
-        const bool readOnly = !opened.created && Writes(request) && IsReadOnly(opened.info);
-        return !readOnly || Fail(win32err::kAccessDenied);
+        if (opened.created || !Writes(request)) {
+            return true;
+        }
+        if ((request.flags & kFlagNoFollow) != 0 && opened.info.st_nlink > 1) {
+            return Fail(win32err::kCantResolveFilename);
+        }
+        return !IsReadOnly(opened.info) || Fail(win32err::kAccessDenied);
     }
     const int flags = ::fcntl(opened.descriptor.Get(), F_GETFL);
     ::fcntl(opened.descriptor.Get(), F_SETFL, flags & ~O_NONBLOCK);

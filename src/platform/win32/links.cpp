@@ -35,6 +35,17 @@ EEntryKind GetEntryKind(std::u16string_view path) {
     return (attributes & kAttributeDirectory) != 0 ? EEntryKind::Folder : EEntryKind::File;
 }
 
+bool LeadsElsewhere(std::u16string_view path) {
+    const EEntryKind kind = GetEntryKind(path);
+    if (kind != EEntryKind::File) {
+        return kind == EEntryKind::Other;
+    }
+    const CFileHandle file(CreateFileW(path, kReadAttributes, kShareRead | kShareWrite,
+                                       kOpenExisting, kAttributeNormal));
+    BY_HANDLE_FILE_INFORMATION info{};
+    return file && ::GetFileInformationByHandle(file.Get(), &info) && info.nNumberOfLinks > 1;
+}
+
 bool NamesFile(std::u16string_view path, FileHandle) {
     return GetEntryKind(path) != EEntryKind::None;
 }

@@ -48,17 +48,41 @@ TEST(FileWriter, WritesNoByteTwiceAndLosesNone) {
 TEST(FileWriter, FollowsNoLinkWhenItOpensAPausedFile) {
     support::CTempFolder folder;
     ASSERT_TRUE(support::WriteWhole(folder.Path(u"victim"), "abcd"));
-    CFileWriter writer;
-    writer.Create(folder.Path(u"w"), CFileWriter::EOtherEntry::Remove);
-    writer.WriteDWord(1);
-    writer.Flush();
-    writer.Pause();
-    std::filesystem::remove(folder.Native(u"w"));
-    std::filesystem::create_symlink(folder.Native(u"victim"), folder.Native(u"w"));
-    writer.WriteDWord(2);
-    EXPECT_EQ(FailureOf([&] { writer.Close(); }),
-              Refused("Cannot write file in CFileWriter::WriteDWord", 1921));
-    EXPECT_EQ(ReadWhole(folder.Path(u"victim")), "abcd");
+    for (const bool isHard : {true, false}) {
+        CFileWriter writer;
+        writer.Create(folder.Path(u"w"), CFileWriter::EOtherEntry::Remove);
+        writer.WriteDWord(1);
+        writer.Flush();
+        writer.Pause();
+        std::filesystem::remove(folder.Native(u"w"));
+        isHard ? std::filesystem::create_hard_link(folder.Native(u"victim"), folder.Native(u"w"))
+               : std::filesystem::create_symlink(folder.Native(u"victim"), folder.Native(u"w"));
+        writer.WriteDWord(2);
+        EXPECT_EQ(FailureOf([&] { writer.Close(); }),
+                  Refused("Cannot write file in CFileWriter::WriteDWord", 1921));
+        EXPECT_EQ(ReadWhole(folder.Path(u"victim")), "abcd");
+    }
+}
+
+// Create cannot close the file before: the writer still has that file, and reports bytes that
+// were lost.
+TEST(FileWriter, StaysAsItWasWhenTheFileBeforeCannotBeClosed) {
+    support::CTempFolder folder;
+    for (const bool losesBytes : {false, true}) {
+        CFileWriter writer;
+        writer.Create(folder.Path(u"w"));
+        losesBytes ? writer.WriteDWord(1) : void();
+        writer.Flush();
+        g_diskFaults.Arm(3, EFault::FailOnce);  // after two attempts to open the new file
+        g_diskFaults.isDelayed = true;
+        EXPECT_EQ(FailureOf([&] { writer.Create(folder.Path(u"x")); }).code, 112U);
+        g_diskFaults.Disarm();
+        std::filesystem::remove(folder.Native(u"x"));
+        EXPECT_TRUE(writer.IsOpen());
+        writer.WriteWord(0x6161);
+        EXPECT_EQ(FailureOf([&] { writer.Close(); }).code, losesBytes ? 32U : 0U);
+        EXPECT_TRUE(losesBytes || ReadWhole(folder.Path(u"w")) == "aa");
+    }
 }
 
 TEST(FileWriter, ReportsAFullDeviceWhenItCloses) {

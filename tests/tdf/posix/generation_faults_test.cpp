@@ -77,15 +77,20 @@ TEST_F(GenerationFaults, PlantedLinksAreReplaced) {
     std::filesystem::create_directories(m_folder.Native(u"new/out"));
     const std::u16string victim = m_folder.Path(u"victim");
     ASSERT_TRUE(support::WriteWhole(victim, "precious"));
-    for (const char* name : {"vl.C.CORP.jsmith.0.txt", "owners.C.map"}) {
-        std::filesystem::create_symlink(victim, m_folder.Native(u"new/out") / name);
-    }
     const auto dangling = m_folder.Native(u"new/out/vl.C.unkn0.0.txt");
     std::filesystem::create_symlink(m_folder.Native(u"none"), dangling);
-    EXPECT_EQ(Generate().text, "");
-    ExpectOutput(Expected(volume));
-    EXPECT_EQ(support::ReadWhole(victim), "precious");
-    EXPECT_FALSE(std::filesystem::exists(m_folder.Native(u"none")));
+    for (const bool isHard : {true, false}) {
+        for (const char* name : {"vl.C.CORP.jsmith.0.txt", "owners.C.map"}) {
+            const auto planted = m_folder.Native(u"new/out") / name;
+            std::filesystem::remove(planted);
+            isHard ? std::filesystem::create_hard_link(victim, planted)
+                   : std::filesystem::create_symlink(victim, planted);
+        }
+        EXPECT_EQ(Generate().text, "");
+        ExpectOutput(Expected(volume));
+        EXPECT_EQ(support::ReadWhole(victim), "precious");
+        EXPECT_FALSE(std::filesystem::exists(m_folder.Native(u"none")));
+    }
 }
 
 TEST_F(GenerationFaults, MoreOwnersThanHandles) {
