@@ -23,7 +23,7 @@
 namespace support {
 
 enum class EFault {
-    FailOnce,      // the call fails, a write after half of its bytes, an odd number
+    FailOnce,      // the call fails, a write after half of its bytes
     FailFromThen,  // the call and all later ones fail
     ShortWrite,    // a write transfers half of its bytes; other calls succeed
     Delay,         // every call is delayed by a random time
@@ -57,7 +57,7 @@ struct DiskFaults {
     int step = 0;  // the number of the faulty call, from 1; 0: none
     int calls = 0;
     EFault fault = EFault::FailOnce;
-    unsigned seed = 0;  // of PowerCutSome
+    unsigned seed = 0;  // of PowerCutSome; when odd, a failing write ends at an even byte
     bool failNextWrite = false;
     bool refusesUnnamed = false;  // no file can be created without a name
     bool isDelayed = false;       // closing and setting times are counted, too
@@ -237,7 +237,8 @@ ssize_t write(int descriptor, const void* buffer, std::size_t length) {
     if (!isSecondHalf && !g_diskFaults.IsFaulty()) {
         return ::syscall(SYS_write, descriptor, buffer, length);
     }
-    const std::size_t half = isSecondHalf ? 0 : (length - 1) / 2 | 1;
+    const std::size_t odd = (length - 1) / 2 | 1;
+    const std::size_t half = isSecondHalf ? 0 : odd - g_diskFaults.seed % 2;
     const ssize_t written = ::syscall(SYS_write, descriptor, buffer, half);
     g_diskFaults.EndIfFatal();
     g_diskFaults.failNextWrite = half != 0 && g_diskFaults.fault != EFault::ShortWrite;

@@ -60,14 +60,28 @@ std::string HideLines(std::string_view tail) {
     return hidden;
 }
 
-// A line end at the end of a file is text of its last line until more text follows.
-bool EndsWithLineEnd(CBinaryFile& file) {
-    char bytes[kWideLineEnd.size()];
+// The last bytes of the file, at most as many as a line end has.
+std::string EndOf(CBinaryFile& file) {
     const std::uint64_t size = file.GetSize();
-    const std::size_t length = std::min<std::uint64_t>(size, sizeof bytes);
-    file.ReadAt(size - length, bytes, length);
-    const std::string_view end(bytes, length);
-    return end.ends_with(kWideLineEnd) || end.ends_with(kNarrowLineEnd);
+    std::string end(std::min<std::uint64_t>(size, kWideLineEnd.size()), '\0');
+    file.ReadAt(size - end.size(), end.data(), end.size());
+    return end;
+}
+
+// A line end at the end of a file is text of its last line until more text follows.
+bool EndsWithLineEnd(std::string_view text) {
+    return text.ends_with(kWideLineEnd) || text.ends_with(kNarrowLineEnd);
+}
+
+// Whether a NUL in the text, which begins at an even offset, could complete a line end at an odd
+// offset: a file with such a line end is refused.
+bool HasLineEndBeforeNul(std::string_view text) {
+    const std::string_view begin = kWideLineEnd.substr(0, kWideLineEnd.size() - 1);
+    std::size_t at = 0;
+    while ((at = text.find(begin, at)) != std::string_view::npos && at % sizeof(char16_t) == 0) {
+        ++at;
+    }
+    return at != std::string_view::npos;
 }
 
 std::u16string OldPath(std::u16string_view path) {
@@ -360,10 +374,12 @@ void CMtfMetaFile::Append() {
 
 // Makes a safety copy where the old content would not be readable at every moment of the
 // append, and where a copy of a small file makes the append of several lines atomic. An append
-// whose copy cannot be made is still correct: each line becomes visible as a whole. Returns
-// whether a copy exists.
+// of other text whose copy cannot be made is still correct: each line becomes visible as a whole.
+// Returns whether a copy exists.
 bool CMtfMetaFile::CopyBeforeAppend(std::string_view tail) {
-    const bool wanted = EndsWithLineEnd(*m_file) || !BecomesVisibleByOneByte(tail) ||
+    const std::string end = EndOf(*m_file);
+    const bool wanted = EndsWithLineEnd(end) || !BecomesVisibleByOneByte(tail) ||
+                        HasLineEndBeforeNul(end + std::string(tail)) ||
                         (AddsSeveralLines(tail) && m_file->GetSize() <= kCheapCopySize);
     if (wanted) {
         try {

@@ -65,6 +65,12 @@ const std::u16string kLong(300000, u'v');
 const std::u16string kLongRewritten = u"a.b=" + kLong + u"\r\nc=2";
 constexpr const char16_t* kModified = u"a.b=3\r\nc=2";
 constexpr const char16_t* kAppended = u"a.b=1\r\nc=2\r\nd=3";
+// The units in it contain the bytes of a line end if a NUL is after them, at an odd offset.
+constexpr const char16_t* kLikeLineEnds =
+    u"\u0D41\u0A00\u0D41\u0A00\u0D41\u0A00\u0D41\u0A00\u0D41\u0A00";
+const std::u16string kEndsLikeLineEnd = std::u16string(u"c=") + kLikeLineEnds;
+const std::u16string kAppendedAfterIt = kEndsLikeLineEnd + u"\r\nd=3";
+const std::u16string kAppendedLikeIt = std::u16string(kBase) + u"\r\nd=" + kLikeLineEnds;
 
 const Scenario kScenarios[] = {
     // clang-format off
@@ -72,6 +78,8 @@ const Scenario kScenarios[] = {
     {"append of two lines", kBase, nullptr, kOpenRW, false, AddTwo, kBase, kBaseAndTwo},
     {"append of a value of two lines", kBase, nullptr, kOpenRW, false, Set(u"d", u"3\r\ne=4"), kBase, kBaseAndTwo},
     {"append after a line end", u"c=2\r\n", nullptr, kOpenRW, false, Add, u"c=2<end>", u"c=2\r\n\r\nd=3"},
+    {"append of units like a line end", kBase, nullptr, kOpenRW, false, Set(u"d", kLikeLineEnds), kBase, kAppendedLikeIt.c_str()},
+    {"append after units like a line end", kEndsLikeLineEnd.c_str(), nullptr, kOpenRW, false, Add, kEndsLikeLineEnd.c_str(), kAppendedAfterIt.c_str()},
     {"rewrite", kBase, nullptr, kOpenRW, false, Modify, kBase, kModified},
     {"rewrite of many buffers", kBase, nullptr, kOpenRW, false, Set(u"a.b", kLong.c_str()), kBase, kLongRewritten.c_str()},
     {"rewrite of a loaded file", kBase, nullptr, kLoad, false, Modify, kBase, kModified},
@@ -236,7 +244,7 @@ TEST_P(MetaFileFaults, AnotherProcessAtEveryStepUndoesNothing) {
 }
 
 TEST_P(MetaFileFaults, EndAtEveryStepLosesNothing) {
-    for (const EFault fault : {EFault::Kill, EFault::PowerCut, EFault::PowerCutAll,
+    for (const EFault fault : {EFault::Kill, EFault::Kill, EFault::PowerCut, EFault::PowerCutAll,
                                EFault::PowerCutSome, EFault::PowerCutSome, EFault::PowerCutSome}) {
         ++g_diskFaults.seed;
         ForEachStep(fault, [&](int step) {
