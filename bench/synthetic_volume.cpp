@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "cli/scan/data_file_writer.h"
-#include "cli/scan/volume_list.h"
+#include "cli/catalogue/data_file_writer.h"
+#include "cli/catalogue/volume_list.h"
 
 namespace bench {
 

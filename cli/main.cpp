@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cli/command_line/command.h"
+#include "cli/command_line/failure.h"
 #include "cli/command_line/signals.h"
 
 #ifndef OIBIDX_VERSION
@@ -140,8 +141,10 @@ int Main(int argc, char** argv) {
         const EExitCode code = RunCommandLine(argc, argv, output);
         output.Flush();
         return code;
+    } catch (const CInterrupted&) {
+        return InterruptExitCode();
     } catch (const std::exception& error) {
-        PrintError(error.what());
+        PrintFailure(error);
         return kExitFailure;
     }
 }

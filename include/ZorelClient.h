@@ -221,9 +221,12 @@ public:
     CError(HRESULT result, std::string_view subject, ErrorInfo info)
         : std::runtime_error(Compose(result, subject, info.description)),
           m_result(result),
+          m_subject(subject),
           m_info(std::move(info)) {}
 
     HRESULT Result() const noexcept { return m_result; }
+    // What the call was about, such as a path; the message begins with it.
+    const std::string& Subject() const noexcept { return m_subject; }
     const std::string& Source() const noexcept { return m_info.source; }
     const std::string& Description() const noexcept { return m_info.description; }
 
@@ -239,6 +242,7 @@ private:
     }
 
     HRESULT m_result;
+    std::string m_subject;
     ErrorInfo m_info;
 };
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/scan/data_file_writer.h"
+#include "cli/catalogue/data_file_writer.h"
 
 namespace zorel::cli {
 

@@ -4,16 +4,16 @@
 #include <utility>
 
 #include "ZorelText.h"
+#include "cli/catalogue/catalogue_lock.h"
+#include "cli/catalogue/data_file_writer.h"
+#include "cli/catalogue/volume_list.h"
 #include "cli/command_line/command.h"
 #include "cli/command_line/paths.h"
 #include "cli/command_line/signals.h"
 #include "cli/output/json_object.h"
 #include "cli/output/progress_line.h"
 #include "cli/output/text_format.h"
-#include "cli/scan/catalogue_lock.h"
-#include "cli/scan/data_file_writer.h"
 #include "cli/scan/folder_scanner.h"
-#include "cli/scan/volume_list.h"
 
 namespace zorel::cli {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "cli/scan/data_file_writer.h"
+#include "cli/catalogue/data_file_writer.h"
 
 namespace zorel::cli {
 

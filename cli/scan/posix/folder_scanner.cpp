@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "cli/scan/posix/directory.h"
+#include "cli/catalogue/posix/directory.h"
 #include "cli/scan/posix/tree_walk.h"
 
 namespace zorel::cli {

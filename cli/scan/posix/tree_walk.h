@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "cli/catalogue/posix/directory.h"
 #include "cli/scan/folder_scanner.h"
 #include "cli/scan/posix/account_owners.h"
-#include "cli/scan/posix/directory.h"
 
 namespace zorel::cli {
 

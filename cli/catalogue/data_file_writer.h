@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/scan/temporary_file.h"
+#include "cli/catalogue/temporary_file.h"
 #include "idxdata/streams/file_writer.h"
 #include "idxdata/tables/records.h"
 

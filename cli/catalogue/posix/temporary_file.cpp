@@ -1,4 +1,4 @@
-#include "cli/scan/temporary_file.h"
+#include "cli/catalogue/temporary_file.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/scan/posix/directory.h"
+#include "cli/catalogue/posix/directory.h"
 
 namespace zorel::cli {
 

@@ -1,11 +1,11 @@
-#include "cli/scan/catalogue_lock.h"
+#include "cli/catalogue/catalogue_lock.h"
 
 #include <sys/file.h>
 
 #include <cerrno>
 
+#include "cli/catalogue/posix/directory.h"
 #include "cli/command_line/signals.h"
-#include "cli/scan/posix/directory.h"
 
 namespace zorel::cli {
 

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "cli/scan/posix/descriptor.h"
+#include "cli/catalogue/posix/descriptor.h"
 
 namespace zorel::cli {
 

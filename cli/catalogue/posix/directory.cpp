@@ -1,4 +1,4 @@
-#include "cli/scan/posix/directory.h"
+#include "cli/catalogue/posix/directory.h"
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-#include "cli/scan/data_file_writer.h"
+#include "cli/catalogue/data_file_writer.h"
 
 #include <filesystem>
 #include <utility>

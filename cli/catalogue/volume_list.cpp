@@ -1,9 +1,9 @@
-#include "cli/scan/volume_list.h"
+#include "cli/catalogue/volume_list.h"
 
 #include "ZorelText.h"
+#include "cli/catalogue/catalogue_lock.h"
 #include "cli/meta_files/meta_file.h"
 #include "cli/output/text_format.h"
-#include "cli/scan/catalogue_lock.h"
 
 namespace zorel::cli {
 
