@@ -357,19 +357,34 @@ void CMtfMetaFile::Append() {
         const std::string_view tail(reinterpret_cast<const char*>(storage->Data()),
                                     static_cast<std::size_t>(storage->Size()));
         const bool hasCopy = CopyBeforeAppend(tail);
-        m_committedSize = m_file->GetSize();
         try {
-            WriteTail(tail);
-            if (hasCopy) {
-                frame::DeleteFileDurably(m_oldPath);
+            AppendTail(tail, hasCopy);
+        } catch (const CWin32Exc& exc) {
+            // Without the copy, which is deleted, the disk may have room for the tail.
+            const bool isUndone =
+                !m_committedSize && platform::GetEntryKind(m_oldPath) == platform::EEntryKind::None;
+            if (!hasCopy || !isUndone || exc.GetCode() != platform::win32err::kDiskFull) {
+                throw;
             }
-        } catch (const std::exception&) {
-            UndoAppend(hasCopy);
-            throw;
+            AppendTail(tail, false);
         }
-        m_committedSize.reset();
         m_lines->CommitSaved();
     });
+}
+
+// A failure is undone, unless the undoing fails, too.
+void CMtfMetaFile::AppendTail(std::string_view tail, bool hasCopy) {
+    m_committedSize = m_file->GetSize();
+    try {
+        WriteTail(tail);
+        if (hasCopy) {
+            frame::DeleteFileDurably(m_oldPath);
+        }
+    } catch (const std::exception&) {
+        UndoAppend(hasCopy);
+        throw;
+    }
+    m_committedSize.reset();
 }
 
 // Makes a safety copy where the old content would not be readable at every moment of the

@@ -60,6 +60,7 @@ private:
     void ComposeAndWrite(idxdata::CBinaryFile& file);
     void Append();
     bool CopyBeforeAppend(std::string_view tail);
+    void AppendTail(std::string_view tail, bool hasCopy);
     void WriteTail(std::string_view tail);
     void UndoAppend(bool hasCopy) noexcept;
     void TruncateFailedAppend();

@@ -6,6 +6,7 @@
 #include "frame/conversions.h"
 #include "mtf/tree/opened_meta_file.h"
 #include "support/child_process.h"
+#include "support/disk_fault_state.h"
 #include "support/engine_failure.h"
 #include "support/meta_file_bytes.h"
 #include "support/port_files.h"
@@ -34,8 +35,11 @@ const struct Save {
     {u"creation", EMtfOpenMode::EMtfCreateNewDetached, u"a=1\r\nb=2"},
 };
 
-class MetaFilePlaces : public testing::Test {
+// With the parameter true, new files have names from the start.
+class MetaFilePlaces : public testing::TestWithParam<bool> {
 protected:
+    MetaFilePlaces() { support::g_diskFaults.refusesUnnamed = GetParam(); }
+    ~MetaFilePlaces() override { support::g_diskFaults.refusesUnnamed = false; }
     // Opens, calls `between`, changes and saves.
     void Run(
         const Save& save, const std::function<void()>& between = [] {}) {
@@ -48,9 +52,12 @@ protected:
         lines.AppendLine(save.lines, EMtfLineState::LineAppended);
         file->Save();
     }
+    static bool IsNew(const Save& save) { return save.mode == EMtfOpenMode::EMtfCreateNewDetached; }
+    static bool IsAppend(const Save& save) {
+        return save.mode == EMtfOpenMode::EMtfOpenRW && !save.rewrites;
+    }
     static std::string Saved(const Save& save) {
-        const bool isNew = save.mode == EMtfOpenMode::EMtfCreateNewDetached;
-        return MetaFileBytes((isNew ? u"" : std::u16string(kBase) + u"\r\n") + save.lines);
+        return MetaFileBytes((IsNew(save) ? u"" : std::u16string(kBase) + u"\r\n") + save.lines);
     }
     void Put(std::u16string_view name, std::string_view bytes) {
         ASSERT_TRUE(support::WriteWhole(m_folder.Path(name), bytes));
@@ -66,7 +73,7 @@ protected:
 
 // Something is planted beside the file before it is opened, or before it is saved. A refused save
 // changes nothing; no link is followed to another file.
-TEST_F(MetaFilePlaces, PlantedNames) {
+TEST_P(MetaFilePlaces, PlantedNames) {
     for (const std::u16string name : {u"m.old", u"m.new~", u"m.old.new~"}) {
         for (const bool isFolder : {true, false}) {
             for (const bool beforeOpen : {true, false}) {
@@ -81,13 +88,11 @@ TEST_F(MetaFilePlaces, PlantedNames) {
                     beforeOpen ? plant() : void();
                     const std::u16string message =
                         MessageOf([&] { Run(save, beforeOpen ? [] {} : std::function(plant)); });
-                    const bool isSaved =
-                        name != u"m.old" ||
-                        (!beforeOpen && save.mode == EMtfOpenMode::EMtfOpenRW && !save.rewrites);
+                    const bool isSaved = name != u"m.old" || (!beforeOpen && IsAppend(save));
                     EXPECT_EQ(message.ends_with(u"m.old\" is not a regular file."), !isSaved)
                         << frame::WideToAnsi(message);
                     // The opening of a detached file deletes it.
-                    const bool isDeleted = !beforeOpen && save.mode == kSaves[4].mode;
+                    const bool isDeleted = !beforeOpen && IsNew(save);
                     EXPECT_EQ(ReadWhole(m_path), isSaved     ? Saved(save)
                                                  : isDeleted ? "<none>"
                                                              : MetaFileBytes(kBase));
@@ -100,18 +105,8 @@ TEST_F(MetaFilePlaces, PlantedNames) {
     }
 }
 
-TEST_F(MetaFilePlaces, FolderWithACopy) {
-    fs::create_directory(m_path);
-    Put(u"m.old", MetaFileBytes(kBase));
-    for (const Save& save : kSaves) {
-        EXPECT_NE(MessageOf([&] { Run(save); }), u"<none>");
-        EXPECT_TRUE(fs::is_directory(m_path) && CountEntries() == 2U);
-        EXPECT_EQ(ReadWhole(m_path + u".old"), MetaFileBytes(kBase));
-    }
-}
-
 // From 252 on the name of the safety copy is too long.
-TEST_F(MetaFilePlaces, LongNames) {
+TEST_P(MetaFilePlaces, LongNames) {
     for (std::size_t length = 240; length <= 255; ++length) {
         m_path = m_folder.Path(std::u16string(length, u'n'));
         for (const Save& save : kSaves) {
@@ -131,7 +126,7 @@ TEST_F(MetaFilePlaces, LongNames) {
 }
 
 // A held file that becomes read-only is saved like any other.
-TEST_F(MetaFilePlaces, ProtectedFile) {
+TEST_P(MetaFilePlaces, ProtectedFile) {
     for (const Save& save : kSaves) {
         SCOPED_TRACE(frame::WideToAnsi(save.label));
         Put(u"m", MetaFileBytes(kBase));
@@ -149,7 +144,7 @@ TEST_F(MetaFilePlaces, ProtectedFile) {
 }
 
 // In a folder that refuses new files, appends succeed and other saves lose nothing.
-TEST_F(MetaFilePlaces, ProtectedFolder) {
+TEST_P(MetaFilePlaces, ProtectedFolder) {
     for (const Save& save : kSaves) {
         SCOPED_TRACE(frame::WideToAnsi(save.label));
         Put(u"m", MetaFileBytes(kBase));
@@ -160,12 +155,71 @@ TEST_F(MetaFilePlaces, ProtectedFolder) {
             return isOrdinary && MessageOf([&] { Run(save); }) == u"<none>" ? 0 : 1;
         });
         fs::permissions(m_folder.Native(), fs::perms(0755));
-        const bool isAppend = save.mode == EMtfOpenMode::EMtfOpenRW && !save.rewrites;
-        EXPECT_EQ(code, isAppend ? 0 : 1);
-        EXPECT_EQ(ReadWhole(m_path), isAppend ? Saved(save) : MetaFileBytes(kBase));
+        EXPECT_EQ(code, IsAppend(save) ? 0 : 1);
+        EXPECT_EQ(ReadWhole(m_path), IsAppend(save) ? Saved(save) : MetaFileBytes(kBase));
         EXPECT_EQ(CountEntries(), 1U);
     }
 }
+
+// After the opening, the disk has room for 0, 1, 2, ... bytes. A refused save keeps the old
+// content, and an append leaves no other file and needs no more room than that of its text.
+TEST_P(MetaFilePlaces, NearlyFullDisk) {
+    for (const Save& save : kSaves) {
+        bool isSaved = false;
+        for (off_t room = 0; !isSaved && room < 200; ++room) {
+            SCOPED_TRACE(frame::WideToAnsi(save.label) + " " + std::to_string(room));
+            Put(u"m", MetaFileBytes(kBase));
+            const std::u16string message =
+                MessageOf([&] { Run(save, [&] { support::g_diskFaults.room = room; }); });
+            support::g_diskFaults.room = -1;
+            isSaved = message == u"<none>";
+            const std::size_t text = Saved(save).size() - MetaFileBytes(kBase).size();
+            EXPECT_TRUE(!IsAppend(save) || isSaved == (room >= static_cast<off_t>(text)));
+            EXPECT_TRUE(!(IsAppend(save) || isSaved) || CountEntries() == 1U);
+            CMtfMetaFile::Open(m_path, EMtfOpenMode::EMtfOpenRW);
+            EXPECT_EQ(ReadWhole(m_path),
+                      isSaved ? Saved(save) : MetaFileBytes(IsNew(save) ? u"" : kBase));
+            EXPECT_EQ(CountEntries(), 1U);
+        }
+        EXPECT_TRUE(isSaved);
+    }
+}
+
+// A link, or a folder beside a safety copy, is at the name itself, before the file is opened or
+// before it is saved. A link is used as the file, one that appears later is refused.
+TEST_P(MetaFilePlaces, EntryAtTheName) {
+    for (const bool isFolder : {true, false}) {
+        for (const bool beforeOpen : {true, false}) {
+            for (const Save& save : kSaves) {
+                SCOPED_TRACE(frame::WideToAnsi(save.label) + (isFolder ? " folder" : " link") +
+                             (beforeOpen ? " first" : ""));
+                Put(u"target", MetaFileBytes(kBase));
+                const auto plant = [&] {
+                    fs::remove(m_folder.Native(u"m"));
+                    isFolder ? fs::create_directory(m_path)
+                             : (fs::create_symlink("target", m_path), true);
+                    isFolder ? Put(u"m.old", MetaFileBytes(kBase)) : void();
+                };
+                beforeOpen ? plant() : Put(u"m", MetaFileBytes(kBase));
+                const std::u16string message =
+                    MessageOf([&] { Run(save, beforeOpen ? [] {} : std::function(plant)); });
+                const bool isSaved = beforeOpen && !isFolder;
+                EXPECT_EQ(message == u"<none>", isSaved) << frame::WideToAnsi(message);
+                EXPECT_EQ(ReadWhole(m_folder.Path(u"target")),
+                          isSaved ? Saved(save) : MetaFileBytes(kBase));
+                EXPECT_EQ(isFolder, fs::is_directory(m_path));
+                EXPECT_EQ(!isFolder, fs::is_symlink(m_path));
+                EXPECT_EQ(CountEntries(), isFolder ? 3U : 2U);
+                EXPECT_TRUE(!isFolder || ReadWhole(m_path + u".old") == MetaFileBytes(kBase));
+                fs::remove(m_path);
+                fs::remove(m_folder.Native(u"m.old"));
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, MetaFilePlaces, testing::Bool(),
+                         [](const auto& row) { return row.param ? "named" : "unnamed"; });
 
 }  // namespace
 }  // namespace mtf
