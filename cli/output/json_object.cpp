@@ -74,6 +74,14 @@ CJsonObject& CJsonObject::AddDate(std::string_view key, DATE date) {
     return *this;
 }
 
+CJsonObject& CJsonObject::AddTexts(std::string_view key, const std::vector<std::string>& texts) {
+    auto& array = m_object[std::string(key)] = nlohmann::ordered_json::array();
+    for (const std::string& text : texts) {
+        array.push_back(Marked(ToUtf16(text)));
+    }
+    return *this;
+}
+
 CJsonObject& CJsonObject::AddObject(std::string_view key, const CJsonObject& value) {
     m_object[std::string(key)] = value.m_object;
     return *this;

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "ZorelAutomation.h"
 
@@ -19,6 +20,7 @@ public:
     CJsonObject& AddBool(std::string_view key, bool value);
     // "2024-03-01T12:34:56Z", or null for a date that is not valid.
     CJsonObject& AddDate(std::string_view key, DATE date);
+    CJsonObject& AddTexts(std::string_view key, const std::vector<std::string>& texts);
     CJsonObject& AddObject(std::string_view key, const CJsonObject& value);
 
     // Ends with a line feed.

@@ -113,8 +113,8 @@ class ClientTest(unittest.TestCase):
         for text in texts:
             self.assertIn(text, message)
 
-    def scan(self, *arguments):
-        return objects("scan", self.tree, "-o", self.catalogue, "--json", *arguments)[0]
+    def scan(self, *arguments, code=0):
+        return objects("scan", self.tree, "-o", self.catalogue, "--json", *arguments, code=code)[0]
 
     def content(self):
         """Every file of the catalogue with its bytes."""
