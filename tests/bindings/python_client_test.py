@@ -1,14 +1,17 @@
 #!/usr/bin/env python3
 """The Python package: values across the boundary, lifetime, failures, misuse.
 
-Usage: python_client_test.py MODULE OIBIDX [unittest arguments]
+Usage: python_client_test.py MODULE OIBIDX MYPY [unittest arguments]
 """
 
 import ctypes
 import gc
+import inspect
 import os
 import pathlib
+import pickle
 import random
+import re
 import subprocess
 import sys
 import tempfile
@@ -16,9 +19,10 @@ import unittest
 import uuid
 from datetime import datetime, timedelta, timezone
 
-PACKAGE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../bindings/python")
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+PACKAGE = str(ROOT / "bindings/python")
 sys.path.insert(0, PACKAGE)
-MODULE, OIBIDX = sys.argv.pop(1), sys.argv.pop(1)
+MODULE, OIBIDX, MYPY = (sys.argv.pop(1) for _ in range(3))
 os.environ["ZOREL_OIBIDX_MODULE"] = MODULE
 
 import zorel_oibidx  # noqa: E402
@@ -92,6 +96,15 @@ class ClientTest(unittest.TestCase):
 
 
 class Values(ClientTest):
+    def check_list(self, files, names):
+        """Indices and slices select as those of a list of names."""
+        for index in range(-len(names), len(names)):
+            self.assertEqual(files[index].FileName, names[index])
+        for index in (len(names), -len(names) - 1):
+            self.assertRaises(IndexError, lambda: files[index])
+        for part in (slice(1, None), slice(None, None, -1), slice(-2, 9), slice(3, 1)):
+            self.assertEqual([file.FileName for file in files[part]], names[part])
+
     def test_listings(self):
         for path in (self.data_file, pathlib.Path(self.data_file), os.fsencode(self.data_file)):
             with self.lib.BrowseOibDF(path) as browser:
@@ -103,6 +116,7 @@ class Values(ClientTest):
                     self.assertEqual([file.FileName for file in files], names)
                     self.assertEqual((files.FilesCount, len(files)), (len(names),) * 2)
                     self.assertTrue(files)
+                    self.check_list(files, names)
                 photo = browser.GetFiles("c:\\docs\\2019").GetFileInfo(index=1)
         self.assertEqual((photo.FileName, photo.Size, photo.ModifyTime),
                          ("photo.jpg", 2**32 + 1, TIME + 3 * SECOND))
@@ -159,6 +173,7 @@ class Values(ClientTest):
             references = session.EnumOibsRefs()
             self.assertEqual(list(references), [("db02", "", DB), ("web01", "monday", WEB)])
             self.assertEqual(references.UniqueId, DB)
+            self.assertEqual(references[-1:], [("web01", "monday", WEB)])
             session.DeleteOibRef(DB)
             session.DeleteOibRef(str(WEB))
             self.assertEqual(len(session.EnumOibsRefs()), 0)
@@ -189,7 +204,10 @@ class Lifetime(ClientTest):
     def test_a_with_block_closes_and_releases(self):
         with self.lib.BrowseOibDF(self.data_file) as browser:
             files = browser.GetFiles("")
-        for use in (lambda: browser.GetFiles(""), lambda: browser.Nothing, lambda: len(browser)):
+            others, elements = browser.GetFiles("docs"), iter(files)
+        others.release()
+        next(elements)
+        for use in (lambda: browser.GetFiles(""), lambda: others.TotalSize, lambda: len(others)):
             self.assertRaisesRegex(ValueError, "has been released", use)
         self.assertEqual(len(files), 2)  # remains valid without its browser
         with self.assertRaises(ZeroDivisionError):
@@ -206,6 +224,7 @@ class Lifetime(ClientTest):
             file.release()
         self.lib.release()
         files.release()
+        self.assertRaisesRegex(ValueError, "has been released", next, elements)
         self.assertEqual(tree.EnumChildTrees(), [])
         self.assertFalse(can_unload())
         tree.release()
@@ -222,11 +241,12 @@ class Lifetime(ClientTest):
                 references = self.lib.CreateBSessionMetaFile(session, 0).EnumOibsRefs()
                 for _ in range(rounds):
                     files.GetFileInfo(0)
+                    self.assertEqual(len(list(files)), 2)
                     references.GetOibRef(0)
                     browser.GetFolders("c:\\")
                     task.Find(SearchSpec(rootPath="c:\\" + "x" * 200))
                     self.assertRaises(OibError, self.lib.BrowseOibDF, missing)
-                    self.assertRaises(OibError, self.lib.CreateMetaFile, missing, {})
+                    self.assertRaises(OibError, self.lib.FindInOibTDF2, missing, {})
 
         work(50)
         before = allocated_bytes()
@@ -245,20 +265,40 @@ class Failures(ClientTest):
         with self.assertRaisesRegex(OibError, "CCoOibTDFSearchTask.*"):
             self.lib.FindInOibTDF2(self.path("missing"), {})
 
+    def test_failures_are_those_of_python(self):
+        for code, kind in [(0x80070002, FileNotFoundError), (0x80070003, FileNotFoundError),
+                           (0x80070005, PermissionError), (0x80070020, PermissionError)]:
+            error = pickle.loads(pickle.dumps(OibError(code - 2**32, "s", "text", "Open")))
+            self.assertIsInstance(error, kind)
+            self.assertEqual((error.hresult, error.source, error.description, error.call),
+                             (code, "s", "text", "Open"))
+            self.assertEqual((type(OSError(error.errno, "")), error.strerror), (kind, str(error)))
+        self.assertNotIsInstance(OibError(0x80004005), OSError)
+        self.assertRaises(FileNotFoundError, self.lib.BrowseOibDF, self.path("no", "file"))
+        with self.lib.CreateMetaFile(self.path("m"), 1):
+            self.assertRaises(PermissionError, self.lib.CreateMetaFile, self.path("m"), 1)
+
     def test_misuse(self):
-        self.assertIs(self.lib.IsWildcardMatch(pattern="*.TXT", line="C:\\d\\a.txt"), True)
+        self.assertIs(self.lib.IsWildcardMatch(PATTERN="*.TXT", line="C:\\d\\a.txt"), True)
         names = {"lib": self.lib, "FileTime": FileTime, "early": datetime(1600, 1, 1),
                  "match": self.lib.IsWildcardMatch, "crc": self.lib.ConvetrPathToCrcStr,
-                 "search": self.lib.FindInOibTDF2}
+                 "search": self.lib.FindInOibTDF2, "tdfs": self.lib.GenerateOibTDFs,
+                 "file": self.lib.CreateMetaFile(self.path("m"), 2)}
         for failure, calls in [
-                (0x80070057, ["lib.BrowseOibDF(None)"]),
+                (0x80070057, ["lib.BrowseOibDF(None)"]), (0x80004001, ["lib.ParseOibTDFName('')"]),
                 (0x8002000A, ["crc('a', 2**31)", "crc('a', 2**64 - 1)"]),
-                (0x8002000E, ["match('C:/a')", "match('C:/a', 'b', 'c')"]),
-                (0x80020005, ["crc('a', 'b')", "search('a', 1)", "search('a', FileTime(0))"]),
-                (AttributeError, ["lib.Nothing", "lib._Close", "setattr(lib, 'InitLogging', 1)"]),
+                (AttributeError, ["lib.Nothing", "lib._Close", "setattr(lib, 'InitLogging', 1)",
+                                  "lib._REFERENCE"]),
                 (TypeError, ["match('a', text='a')", "match('a', line='a')", "match(pattern='a')",
-                             "match('a', [1])", "search('a', {'Nothing': 1})", "list(lib)"]),
-                (OverflowError, ["match('a', 2**64)", "search('a', {'SizeTill': 2**63})",
+                             "match('a', [1])", "match('a', 2)", "search('a', {'Nothing': 1})",
+                             "list(lib)", "match('C:/a', 'b', 'c')", "crc('a', 'b')",
+                             "crc('a', 1.5)", "search('a', 1)", "search('a', FileTime(0))",
+                             "search('a', {'ModifyTimeFrom': 'monday'})", "search('a', None)",
+                             "search('a', {'SizeTill': '1'})", "search('a', {'Owner': 1})",
+                             "search('a', {'UseSizeLimits': 'no'})", "file[0]", "len(file)",
+                             "lib.InitLogging('log', 'no')", "lib.CreateMetaFile('m', None)",
+                             "tdfs('s', 't', early, 1, False, 0, 0, '')"]),
+                (OverflowError, ["crc('a', 2**64)", "search('a', {'SizeTill': 2**63})",
                                  "FileTime.from_datetime(early)"])]:
             for call in calls:
                 with self.assertRaises((OibError, AttributeError, TypeError, OverflowError),
@@ -267,6 +307,36 @@ class Failures(ClientTest):
                 error = caught.exception
                 self.assertIn(failure, (type(error), getattr(error, "hresult", None)), call)
                 self.assertIsNone(getattr(error, "description", None), call)
+
+
+class Declarations(unittest.TestCase):
+    def test_every_published_member_is_declared_and_documented(self):
+        kind, checked = None, 0
+        for line in (ROOT / "tests/data/interfaces.txt").read_text().splitlines():
+            if not line.startswith(" "):
+                kind = getattr(zorel_oibidx, line.split()[0], None) if " library " in line else None
+            elif kind is not None:
+                name, arguments = line.split(maxsplit=2)[2].split("(")
+                declared = vars(kind)[name]
+                self.assertIn(name, dir(kind))
+                self.assertTrue(inspect.getdoc(kind) and declared.__doc__, name)
+                if not isinstance(declared, property):
+                    # Arguments by reference are results, with one exception: the criteria.
+                    inputs = re.findall(r"(?:SearchSpec\*|\w+) (\w+)[,)]", arguments)
+                    self.assertEqual(list(inspect.signature(declared).parameters)[1:], inputs)
+                checked += 1
+        self.assertEqual(checked, 70)
+
+        stub = (pathlib.Path(PACKAGE) / "zorel_oibidx/__init__.pyi").read_text()
+        names = set(re.findall(r"as (\w+),?$|^def (\w+)", stub, re.MULTILINE))
+        self.assertEqual({a or b for a, b in names}, set(zorel_oibidx.__all__))
+
+    def test_types(self):
+        client = ROOT / "tests/bindings/typed_client.py"
+        done = subprocess.run(
+            [MYPY, "--strict", "--warn-unused-ignores", "--cache-dir", os.devnull, client],
+            env=os.environ | {"MYPYPATH": PACKAGE}, text=True, capture_output=True)
+        self.assertEqual((done.returncode, done.stdout[:8]), (0, "Success:"), done.stdout)
 
 
 unittest.main()

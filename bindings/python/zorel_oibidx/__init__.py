@@ -7,18 +7,36 @@
             for file in browser.GetFiles("C:\\docs"):
                 print(file.ModifyTime, file.Size, file.FileName)
 
-Objects have the methods and properties of the published interfaces; names are found without
-case. A call that fails raises OibError.
+Objects have the methods and properties of the published interfaces, IOibIdxLib first; names are
+found without case. A call that fails raises OibError.
 """
 
 import os
 
-from .objects import AutomationObject, BackupFile, BSessionInfo, OibRef, RetargetedOibRef
+from .errors import OibError, OibFileNotFoundError, OibPermissionError
+from .interfaces import (
+    ICatOibRefsEnumerator,
+    IMtfAddBSessionCmdAccessor,
+    IMtfAttrsTree,
+    IMtfBSessionMetaFile,
+    IMtfMetaFile,
+    IMtfPublicationMetaFileReader,
+    IMtfPublicationOrderingInfo,
+    IOibBDFSearchTask,
+    IOibDFBrowser,
+    IOibFilesArray,
+    IOibIdxLib,
+    IOibTDFSearchTask,
+)
+from .objects import AutomationObject
 from .values import (
+    BackupFile,
+    BSessionInfo,
     EIdxMetaOpenMode,
     FileTime,
-    OibError,
     OibFileInfo,
+    OibRef,
+    RetargetedOibRef,
     SearchResult,
     SearchSpec,
 )
@@ -29,8 +47,12 @@ else:
     from . import _posix as _system
 
 __all__ = [
-    "AutomationObject", "BSessionInfo", "BackupFile", "EIdxMetaOpenMode", "FileTime", "OibError",
-    "OibFileInfo", "OibRef", "RetargetedOibRef", "SearchResult", "SearchSpec", "create_library",
+    "AutomationObject", "BSessionInfo", "BackupFile", "EIdxMetaOpenMode", "FileTime",
+    "ICatOibRefsEnumerator", "IMtfAddBSessionCmdAccessor", "IMtfAttrsTree", "IMtfBSessionMetaFile",
+    "IMtfMetaFile", "IMtfPublicationMetaFileReader", "IMtfPublicationOrderingInfo",
+    "IOibBDFSearchTask", "IOibDFBrowser", "IOibFilesArray", "IOibIdxLib", "IOibTDFSearchTask",
+    "OibError", "OibFileInfo", "OibFileNotFoundError", "OibPermissionError", "OibRef",
+    "RetargetedOibRef", "SearchResult", "SearchSpec", "create_library",
 ]
 
 
@@ -41,4 +63,4 @@ def create_library(path=None):
     ZOREL_OIBIDX_MODULE, or else the loader's search for libZorelOibIdxComLib.so. Windows
     creates the registered class; there a path raises ValueError.
     """
-    return AutomationObject(_system.create_library(path))
+    return IOibIdxLib(_system.create_library(path))

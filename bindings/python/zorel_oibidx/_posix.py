@@ -1,29 +1,23 @@
 """Late-bound calls on Linux, through the automation functions that the module exports."""
 
+import codecs
 import ctypes
 import functools
 import os
+import struct
+import sys
 import uuid
 import weakref
 from ctypes import POINTER, byref, c_double, c_int16, c_int32, c_int64, c_uint16, c_uint32
 from ctypes import c_uint64, c_void_p
-from datetime import datetime
 
-from .values import (
-    DISP_E_EXCEPTION,
-    FileTime,
-    OibError,
-    OibFileInfo,
-    SearchResult,
-    SearchSpec,
-    as_record,
-    date_from_datetime,
-    datetime_from_date,
-)
+from .errors import DISP_E_EXCEPTION, OibError
+from .objects import METHOD
+from .values import FileTime, OibFileInfo, SearchResult, datetime_from_date
 
 _DEFAULT_MODULE = "libZorelOibIdxComLib.so"
 
-_VT_EMPTY, _VT_NULL, _VT_I4, _VT_R8, _VT_DATE, _VT_BSTR = 0, 1, 3, 5, 7, 8
+_VT_EMPTY, _VT_NULL, _VT_I4, _VT_BSTR = 0, 1, 3, 8
 _VT_DISPATCH, _VT_BOOL, _VT_VARIANT, _VT_UI4, _VT_I8, _VT_UI8 = 9, 11, 12, 19, 20, 21
 _VT_RECORD, _VT_ARRAY, _VT_BYREF = 36, 0x2000, 0x4000
 
@@ -47,8 +41,8 @@ class _Record(ctypes.Structure):
 
 class _Value(ctypes.Union):
     _fields_ = [
-        ("i4", c_int32), ("ui4", c_uint32), ("i8", c_int64), ("ui8", c_uint64), ("r8", c_double),
-        ("bool", c_int16), ("pointer", c_void_p), ("record", _Record),
+        ("i4", c_int32), ("ui4", c_uint32), ("i8", c_int64), ("ui8", c_uint64), ("bool", c_int16),
+        ("pointer", c_void_p), ("record", _Record),
     ]
 
 
@@ -81,43 +75,52 @@ class _SearchSpec(ctypes.Structure):
     ]
 
 
-class _FileRecord(ctypes.Structure):  # SearchResult and OibFileInfo have the same layout
-    _fields_ = [("name", c_void_p), ("time", c_double), ("size", c_int64), ("owner", c_void_p)]
-
-
 _IID_NULL = _Guid()
 _IID_IDISPATCH = _Guid.of("00020400-0000-0000-c000-000000000046")
-_FILE_RECORDS = {
-    uuid.UUID("74590d76-2403-4179-822b-bffb059b2e0d"): SearchResult,
-    uuid.UUID("0c7d7e0b-0247-4802-a844-cc2fbc4ccd51"): OibFileInfo,
-}
+
+# The memory of the process: a slice takes a tenth of the time of ctypes.string_at.
+_MEMORY = memoryview((ctypes.c_ubyte * sys.maxsize).from_address(0)).cast("B")
+_UNITS = _MEMORY[:-3].cast("I")  # in front of a string, its length in bytes
+_read_file = struct.Struct("=QdqQ").unpack_from  # SearchResult and OibFileInfo
+
+
+def _text(string):
+    """The text of a BSTR. Lone surrogates are preserved."""
+    if not string:
+        return None
+    length = _UNITS[string // 4 - 1]
+    return codecs.utf_16_le_decode(_MEMORY[string:string + length], "surrogatepass", True)[0]
+
 
 # ----- Calls through vtables -----------------------------------------------------------
 
 
-def _slot(number, result, *arguments):
-    """The method in a vtable slot, as a function of the object and its arguments."""
-    prototype = ctypes.CFUNCTYPE(result, c_void_p, *arguments)
-    functions = {}
+class _Slot:
+    """The method in a vtable slot: a function of the object and its arguments."""
 
-    def call(pointer, *values):
+    def __init__(self, number, result, *arguments):
+        self._offset = number * ctypes.sizeof(c_void_p)
+        self._prototype = ctypes.CFUNCTYPE(result, c_void_p, *arguments)
+        self._functions = {}
+
+    def address(self, pointer):
+        """The address of the method of this object."""
         table = c_void_p.from_address(pointer).value
-        address = c_void_p.from_address(table + number * ctypes.sizeof(c_void_p)).value
-        function = functions.get(address)
-        if function is None:
-            function = functions[address] = prototype(address)
-        return function(pointer, *values)
+        return c_void_p.from_address(table + self._offset).value
 
-    return call
+    def __call__(self, pointer, *values):
+        address = self.address(pointer)
+        if address not in self._functions:
+            self._functions[address] = self._prototype(address)
+        return self._functions[address](pointer, *values)
 
 
-_release = _slot(2, c_uint32)
-_get_ids_of_names = _slot(
+_release = _Slot(2, c_uint32)
+_get_ids_of_names = _Slot(
     5, c_int32, POINTER(_Guid), POINTER(c_void_p), c_uint32, c_uint32, POINTER(c_int32))
-_invoke = _slot(
-    6, c_int32, c_int32, POINTER(_Guid), c_uint32, c_uint16, POINTER(_DispParams),
-    POINTER(_Variant), POINTER(_ExcepInfo), POINTER(c_uint32))
-_record_guid = _slot(6, c_int32, POINTER(_Guid))
+_invoke = _Slot(  # member, IID_NULL, locale, flags, parameters, result, exception, bad argument
+    6, c_int32, c_int32, c_void_p, c_uint32, c_uint16, c_void_p, c_void_p, c_void_p, c_void_p)
+_record_guid = _Slot(6, c_int32, POINTER(_Guid))
 
 
 class _RecordInfo:
@@ -166,8 +169,7 @@ class _Module:
             "CreateOibIdxLib", c_int32, c_void_p, POINTER(_Guid), POINTER(c_void_p))
         self.new_string = function("SysAllocStringLen", c_void_p, c_void_p, c_uint32)
         self.free_string = function("SysFreeString", None, c_void_p)
-        self.string_length = function("SysStringLen", c_uint32, c_void_p)
-        self.clear = function("VariantClear", c_int32, POINTER(_Variant))
+        self.clear = function("VariantClear", c_int32, c_void_p)
         self.array_bounds = [
             function(name, c_int32, c_void_p, c_uint32, POINTER(c_int32))
             for name in ("SafeArrayGetLBound", "SafeArrayGetUBound")
@@ -175,10 +177,9 @@ class _Module:
         self.access = function("SafeArrayAccessData", c_int32, c_void_p, POINTER(c_void_p))
         self.unaccess = function("SafeArrayUnaccessData", c_int32, c_void_p)
 
-    # ----- Text: lone surrogates are preserved -----
-
     def string(self, text):
-        """A new BSTR, which the caller frees; the null string for None."""
+        """A new BSTR, which the caller frees; the null string for None. Lone surrogates are
+        preserved."""
         if text is None:
             return None
         units = text.encode("utf-16-le", "surrogatepass")
@@ -187,14 +188,8 @@ class _Module:
             raise MemoryError
         return string
 
-    def text(self, string):
-        if not string:
-            return None
-        units = ctypes.string_at(string, 2 * self.string_length(string))
-        return units.decode("utf-16-le", "surrogatepass")
-
     def take_text(self, string):
-        text = self.text(string)
+        text = _text(string)
         self.free_string(string)
         return text
 
@@ -208,20 +203,9 @@ class _Module:
         try:
             count = last.value - first.value + 1
             strings = (c_void_p * count).from_address(data.value) if count > 0 else ()
-            return [self.text(string) for string in strings]
+            return [_text(string) for string in strings]
         finally:
             self.unaccess(array)
-
-    def record(self, record):
-        """The value of a record; a record type without an identifier is a GUID."""
-        guid = _Guid()
-        _check("record", _record_guid(record.info, byref(guid)))
-        kind = guid.uuid()
-        if kind.int == 0:
-            return _Guid.from_address(record.data).uuid()
-        file = _FileRecord.from_address(record.data)
-        return _FILE_RECORDS[kind](
-            self.text(file.name), datetime_from_date(file.time), file.size, self.text(file.owner))
 
     def take(self, variant):
         """The value of a variant. The returned Reference takes over a VT_DISPATCH reference."""
@@ -239,11 +223,9 @@ _READERS = {
     _VT_UI4: lambda module, variant: variant.ui4,
     _VT_I8: lambda module, variant: variant.i8,
     _VT_UI8: lambda module, variant: variant.ui8,
-    _VT_R8: lambda module, variant: variant.r8,
     _VT_BOOL: lambda module, variant: variant.bool != 0,
-    _VT_DATE: lambda module, variant: datetime_from_date(variant.r8),
-    _VT_BSTR: lambda module, variant: module.text(variant.pointer),
-    _VT_RECORD: lambda module, variant: module.record(variant.record),
+    _VT_BSTR: lambda module, variant: _text(variant.pointer),
+    _VT_RECORD: lambda module, variant: _record_reader(variant.record.info)(variant.record.data),
     _VT_ARRAY | _VT_BSTR: lambda module, variant: module.texts(variant.pointer),
 }
 
@@ -251,6 +233,34 @@ _READERS = {
 def _check(call, result):
     if result < 0:
         raise OibError(result, call=call)
+
+
+def _read_guid(data):
+    return _Guid.from_address(data).uuid()
+
+
+def _file_reader(kind):
+    new = tuple.__new__  # of a NamedTuple, without the call of its own constructor
+
+    def read(data):
+        name, time, size, owner = _read_file(_MEMORY, data)
+        return new(kind, (_text(name), datetime_from_date(time), size, _text(owner)))
+
+    return read
+
+
+_RECORD_READERS = {  # by identifier; a record type without one is a GUID
+    uuid.UUID("74590d76-2403-4179-822b-bffb059b2e0d"): _file_reader(SearchResult),
+    uuid.UUID("0c7d7e0b-0247-4802-a844-cc2fbc4ccd51"): _file_reader(OibFileInfo),
+    uuid.UUID(int=0): _read_guid,
+}
+
+
+def _record_reader(info):
+    """The function that reads records of this type from their address."""
+    guid = _Guid()
+    _check("record", _record_guid(info, byref(guid)))
+    return _RECORD_READERS[guid.uuid()]
 
 
 # ----- One call ------------------------------------------------------------------------
@@ -290,23 +300,16 @@ class _Arguments:
             self._module.free_string(self._strings.pop())
 
     def _fill(self, variant, value):
-        value = as_record(value)
-        if isinstance(value, bool):
+        if value is None or isinstance(value, str):
+            variant.vt, variant.pointer = _VT_BSTR, self._module.string(value)
+        elif isinstance(value, bool):
             variant.vt, variant.bool = _VT_BOOL, -value
         elif isinstance(value, int):
             self._fill_number(variant, value)
-        elif isinstance(value, float):
-            variant.vt, variant.r8 = _VT_R8, value
-        elif isinstance(value, datetime):
-            variant.vt, variant.r8 = _VT_DATE, date_from_datetime(value)
-        elif isinstance(value, SearchSpec):
-            self._fill_record(variant, _SEARCH_SPEC, self._record_of(value))
         elif isinstance(value, FileTime):
             self._fill_record(variant, _FILE_TIME, c_uint64(value.ticks))
         else:
-            text = f"{{{value}}}" if isinstance(value, uuid.UUID) else value
-            text = text if text is None else os.fsdecode(text)
-            variant.vt, variant.pointer = _VT_BSTR, self._module.string(text)
+            self._fill_record(variant, _SEARCH_SPEC, self._record_of(value))
 
     def _fill_number(self, variant, value):
         if -(2**31) <= value < 2**31:
@@ -328,7 +331,7 @@ class _Arguments:
         kinds = dict(_SearchSpec._fields_)
         for name, value in criteria.fields():
             if kinds[name] is c_void_p:
-                value = self._module.string(value if value is None else os.fsdecode(value))
+                value = self._module.string(value)
                 self._strings.append(value)
             elif kinds[name] is c_int16:
                 value = -bool(value)
@@ -359,15 +362,13 @@ class Reference:
             raise ValueError("the object has been released")
         return self._pointer
 
-    def find(self, names):
-        """The identifiers of a member and its arguments."""
-        texts = [ctypes.create_string_buffer(name.encode("utf-16-le", "surrogatepass") + b"\0\0")
-                 for name in names]
-        pointers = (c_void_p * len(names))(*map(ctypes.addressof, texts))
-        ids = (c_int32 * len(names))()
-        result = _get_ids_of_names(self._held(), byref(_IID_NULL), pointers, len(names), 0, ids)
-        _check(names[0], result)
-        return list(ids)
+    def find(self, name):
+        """The identifier of a member."""
+        text = ctypes.create_string_buffer(name.encode("utf-16-le") + b"\0\0")
+        pointer, member_id = c_void_p(ctypes.addressof(text)), c_int32()
+        _check(name, _get_ids_of_names(self._held(), byref(_IID_NULL), byref(pointer), 1, 0,
+                                       byref(member_id)))
+        return member_id.value
 
     def invoke(self, call, member_id, flags, values, outputs):
         """Calls the member. Returns its return value and a list with a value for each letter of
@@ -379,11 +380,40 @@ class Reference:
             code = _invoke(pointer, member_id, byref(_IID_NULL), 0, flags,
                            byref(arguments.params), byref(result), byref(exception),
                            byref(bad_argument))
-            self._raise_failure(call, code, exception)
+            if code < 0:
+                self._raise_failure(call, code, exception)
             return self._module.take(result), [self._module.take(v) for v in arguments.outputs]
         finally:
             arguments.close()
             self._module.clear(byref(result))
+
+    def records(self, call, member_id, indices):
+        """Calls a method that returns a record with each index in turn; yields the results.
+
+        The variants and the converted arguments are the same for all calls: this takes a tenth
+        of the time of invoke().
+        """
+        index, result, exception = _Variant(vt=_VT_I4), _Variant(), _ExcepInfo()
+        params = _DispParams(ctypes.pointer(index), None, 1, 0)
+        iid, parameters, result_at, exception_at = (
+            c_void_p(ctypes.addressof(item)) for item in (_IID_NULL, params, result, exception))
+        arguments = (c_void_p(self._held()), member_id, iid, 0, METHOD, parameters, result_at,
+                     exception_at, None)
+        # Without declared arguments a call does not convert them again.
+        invoke = ctypes.CFUNCTYPE(c_int32)(_invoke.address(self._held()))
+        read, record, clear = None, result.record, self._module.clear
+        for index.i4 in indices:
+            if self._pointer is None:
+                self._held()
+            code = invoke(*arguments)
+            if code < 0:
+                self._raise_failure(call, code, exception)
+            try:
+                read = read or _record_reader(record.info)
+                value = read(record.data)
+            finally:
+                clear(result_at)
+            yield value
 
     def _raise_failure(self, call, code, exception):
         source, description, _ = [

@@ -1,7 +1,5 @@
 """Late-bound calls on Windows, through the automation package win32com."""
 
-import dataclasses
-import os
 import uuid
 from datetime import datetime, timezone
 
@@ -9,22 +7,16 @@ import pythoncom
 import pywintypes
 from win32com.client import VARIANT
 
-from .values import (
-    FileTime,
-    OibError,
-    OibFileInfo,
-    SearchResult,
-    SearchSpec,
-    as_record,
-    date_from_datetime,
-)
+from .errors import OibError
+from .objects import METHOD
+from .values import FileTime, OibFileInfo, SearchResult, SearchSpec
 
 _PROG_ID = "ZorelOibIdxLib.COibIdxLib.5"
 _LIBRARY = ("{b61b642b-ea60-4c62-918f-26f54f0f815d}", 1, 0, 0x409)
 _SEARCH_SPEC = "{0c1f0ba5-09d6-4f5f-9ab1-0961fc36b976}"
 _FILE_TIME = "{49caf78e-0807-43d0-9090-9a06a76af5a0}"
 
-# The variant type of each letter in objects._OUTPUTS.
+# The variant type of each letter of the outputs in objects.member().
 _OUTPUT_TYPES = {
     "s": pythoncom.VT_BSTR,
     "g": pythoncom.VT_VARIANT,
@@ -41,20 +33,15 @@ def _new_record(record_id, fields):
 
 
 def _argument(value):
-    value = as_record(value)
     if value is None:
         # Without VT_BYREF the package passes the text "None".
         return VARIANT(pythoncom.VT_BYREF | pythoncom.VT_BSTR, None)
-    if isinstance(value, (bool, int, float)):
-        return value
-    if isinstance(value, datetime):
-        return VARIANT(pythoncom.VT_DATE, date_from_datetime(value))
     if isinstance(value, SearchSpec):
         return _new_record(_SEARCH_SPEC, value.fields())
     if isinstance(value, FileTime):
         low, high = value.ticks & 0xFFFFFFFF, value.ticks >> 32
         return _new_record(_FILE_TIME, [("dwLowDateTime", low), ("dwHighDateTime", high)])
-    return f"{{{value}}}" if isinstance(value, uuid.UUID) else os.fsdecode(value)
+    return value
 
 
 def _utc(time):
@@ -72,9 +59,8 @@ def _value(value):
     if isinstance(value, pywintypes.IIDType):
         return uuid.UUID(str(value))
     for kind in (SearchResult, OibFileInfo):
-        names = [field.name for field in dataclasses.fields(kind)]
-        if all(hasattr(value, name) for name in names):
-            return kind(*(_value(getattr(value, name)) for name in names))
+        if all(hasattr(value, name) for name in kind._fields):
+            return kind(*(_value(getattr(value, name)) for name in kind._fields))
     return value
 
 
@@ -103,11 +89,11 @@ class Reference:
             raise ValueError("the object has been released")
         return self._dispatch
 
-    def find(self, names):
+    def find(self, name):
         try:
-            return list(self._held().GetIDsOfNames(list(names)))
+            return self._held().GetIDsOfNames(name)
         except pythoncom.com_error as failure:
-            raise _error(names[0], failure) from None
+            raise _error(name, failure) from None
 
     def invoke(self, call, member_id, flags, values, outputs):
         results = [VARIANT(pythoncom.VT_BYREF | _OUTPUT_TYPES[kind], None) for kind in outputs]
@@ -117,6 +103,9 @@ class Reference:
         except pythoncom.com_error as failure:
             raise _error(call, failure) from None
         return _value(result), [_value(output.value) for output in results]
+
+    def records(self, call, member_id, indices):
+        return (self.invoke(call, member_id, METHOD, [index], "")[0] for index in indices)
 
 
 def create_library(path):

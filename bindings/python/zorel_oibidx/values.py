@@ -1,49 +1,15 @@
-"""Values of arguments and results: records, times, errors."""
+"""Values of arguments and results: records, times, conversions of arguments."""
 
 import dataclasses
 import enum
-from collections.abc import Mapping
+import operator
+import os
+import uuid
+from collections.abc import ItemsView, Mapping
 from datetime import datetime, timedelta, timezone
+from typing import Any, NamedTuple, Self
 
-DISP_E_MEMBERNOTFOUND = 0x80020003
-DISP_E_UNKNOWNNAME = 0x80020006
-DISP_E_EXCEPTION = 0x80020009
-
-_CALL_FAILURES = {
-    0x80004001: "The method is not implemented.",
-    0x80070057: "An argument is null.",
-    DISP_E_MEMBERNOTFOUND: "There is no such member.",
-    0x80020004: "An argument has a name that the method does not know.",
-    0x80020005: "An argument has the wrong type.",
-    DISP_E_UNKNOWNNAME: "There is no such name.",
-    0x8002000A: "An argument is out of range.",
-    0x8002000E: "The number of arguments is wrong.",
-    0x8002000F: "An argument is missing.",
-}
-
-
-class OibError(Exception):
-    """A call that failed.
-
-    hresult      the result code, as an unsigned number: 0x80070002
-    source       the class that failed; None if the object gives no source
-    description  the full message: the failed operation first, the cause last, separated by
-                 CR LF; None for a failure without a message, such as a null argument
-    call         the method or property
-    """
-
-    def __init__(self, hresult, source=None, description=None, call=""):
-        hresult &= 0xFFFFFFFF
-        super().__init__(hresult, source, description, call)
-        self.hresult = hresult
-        self.source = source
-        self.description = description
-        self.call = call
-
-    def __str__(self):
-        text = self.description or _CALL_FAILURES.get(self.hresult, "The call failed.")
-        text = text.replace("\r\n", "\n")
-        return f"{self.call}: {text} (HRESULT 0x{self.hresult:08X})"
+Text = str | bytes | os.PathLike[str] | os.PathLike[bytes] | None
 
 
 class EIdxMetaOpenMode(enum.IntEnum):
@@ -62,11 +28,11 @@ _FIRST_DATE = -657434.0  # 0100-01-01
 _LAST_DATE = 2958465.99999999  # the end of 9999-12-31
 
 
-def _as_utc(time):
+def _as_utc(time: datetime) -> datetime:
     return time.replace(tzinfo=timezone.utc) if time.tzinfo is None else time
 
 
-def date_from_datetime(time):
+def date_from_datetime(time: datetime) -> float:
     """An automation date. A time without a zone is UTC."""
     since = _as_utc(time) - _DATE_ZERO
     day_part = (since.seconds + since.microseconds / 1e6) / 86400
@@ -74,11 +40,10 @@ def date_from_datetime(time):
     return since.days + day_part if since.days >= 0 else since.days - day_part
 
 
-def datetime_from_date(date):
+def datetime_from_date(date: float) -> datetime:
     """The UTC time of an automation date, to the millisecond."""
     days = int(date)
-    milliseconds = round(abs(date - days) * 86400_000)
-    return _DATE_ZERO + timedelta(days=days, milliseconds=milliseconds)
+    return _DATE_ZERO + timedelta(days, 0, 0, round(abs(date - days) * 86400_000))
 
 
 @dataclasses.dataclass(frozen=True)
@@ -87,17 +52,17 @@ class FileTime:
 
     ticks: int
 
-    def __post_init__(self):
+    def __post_init__(self) -> None:
         if not 0 <= self.ticks < 2**64:
             raise OverflowError("the time is outside the range of file times")
 
     @classmethod
-    def from_datetime(cls, time):
+    def from_datetime(cls, time: datetime) -> Self:
         """A time without a zone is UTC."""
         return cls((_as_utc(time) - _FILE_TIME_ZERO) // timedelta(microseconds=1) * 10)
 
 
-# ----- Records -------------------------------------------------------------------------
+# ----- Criteria ------------------------------------------------------------------------
 
 
 @dataclasses.dataclass
@@ -108,36 +73,40 @@ class SearchSpec:
     when at least one of the two is given.
     """
 
-    rootPath: str | None = None
-    FileNamePattern: str | None = None
-    Owner: str | None = None
+    rootPath: Text = None
+    FileNamePattern: Text = None
+    Owner: Text = None
     UseTimeLimits: bool | None = None
     ModifyTimeFrom: datetime | None = None
     ModifyTimeTill: datetime | None = None
     UseSizeLimits: bool | None = None
-    SizeFrom: int | None = None
+    SizeFrom: int | None = None  # bytes
     SizeTill: int | None = None
     UseSearchServerRule: bool = False
-    UnrestrictedExtentions: str | None = None
+    UnrestrictedExtentions: Text = None
 
-    def fields(self):
-        """(name, value) for each field of the record; dates are numbers, defaults are filled in."""
-        times = [self.ModifyTimeFrom, self.ModifyTimeTill]
-        sizes = [self.SizeFrom, self.SizeTill]
-        used = {"UseTimeLimits": times, "UseSizeLimits": sizes}
-        values = dataclasses.asdict(self)
-        for name, limits in used.items():
+    def fields(self) -> ItemsView[str, Any]:
+        """(name, value) for each field of the record; dates are numbers, defaults are filled in.
+        TypeError for a value of a wrong type."""
+        values = {
+            field.name: None if (value := getattr(self, field.name)) is None
+            else converted(field.name, field.type, value)
+            for field in dataclasses.fields(self)
+        }
+        for name, limits in (("UseTimeLimits", ("ModifyTimeFrom", "ModifyTimeTill")),
+                             ("UseSizeLimits", ("SizeFrom", "SizeTill"))):
             if values[name] is None:
-                values[name] = any(limit is not None for limit in limits)
-        for name, end in (("ModifyTimeFrom", _FIRST_DATE), ("ModifyTimeTill", _LAST_DATE)):
-            values[name] = end if values[name] is None else date_from_datetime(values[name])
-        for name, end in (("SizeFrom", -(2**63)), ("SizeTill", 2**63 - 1)):
+                values[name] = any(values[limit] is not None for limit in limits)
+        for name, end in (("ModifyTimeFrom", _FIRST_DATE), ("ModifyTimeTill", _LAST_DATE),
+                          ("SizeFrom", -(2**63)), ("SizeTill", 2**63 - 1)):
             values[name] = end if values[name] is None else values[name]
         return values.items()
 
 
-@dataclasses.dataclass(frozen=True)
-class SearchResult:
+# ----- Results -------------------------------------------------------------------------
+
+
+class SearchResult(NamedTuple):
     """A result of a search; Owner is None in results of a text search."""
 
     FileFullName: str
@@ -146,9 +115,8 @@ class SearchResult:
     Owner: str | None
 
 
-@dataclasses.dataclass(frozen=True)
-class OibFileInfo:
-    """A file of a listing."""
+class OibFileInfo(NamedTuple):
+    """A file of a listing; Owner is "" if the catalogue does not contain it."""
 
     FileName: str
     ModifyTime: datetime  # UTC
@@ -156,6 +124,94 @@ class OibFileInfo:
     Owner: str | None
 
 
-def as_record(value):
-    """A dict converted to SearchSpec; other values unchanged."""
-    return SearchSpec(**value) if isinstance(value, Mapping) else value
+class OibRef(NamedTuple):
+    """A restore point of a backup session."""
+
+    VmName: str
+    BackupTimeUtc: str
+    UniqueId: uuid.UUID
+
+
+class RetargetedOibRef(NamedTuple):
+    """A restore point of a publication."""
+
+    VmName: str
+    BackupTimeUtc: str
+    OibId: uuid.UUID
+    OibOrigin: str
+    Platform: str
+
+
+class BackupFile(NamedTuple):
+    """A backup file of a publication."""
+
+    BackupSrv: str
+    Path: str
+    ModificationTimeUTC: str
+
+
+class BSessionInfo(NamedTuple):
+    """The backup session of a publication's command."""
+
+    JobName: str
+    BackupServer: str
+    SessionDateUtc: str
+
+
+class TdfOwner(NamedTuple):
+    """The owner in the name of a text data file."""
+
+    OwnerDomain: str
+    OwnerName: str
+
+
+# ----- Conversions of arguments --------------------------------------------------------
+
+Guid = uuid.UUID | str
+Criteria = SearchSpec | Mapping[str, Any]
+
+
+def _text(value: Any) -> str | None:
+    return None if value is None else os.fsdecode(value)
+
+
+def _instance(kind: type, value: Any) -> Any:
+    if not isinstance(value, kind):
+        raise TypeError(f"expected {kind.__name__}, not {type(value).__name__}")
+    return value
+
+
+def _truth(value: Any) -> bool:
+    return bool(_instance(int, value))
+
+
+def _date(value: Any) -> float:
+    return date_from_datetime(_instance(datetime, value))
+
+
+def _file_time(value: Any) -> Any:
+    return _instance(FileTime, value)
+
+
+def _guid(value: Any) -> Any:
+    return f"{{{value}}}" if isinstance(value, uuid.UUID) else _instance(str, value)
+
+
+def _criteria(value: Any) -> Any:
+    return SearchSpec(**value) if isinstance(value, Mapping) else _instance(SearchSpec, value)
+
+
+# The annotation of an argument or field: the function that checks and converts it.
+_CONVERSIONS: dict[Any, Any] = {
+    Text: _text, Guid: _guid, Criteria: _criteria, FileTime: _file_time, bool: _truth,
+    bool | None: _truth, int: operator.index, int | None: operator.index, datetime | None: _date,
+}
+
+
+def converted(name: str, kind: Any, value: Any) -> Any:
+    """The value of an argument or field as the system modules accept it: str, None, int, bool,
+    float, FileTime or SearchSpec. TypeError for a value of a wrong type."""
+    try:
+        return _CONVERSIONS[kind](value)
+    except TypeError as error:
+        raise TypeError(f"{name}: {error}") from None
