@@ -49,6 +49,7 @@ std::vector<CCatalogue::Volume> VolumesIn(const std::string& list, const std::st
         const std::string name = ToUtf8(attribute);
         client::CString value;
         if (name.size() > kVolumePrefix.size() &&
+            name.find('.', kVolumePrefix.size()) == std::string::npos &&
             IsSameName(name.substr(0, kVolumePrefix.size()), kVolumePrefix) &&
             file.Find(attribute, value) && !value.View().empty()) {
             volumes.push_back(
@@ -114,7 +115,9 @@ void CCatalogue::NameDataFile() {
         std::error_code ignored;
         return fs::equivalent(volume.dataFile, place, ignored);
     });
-    m_volumes = {{found != listed.end() ? found->name : fs::path(place).stem().string(), place}};
+    const std::string own = fs::path(place).filename().string();
+    const std::string start = own.substr(0, own.find('.', 1));  // the name of a volume has no dot
+    m_volumes = {{found != listed.end() ? found->name : start, place}};
 }
 
 const CCatalogue::Volume& CCatalogue::FindVolume(std::string_view name) const {

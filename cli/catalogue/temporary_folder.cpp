@@ -6,9 +6,15 @@
 namespace zorel::cli {
 
 CTemporaryFolder::CTemporaryFolder(const std::string& start)
-    : m_path(Make(start)), m_watcher([this] { Remove(); }) {}
+    : m_path(Make(start)), m_watcher([this] {
+          m_removal.lock();  // until the process ends
+          Remove();
+      }) {}
 
 void CTemporaryFolder::Remove() const {
+    if (m_isKept) {
+        return;
+    }
     // Another thread can still write into the folder when a signal ends the program.
     constexpr int kAttempts = 10;
     std::error_code error;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <mutex>
 #include <string>
 
 #include "cli/command_line/signals.h"
@@ -17,12 +18,20 @@ public:
     CTemporaryFolder& operator=(const CTemporaryFolder&) = delete;
 
     const std::string& Path() const { return m_path; }
+    // A signal that arrives while the result exists ends the program only when it is destroyed.
+    [[nodiscard]] std::unique_lock<std::mutex> DelaySignals() {
+        return std::unique_lock(m_removal);
+    }
+    // From now on, the folder is not removed.
+    void Keep() { m_isKept = true; }
 
 private:
     static std::string Make(const std::string& start);
     void Remove() const;
 
     std::string m_path;
+    std::mutex m_removal;
+    bool m_isKept = false;
     CInterruptWatcher m_watcher;
 };
 

@@ -10,15 +10,19 @@ namespace zorel::cli {
 
 namespace fs = std::filesystem;
 
-CVolumeView::CVolumeView(const std::vector<CCatalogue::Volume>& volumes)
-    : m_folder((fs::temp_directory_path() / "oibidx-").string()) {
-    CMetaFile list(VolumeList(), EIdxMetaCreateNewDetached);
+void WriteVolumeList(const std::string& path, const std::vector<CCatalogue::Volume>& volumes) {
+    CMetaFile list(path, EIdxMetaCreateNewDetached);
     for (const CCatalogue::Volume& volume : volumes) {
         // The library joins the path of a volume with the folder of its list.
         list.Set(ToUtf16("Volume." + volume.name),
-                 ToUtf16(fs::relative(volume.dataFile, Folder()).string()));
+                 ToUtf16(fs::relative(volume.dataFile, fs::path(path).parent_path()).string()));
     }
     list.Save();
+}
+
+CVolumeView::CVolumeView(const std::vector<CCatalogue::Volume>& volumes)
+    : m_folder((fs::temp_directory_path() / "oibidx-").string()) {
+    WriteVolumeList(VolumeList(), volumes);
 }
 
 std::string CVolumeView::VolumeList() const {

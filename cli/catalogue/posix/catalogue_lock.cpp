@@ -1,8 +1,11 @@
 #include "cli/catalogue/catalogue_lock.h"
 
+#include <fcntl.h>
 #include <sys/file.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "cli/catalogue/posix/directory.h"
 #include "cli/command_line/signals.h"
@@ -16,6 +19,18 @@ CCatalogueLock::CCatalogueLock(const std::string& folder)
             ThrowSystemError(folder, errno);
         }
     }
+}
+
+CCatalogueLock::CCatalogueLock(std::unique_ptr<CDescriptor> folder)
+    : m_folder(std::move(folder)) {}
+
+std::unique_ptr<CCatalogueLock> CCatalogueLock::Try(const std::string& folder) {
+    auto own = std::make_unique<CDescriptor>(OpenSubfolder(AT_FDCWD, folder.c_str()));
+    struct stat status {};
+    const bool isLocked = *own && ::fstat(own->Get(), &status) == 0 &&
+                          status.st_uid == ::geteuid() &&
+                          ::flock(own->Get(), LOCK_EX | LOCK_NB) == 0;
+    return isLocked ? std::unique_ptr<CCatalogueLock>(new CCatalogueLock(std::move(own))) : nullptr;
 }
 
 CCatalogueLock::~CCatalogueLock() = default;

@@ -50,6 +50,10 @@ FolderId IdOf(const CDescriptor& folder, const std::string& name) {
     return {status.st_dev, status.st_ino};
 }
 
+bool IsRegularFile(const std::string& path, struct stat& status) {
+    return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 bool IsOutOfResources(int error) {
     return error == EMFILE || error == ENFILE || error == ENOMEM;
 }

@@ -25,6 +25,9 @@ CDescriptor OpenSubfolder(int parent, const char* name);
 // Throws std::system_error with `name`.
 FolderId IdOf(const CDescriptor& folder, const std::string& name);
 
+// Whether the path is that of a regular file; `status` is then its state. Follows no link.
+bool IsRegularFile(const std::string& path, struct stat& status);
+
 // Whether an errno value means that descriptors or memory are used up.
 bool IsOutOfResources(int error);
 

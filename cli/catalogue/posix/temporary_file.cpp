@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "cli/catalogue/posix/directory.h"
+#include "cli/catalogue/replacement.h"
 
 namespace zorel::cli {
 
@@ -24,44 +25,6 @@ std::string FolderOf(const std::string& path) {
         return ".";
     }
     return slash == 0 ? "/" : path.substr(0, slash);
-}
-
-void Sync(const std::string& path, int flags, const std::string& target) {
-    CDescriptor descriptor(::open(path.c_str(), flags | O_CLOEXEC));
-    // Some file systems cannot sync a folder and report EINVAL.
-    const bool isSynced = descriptor && (::fsync(descriptor.Get()) == 0 ||
-                                         ((flags & O_DIRECTORY) != 0 && errno == EINVAL));
-    if (!isSynced || descriptor.Close() != 0) {
-        ThrowSystemError(target, errno);
-    }
-}
-
-bool IsRegularFile(const std::string& path, struct stat& status) {
-    return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-}
-
-// Gives the file the owner and the permissions of the target that it replaces.
-void TakeAttributes(const std::string& path, const std::string& target) {
-    struct stat wanted {};
-    struct stat own {};
-    if (!IsRegularFile(target, wanted)) {
-        return;
-    }
-    const CDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    if (!file) {
-        ThrowSystemError(target, errno);
-    }
-    mode_t mode = wanted.st_mode & 07777;
-    // Without privileges the owner cannot change, and the group only to one of the process.
-    if (::fchown(file.Get(), wanted.st_uid, wanted.st_gid) != 0 &&
-        ::fchown(file.Get(), static_cast<uid_t>(-1), wanted.st_gid) != 0) {
-        mode &= ~static_cast<mode_t>(S_IRWXG);  // another group has no permission
-    }
-    // File systems without permissions report EPERM for every change.
-    if (::fstat(file.Get(), &own) != 0 ||
-        ((own.st_mode & 07777) != mode && ::fchmod(file.Get(), mode) != 0)) {
-        ThrowSystemError(target, errno);
-    }
 }
 
 // Whether no process has the file open for writing: CFileWriter holds this lock.
@@ -99,13 +62,13 @@ CTemporaryFile::~CTemporaryFile() {
 
 void CTemporaryFile::Commit() {
     TakeAttributes(m_path, m_target);
-    Sync(m_path, O_RDONLY, m_target);
+    SyncFile(m_path, m_target);
     if (std::rename(m_path.c_str(), m_target.c_str()) != 0) {
         ThrowSystemError(m_target, errno);
     }
     m_path.clear();
     // The new name is on the disk only when the folder is.
-    Sync(FolderOf(m_target), O_RDONLY | O_DIRECTORY, m_target);
+    SyncFolder(FolderOf(m_target), m_target);
 }
 
 void RemoveUnfinishedDataFiles(const std::string& folder) {
