@@ -3,8 +3,10 @@
 #include <cstdlib>
 #include <exception>
 #include <memory>
+#include <new>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -115,11 +117,13 @@ EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
 // Reports a failure outside of Main's handler: CLI11 allocates before main, the handler itself
 // allocates. Allocates nothing.
 [[noreturn]] void ReportTermination() {
-    const char* message = "std::bad_alloc";  // without an exception: its memory is missing
+    const char* message = kNotEnoughMemory;  // without an exception: its memory is missing
     try {
         if (std::current_exception()) {
             throw;
         }
+    } catch (const std::bad_alloc&) {
+        message = kNotEnoughMemory;
     } catch (const std::exception& error) {
         message = error.what();
     }
@@ -134,6 +138,12 @@ EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
     std::set_terminate(ReportTermination);
 }
 
+// Whether the reader of standard output has ended.
+bool IsClosedPipe(const std::exception& error) {
+    const auto* const failed = dynamic_cast<const std::system_error*>(&error);
+    return failed != nullptr && failed->code() == std::errc::broken_pipe;
+}
+
 int Main(int argc, char** argv) {
     IgnoreWriteSignals();
     try {
@@ -144,6 +154,9 @@ int Main(int argc, char** argv) {
     } catch (const CInterrupted&) {
         return InterruptExitCode();
     } catch (const std::exception& error) {
+        if (IsClosedPipe(error)) {
+            return kExitOk;
+        }
         PrintFailure(error);
         return kExitFailure;
     }

@@ -22,12 +22,6 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kVolumePrefix = "volume.";
 
-bool IsDataFile(const std::string& path) {
-    char prefix[4] = {};
-    std::ifstream file(path, std::ios::binary);
-    return file.read(prefix, sizeof prefix) && std::string_view(prefix, 4) == "VIFD";
-}
-
 std::string FolderOf(const std::string& path) {
     const std::string folder = fs::path(path).parent_path().string();
     return folder.empty() ? "." : folder;
@@ -61,6 +55,12 @@ std::vector<CCatalogue::Volume> VolumesIn(const std::string& list, const std::st
 
 }  // namespace
 
+bool IsDataFile(const std::string& path) {
+    char prefix[4] = {};
+    std::ifstream file(path, std::ios::binary);
+    return file.read(prefix, sizeof prefix) && std::string_view(prefix, 4) == "VIFD";
+}
+
 CCatalogue::CCatalogue(std::string path) : m_path(std::move(path)) {
     const std::string place = WithSlashes(m_path);
     std::error_code error;
@@ -72,8 +72,9 @@ CCatalogue::CCatalogue(std::string path) : m_path(std::move(path)) {
         m_folder = place;
         m_list = Join(m_folder, kVolumeListName);
         if (!MetaFileExists(m_list)) {
-            throw CCommandError(m_path + ": no catalogue is in this folder; it has no " +
-                                kVolumeListName);
+            throw CCommandError(
+                m_path + ": is a folder; name a data file or a catalogue (the folder has no " +
+                kVolumeListName + ")");
         }
         ReadList();
         return;

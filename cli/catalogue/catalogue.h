@@ -7,6 +7,9 @@
 
 namespace zorel::cli {
 
+// Whether the file can be read and begins like an index data file.
+bool IsDataFile(const std::string& path);
+
 // A catalogue, named by its folder, its list of volumes or one of its data files.
 class CCatalogue {
 public:

@@ -4,8 +4,7 @@
 #include <utility>
 
 #include "ZorelText.h"
-#include "cli/command_line/command_error.h"
-#include "frame/errors.h"
+#include "cli/command_line/with_subject.h"
 
 namespace zorel::cli {
 
@@ -13,21 +12,11 @@ namespace {
 
 constexpr std::size_t kBufferBytes = 1U << 20;
 
-// Calls `body`, which uses the file writer, and adds the path to its failure.
-template <class Body>
-decltype(auto) WithPath(const std::string& path, Body&& body) {
-    try {
-        return body();
-    } catch (const frame::CExc& error) {
-        throw CCommandError(path + ": " + ToUtf8(error.GetFullMessage()));
-    }
-}
-
 }  // namespace
 
 CDataFileWriter::CDataFileWriter(const std::string& path)
     : m_path(path), m_file(path), m_writer(kBufferBytes), m_folders(1) {
-    WithPath(m_path, [&] {
+    WithSubject(m_path, [&] {
         // The name can be guessed, so no link is followed.
         m_writer.Create(ToUtf16(std::filesystem::absolute(m_file.Path()).string()),
                         idxdata::CFileWriter::EOtherEntry::Remove);
@@ -72,12 +61,12 @@ std::uint32_t CDataFileWriter::AddOwner(rec::COwnerRecord owner) {
 }
 
 void CDataFileWriter::AddFile(const rec::CFileRecord& file) {
-    WithPath(m_path, [&] { file.Serialize(m_writer); });
+    WithSubject(m_path, [&] { file.Serialize(m_writer); });
     ++m_fileCount;
 }
 
 void CDataFileWriter::Finish() {
-    WithPath(m_path, [&] {
+    WithSubject(m_path, [&] {
         Overwrite(m_filesHeader.recordCount, m_fileCount);
         HeaderFields previous = m_filesHeader;
         WriteTable(idxdata::EIdxTableDirs, m_folders, previous);

@@ -12,6 +12,9 @@ struct Failure {
     bool isKnown = false;  // whether `text` says all that a user needs
 };
 
+inline constexpr const char* kNotEnoughMemory = "not enough memory";
+
+// For a failure that the library reports for a catalogue, `text` names the data file at fault.
 Failure Explain(const std::exception& error);
 
 // Writes the text to standard error; after it the detail with --verbose, and always for a failure

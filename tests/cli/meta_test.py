@@ -46,7 +46,7 @@ class MetaTest(ClientTest):
                          ("", f"oibidx: {self.file}: There is no attribute job.name\n"))
 
     def test_editing(self):
-        self.assertIn("does not exist", self.run_on_file("meta set", "a=1", code=2)[1])
+        self.assertIn("no such file", self.run_on_file("meta set", "a=1", code=2)[1])
         self.assertFalse(os.path.exists(self.file))
         notes = ["#one", "#", "#two", "#three"]
         for command, arguments, code, answer, lines in [

@@ -217,25 +217,22 @@ class Failures(SearchTest):
         self.make("a", b"1")
         self.scan()
         generate = ["generate", self.summary, "-o", self.texts]
-        not_loaded = "Instance of the CCoOib%sSearchTask() cannot be initialized.\n"
         os.truncate(self.data_file, os.path.getsize(self.data_file) - 1)
-        for arguments, subject in ((["find", self.catalogue], self.catalogue),
-                                   (generate, self.summary)):
-            self.check_failure(arguments, f"oibidx: {subject}: ", "The specified size is out of the "
-                               "buffer boundary. (HRESULT 0x80004005)\n")
+        for arguments in ["find", self.catalogue], generate:
+            self.check_failure(arguments, f"oibidx: {self.data_file}: damaged: it ends too early\n")
         for text in b"", b"Volumes.C=C.dat", b"Volume=C.dat", b"Volume.C.x=C.dat":
             self.check_failure(["generate", self.write("list", text), "-o", self.texts],
                                f"oibidx: {self.base}/list: The list contains no volume.\n")
         os.remove(self.summary)
-        self.check_failure(["find", self.catalogue], not_loaded % "BDF", "does not exist")
-        self.check_failure(generate, f"oibidx: {self.summary}: ", "does not exist")
+        self.check_failure(["find", self.catalogue], f"oibidx: {self.catalogue}: no such file")
+        self.check_failure(generate, f"oibidx: {self.summary}: no such file")
         self.assertEqual(self.text_names(), [])
         good = self.write("vl.C.x.0.txt", "01/15/2013 09:05:07, 1234, C:\\Users\\readme.txt\r\n")
         self.assertEqual(answer("find-text", good, "--count"), b"1\n")
         bad = self.write("bad.txt", "no folder\r\n")
         # A failure leaves no output, not even that of the files before it.
-        self.check_failure(["find-text", good, bad, "--count"], not_loaded % "TDF",
-                           f"oibidx: {bad}: ", "Cannot find a folder in line 1 ")
+        self.check_failure(["find-text", good, bad, "--count"],
+                           f"oibidx: {bad}: not a text data file: line 1 contains no path\n")
 
     def test_arguments(self):
         self.make("a")
