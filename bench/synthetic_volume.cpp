@@ -7,6 +7,7 @@
 #include <random>
 #include <vector>
 
+#include "cli/catalogue/catalogue_lock.h"
 #include "cli/catalogue/data_file_writer.h"
 #include "cli/catalogue/volume_list.h"
 
@@ -94,7 +95,8 @@ public:
         AddFolders(writer);
         AddFiles(writer);
         writer.Finish();
-        zorel::cli::ListVolume(m_volume.folder, 'C', "C.dat");
+        const zorel::cli::CCatalogueLock lock(m_volume.folder);
+        zorel::cli::ListVolume(m_volume.folder, 'C', "C.dat", lock);
         m_volume.bytes = fs::file_size(m_volume.path);
         m_volume.files = m_files;
         m_volume.folders = static_cast<std::uint64_t>(writer.FolderCount());

@@ -60,13 +60,16 @@ if(NOT WIN32 AND TARGET oibidx)
   add_test(NAME cli/oibidx
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/oibidx_test.py
             ${oibidx_program})
+  add_test(NAME cli/scan
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/scan_test.py
+            ${oibidx_program})
   add_test(NAME cli/meta
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/meta_test.py
             ${oibidx_program})
   add_test(NAME cli/search
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/search_test.py
             ${oibidx_program})
-  set_tests_properties(cli/oibidx cli/meta cli/search PROPERTIES TIMEOUT 900 LABELS cli)
+  set_tests_properties(cli/oibidx cli/scan cli/meta cli/search PROPERTIES TIMEOUT 900 LABELS cli)
 endif()
 
 # The same client with faults in its calls of the system. A sanitizer's run-time library must be

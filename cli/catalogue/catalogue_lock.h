@@ -11,8 +11,8 @@ class CDescriptor;
 // catalogue, and from changing a set of text data files.
 class CCatalogueLock {
 public:
-    // Waits for the lock. Throws std::system_error with the folder, also when a signal ends
-    // the wait while a CInterruptGuard is active.
+    // Waits for the lock. Throws std::system_error with the folder, and CInterrupted when a
+    // signal ends the wait while a CInterruptGuard is active.
     explicit CCatalogueLock(const std::string& folder);
     // Null when another process has the lock, and when the path is not that of a folder of the
     // user, which a link is not either.

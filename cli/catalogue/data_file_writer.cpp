@@ -17,7 +17,7 @@ constexpr std::size_t kBufferBytes = 1U << 20;
 CDataFileWriter::CDataFileWriter(const std::string& path)
     : m_path(path), m_file(path), m_writer(kBufferBytes), m_folders(1) {
     WithSubject(m_path, [&] {
-        // The name can be guessed, so no link is followed.
+        // Others can see the name, so no link is followed.
         m_writer.Create(ToUtf16(std::filesystem::absolute(m_file.Path()).string()),
                         idxdata::CFileWriter::EOtherEntry::Remove);
         m_filesHeader = WriteHeader(idxdata::EIdxTableFiles, rec::CFileRecord(), 0);
@@ -66,6 +66,11 @@ void CDataFileWriter::AddFile(const rec::CFileRecord& file) {
 }
 
 void CDataFileWriter::Finish() {
+    Complete();
+    Commit();
+}
+
+void CDataFileWriter::Complete() {
     WithSubject(m_path, [&] {
         Overwrite(m_filesHeader.recordCount, m_fileCount);
         HeaderFields previous = m_filesHeader;
@@ -73,6 +78,9 @@ void CDataFileWriter::Finish() {
         WriteTable(idxdata::EIdxTableOwners, m_owners, previous);
         m_writer.Close();
     });
+}
+
+void CDataFileWriter::Commit() {
     m_file.Commit();
 }
 

@@ -11,11 +11,11 @@
 namespace zorel::cli {
 
 // Writes the data file of one volume (doc/index-data-file.md). File records are written at
-// once; folders and owners are kept in memory until Finish. Folders and owners have indices
+// once; folders and owners are kept in memory until Complete. Folders and owners have indices
 // from 0 in the order in which they are added; folder 0 is the root.
 //
-// The file is written under a temporary name, which Finish replaces by its own; without
-// Finish no file is left. Failures are CCommandError and std::system_error with the path.
+// The file is written under a temporary name, which Commit replaces by its own; without
+// Commit no file is left. Failures are CCommandError and std::system_error with the path.
 class CDataFileWriter {
 public:
     explicit CDataFileWriter(const std::string& path);
@@ -24,7 +24,11 @@ public:
     std::int64_t AddFolder(std::u16string name, std::int64_t parent);
     std::uint32_t AddOwner(rec::COwnerRecord owner);
     void AddFile(const rec::CFileRecord& file);
+    // Complete, then Commit.
     void Finish();
+    // Writes the rest and closes the file.
+    void Complete();
+    void Commit();
 
     std::int64_t FolderCount() const { return static_cast<std::int64_t>(m_folders.size()); }
     std::int64_t FileCount() const { return m_fileCount; }

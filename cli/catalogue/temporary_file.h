@@ -4,8 +4,8 @@
 
 namespace zorel::cli {
 
-// An empty file with a name of its own in the target's folder, to be filled by its path and
-// then renamed to the target, whose owner and permissions it takes over. Without Commit the
+// An empty file with a random name in the target's folder, to be filled by its path and then
+// renamed to the target, whose owner and permissions it takes over. Without Commit the
 // destructor removes it and the target keeps its content. Failures are std::system_error with
 // the target's path.
 class CTemporaryFile {
@@ -24,9 +24,9 @@ private:
     std::string m_path;  // empty after Commit
 };
 
-// Removes the temporary files of data files in the folder that no writer has open: their
-// processes were killed. Call it, create a temporary file until its writer is open, and commit
-// under a lock that excludes the others. A failure is ignored.
-void RemoveUnfinishedDataFiles(const std::string& folder);
+// Removes the temporary files of a catalogue that no writer has open: their processes were
+// killed. Call it, create a temporary file until its writer is open, and commit under a lock that
+// excludes the others. A failure is ignored.
+void RemoveUnfinishedFiles(const std::string& folder);
 
 }  // namespace zorel::cli

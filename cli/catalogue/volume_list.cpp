@@ -38,9 +38,9 @@ std::vector<std::string> ListedDataFiles(const std::string& catalogue) {
     return files;
 }
 
-void ListVolume(const std::string& catalogue, char letter, const std::string& dataFile) {
+void ListVolume(const std::string& catalogue, char letter, const std::string& dataFile,
+                const CCatalogueLock& /*lock*/) {
     const std::u16string volume = ToUtf16(std::string("Volume.") + letter);
-    const CCatalogueLock lock(catalogue);
     CMetaFile list = OpenList(ListPath(catalogue));
     for (const std::u16string& name : list.Names()) {
         // For the library volume.c and Volume.C are two volumes.

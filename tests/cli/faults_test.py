@@ -124,7 +124,7 @@ class FaultsTest(ClientTest):
         self.make("c.txt", b"333")
         self.check_faults(arguments, read)
         self.check_faults([*arguments, "--volume", "D"], read)
-        self.assertEqual(sorted(os.listdir(catalogue)), ["C.dat", "D.dat", "summary.txt"])
+        self.assertEqual(sorted(os.listdir(catalogue)), ["C.dat", "C.scan.mtf", "D.dat", "D.scan.mtf", "summary.txt"])
 
     def test_generate(self):
         self.make("a.txt", b"1")

@@ -15,14 +15,16 @@ namespace zorel::cli {
 CCatalogueLock::CCatalogueLock(const std::string& folder)
     : m_folder(std::make_unique<CDescriptor>(OpenFolder(folder))) {
     while (::flock(m_folder->Get(), LOCK_EX) != 0) {
-        if (errno != EINTR || IsInterrupted()) {
+        if (errno != EINTR) {
             ThrowSystemError(folder, errno);
+        }
+        if (IsInterrupted()) {
+            throw CInterrupted();
         }
     }
 }
 
-CCatalogueLock::CCatalogueLock(std::unique_ptr<CDescriptor> folder)
-    : m_folder(std::move(folder)) {}
+CCatalogueLock::CCatalogueLock(std::unique_ptr<CDescriptor> folder) : m_folder(std::move(folder)) {}
 
 std::unique_ptr<CCatalogueLock> CCatalogueLock::Try(const std::string& folder) {
     auto own = std::make_unique<CDescriptor>(OpenSubfolder(AT_FDCWD, folder.c_str()));

@@ -58,21 +58,21 @@ bool IsOutOfResources(int error) {
     return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
-bool ForEachName(int folder, const std::function<bool(const std::string&)>& use) {
+int ForEachName(int folder, const std::function<bool(const std::string&)>& use) {
     const FolderStream stream = OpenStream(folder);
     if (!stream) {
-        return false;
+        return errno;
     }
     for (;;) {
         errno = 0;
         // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread uses this stream.
         const dirent* entry = ::readdir(stream.get());
         if (entry == nullptr) {
-            return errno == 0;
+            return errno;
         }
         const std::string name = entry->d_name;
         if (name != "." && name != ".." && !use(name)) {
-            return true;
+            return 0;
         }
     }
 }

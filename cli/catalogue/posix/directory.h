@@ -31,8 +31,9 @@ bool IsRegularFile(const std::string& path, struct stat& status);
 // Whether an errno value means that descriptors or memory are used up.
 bool IsOutOfResources(int error);
 
-// Calls `use` with each name except "." and ".." until it returns false. Returns false when
-// the folder could not be read to its end; throws std::system_error when resources run out.
-bool ForEachName(int folder, const std::function<bool(const std::string&)>& use);
+// Calls `use` with each name except "." and ".." until it returns false. Returns 0, or the errno
+// value when the folder could not be read to its end; throws std::system_error when resources
+// run out.
+int ForEachName(int folder, const std::function<bool(const std::string&)>& use);
 
 }  // namespace zorel::cli

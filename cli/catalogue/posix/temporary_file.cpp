@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
+#include <random>
 #include <regex>
 #include <utility>
 #include <vector>
@@ -27,6 +29,16 @@ std::string FolderOf(const std::string& path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+// 64 random bits, which no other user can guess.
+std::string RandomDigits() {
+    std::random_device random;
+    const std::uint64_t bits = std::uint64_t{random()} << 32 | random();
+    char digits[17];
+    static_cast<void>(
+        std::snprintf(digits, sizeof(digits), "%016llx", static_cast<unsigned long long>(bits)));
+    return digits;
+}
+
 // Whether no process has the file open for writing: CFileWriter holds this lock.
 bool IsUnused(int folder, const std::string& name) {
     const CDescriptor file(
@@ -40,12 +52,12 @@ bool IsUnused(int folder, const std::string& name) {
 
 CTemporaryFile::CTemporaryFile(std::string target) : m_target(std::move(target)) {
     const std::string name = m_target.substr(m_target.find_last_of('/') + 1);
-    const std::string stem = FolderOf(m_target) + "/." + name + "." + std::to_string(::getpid());
+    const std::string start = FolderOf(m_target) + "/." + name + ".";
     struct stat status {};
     const mode_t mode = IsRegularFile(m_target, status) ? 0600 : 0666;
     CDescriptor descriptor;
-    for (int attempt = 0; !descriptor; ++attempt) {
-        m_path = stem + "-" + std::to_string(attempt) + ".tmp";
+    while (!descriptor) {
+        m_path = start + RandomDigits() + ".tmp";
         descriptor = CDescriptor(
             ::open(m_path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
         if (!descriptor && errno != EEXIST && errno != EINTR) {
@@ -71,8 +83,8 @@ void CTemporaryFile::Commit() {
     SyncFolder(FolderOf(m_target), m_target);
 }
 
-void RemoveUnfinishedDataFiles(const std::string& folder) {
-    const std::regex form("\\.[A-Z]\\.dat\\.[0-9]+-[0-9]+\\.tmp");
+void RemoveUnfinishedFiles(const std::string& folder) {
+    const std::regex form("\\.[A-Z]\\.(dat|scan\\.mtf)\\.[0-9a-f-]+\\.tmp");
     const CDescriptor descriptor = OpenFolder(folder);
     std::vector<std::string> names;
     ForEachName(descriptor.Get(), [&](const std::string& name) {

@@ -1,22 +1,17 @@
 #include "cli/scan/posix/account_owners.h"
 
 #include <pwd.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <vector>
 
 #include "ZorelText.h"
 #include "cli/output/text_format.h"
+#include "cli/scan/host_name.h"
 
 namespace zorel::cli {
 
 namespace {
-
-std::string HostName() {
-    char name[256] = {};
-    return ::gethostname(name, sizeof(name) - 1) == 0 ? name : "";
-}
 
 // Empty when the account is not known.
 std::string AccountName(uid_t user) {

@@ -8,13 +8,14 @@
 namespace zorel::cli {
 
 CFolderScanner::CFolderScanner(const std::string& start)
-    : m_start(std::make_unique<CDescriptor>(OpenFolder(start))) {}
+    : m_path(start), m_start(std::make_unique<CDescriptor>(OpenFolder(start))) {}
 
 CFolderScanner::~CFolderScanner() = default;
 
 ScanTotals CFolderScanner::Scan(CDataFileWriter& writer, const CatalogueFiles& catalogue,
-                                std::function<void()> onEntry) {
-    return CTreeWalk(writer, catalogue, std::move(onEntry)).Run(std::move(*m_start));
+                                const ScanOptions& options, ScanEvents events) {
+    CTreeWalk walk(writer, catalogue, options, std::move(events));
+    return walk.Run(m_path, std::move(*m_start));
 }
 
 }  // namespace zorel::cli

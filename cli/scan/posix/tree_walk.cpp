@@ -4,6 +4,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "ZorelText.h"
@@ -16,18 +20,25 @@ namespace {
 
 constexpr std::size_t kMaxOpenLevels = 16;
 
+// ENOTDIR and ELOOP: another entry replaced the folder after it was listed.
+bool IsVanished(int error) {
+    return error == ENOENT || error == ENOTDIR || error == ELOOP;
+}
+
 }  // namespace
 
 CTreeWalk::CTreeWalk(CDataFileWriter& writer, const CatalogueFiles& catalogue,
-                     std::function<void()> onEntry)
+                     const ScanOptions& options, ScanEvents events)
     : m_writer(writer),
       m_catalogue(IdOf(OpenFolder(catalogue.folder), catalogue.folder)),
       m_catalogueNames(catalogue.names),
-      m_onEntry(std::move(onEntry)),
+      m_options(options),
+      m_events(std::move(events)),
       m_owners(writer) {}
 
-ScanTotals CTreeWalk::Run(CDescriptor start) {
+ScanTotals CTreeWalk::Run(const std::string& path, CDescriptor start) {
     Level level;
+    level.name = path;
     level.descriptor = std::move(start);
     Enter(std::move(level));
     while (!m_levels.empty()) {
@@ -40,27 +51,26 @@ ScanTotals CTreeWalk::Run(CDescriptor start) {
             Visit(name);
         }
     }
-    return m_totals;
+    return std::move(m_totals);
 }
 
 void CTreeWalk::Visit(const std::string& name) {
-    const Level& parent = m_levels.back();
     Level level;
     level.name = name;
-    level.descriptor = OpenSubfolder(parent.descriptor.Get(), name.c_str());
-    if (!level.descriptor && IsOutOfResources(errno)) {
-        ThrowSystemError(name, errno);
+    level.descriptor = OpenSubfolder(m_levels.back().descriptor.Get(), name.c_str());
+    const int error = level.descriptor ? 0 : errno;
+    if (IsOutOfResources(error)) {
+        ThrowSystemError(Path(name), error);
     }
-    // ENOTDIR and ELOOP: the folder was replaced after it was listed.
-    if (!level.descriptor && (errno == ENOENT || errno == ENOTDIR || errno == ELOOP)) {
+    if (IsVanished(error)) {
         m_totals.Skip(ESkipped::Vanished);
-    } else if (!level.descriptor) {
-        m_writer.AddFolder(ToUtf16(name), parent.folder);
-        m_totals.Skip(ESkipped::UnreadableFolder);
+    } else if (error != 0) {
+        AddFolder(name);
+        Omit(ESkipped::UnreadableFolder, Path(name), error);
     } else {
         Enter(std::move(level));
     }
-    m_onEntry();
+    m_events.onEntry();
 }
 
 void CTreeWalk::Enter(Level level) {
@@ -70,16 +80,32 @@ void CTreeWalk::Enter(Level level) {
             m_totals.Skip(ESkipped::CatalogueFile);
             return;
         }
-        level.folder = m_writer.AddFolder(ToUtf16(level.name), m_levels.back().folder);
+        level.folder = AddFolder(level.name);
+        if (!IsToEnter(level)) {
+            m_totals.Skip(ESkipped::NotEntered);
+            m_totals.notEntered.push_back(Path(level.name));
+            return;
+        }
     }
-    List(level);
     m_levels.push_back(std::move(level));
+    List();
     if (m_levels.size() - m_firstOpen > kMaxOpenLevels) {
         m_levels[m_firstOpen++].descriptor.Close();
     }
 }
 
+// A file system other than that of the parent begins in the folder: is it entered?
+bool CTreeWalk::IsToEnter(const Level& level) const {
+    if (level.id.device == m_levels.back().id.device) {
+        return true;
+    }
+    return !m_options.staysOnFileSystem &&
+           (m_options.entersSystemFolders ||
+            !m_systemFileSystems.Contain(level.descriptor.Get(), level.id.device));
+}
+
 void CTreeWalk::Leave() {
+    ReportUnreachable();
     const Level child = std::move(m_levels.back());
     m_levels.pop_back();
     if (m_levels.empty() || m_levels.back().descriptor) {
@@ -88,64 +114,88 @@ void CTreeWalk::Leave() {
     Level& parent = m_levels.back();
     m_firstOpen = m_levels.size() - 1;
     parent.descriptor = Reopen(m_firstOpen, child);
-    if (!parent.descriptor) {
+    const int error = parent.descriptor ? 0 : errno;
+    if (IsVanished(error)) {
         m_totals.Skip(ESkipped::Vanished, parent.pending.size());
+    } else if (error != 0 && !parent.pending.empty()) {
+        Omit(ESkipped::UnreadableFolder, Path(), error);
+    }
+    if (error != 0) {
         parent.pending.clear();
     }
 }
 
 // Opens the folder of a level that was closed: the parent of its child or, when the child
-// was moved, the folder that the names lead to from the start.
+// was moved, the folder that the names lead to from the start. None with errno on failure.
 CDescriptor CTreeWalk::Reopen(std::size_t index, const Level& child) const {
-    const Level& level = m_levels[index];
-    const auto openedSame = [](const CDescriptor& found, const Level& wanted) {
+    const auto isSame = [](CDescriptor& found, const Level& wanted) {
         if (!found && IsOutOfResources(errno)) {
             ThrowSystemError(wanted.name, errno);
         }
-        return found && IdOf(found, wanted.name) == wanted.id;
+        if (found && !(IdOf(found, wanted.name) == wanted.id)) {
+            found.Close();
+            errno = ENOENT;
+        }
+        return static_cast<bool>(found);
     };
     if (child.descriptor) {
         CDescriptor parent = OpenSubfolder(child.descriptor.Get(), "..");
-        if (openedSame(parent, level)) {
+        if (isSame(parent, m_levels[index])) {
             return parent;
         }
     }
     CDescriptor place = OpenSubfolder(m_levels.front().descriptor.Get(), ".");
+    isSame(place, m_levels.front());
     for (std::size_t i = 1; i <= index && place; ++i) {
-        place = OpenSubfolder(place.Get(), m_levels[i].name.c_str());
-        if (!openedSame(place, m_levels[i])) {
-            place.Close();
-        }
+        CDescriptor next = OpenSubfolder(place.Get(), m_levels[i].name.c_str());
+        isSame(next, m_levels[i]);
+        const int error = errno;
+        place = std::move(next);
+        errno = error;
     }
     return place;
 }
 
-void CTreeWalk::List(Level& level) {
-    const bool isComplete = ForEachName(level.descriptor.Get(), [&](const std::string& name) {
-        Record(level, name);
-        m_onEntry();
+void CTreeWalk::List() {
+    const int error = ForEachName(m_levels.back().descriptor.Get(), [&](const std::string& name) {
+        Record(name);
+        m_events.onEntry();
         return true;
     });
-    if (!isComplete) {
-        m_totals.Skip(ESkipped::UnreadableFolder);
+    if (IsVanished(error)) {
+        m_totals.Skip(ESkipped::Vanished);
+    } else if (error != 0) {
+        Omit(ESkipped::UnreadableFolder, Path(), error);
     }
-    std::sort(level.pending.begin(), level.pending.end(), std::greater<>());
-    CountUnreachable(level);
+    std::vector<std::string>& pending = m_levels.back().pending;
+    std::sort(pending.begin(), pending.end(), std::greater<>());
 }
 
-void CTreeWalk::Record(Level& level, const std::string& name) {
+void CTreeWalk::Record(const std::string& name) {
+    Level& level = m_levels.back();
     if (level.id == m_catalogue && IsCatalogueName(name)) {
         m_totals.Skip(ESkipped::CatalogueFile);
         return;
     }
     struct stat status {};
-    if (::fstatat(level.descriptor.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        m_totals.Skip(errno == ENOENT ? ESkipped::Vanished : ESkipped::UnreadableEntry);
+    const bool isFound =
+        ::fstatat(level.descriptor.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    const int error = isFound ? 0 : errno;
+    if (IsExcluded(name, S_ISDIR(status.st_mode))) {
+        m_totals.Skip(ESkipped::Excluded);
+        return;
+    }
+    if (error == ENOENT) {
+        m_totals.Skip(ESkipped::Vanished);
+        return;
+    }
+    if (error != 0) {
+        Omit(ESkipped::UnreadableEntry, Path(name), error);
         return;
     }
     switch (status.st_mode & S_IFMT) {
         case S_IFREG:
-            RecordFile(level, name, status);
+            RecordFile(name, status);
             break;
         case S_IFDIR:
             level.pending.push_back(name);
@@ -164,9 +214,9 @@ void CTreeWalk::Record(Level& level, const std::string& name) {
     }
 }
 
-void CTreeWalk::RecordFile(const Level& level, const std::string& name, const struct stat& status) {
+void CTreeWalk::RecordFile(const std::string& name, const struct stat& status) {
     m_file.FileName = ToUtf16(name);
-    m_file.DirIndex = level.folder;
+    m_file.DirIndex = m_levels.back().folder;
     m_file.OwnerIndex = m_owners.IndexOf(status.st_uid);
     m_file.ModifyTime = ToTicks(status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
     m_file.Size = status.st_size;
@@ -174,18 +224,69 @@ void CTreeWalk::RecordFile(const Level& level, const std::string& name, const st
     m_totals.bytes += static_cast<std::uint64_t>(status.st_size);
 }
 
-void CTreeWalk::CountUnreachable(const Level& level) {
-    std::vector<std::u16string> folded;
-    for (const std::string& name : level.pending) {
-        if (name.find('\\') == std::string::npos) {
-            folded.push_back(Folded(ToUtf16(name)));
+std::int64_t CTreeWalk::AddFolder(const std::string& name) {
+    Level& parent = m_levels.back();
+    parent.recorded.push_back(name);
+    return m_writer.AddFolder(ToUtf16(name), parent.folder);
+}
+
+// Of the subfolders whose names differ only in letter case, paths reach the one recorded last.
+void CTreeWalk::ReportUnreachable() {
+    const std::vector<std::string>& names = m_levels.back().recorded;
+    const auto report = [&](const std::string& name, const std::string& reason) {
+        ++m_totals.unreachableFolders;
+        m_events.onOmission(Path(name), "cannot be browsed: " + reason);
+    };
+    std::vector<std::pair<std::u16string, std::size_t>> folded;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (names[i].find('\\') == std::string::npos) {
+            folded.emplace_back(Folded(ToUtf16(names[i])), i);
         } else {
-            ++m_totals.unreachableFolders;
+            report(names[i], "the name contains a backslash");
         }
     }
     std::sort(folded.begin(), folded.end());
-    const auto last = std::unique(folded.begin(), folded.end());
-    m_totals.unreachableFolders += static_cast<std::uint64_t>(folded.end() - last);
+    for (auto next = folded.begin(); next != folded.end();) {
+        const auto first = next;
+        next = std::find_if(first, folded.end(),
+                            [&](const auto& other) { return other.first != first->first; });
+        const std::string& visible = names[std::prev(next)->second];
+        for (auto hidden = first; hidden != std::prev(next); ++hidden) {
+            report(names[hidden->second], "hidden by \"" + Printable(ToUtf16(visible)) +
+                                              "\", whose name differs only in letter case");
+        }
+    }
+}
+
+void CTreeWalk::Omit(ESkipped kind, const std::string& path, int error) {
+    m_totals.Skip(kind);
+    m_events.onOmission(path, std::generic_category().message(error));
+}
+
+// The path of an entry of the current folder; without a name, of this folder.
+std::string CTreeWalk::Path(const std::string& name) const {
+    std::string path;
+    const auto append = [&](const std::string& element) {
+        path += path.empty() || path.ends_with('/') || element.empty() ? "" : "/";
+        path += element;
+    };
+    for (const Level& level : m_levels) {
+        append(level.name);
+    }
+    append(name);
+    return path;
+}
+
+bool CTreeWalk::IsExcluded(const std::string& name, bool isFolder) const {
+    const CExclusions& exclusions = m_options.exclusions;
+    if (exclusions.IsEmpty()) {
+        return false;
+    }
+    std::string path;
+    for (std::size_t i = 1; i < m_levels.size() && exclusions.NeedsPaths(); ++i) {
+        path += m_levels[i].name + "/";
+    }
+    return exclusions.Matches(name, path + name, isFolder);
 }
 
 bool CTreeWalk::IsCatalogueName(const std::string& name) const {
@@ -195,11 +296,11 @@ bool CTreeWalk::IsCatalogueName(const std::string& name) const {
 
 bool CTreeWalk::ContainsOnlyCatalogue(const Level& level) const {
     bool isOnly = true;
-    const bool isComplete = ForEachName(level.descriptor.Get(), [&](const std::string& name) {
+    const int error = ForEachName(level.descriptor.Get(), [&](const std::string& name) {
         isOnly = IsCatalogueName(name);
         return isOnly;
     });
-    return isComplete && isOnly;
+    return error == 0 && isOnly;
 }
 
 }  // namespace zorel::cli
