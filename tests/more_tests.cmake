@@ -94,17 +94,19 @@ if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)
   set_tests_properties(bindings/python PROPERTIES TIMEOUT 300 LABELS bindings)
 endif()
 
-# The Debian package.
+# The Debian packages.
 if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)
-  find_program(ZOREL_DPKG_DEB dpkg-deb)
-  if(NOT ZOREL_DPKG_DEB)
-    message(FATAL_ERROR "The test of the Debian package needs dpkg-deb; without it, build with "
-                        "ZOREL_BUILD_TESTS=OFF.")
-  endif()
+  foreach(program dpkg-deb lintian)
+    find_program(ZOREL_PROGRAM_${program} ${program})
+    if(NOT ZOREL_PROGRAM_${program})
+      message(FATAL_ERROR "The test of the Debian packages needs ${program}; without it, build "
+                          "with ZOREL_BUILD_TESTS=OFF.")
+    endif()
+  endforeach()
   add_test(NAME package/debian
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/package/package_test.sh
             ${CMAKE_CPACK_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_VERSION} ${Python3_EXECUTABLE})
-  set_tests_properties(package/debian PROPERTIES TIMEOUT 120 LABELS package)
+  set_tests_properties(package/debian PROPERTIES TIMEOUT 300 LABELS package)
 endif()
 
 # The documents: their tour and examples run. Programs that load a sanitized module would have
