@@ -119,8 +119,8 @@ struct DiskFaults {
         }
     }
 
-    // The bytes for which there is no room in a file that is to end at `end`. A write takes the room
-    // there is, a change of the size all that it needs, and frees room.
+    // The bytes for which there is no room in a file that is to end at `end`. A write takes the
+    // room there is, a change of the size all that it needs, and frees room.
     off_t Lack(int descriptor, off_t end, bool isWrite) {
         struct stat info {};
         ::fstat(descriptor, &info);
