@@ -10,8 +10,9 @@
 #include <utility>
 #include <vector>
 
-#include "cli/command_line/command.h"
+#include "cli/command_line/command_group.h"
 #include "cli/command_line/failure.h"
+#include "cli/command_line/parse_failure.h"
 #include "cli/command_line/signals.h"
 
 #ifndef OIBIDX_VERSION
@@ -22,55 +23,52 @@ namespace zorel::cli {
 
 namespace {
 
-struct CommandEntry {
-    const char* name;
-    const char* summary;
-    std::unique_ptr<CCommand> (*make)();
-};
+std::vector<CCommandGroup::Entry> Commands() {
+    return {
+        {"scan", "Write the catalogue of a folder tree", MakeScanCommand,
+         "scan /srv/share -o catalogue"},
+        {"browse", "List a folder of a catalogued volume", MakeBrowseCommand,
+         "browse catalogue/C.dat projects/2026"},
+        {"match", "Test a file name against a pattern", MakeMatchCommand,
+         "match 'C:\\docs\\readme.txt' '*.txt'"},
+        {"generate", "Write text data files from a catalogue", MakeGenerateCommand,
+         "generate catalogue/summary.txt -o texts"},
+        {"find", "Search a catalogue", MakeFindCommand, "find catalogue --name '*.pst'"},
+        {"find-text", "Search text data files", MakeFindTextCommand,
+         "find-text texts/vl.*.txt --name '*.pst'"},
+        {"fingerprint", "Print the fingerprint of a folder", MakeFingerprintCommand,
+         "fingerprint 'C:\\Users\\john'"},
+        {"meta", "Read and change meta-files", MakeMetaCommand},
+        {"session", "Read and change backup sessions", MakeSessionCommand},
+        {"publication", "Read publications", MakePublicationCommand},
+        {"help", "Describe a command", MakeHelpCommand, "help meta set"},
+    };
+}
 
-constexpr CommandEntry kCommands[] = {
-    {"scan", "Write the catalogue of a folder tree", MakeScanCommand},
-    {"browse", "List a folder of a catalogued volume", MakeBrowseCommand},
-    {"match", "Test a file name against a pattern", MakeMatchCommand},
-    {"generate", "Write text data files from a catalogue", MakeGenerateCommand},
-    {"find", "Search a catalogue", MakeFindCommand},
-    {"find-text", "Search text data files", MakeFindTextCommand},
-    {"fingerprint", "Print the fingerprint of a folder", MakeFingerprintCommand},
-    {"meta", "Read and change meta-files", MakeMetaCommand},
-    {"session", "Read and change backup sessions", MakeSessionCommand},
-    {"publication", "Read publications", MakePublicationCommand},
-};
-
-struct DeclaredCommand {
-    CLI::App* app;
-    std::unique_ptr<CCommand> command;
-};
-
-std::vector<DeclaredCommand> DeclareCommands(CLI::App& app) {
-    app.set_version_flag("--version", "oibidx " OIBIDX_VERSION);
-    app.require_subcommand(0, 1);
+void DeclareProgram(CLI::App& app, CCommandGroup& commands) {
+    const auto formatter = app.get_formatter();
+    formatter->label("REQUIRED", "(required)");
+    formatter->label("SUBCOMMAND", "COMMAND");
+    formatter->label("Subcommands", "Commands");
+    formatter->label("Positionals", "Operands");
+    app.set_version_flag("-V,--version", "oibidx " OIBIDX_VERSION, "Print the version and exit");
+    DeclareVerbose(app);
+    commands.Declare(app);
     app.footer(
-        "Exit codes: 0 success, 1 nothing found, 2 failure, 3 some results could not be read.\n"
-        "'oibidx COMMAND --help' describes a command.");
-    std::vector<DeclaredCommand> commands;
-    for (const CommandEntry& entry : kCommands) {
-        CLI::App* subcommand = app.add_subcommand(entry.name, entry.summary);
-        commands.push_back({subcommand, entry.make()});
-        commands.back().command->Declare(*subcommand);
-    }
-    return commands;
+        "Exit codes: 0 success, 1 nothing found, 2 failure, 3 done with omissions, 130 "
+        "interrupted\n"
+        "(128 and the number of the signal). 'oibidx help COMMAND' describes a command.");
 }
 
 // Help and version go to standard output; a wrong command line is a failure.
 EExitCode ReportParse(const CLI::App& app, const CLI::ParseError& error, COutput& output) {
     std::ostringstream text;
-    std::ostringstream errorText;
-    const int code = app.exit(error, text, errorText);
-    output.Write(text.str());
-    if (code == 0) {
+    std::ostringstream ignored;
+    if (app.exit(error, text, ignored) == 0) {
+        output.Write(text.str());
         return kExitOk;
     }
-    PrintError(errorText.str());
+    PrintError(ExplainParse(app, error));
     return kExitFailure;
 }
 
@@ -99,19 +97,14 @@ std::vector<std::string> ReversedArguments(int argc, char** argv) {
 EExitCode RunCommandLine(int argc, char** argv, COutput& output) {
     CLI::App app("Writes catalogues of files, browses and searches them, and edits meta-files.",
                  "oibidx");
-    const std::vector<DeclaredCommand> commands = DeclareCommands(app);
+    CCommandGroup commands(Commands());
+    DeclareProgram(app, commands);
     try {
         app.parse(ReversedArguments(argc, argv));
     } catch (const CLI::ParseError& error) {
         return ReportParse(app, error, output);
     }
-    for (const DeclaredCommand& declared : commands) {
-        if (declared.app->parsed()) {
-            return declared.command->Run(output);
-        }
-    }
-    PrintError("Which command? Run with --help for more information.");
-    return kExitFailure;
+    return commands.Run(output);
 }
 
 // Reports a failure outside of Main's handler: CLI11 allocates before main, the handler itself

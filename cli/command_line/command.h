@@ -15,7 +15,7 @@ enum EExitCode : int {
     kExitOk = 0,
     kExitNothingFound = 1,
     kExitFailure = 2,
-    kExitIncomplete = 3,  // some results could not be read
+    kExitIncomplete = 3,  // done with omissions
 };
 
 // One command. Declare is called once, before the arguments are parsed into the members of
@@ -45,5 +45,6 @@ std::unique_ptr<CCommand> MakeFingerprintCommand();
 std::unique_ptr<CCommand> MakeMetaCommand();
 std::unique_ptr<CCommand> MakeSessionCommand();
 std::unique_ptr<CCommand> MakePublicationCommand();
+std::unique_ptr<CCommand> MakeHelpCommand();
 
 }  // namespace zorel::cli

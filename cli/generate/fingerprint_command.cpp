@@ -1,5 +1,6 @@
 #include "ZorelClient.h"
 #include "cli/command_line/command.h"
+#include "cli/command_line/number_option.h"
 #include "cli/output/json_object.h"
 
 namespace zorel::cli {
@@ -10,8 +11,8 @@ class CFingerprintCommand : public CCommand {
 public:
     void Declare(CLI::App& app) override {
         app.add_option("PATH", m_path, "Folder path, such as 'C:\\Users\\john'")->required();
-        app.add_option("--subfolders", m_subfolders, "Number of path elements, -1 for all")
-            ->capture_default_str();
+        DeclareNumber(app, "--subfolders", m_subfolders, -1, kMaxNumber,
+                      "Number of path elements, -1 for all");
         DeclareJson(app);
         app.footer(
             "Prints the fingerprint of the folder in key lines that are generated with the same\n"

@@ -11,6 +11,7 @@
 
 #include "ZorelClient.h"
 #include "cli/command_line/command.h"
+#include "cli/command_line/number_option.h"
 #include "cli/command_line/paths.h"
 #include "cli/generate/file_state.h"
 #include "cli/meta_files/meta_file.h"
@@ -73,16 +74,15 @@ public:
         app.add_option("SUMMARY", m_summary, "List of volumes, such as CATALOGUE/summary.txt")
             ->required();
         app.add_option("-o,--output", m_output, "Folder for the text data files")->required();
-        app.add_option("--records", m_records, "Files listed in one text data file")
-            ->check(CLI::PositiveNumber)
-            ->capture_default_str();
+        DeclareNumber(app, "--records", m_records, 1, kMaxNumber,
+                      "Files listed in one text data file");
         auto* const crc = app.add_flag("--crc", m_isCrc, "Write key lines for a search server");
-        app.add_option("--subfolders", m_subfolders, "Path elements in a fingerprint, -1 for all")
-            ->needs(crc)
-            ->capture_default_str();
-        app.add_option("--parts", m_parts, "Parts of a name that have key lines of their own")
-            ->needs(crc)
-            ->capture_default_str();
+        DeclareNumber(app, "--subfolders", m_subfolders, -1, kMaxNumber,
+                      "Path elements in a fingerprint, -1 for all")
+            ->needs(crc);
+        DeclareNumber(app, "--parts", m_parts, -1, kMaxNumber,
+                      "Parts of a name that have key lines of their own")
+            ->needs(crc);
         app.add_option("--separators", m_separators, "Characters that separate the parts of a name")
             ->needs(crc)
             ->capture_default_str();

@@ -281,11 +281,15 @@ private:
 
 std::unique_ptr<CCommand> MakeMetaCommand() {
     return std::make_unique<CCommandGroup>(std::vector<CCommandGroup::Entry>{
-        {"list", "List attributes", MakeCommand<CMetaListCommand>},
-        {"get", "Print an attribute's value", MakeCommand<CMetaGetCommand>},
-        {"set", "Add or change attributes", MakeCommand<CMetaSetCommand>},
-        {"del", "Delete attributes or subtrees", MakeCommand<CMetaDelCommand>},
-        {"comment", "Add comments", MakeCommand<CMetaCommentCommand>},
+        {"list", "List attributes", MakeCommand<CMetaListCommand>, "meta list job.mtf Job.Server"},
+        {"get", "Print an attribute's value", MakeCommand<CMetaGetCommand>,
+         "meta get job.mtf Job.Name"},
+        {"set", "Add or change attributes", MakeCommand<CMetaSetCommand>,
+         "meta set job.mtf Job.Name=Daily Job.Server.Host=srv01 --create"},
+        {"del", "Delete attributes or subtrees", MakeCommand<CMetaDelCommand>,
+         "meta del job.mtf Job.Name"},
+        {"comment", "Add comments", MakeCommand<CMetaCommentCommand>,
+         "meta comment job.mtf 'changed by hand'"},
     });
 }
 

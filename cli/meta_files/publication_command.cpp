@@ -235,7 +235,8 @@ private:
 
 std::unique_ptr<CCommand> MakePublicationCommand() {
     return std::make_unique<CCommandGroup>(std::vector<CCommandGroup::Entry>{
-        {"show", "Print the times and the commands", MakeCommand<CPublicationShowCommand>},
+        {"show", "Print the times and the commands", MakeCommand<CPublicationShowCommand>,
+         "publication show publication.mtf --json"},
     });
 }
 

@@ -157,8 +157,10 @@ private:
 
 std::unique_ptr<CCommand> MakeSessionCommand() {
     return std::make_unique<CCommandGroup>(std::vector<CCommandGroup::Entry>{
-        {"list", "List the references to restore points", MakeCommand<CSessionListCommand>},
-        {"delete", "Delete references", MakeCommand<CSessionDeleteCommand>},
+        {"list", "List the references to restore points", MakeCommand<CSessionListCommand>,
+         "session list session.mtf"},
+        {"delete", "Delete references", MakeCommand<CSessionDeleteCommand>,
+         "session delete session.mtf 6f9619ff-8b86-d011-b42d-00cf4fc964ff"},
     });
 }
 

@@ -255,20 +255,4 @@ class Failures(SearchTest):
         self.assertFalse(os.path.exists(self.texts))
 
 
-class Help(unittest.TestCase):
-    def test_manual_and_completion_contain_every_option(self):
-        cli = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "cli")
-        with open(cli + "/oibidx.1") as file, open(cli + "/oibidx.bash-completion") as other:
-            manual, completion = file.read().replace("\\-", "-"), other.read()
-        for command, count in [("generate", 8), ("find", 11), ("find-text", 11), ("fingerprint", 2)]:
-            options = {*re.findall(r"--[\w-]+", answer(command, "--help").decode())} - {"--help"}
-            self.assertGreaterEqual(len(options), count, command)
-            heading = "find, oibidx find-text" if command.startswith("find") else command
-            described = (manual.split(f".B oibidx {command}\n")[1].split("\n.br")[0] +
-                         manual.split(f".SS oibidx {heading}\n")[1].split("\n.SS")[0])
-            for option in options:
-                for text in (described, completion):
-                    self.assertRegex(text, rf"(?<![\w-]){option}(?![\w-])", command)
-
-
 unittest.main()
