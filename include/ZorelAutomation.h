@@ -7,6 +7,10 @@
 // the published slots.
 #pragma once
 
+#if !defined(__cplusplus)
+#error "The headers of ZorelOibIdxLib are C++17. tests/abi/abi.h shows the declarations for C."
+#endif
+
 #if defined(_WIN32)
 
 #include <windows.h>

@@ -1,5 +1,5 @@
 // ZorelOibIdxLib 1.0: the interfaces, records and identifiers of the file-index
-// controller, for C++ clients on Linux and on Windows.
+// controller, for C++17 clients on Linux and on Windows.
 //
 // A client creates the class COibIdxLib (on Linux through CreateOibIdxLib below, on
 // Windows through CoCreateInstance) and calls IOibIdxLib; methods return all other

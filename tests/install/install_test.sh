@@ -31,5 +31,11 @@ PKG_CONFIG_PATH=$(dirname "$package")
 export PKG_CONFIG_PATH
 libdir=$(pkg-config --variable=libdir ZorelOibIdxLib)
 read -ra flags <<<"$(pkg-config --cflags --libs ZorelOibIdxLib)"
+echo '#include <ZorelOibIdxLib.h>' >"$folder/client.c"
+if "$compiler" -x c "${flags[@]}" -fsyntax-only "$folder/client.c" 2>"$folder/log" ||
+    ! grep -q 'headers of ZorelOibIdxLib are C++17' "$folder/log"; then
+    echo "a program in C is not refused with a reason: $(cat "$folder/log")"
+    exit 1
+fi
 "$compiler" -std=c++17 "$sources/consumer.cpp" -o "$folder/by_hand" "${flags[@]}"
 LD_LIBRARY_PATH=$libdir "$folder/by_hand"
