@@ -14,7 +14,7 @@ install(DIRECTORY bindings/python/zorel_oibidx DESTINATION ${ZOREL_PYTHON_DIR} C
 install(PROGRAMS bindings/python/example.py
   DESTINATION ${doc_dir}/python3-zorel-oibidx/examples COMPONENT python)
 install(DIRECTORY doc/ DESTINATION ${doc_dir}/libzorel-oibidx-dev COMPONENT development
-  FILES_MATCHING PATTERN *.md)
+  FILES_MATCHING PATTERN *.md PATTERN *.json)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zorel-oibidx)

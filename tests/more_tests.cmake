@@ -87,7 +87,7 @@ endif()
 # The Python client. The interpreter cannot load a sanitized module: its run-time library
 # must be loaded first, and the interpreter is not linked to it.
 if(NOT CMAKE_CROSSCOMPILING AND TARGET oibidx AND NOT ZOREL_SANITIZE)
-  find_program(ZOREL_MYPY mypy REQUIRED)  # the type checker
+  find_program(ZOREL_MYPY mypy HINTS /usr/bin REQUIRED)  # the type checker
   add_test(NAME bindings/python
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/bindings/python_client_test.py
             $<TARGET_FILE:ZorelOibIdxComLib> $<TARGET_FILE:oibidx> ${ZOREL_MYPY})

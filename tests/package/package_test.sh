@@ -41,7 +41,7 @@ check libzorel-oibidx-dev "$architecture" "$own" \
     'lib/cmake/ZorelOibIdxLib/ZorelOibIdxLib(Config|ConfigVersion|Targets|Targets-.*).cmake' \
     'share/doc/libzorel-oibidx-dev/.*\.(md|json)'
 check oibidx "$architecture" "$own*$system" bin/oibidx share/man/man1/oibidx.1.gz \
-    'share/.*(completions|site-functions)/_?oibidx(\.fish)?'
+    'share/(bash-completion|zsh|fish)/.*/_?oibidx(\.fish)?'
 check python3-zorel-oibidx all "$own*python3 (>= 3.11)" \
     'lib/python3/dist-packages/zorel_oibidx/([a-z_]+\.pyi?|py.typed)' \
     share/doc/python3-zorel-oibidx/examples/example.py
@@ -83,6 +83,8 @@ cp -rL "$sources/bindings/python" "$folder/python"
     -w "$folder/package" "$folder/python" >"$folder/log" 2>&1 || fail "$(cat "$folder/log")"
 mkdir "$folder/site"
 (cd "$folder/site" && "$python" -m zipfile -e "$folder/package/zorel_oibidx-$version-"*.whl .)
+diff -r "$folder/site/zorel_oibidx" "$root/usr/lib/python3/dist-packages/zorel_oibidx" ||
+    fail "the wheel has other files than the package"
 
 # Both load the module by its name without a version.
 for site in "$root/usr/lib/python3/dist-packages" "$folder/site"; do
@@ -90,7 +92,7 @@ for site in "$root/usr/lib/python3/dist-packages" "$folder/site"; do
         "$root/usr/share/doc/python3-zorel-oibidx/examples/example.py" \
         "$folder/catalogue" 'C:\docs' 'report' >"$folder/found"
     grep -qF '6  C:\Docs\report.txt' "$folder/found" || fail "$(cat "$folder/found")"
-    MYPYPATH=$site mypy --strict --cache-dir /dev/null "$sources/tests/bindings/typed_client.py" ||
+    MYPYPATH=$site /usr/bin/mypy --strict --cache-dir /dev/null "$sources/tests/bindings/typed_client.py" ||
         fail "the types of $site are incomplete"
 done
 

@@ -91,7 +91,7 @@ class Reference:
 
     def find(self, name):
         try:
-            return self._held().GetIDsOfNames(name)
+            return self._held().GetIDsOfNames(0, name)
         except pythoncom.com_error as failure:
             raise _error(name, failure) from None
 
