@@ -69,7 +69,11 @@ if(NOT WIN32 AND TARGET oibidx)
   add_test(NAME cli/search
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/search_test.py
             ${oibidx_program})
-  set_tests_properties(cli/oibidx cli/scan cli/meta cli/search PROPERTIES TIMEOUT 900 LABELS cli)
+  add_test(NAME cli/generate
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/generate_test.py
+            ${oibidx_program})
+  set_tests_properties(cli/oibidx cli/scan cli/meta cli/search cli/generate
+    PROPERTIES TIMEOUT 900 LABELS cli)
 endif()
 
 # The same client with faults in its calls of the system. A sanitizer's run-time library must be

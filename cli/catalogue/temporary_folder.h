@@ -22,8 +22,8 @@ public:
     [[nodiscard]] std::unique_lock<std::mutex> DelaySignals() {
         return std::unique_lock(m_removal);
     }
-    // From now on, the folder is not removed.
-    void Keep() { m_isKept = true; }
+    // Whether the folder is not removed.
+    void SetKept(bool isKept) { m_isKept = isKept; }
 
 private:
     static std::string Make(const std::string& start);

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Reads every source in src/ and cli/ and prints each violation of these rules:
 # - A layer of src/ includes itself and earlier layers only.
-# - cli/ includes the public headers, the records and streams of index data, and its own files.
+# - cli/ includes the public headers, the records and streams of index data, the rules for lines of
+#   text data files, and its own files.
 # - System headers and conditionals on a system are in folders posix/ and win32/ only; other
 #   sources do not include files of these folders.
 # - Only frame/objects/boundary.cpp has `catch (...)`.
@@ -21,6 +22,8 @@ awk '
 BEGIN {
     count = split("text platform automation frame idxdata mtf tdf frame/server", names, " ")
     for (i = 1; i <= count; ++i) rank[names[i]] = i
+    for_client = "^(cli/.*|idxdata/(streams|tables)/.*|frame/errors\\.h|text/unicode_text\\.h|" \
+        "tdf/generation/folder_texts\\.h)$"
     systems = "(^|[^A-Za-z0-9_])(_?WIN32|_WIN64|WINVER|__linux(__)?|linux|__gnu_linux__|__unix(__)?|unix|" \
         "__APPLE__|__MACH__|__CYGWIN__|__MINGW32__|__MINGW64__|_MSC_VER|__FreeBSD__|__ANDROID__|__has_include)" \
         "([^A-Za-z0-9_]|$)"
@@ -44,7 +47,7 @@ function check_include(target, quoted,    allowed) {
         if (!for_system && target ~ /[.\/]/ && target !~ allowed) report("system header", target)
     } else if (target !~ /\//) {
         if (target !~ /^Zorel[A-Za-z]*\.h$/) report("include without a layer", target)
-    } else if (here == "cli" && target !~ /^(cli\/.*|idxdata\/(streams|tables)\/.*|frame\/errors\.h)$/) {
+    } else if (here == "cli" && target !~ for_client) {
         report("include of the client", target)
     } else if (here != "cli" && !(layer_of(target) in rank)) {
         report("include of no layer", target)

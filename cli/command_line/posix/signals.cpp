@@ -8,7 +8,6 @@
 #include <csignal>
 
 #include <cerrno>
-#include <cstdint>
 #include <cstdlib>
 #include <iterator>
 #include <system_error>
@@ -88,8 +87,7 @@ struct CInterruptWatcher::Watch {
     }
 
     ~Watch() {
-        const std::uint64_t one = 1;
-        static_cast<void>(::write(end, &one, sizeof one));
+        ::eventfd_write(end, 1);
         thread.join();
         ::pthread_sigmask(SIG_SETMASK, &previous, nullptr);
         Close();

@@ -21,6 +21,8 @@ namespace tdf {
 // at a time.
 class CFolderTexts {
 public:
+    static constexpr std::size_t kMaxFolders = 64;  // in one text
+
     // `groupLimit`: of fingerprints; none for paths. `folders` must outlive the texts.
     CFolderTexts(const idxdata::CFolderTable& folders, std::u16string_view volumeName,
                  std::optional<std::int32_t> groupLimit);
@@ -34,8 +36,6 @@ public:
     Text TextOf(std::int64_t dirIndex, std::int64_t record);
 
 private:
-    static constexpr std::size_t kMaxFolders = 64;  // in one text
-
     struct Slot {
         std::uint32_t begin = 0;  // in m_cache
         std::uint32_t length = 0;
