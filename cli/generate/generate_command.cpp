@@ -101,7 +101,8 @@ public:
         DeclareJson(app);
         app.footer(
             "Writes for each volume and owner a series vl.VOLUME.OWNER.NUMBER.txt, and for\n"
-            "each volume owners.VOLUME.map. They replace those of earlier runs for the same volumes\n"
+            "each volume owners.VOLUME.map. They replace those of earlier runs for the same "
+            "volumes\n"
             "when all are written; a run that fails or is interrupted changes nothing.\n"
             "A line holds text. A file has no line if its name or path has bytes that are not\n"
             "UTF-8, line breaks, NUL or noncharacters, or if its owner is not in the table of\n"
@@ -197,9 +198,8 @@ private:
         static_cast<void>(std::snprintf(time, sizeof time, "%.2f", seconds));
         const std::string human = m_byteCount < 1024 ? "" : " (" + HumanSize(m_byteCount) + ")";
         output.Write("Output     " + m_output + "\n" + lines + "Texts      " +
-                     std::to_string(m_textCount) + "\nSize       " +
-                     std::to_string(m_byteCount) + " bytes" + human + "\nTime       " + time +
-                     " s\n");
+                     std::to_string(m_textCount) + "\nSize       " + std::to_string(m_byteCount) +
+                     " bytes" + human + "\nTime       " + time + " s\n");
     }
 
     std::string m_catalogue;

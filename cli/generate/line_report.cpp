@@ -162,8 +162,7 @@ std::u16string CVolumeReader::PathOf(const idxdata::FileRecordView& file) const 
 
 }  // namespace
 
-LineReport ReportLines(const CCatalogue::Volume& volume, ELineKind kind,
-                       COmissionList& omissions) {
+LineReport ReportLines(const CCatalogue::Volume& volume, ELineKind kind, COmissionList& omissions) {
     return WithSubject(volume.dataFile,
                        [&] { return CVolumeReader(volume, kind, omissions).Read(); });
 }
