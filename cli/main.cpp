@@ -27,6 +27,8 @@ std::vector<CCommandGroup::Entry> Commands() {
     return {
         {"scan", "Write the catalogue of a folder tree", MakeScanCommand,
          "scan /srv/share -o catalogue"},
+        {"info", "Show the volumes of a catalogue and where they come from", MakeInfoCommand,
+         "info catalogue"},
         {"browse", "List a folder of a catalogued volume", MakeBrowseCommand,
          "browse catalogue/C.dat projects/2026"},
         {"match", "Test a file name against a pattern", MakeMatchCommand,

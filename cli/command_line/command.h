@@ -36,6 +36,7 @@ protected:
 };
 
 std::unique_ptr<CCommand> MakeScanCommand();
+std::unique_ptr<CCommand> MakeInfoCommand();
 std::unique_ptr<CCommand> MakeBrowseCommand();
 std::unique_ptr<CCommand> MakeMatchCommand();
 std::unique_ptr<CCommand> MakeGenerateCommand();

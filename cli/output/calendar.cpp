@@ -12,6 +12,8 @@ using namespace std::chrono;
 
 constexpr sys_seconds kFirstMoment = sys_days(year(100) / January / 1);
 constexpr sys_seconds kLastMoment = sys_days(year(9999) / December / 31) + hours(24) - seconds(1);
+constexpr sys_seconds kEpoch = sys_days(year(1601) / January / 1);  // of file times
+constexpr std::int64_t kTicksPerSecond = 10'000'000;
 
 // Removes an unsigned number of at most `maxDigits` digits from the start of `text`.
 bool TakeNumber(std::string_view& text, std::size_t maxDigits, int& number) {
@@ -129,8 +131,6 @@ DATE ToDate(sys_seconds moment) {
 }
 
 std::int64_t ToTicks(std::int64_t unixSeconds, std::int64_t nanoseconds) {
-    constexpr sys_seconds kEpoch = sys_days(year(1601) / January / 1);
-    constexpr std::int64_t kTicksPerSecond = 10'000'000;
     if (unixSeconds < kEpoch.time_since_epoch().count()) {
         return 0;
     }
@@ -138,6 +138,13 @@ std::int64_t ToTicks(std::int64_t unixSeconds, std::int64_t nanoseconds) {
         return (kLastMoment - kEpoch).count() * kTicksPerSecond;
     }
     return (unixSeconds - kEpoch.time_since_epoch().count()) * kTicksPerSecond + nanoseconds / 100;
+}
+
+std::optional<sys_seconds> MomentOf(std::int64_t ticks) {
+    using Ticks = duration<std::int64_t, std::ratio<1, kTicksPerSecond>>;
+    const sys_seconds moment = kEpoch + floor<seconds>(Ticks(ticks));
+    const bool isValid = moment >= kFirstMoment && moment <= kLastMoment;
+    return isValid ? std::optional(moment) : std::nullopt;
 }
 
 }  // namespace zorel::cli

@@ -28,4 +28,7 @@ DATE ToDate(std::chrono::sys_seconds moment);
 // that both a file time and a DATE can hold. `seconds` counts from 1970-01-01 UTC.
 std::int64_t ToTicks(std::int64_t seconds, std::int64_t nanoseconds = 0);
 
+// The second in which a file time is; none outside the years 100 to 9999.
+std::optional<std::chrono::sys_seconds> MomentOf(std::int64_t ticks);
+
 }  // namespace zorel::cli

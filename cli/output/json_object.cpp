@@ -61,6 +61,11 @@ CJsonObject& CJsonObject::AddNumber(std::string_view key, std::int64_t value) {
     return *this;
 }
 
+CJsonObject& CJsonObject::AddNull(std::string_view key) {
+    m_object[std::string(key)] = nullptr;
+    return *this;
+}
+
 CJsonObject& CJsonObject::AddBool(std::string_view key, bool value) {
     m_object[std::string(key)] = value;
     return *this;
@@ -70,8 +75,7 @@ CJsonObject& CJsonObject::AddDate(std::string_view key, DATE date) {
     if (const auto text = FormatDate(date, "T")) {
         return Add(key, *text + "Z");
     }
-    m_object[std::string(key)] = nullptr;
-    return *this;
+    return AddNull(key);
 }
 
 CJsonObject& CJsonObject::AddTexts(std::string_view key, const std::vector<std::string>& texts) {

@@ -17,6 +17,7 @@ public:
     CJsonObject& Add(std::string_view key, std::u16string_view text);
     CJsonObject& Add(std::string_view key, std::string_view text);
     CJsonObject& AddNumber(std::string_view key, std::int64_t value);
+    CJsonObject& AddNull(std::string_view key);
     CJsonObject& AddBool(std::string_view key, bool value);
     // "2024-03-01T12:34:56Z", or null for a date that is not valid.
     CJsonObject& AddDate(std::string_view key, DATE date);

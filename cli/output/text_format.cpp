@@ -63,6 +63,10 @@ std::string HumanSize(std::int64_t bytes) {
     return text;
 }
 
+std::string SizeText(std::int64_t bytes) {
+    return std::to_string(bytes) + " bytes" + (bytes < 1024 ? "" : " (" + HumanSize(bytes) + ")");
+}
+
 std::size_t DisplayWidth(std::string_view text) {
     std::size_t width = 0;
     for (const char c : text) {

@@ -17,6 +17,8 @@ std::u16string UpperCased(std::u16string_view text);
 
 // "1.5K" for 1536; a number below 1024 has no unit.
 std::string HumanSize(std::int64_t bytes);
+// "34 bytes", "1536 bytes (1.5K)".
+std::string SizeText(std::int64_t bytes);
 
 // Columns on a terminal: one for each code point.
 std::size_t DisplayWidth(std::string_view text);

@@ -173,9 +173,11 @@ void CScanCommand::CheckMayReplace(const ScanRecord& record) const {
     }
     const std::optional<ScanRecord> former = FindScanRecord(DataFilePath());
     if (former && (former->folder != record.folder || former->host != record.host)) {
-        throw CCommandError(DataFilePath() + ": the volume was scanned from " + former->folder +
-                            " on " + former->host + "; to replace it by a scan of " +
-                            record.folder + " on " + record.host + ", give --replace");
+        const auto place = [](const ScanRecord& scan) {
+            return Printable(ToUtf16(scan.folder)) + " on " + scan.host;
+        };
+        throw CCommandError(DataFilePath() + ": the volume was scanned from " + place(*former) +
+                            "; to replace it by a scan of " + place(record) + ", give --replace");
     }
 }
 

@@ -65,12 +65,10 @@ void PrintSummary(COutput& output, const ScanSummary& summary) {
         output.Write(PadRight(label, 11) + value + "\n");
     };
     const ScanTotals& totals = summary.totals;
-    const std::int64_t bytes = ToSigned(totals.bytes);
     row("Catalogue", Printable(ToUtf16(summary.dataFile)));
     row("Folders", std::to_string(summary.folders));
     row("Files", std::to_string(summary.files));
-    row("Size", std::to_string(totals.bytes) + " bytes" +
-                    (bytes < 1024 ? "" : " (" + HumanSize(bytes) + ")"));
+    row("Size", SizeText(ToSigned(totals.bytes)));
     row("Owners", std::to_string(summary.owners));
     const char* label = "Skipped";
     for (const SkippedKind& kind : kSkippedKinds) {

@@ -2,17 +2,19 @@
 """Runs scans of trees made by the test: what they leave out and report, when they refuse, and
 what they leave behind."""
 import ctypes
+import datetime
 import json
 import os
 import pty
 import resource
 import signal
+import socket
 import subprocess
 import tempfile
 import time
 import unittest
 
-from tool_support import OIBIDX, ClientTest, answer, objects, run
+from tool_support import OIBIDX, ClientTest, answer, make_tree, model, objects, run
 
 
 class Trees(ClientTest):
@@ -92,17 +94,17 @@ class Trees(ClientTest):
                   if name not in ("dev", "proc", "sys")]
         text = answer("scan", "/", "-o", self.catalogue, *others).decode()
         self.assertIn(f"{len(mounts)} folders not entered: {', '.join(sorted(mounts))}\n", text)
-        below = [path for path, _, _ in os.walk("/dev") if path.count("/") == 2]
-        far = {path for path in below if os.stat(path).st_dev != os.stat("/dev").st_dev}
+        far = {entry.path for entry in os.scandir("/dev") if entry.is_dir(follow_symlinks=False)
+               and os.stat(entry.path).st_dev != os.stat("/dev").st_dev}
         self.assertIn("/dev/shm", far)
-        with tempfile.NamedTemporaryFile(dir="/dev/shm") as file:
+        with tempfile.NamedTemporaryFile(dir="/dev/shm", prefix=".") as file:
             for options, expected in [(["--one-file-system"], far), ([], set())]:
-                done = run("scan", "/dev", "-o", self.catalogue, "--replace", "--json", *options)
-                totals = json.loads(done.stdout)
+                totals = objects("scan", "/dev", "-o", self.catalogue, "--replace", "--json",
+                                 "--exclude=/shm/[!.]*", *options)[0]
                 self.assertEqual({*totals["notEntered"]}, expected)
                 self.assertEqual(totals["skipped"]["notEntered"], len(expected))
-                paths = run("find", self.catalogue).stdout.decode()
-                self.assertEqual(os.path.basename(file.name) in paths, not options)
+                answer("find", self.catalogue, "--name", "*" + os.path.basename(file.name),
+                       code=len(options))
         totals = objects("scan", "/", "-o", self.catalogue, "--replace", "--json",
                          "--all-file-systems", "--exclude=/*/*/*", "--exclude=/[ps]*/*", *others)[0]
         self.assertEqual((totals["notEntered"], totals["folders"] > 4), ([], True))
@@ -234,6 +236,93 @@ class VolumeList(ClientTest):
         self.assertEqual([scan.wait(timeout=60) for scan in scans], [0] * len(letters))
         lines = self.content()["summary.txt"].decode("utf-16").split("\r\n")
         self.assertEqual(sorted(lines), [f"Volume.{x}={x}.dat" for x in letters])
+
+
+class Sources(ClientTest):
+    """Where a volume comes from: kept by scan, shown by info, compared before it is replaced."""
+
+    def info(self, place="", code=0):
+        return objects("info", os.path.join(self.catalogue, place), "--json", code=code)
+
+    def test_info_shows_what_was_scanned(self):
+        make_tree(self.tree, 5)
+        folders, files = model(self.tree)
+        times = sorted(file["modified"] for file in files.values())
+        before = datetime.datetime.now(datetime.timezone.utc).replace(microsecond=0)
+        self.scan()
+        self.scan("--volume", "D", "--exclude", "* ", "--exclude=ü%/", "--exclude=*",
+                  "--one-file-system")
+        row, other = self.info()
+        scan = row.pop("scan")
+        self.assertEqual(row, {
+            "volume": "C", "dataFile": self.data_file, "folders": len(folders),
+            "dataFileSize": os.path.getsize(self.data_file), "files": len(files),
+            "bytes": sum(file["size"] for file in files.values()),
+            "owners": len({file["owner"] for file in files.values()}),
+            "oldest": times[0], "newest": times[-1]})
+        started = datetime.datetime.fromisoformat(scan.pop("time").replace("Z", "+00:00"))
+        self.assertTrue(before <= started <= datetime.datetime.now(datetime.timezone.utc))
+        self.assertLess(scan.pop("milliseconds"), 60000)
+        self.assertEqual(scan, {"folder": os.path.realpath(self.tree), "omitted": 0,
+                                "host": socket.gethostname(), "options": []})
+        self.assertEqual((other["volume"], other["files"], other["oldest"], other["newest"]),
+                         ("D", 0, None, None))
+        self.assertEqual(other["scan"]["options"], ["--exclude=* ", "--exclude=ü%/", "--exclude=*",
+                                                    "--one-file-system"])
+        self.assertEqual(self.info("summary.txt"), self.info())
+        self.assertEqual(self.info("D.dat"), [other])
+        text = answer("info", self.catalogue).decode()
+        self.assertRegex(text, rf"(?s)^Volume     C\nData file  {self.data_file}, .*\n"
+                         rf"Newest     {times[-1]}\nSource     {scan['folder']} on {scan['host']}\n"
+                         r"Scanned    20.*Z in [0-9.]+ s\n\nVolume     D\n.*\nOldest     -\n")
+
+    def test_info_of_what_cannot_be_read(self):
+        self.make("a")
+        for volume in "CDE":
+            self.scan("--volume", volume)
+        complete = self.info("D.dat")
+        content = self.content()["D.dat"]
+        os.remove(self.catalogue + "/E.dat")
+        for size in range(len(content)):
+            self.write("catalogue/D.dat", content[:size])
+            done = run("info", self.catalogue, "--json")
+            self.assertRegex(done.stderr.decode(), f"^oibidx: {self.catalogue}/D.dat: .*\noibidx: "
+                             f"{self.catalogue}/E.dat: no such file\n$", size)
+            self.assertEqual((done.returncode, done.stdout.count(b'"volume":"C"')), (3, 1))
+            self.info("D.dat", code=2)
+        self.write("catalogue/D.dat", content)
+        self.assertEqual(self.info("D.dat"), complete)
+        self.write("catalogue/D.scan.mtf", b"\xff\xfea\0b")
+        self.assertEqual(self.info("D.dat", code=3), [{**complete[0], "scan": None}])
+
+    def test_a_volume_from_elsewhere_is_not_replaced(self):
+        names = ["same", " %41\nü\r "]
+        for name in names:
+            self.write(f"{name}/file", b"")
+        here, there = (os.path.join(self.base, name) for name in names)
+        os.symlink(there, self.base + "/link")
+        scan = ["scan", "-o", self.catalogue]
+        record = self.catalogue + "/C.scan.mtf"
+        answer(*scan, there)
+        self.assertEqual(self.info()[0]["scan"]["folder"], os.path.realpath(there))
+        answer(*scan, self.base + "/link/.")
+        before = self.content()
+        self.check_failure([*scan, here, "--errors", self.base + "/errors"], "C.dat: the volume was "
+                           f"scanned from {self.base}/ %41\\x0Aü\\x0D  on ", f"to replace it by a scan of {here} on ", "--replace")
+        self.assertEqual((self.content(), os.path.exists(self.base + "/errors")), (before, False))
+        answer(*scan, here, "--volume", "D")
+        answer(*scan, here, "--replace")
+        answer("meta", "set", record, "Scan.Host=elsewhere")
+        self.check_failure([*scan, here], f"scanned from {here} on elsewhere; ")
+        former = self.content()["C.scan.mtf"]
+        self.write("same/more", b"")
+        answer(*scan, here, "--replace")
+        self.write("catalogue/C.scan.mtf", former)  # as a kill before the second rename leaves it
+        self.assertEqual((self.info()[0]["scan"], self.info()[0]["files"]), (None, 2))
+        answer(*scan, there)
+        os.remove(record)
+        answer(*scan, here)
+        self.assertEqual(self.info()[0]["scan"]["folder"], here)
 
 
 unittest.main()
