@@ -92,7 +92,8 @@ for site in "$root/usr/lib/python3/dist-packages" "$folder/site"; do
         "$root/usr/share/doc/python3-zorel-oibidx/examples/example.py" \
         "$folder/catalogue" 'C:\docs' 'report' >"$folder/found"
     grep -qF '6  C:\Docs\report.txt' "$folder/found" || fail "$(cat "$folder/found")"
-    MYPYPATH=$site /usr/bin/mypy --strict --cache-dir /dev/null "$sources/tests/bindings/typed_client.py" ||
+    MYPYPATH=$site /usr/bin/mypy --strict --cache-dir /dev/null \
+        "$sources/tests/bindings/typed_client.py" ||
         fail "the types of $site are incomplete"
 done
 
