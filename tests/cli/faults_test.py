@@ -115,12 +115,20 @@ class FaultsTest(ClientTest):
         self.make("a.txt", b"1")
         self.make("folder/b.txt", b"22")
         catalogue = os.path.join(self.state, "catalogue")
+        other = os.path.dirname(self.write("other/c.txt", b"333"))
+        folders = {2: self.tree, 1: other}  # by the number of files
+
         read = lambda: run("find", os.path.join(catalogue, "summary.txt"), "--json").stdout
+
+        def read_with_source():
+            row, = objects("info", catalogue, "--json")
+            self.assertTrue(row["scan"] is None or
+                            row["scan"]["folder"] == os.path.realpath(folders[row["files"]]))
+            return read()
         arguments = ["scan", self.tree, "-o", catalogue]
         self.assertGreater(self.check_faults(arguments, read), 10)
         run("scan", self.tree, "-o", os.path.join(self.start, "catalogue"))
-        self.make("c.txt", b"333")
-        self.check_faults(arguments, read)
+        self.check_faults(["scan", other, "-o", catalogue, "--replace"], read_with_source)
         self.check_faults([*arguments, "--volume", "D"], read)
         self.assertEqual(sorted(os.listdir(catalogue)), ["C.dat", "C.scan.mtf", "D.dat", "D.scan.mtf", "summary.txt"])
 
