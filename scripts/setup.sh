@@ -14,9 +14,10 @@
 set -euo pipefail
 
 declare -A packages=(
-    [build]="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev"
+    [build]="g++ cmake ninja-build libcli11-dev"
     [test]="libgtest-dev libgmock-dev binutils dpkg-dev file clang-format lintian mypy
-        pkg-config python3 python3-pip python3-setuptools python3-wheel"
+        pkg-config python3 python3-jsonschema python3-pip python3-setuptools
+        python3-wheel"
     [windows]="cmake ninja-build mingw-w64 g++-mingw-w64-x86-64-posix mingw-w64-tools wine
         wine64 wine64-tools libwine-dev googletest python3"
     [arm64]="g++-aarch64-linux-gnu qemu-user googletest"

@@ -69,10 +69,13 @@ if(NOT WIN32 AND TARGET oibidx)
   add_test(NAME cli/search
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/search_test.py
             ${oibidx_program})
+  add_test(NAME cli/find
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/find_test.py
+            ${oibidx_program})
   add_test(NAME cli/generate
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/generate_test.py
             ${oibidx_program})
-  set_tests_properties(cli/oibidx cli/scan cli/meta cli/search cli/generate
+  set_tests_properties(cli/oibidx cli/scan cli/meta cli/search cli/find cli/generate
     PROPERTIES TIMEOUT 900 LABELS cli)
 endif()
 

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
+
+#include "cli/output/date_formatter.h"
 
 namespace zorel::cli {
 
@@ -61,14 +62,14 @@ std::optional<seconds> ParseTimeOfDay(std::string_view text) {
     return isValid ? std::optional<seconds>(hours(h) + minutes(m) + seconds(s)) : std::nullopt;
 }
 
-// The length of "s", "min", "h", "d" or "w".
+// The length of "s", "min", "h", "d", "w" or "y".
 std::optional<seconds> ParseUnit(std::string_view text) {
     struct Unit {
         std::string_view name;
         seconds length;
     };
-    constexpr Unit kUnits[] = {
-        {"s", seconds(1)}, {"min", minutes(1)}, {"h", hours(1)}, {"d", days(1)}, {"w", weeks(1)}};
+    constexpr Unit kUnits[] = {{"s", seconds(1)}, {"min", minutes(1)}, {"h", hours(1)},
+                               {"d", days(1)},    {"w", weeks(1)},     {"y", days(365)}};
     const auto* const unit = std::find_if(std::begin(kUnits), std::end(kUnits),
                                           [&](const Unit& known) { return known.name == text; });
     return unit != std::end(kUnits) ? std::optional(unit->length) : std::nullopt;
@@ -77,17 +78,12 @@ std::optional<seconds> ParseUnit(std::string_view text) {
 }  // namespace
 
 std::optional<std::string> FormatDate(DATE date, std::string_view separator) {
-    SYSTEMTIME time{};
-    if (VariantTimeToSystemTime(date, &time) == 0) {
+    constexpr std::size_t kDayWidth = 10;
+    CTextBuffer text;
+    if (!CDateFormatter().Append(text, date, ' ')) {
         return std::nullopt;
     }
-    char day[32];
-    char hour[32];
-    static_cast<void>(
-        std::snprintf(day, sizeof(day), "%04u-%02u-%02u", time.wYear, time.wMonth, time.wDay));
-    static_cast<void>(std::snprintf(hour, sizeof(hour), "%02u:%02u:%02u", time.wHour, time.wMinute,
-                                    time.wSecond));
-    return day + std::string(separator) + hour;
+    return std::string(text.View()).replace(kDayWidth, 1, separator);
 }
 
 std::optional<sys_seconds> ParseMoment(std::string_view text) {

@@ -11,14 +11,15 @@
 
 namespace zorel::cli {
 
-// "2024-03-01", `separator`, "12:34:56"; none for a date outside the years 100 to 9999.
+// "2024-03-01", `separator`, "12:34:56"; none for a date outside the years 100 to 9999. For rows
+// of listings there is CDateFormatter.
 std::optional<std::string> FormatDate(DATE date, std::string_view separator);
 
 // 2024-03-01, 2024-03-01T12:30 or 2024-03-01T12:30:15 in UTC, also with a blank for T and
 // with Z at the end; none for any other text.
 std::optional<std::chrono::sys_seconds> ParseMoment(std::string_view text);
 
-// The moment that is 45s, 10min, 12h, 30d or 2w ago; none for any other text.
+// The moment that is 45s, 10min, 12h, 30d, 2w or 1y (365 days) ago; none for any other text.
 std::optional<std::chrono::sys_seconds> ParseAge(std::string_view text);
 
 // The year is limited to the range 100 to 9999.

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "ZorelAutomation.h"
+#include "cli/output/text_buffer.h"
 
 namespace zorel::cli {
 
@@ -17,10 +17,10 @@ public:
     CJsonObject& Add(std::string_view key, std::u16string_view text);
     CJsonObject& Add(std::string_view key, std::string_view text);
     CJsonObject& AddNumber(std::string_view key, std::int64_t value);
-    CJsonObject& AddNull(std::string_view key);
-    CJsonObject& AddBool(std::string_view key, bool value);
     // "2024-03-01T12:34:56Z", or null for a date that is not valid.
     CJsonObject& AddDate(std::string_view key, DATE date);
+    CJsonObject& AddNull(std::string_view key);
+    CJsonObject& AddBool(std::string_view key, bool value);
     CJsonObject& AddTexts(std::string_view key, const std::vector<std::string>& texts);
     CJsonObject& AddObject(std::string_view key, const CJsonObject& value);
 
@@ -28,7 +28,10 @@ public:
     std::string Line() const;
 
 private:
-    nlohmann::ordered_json m_object = nlohmann::ordered_json::object();
+    CJsonObject& AddValue(std::string_view key, std::string_view value);
+    void StartValue(std::string_view key);
+
+    CTextBuffer m_members;  // without the braces
 };
 
 }  // namespace zorel::cli

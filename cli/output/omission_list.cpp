@@ -38,8 +38,8 @@ void COmissionList::Add(std::u16string_view path, std::string_view reason) {
 void COmissionList::Finish() {
     if (m_count > kMaxLines) {
         const std::string more = std::to_string(m_count - kMaxLines) + " more";
-        PrintError(m_path.empty() ? more + "; " + m_option + " FILE lists all"
-                                  : more + "; " + m_path + " lists all");
+        const std::string place = m_path.empty() && !m_option.empty() ? m_option + " FILE" : m_path;
+        PrintError(place.empty() ? more : more + "; " + place + " lists all");
     }
     if (m_file.is_open() && (m_file.close(), !m_file)) {
         throw std::system_error(errno, std::generic_category(), m_path);

@@ -12,6 +12,8 @@ namespace zorel::cli {
 // lines in a file on request.
 class COmissionList {
 public:
+    // Without a file.
+    COmissionList() = default;
     // `option` is that of the file, such as "--errors". The file is created at once. Failures are
     // std::system_error with its path.
     COmissionList(std::string option, const std::optional<std::string>& file);

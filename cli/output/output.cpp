@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <utility>
 
 #include "ZorelText.h"
 #include "cli/output/terminal.h"
@@ -23,15 +22,20 @@ void PrintError(std::string_view message) {
 }
 
 void COutput::Write(std::string_view text) {
+    m_buffer.Append(text);
+    FlushIfFull();
+}
+
+void COutput::FlushIfFull() {
     constexpr std::size_t kBufferBytes = 1U << 16;
-    m_buffer += text;
-    if (m_buffer.size() >= kBufferBytes) {
+    if (m_buffer.Size() >= kBufferBytes) {
         Flush();
     }
 }
 
 void COutput::Flush() {
-    const std::string text = std::exchange(m_buffer, {});
+    const std::string_view text = m_buffer.View();
+    m_buffer.Clear();  // keeps the bytes; text that cannot be written is not written again
     WriteToStandardOutput(text);
 }
 

@@ -1,8 +1,9 @@
 // What the client prints.
 #pragma once
 
-#include <string>
 #include <string_view>
+
+#include "cli/output/text_buffer.h"
 
 namespace zorel::cli {
 
@@ -14,11 +15,14 @@ void PrintError(std::string_view message);
 // std::system_error with "standard output".
 class COutput {
 public:
+    // Text that is appended here is written by the next call of Write, FlushIfFull or Flush.
+    CTextBuffer& Buffer() { return m_buffer; }
     void Write(std::string_view text);
+    void FlushIfFull();
     void Flush();
 
 private:
-    std::string m_buffer;
+    CTextBuffer m_buffer;
 };
 
 }  // namespace zorel::cli

@@ -1,28 +1,15 @@
 #include "cli/output/text_format.h"
 
-#include <cstdio>
+#include <charconv>
 
-#include "ZorelText.h"
+#include "cli/output/text_buffer.h"
 
 namespace zorel::cli {
 
 std::string Printable(std::u16string_view text) {
-    std::string out;
-    std::size_t copied = 0;  // units
-    for (std::size_t i = 0; i <= text.size(); ++i) {
-        if (i < text.size() && text[i] >= 0x20 && (text[i] < 0x7F || text[i] >= 0xA0)) {
-            continue;
-        }
-        out += ToUtf8(text.substr(copied, i - copied));
-        if (i < text.size()) {
-            char escape[8];
-            static_cast<void>(
-                std::snprintf(escape, sizeof(escape), "\\x%02X", static_cast<unsigned>(text[i])));
-            out += escape;
-        }
-        copied = i + 1;
-    }
-    return out;
+    CTextBuffer out;
+    out.AppendPrintable(text);
+    return std::string(out.View());
 }
 
 namespace {
@@ -48,19 +35,25 @@ std::u16string UpperCased(std::u16string_view text) {
     return MapLetters(text, u'a', u'A' - u'a');
 }
 
-std::string HumanSize(std::int64_t bytes) {
+char* PutHumanSize(char* to, std::int64_t bytes) {
     constexpr std::string_view kUnits = "KMGTPE";
+    char* const end = to + kMaxHumanSize;
     if (bytes < 1024) {
-        return std::to_string(bytes);
+        return std::to_chars(to, end, bytes).ptr;
     }
     auto value = static_cast<double>(bytes);
     std::size_t unit = 0;
     for (value /= 1024; value >= 1023.95 && unit + 1 < kUnits.size(); ++unit) {
         value /= 1024;
     }
-    char text[32];
-    static_cast<void>(std::snprintf(text, sizeof(text), "%.1f%c", value, kUnits[unit]));
-    return text;
+    to = std::to_chars(to, end, value, std::chars_format::fixed, 1).ptr;
+    *to = kUnits[unit];
+    return to + 1;
+}
+
+std::string HumanSize(std::int64_t bytes) {
+    char text[kMaxHumanSize];
+    return {text, PutHumanSize(text, bytes)};
 }
 
 std::string SizeText(std::int64_t bytes) {

@@ -7,7 +7,7 @@
 
 namespace zorel::cli {
 
-// Replaces control characters by \xHH.
+// Replaces control characters by \xHH and characters that change the direction of text by \uHHHH.
 std::string Printable(std::u16string_view text);
 
 // Maps A-Z to a-z, as the library does to compare names.
@@ -17,6 +17,9 @@ std::u16string UpperCased(std::u16string_view text);
 
 // "1.5K" for 1536; a number below 1024 has no unit.
 std::string HumanSize(std::int64_t bytes);
+// Writes the same text to `to`, which has room for kMaxHumanSize characters; returns its end.
+inline constexpr std::size_t kMaxHumanSize = 24;
+char* PutHumanSize(char* to, std::int64_t bytes);
 // "34 bytes", "1536 bytes (1.5K)".
 std::string SizeText(std::int64_t bytes);
 

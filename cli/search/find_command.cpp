@@ -1,9 +1,13 @@
-#include <filesystem>
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 #include "ZorelClient.h"
+#include "cli/catalogue/volume_view.h"
 #include "cli/command_line/command.h"
+#include "cli/command_line/failure.h"
 #include "cli/command_line/paths.h"
-#include "cli/output/waiting_line.h"
+#include "cli/search/catalogue_source.h"
 #include "cli/search/search_filters.h"
 #include "cli/search/search_output.h"
 
@@ -14,43 +18,75 @@ namespace {
 class CFindCommand : public CCommand {
 public:
     void Declare(CLI::App& app) override {
-        app.add_option("CATALOGUE", m_catalogue, "Folder of a catalogue, or its summary.txt")
+        app.add_option("CATALOGUE", m_paths,
+                       "Catalogues: a folder, its summary.txt or one data file each")
             ->required();
         m_filters.Declare(app);
-        app.add_flag("--count", m_isCount, "Print only the number of files found");
+        app.add_flag("--folders", m_hasFolders, "Find folders, too");
+        app.add_flag("--skip-unreadable", m_isUnreadableSkipped,
+                     "Name volumes that cannot be read and search the others");
+        m_output.Declare(app);
         DeclareJson(app);
         app.footer(
-            "Searches the data files of all volumes of the catalogue. A pattern without * matches\n"
-            "anywhere in the name; no pattern has to match up to the name's end. Times are UTC:\n"
-            "2024-03-01, 2024-03-01T12:30:00, or an age: 12h, 30d, 2w. Exit code 1: nothing\n"
-            "found; 3: some results could not be read, they are reported by their positions.");
+            "Searches the data files of all volumes of the catalogues. Several patterns of --name\n"
+            "and --glob: one of them has to match. A pattern of --name without * matches anywhere\n"
+            "in the name, and none has to match up to the name's end; a pattern of --glob matches\n"
+            "the whole name. Times are UTC: 2024-03-01, 2024-03-01T12:30:00, or an age: 12h, 30d,\n"
+            "2w, 1y. A folder has no time, size, owner and ending: filters for these leave it "
+            "out.\n"
+            "Exit code 1: nothing found; 3: some results or volumes could not be read.");
     }
 
     EExitCode Run(COutput& output) override {
-        SearchSpec& criteria = m_filters.ForCatalogue();
-        client::CComPtr<IOibBDFSearchTask> task;
-        {
-            const CWaitingLine waiting("Searching " + m_catalogue);
-            const client::CString folder(AbsolutePath(Folder()));
-            client::Check(client::CreateLibrary()->FindInOibBDF(folder, task.Put()), m_catalogue);
-            client::Check(task->Find(&criteria), m_catalogue);
+        m_filters.Prepare();
+        m_output.Prepare(m_isJson);
+        std::vector<CCatalogue> catalogues;
+        for (const std::string& path : m_paths) {
+            catalogues.emplace_back(path);
         }
-        CSearchOutput results(output, m_isJson, m_isCount);
-        results.KeepVolume(m_filters.Volume());
-        results.Add(*task, m_catalogue);
-        return results.Finish();
+        std::optional<CVolumeFolders> folders;
+        if (m_isUnreadableSkipped ||
+            !std::all_of(catalogues.begin(), catalogues.end(), IsCatalogueFolder)) {
+            folders.emplace();
+        }
+        const CatalogueSearch search = {m_filters, m_output, folders ? &*folders : nullptr,
+                                        m_hasFolders, m_isUnreadableSkipped};
+        std::vector<std::unique_ptr<CRowSource>> sources;
+        for (const CCatalogue& catalogue : catalogues) {
+            sources.push_back(std::make_unique<CCatalogueSource>(catalogue, search));
+        }
+        try {
+            return m_output.Print(output, sources, "Searching " + m_paths.front());
+        } catch (const client::CError& error) {
+            folders.reset();
+            for (const CCatalogue& catalogue : catalogues) {
+                if (catalogue.Path() == error.Subject()) {
+                    CheckVolumes(catalogue);
+                }
+            }
+            throw;
+        }
     }
 
 private:
-    std::string Folder() const {
-        const std::filesystem::path path = std::filesystem::absolute(m_catalogue);
-        const bool isSummary = path.filename() == "summary.txt" && !is_directory(path);
-        return (isSummary ? path.parent_path() : path).string();
+    // Throws client::CError with the data file of the first volume that cannot be searched.
+    static void CheckVolumes(const CCatalogue& catalogue) {
+        for (const CCatalogue::Volume& volume : catalogue.Volumes()) {
+            const CVolumeView view({volume});
+            client::CComPtr<IOibBDFSearchTask> task;
+            SearchSpec all{};
+            client::Check(client::CreateLibrary()->FindInOibBDF(
+                              client::CString(AbsolutePath(view.Folder())), task.Put()),
+                          volume.dataFile);
+            client::Check(task->Find(&all), volume.dataFile);
+        }
     }
 
-    std::string m_catalogue;
+    std::vector<std::string> m_paths;
     CSearchFilters m_filters;
-    bool m_isCount = false;
+    CSearchOutput m_output;
+    bool m_hasFolders = false;
+    bool m_isUnreadableSkipped = false;
 };
 
 }  // namespace

@@ -1,13 +1,13 @@
+#include <algorithm>
 #include <utility>
 #include <vector>
 
-#include "ZorelClient.h"
+#include "ZorelText.h"
 #include "cli/command_line/command.h"
-#include "cli/command_line/paths.h"
 #include "cli/generate/text_file_name.h"
-#include "cli/output/waiting_line.h"
 #include "cli/search/search_filters.h"
 #include "cli/search/search_output.h"
+#include "cli/search/text_source.h"
 
 namespace zorel::cli {
 
@@ -18,7 +18,8 @@ public:
     void Declare(CLI::App& app) override {
         app.add_option("FILE", m_files, "Text data files with one line for each file")->required();
         m_filters.Declare(app);
-        app.add_flag("--count", m_isCount, "Print only the number of files found");
+        app.add_flag("--folders", m_hasFolders, "For 'oibidx find' only")->group("");
+        m_output.Declare(app);
         DeclareJson(app);
         app.footer(
             "The filters have the same meaning as for 'oibidx find'. A line does not contain the\n"
@@ -28,50 +29,43 @@ public:
     }
 
     EExitCode Run(COutput& output) override {
-        const std::vector<Text> texts = SelectedTexts();
-        const auto library = client::CreateLibrary();
-        CSearchOutput results(output, m_isJson, m_isCount);
-        results.KeepEndings(m_filters.Endings());
-        for (const Text& text : texts) {
-            client::CComPtr<IOibTDFSearchTask> task;
-            {
-                const CWaitingLine waiting("Searching " + text.file);
-                const client::CString path(AbsolutePath(text.file));
-                SearchSpec& criteria = m_filters.ForText(text.volume);
-                client::Check(library->FindInOibTDF2(path, &criteria, task.Put()), text.file);
-            }
-            results.Add(*task, text.file);
+        if (m_hasFolders) {
+            throw CCommandError(
+                "--folders: text data files list no folders; search the catalogue "
+                "with 'oibidx find'");
         }
-        return results.Finish();
+        m_filters.Prepare();
+        m_output.Prepare(m_isJson);
+        std::vector<std::unique_ptr<CRowSource>> sources;
+        for (const std::string& file : m_files) {
+            const TextFileName name = ParseTextFileName(file);
+            if (IsSelected(file, name)) {
+                sources.push_back(
+                    std::make_unique<CTextSource>(file, name.volume, m_filters, m_output));
+            }
+        }
+        return m_output.Print(output, sources, "Searching " + m_files.front());
     }
 
 private:
-    struct Text {
-        std::string file;
-        std::u16string volume;
-    };
-
-    // The files of the owner; all files without --owner and for an empty owner.
-    std::vector<Text> SelectedTexts() const {
-        const std::string owner = m_filters.Owner().value_or("");
-        std::vector<Text> texts;
-        for (const std::string& file : m_files) {
-            TextFileName name = ParseTextFileName(file);
-            if (!owner.empty() && !name.owner) {
-                throw CCommandError(file +
-                                    ": --owner: The file name contains no owner, such as "
-                                    "vl.VOLUME.DOMAIN.NAME.NUMBER.txt.");
-            }
-            if (owner.empty() || IsOwnedBy(*name.owner, ToUtf16(owner))) {
-                texts.push_back({file, std::move(name.volume)});
-            }
+    // Whether the file is of one of the owners.
+    bool IsSelected(const std::string& file, const TextFileName& name) const {
+        const std::vector<std::string>& owners = m_filters.Owners();
+        if (!owners.empty() && !name.owner) {
+            throw CCommandError(file +
+                                ": --owner: The file name contains no owner, such as "
+                                "vl.VOLUME.DOMAIN.NAME.NUMBER.txt.");
         }
-        return texts;
+        return owners.empty() ||
+               std::any_of(owners.begin(), owners.end(), [&](const std::string& owner) {
+                   return IsOwnedBy(*name.owner, ToUtf16(owner));
+               });
     }
 
     std::vector<std::string> m_files;
     CSearchFilters m_filters;
-    bool m_isCount = false;
+    CSearchOutput m_output;
+    bool m_hasFolders = false;
 };
 
 }  // namespace

@@ -1,113 +1,205 @@
 #include "cli/search/search_output.h"
 
+#include <CLI/Option.hpp>
+#include <CLI/Validators.hpp>
 #include <algorithm>
+#include <charconv>
+#include <limits>
+#include <utility>
 
-#include "ZorelText.h"
-#include "cli/output/calendar.h"
+#include "cli/output/date_formatter.h"
 #include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
+#include "cli/output/waiting_line.h"
 
 namespace zorel::cli {
 
 namespace {
-constexpr std::size_t kSizeWidth = 13;
-constexpr std::size_t kOwnerWidth = 16;
-constexpr std::size_t kDateWidth = 19;
 
-void ReportUnread(HRESULT code, const std::string& subject) {
-    try {
-        client::Check(code, subject);
-    } catch (const client::CError& error) {
-        PrintError(error.what());
+std::uint64_t ParseLimit(const std::string& text) {
+    std::uint64_t limit = 0;
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, limit);
+    if (result.ec != std::errc() || result.ptr != end || limit == 0) {
+        throw CCommandError("--limit: '" + text + "' is not a number of rows; examples: 1, 100");
     }
+    return limit;
+}
+
+// One row of the chunks that are sorted.
+struct SortedRow {
+    std::string_view text;
+    std::u16string_view key;
+    std::int64_t number;
+};
+
+std::vector<SortedRow> RowsOf(const std::vector<RowChunk>& chunks) {
+    std::vector<SortedRow> rows;
+    for (const RowChunk& chunk : chunks) {
+        RowChunk::Row previous;
+        const std::string_view text = chunk.text.View();
+        const std::u16string_view keys = chunk.keys;
+        for (const RowChunk::Row& row : chunk.marks) {
+            rows.push_back({text.substr(previous.end, row.end - previous.end),
+                            keys.substr(previous.keyEnd, row.keyEnd - previous.keyEnd),
+                            row.number});
+            previous = row;
+        }
+    }
+    return rows;
 }
 
 }  // namespace
 
-void CSearchOutput::KeepEndings(const std::optional<std::string>& endings) {
-    if (!endings || endings->empty()) {
-        return;
+void CSearchOutput::Declare(CLI::App& app) {
+    auto* const count = app.add_flag("--count", m_isCount, "Print only the number of files found");
+    auto* const isLong =
+        app.add_flag("-l,--long", m_isLong, "Print type, volume, owner, size, time and path");
+    auto* const format =
+        app.add_option("--format", m_template,
+                       "Print rows like '{size} {path}'; also {name}, {folder}, {time}, {owner}, "
+                       "{volume}")
+            ->type_name("TEMPLATE");
+    auto* const null = app.add_flag("-0,--null", m_isNull,
+                                    "Print paths, or rows of --format, unchanged and with a NUL at "
+                                    "their ends");
+    app.add_option("--sort", m_orderName, "Sort by name, path, size or time")
+        ->type_name("KEY")
+        ->check(CLI::IsMember({"name", "path", "size", "time"}));
+    app.add_flag("--reverse", m_isReverse, "Sort in the opposite order")->needs("--sort");
+    app.add_option("--limit", m_limitText, "Print at most this many rows")->type_name("N");
+    app.add_flag("-q,--quiet", m_isQuiet, "Print nothing; the exit code is the answer");
+    m_listing.Declare(app);
+    isLong->excludes(format)->excludes(null);
+    count->excludes(isLong)->excludes(format)->excludes(null);
+}
+
+void CSearchOutput::Prepare(bool isJson) {
+    m_isJson = isJson;
+    if (isJson && (m_isLong || m_isNull || !m_template.empty())) {
+        throw CCommandError("--json excludes --long, --null and --format");
     }
-    m_endings.emplace();
-    const std::u16string list = Folded(ToUtf16(*endings)) + u";";
-    std::size_t start = 0;
-    std::size_t count = 0;  // units of the ending, without its blanks
-    for (std::size_t i = 0; i < list.size(); ++i) {
-        if (list[i] == u';' || list[i] == u',') {
-            if (count > 0) {
-                m_endings->push_back(list.substr(start, count));
-            }
-            count = 0;
-        } else if (list[i] != u' ') {
-            start = count == 0 ? i : start;
-            ++count;
-        }
+    m_style = m_listing.TextStyle();
+    if (isJson) {
+        m_style.format = ERowFormat::Json;
+    } else if (!m_template.empty()) {
+        m_style.format = ERowFormat::Template;
+        m_style.fields = CRowTemplate(m_template);
+    } else if (m_isNull) {
+        m_style.format = ERowFormat::Path;
+    } else if (m_isLong) {
+        constexpr std::size_t kHumanSizeWidth = 7;
+        m_style.format = ERowFormat::Columns;
+        m_style.isHuman = m_style.hasVolume = true;
+        m_style.sizeWidth = kHumanSizeWidth;
+    }
+    if (m_isNull) {
+        m_style.end = '\0';
+        m_style.isColored = false;
+    }
+    if (!m_limitText.empty()) {
+        m_limit = ParseLimit(m_limitText);
+    }
+    constexpr std::pair<const char*, EOrder> kOrders[] = {{"name", EOrder::Name},
+                                                          {"path", EOrder::Path},
+                                                          {"size", EOrder::Size},
+                                                          {"time", EOrder::Time}};
+    for (const auto& [name, order] : kOrders) {
+        m_order = m_orderName == name ? order : m_order;
     }
 }
 
-bool CSearchOutput::IsKept(std::u16string_view path) const {
-    if (m_volume && Folded(path.substr(0, 1)) != Folded({&*m_volume, 1})) {
-        return false;
+void CSearchOutput::Append(RowChunk& chunk, CRowWriter& writer, const FileRow& row) const {
+    ++chunk.rows;
+    if (!HasRows()) {
+        return;
     }
-    const std::u16string_view name = path.substr(path.rfind(u'\\') + 1);
-    return !m_endings || std::any_of(m_endings->begin(), m_endings->end(), [&](const auto& ending) {
-        return name.size() > ending.size() && name.ends_with(ending);
+    writer.Append(chunk.text, row);
+    if (m_order == EOrder::Found && !m_limit) {
+        return;
+    }
+    RowChunk::Row mark{chunk.text.Size(), 0, std::numeric_limits<std::int64_t>::min()};
+    if (m_order == EOrder::Name) {
+        chunk.keys.append(Folded(row.Name())).append(1, u'\0');
+    }
+    if (m_order == EOrder::Name || m_order == EOrder::Path) {
+        chunk.keys += Folded(row.path);
+    } else if (!row.isFolder) {
+        mark.number = m_order == EOrder::Size ? row.size : CDateFormatter::SecondsOf(row.modified);
+    }
+    mark.keyEnd = chunk.keys.size();
+    chunk.marks.push_back(mark);
+}
+
+EExitCode CSearchOutput::Print(COutput& output,
+                               const std::vector<std::unique_ptr<CRowSource>>& sources,
+                               const std::string& waitingFor) {
+    std::optional<CWaitingLine> waiting(waitingFor);
+    WriteInOrder(sources, [&](RowChunk& chunk) {
+        if (chunk.rows > 0 || !chunk.errors.empty() || !chunk.notes.empty()) {
+            waiting.reset();
+        }
+        Report(chunk);
+        return Write(output, chunk);
     });
-}
-
-void CSearchOutput::Add(IOibTDFSearchTask& task, const std::string& subject) {
-    INT count = 0;
-    client::Check(task.get_ResultsCount(&count), subject);
-    if (m_isCount && !m_endings && !m_volume) {
-        m_found += static_cast<std::uint64_t>(count);
-        return;
+    waiting.reset();
+    m_notes.Finish();
+    if (m_order != EOrder::Found && HasRows()) {
+        WriteSorted(output);
     }
-    for (INT i = 0; i < count; ++i) {
-        client::CSearchResult result;
-        const HRESULT code = task.GetResult(i, result.Put());
-        if (FAILED(code)) {
-            ReportUnread(code, subject + ": Result " + std::to_string(i + 1) + " of " +
-                                   std::to_string(count) + " cannot be read");
-            m_isComplete = false;
-            continue;
-        }
-        if (IsKept(client::ViewOf(result.FileFullName))) {
-            ++m_found;
-            Print(result);
-        }
-    }
-}
-
-void CSearchOutput::Print(const SearchResult& result) {
-    if (m_isCount) {
-        return;
-    }
-    const std::u16string_view path = client::ViewOf(result.FileFullName);
-    const std::u16string_view owner = client::ViewOf(result.Owner);
-    if (!m_isJson) {
-        const std::string date = FormatDate(result.ModifyTime, " ").value_or("-");
-        m_output.Write(PadRight(date, kDateWidth) + "  " +
-                       PadLeft(std::to_string(result.Size), kSizeWidth) + "  " +
-                       PadRight(owner.empty() ? "-" : Printable(owner), kOwnerWidth) + "  " +
-                       Printable(path) + "\n");
-        return;
-    }
-    CJsonObject object;
-    object.Add("path", path).AddNumber("size", result.Size);
-    object.AddDate("modified", result.ModifyTime).Add("owner", owner);
-    m_output.Write(object.Line());
-}
-
-EExitCode CSearchOutput::Finish() {
-    if (m_isCount) {
-        m_output.Write(
-            m_isJson ? CJsonObject().AddNumber("count", static_cast<std::int64_t>(m_found)).Line()
-                     : std::to_string(m_found) + "\n");
+    if (m_isCount && !m_isQuiet) {
+        const auto count = static_cast<std::int64_t>(m_found);
+        output.Write(m_isJson ? CJsonObject().AddNumber("count", count).Line()
+                              : std::to_string(count) + "\n");
     }
     if (!m_isComplete) {
         return kExitIncomplete;
     }
     return m_found == 0 ? kExitNothingFound : kExitOk;
+}
+
+void CSearchOutput::Report(const RowChunk& chunk) {
+    for (const RowChunk::Note& note : chunk.notes) {
+        m_notes.Add(note.path, note.reason);
+    }
+    for (const std::string& error : chunk.errors) {
+        PrintError(error);
+    }
+    m_isComplete = m_isComplete && chunk.errors.empty();
+}
+
+// Returns whether more rows are wanted.
+bool CSearchOutput::Write(COutput& output, RowChunk& chunk) {
+    if (m_order != EOrder::Found && HasRows()) {
+        m_found += chunk.rows;
+        m_chunks.push_back(std::move(chunk));
+        return true;
+    }
+    std::string_view text = chunk.text.View();
+    std::uint64_t rows = chunk.rows;
+    if (m_limit && rows > *m_limit - m_found) {
+        rows = *m_limit - m_found;
+        text = text.substr(0, HasRows() && rows > 0 ? chunk.marks[rows - 1].end : 0);
+    }
+    m_found += rows;
+    output.Write(text);
+    return !(m_limit && m_found == *m_limit) && !(m_isQuiet && m_found > 0);
+}
+
+// Equal rows keep the order in which they were found, also in the opposite order.
+void CSearchOutput::WriteSorted(COutput& output) {
+    std::vector<SortedRow> rows = RowsOf(m_chunks);
+    std::stable_sort(rows.begin(), rows.end(), [this](const SortedRow& a, const SortedRow& b) {
+        const SortedRow& low = m_isReverse ? b : a;
+        const SortedRow& high = m_isReverse ? a : b;
+        return low.number != high.number ? low.number < high.number : low.key < high.key;
+    });
+    if (m_limit && rows.size() > *m_limit) {
+        rows.resize(*m_limit);
+    }
+    for (const SortedRow& row : rows) {
+        output.Write(row.text);
+    }
 }
 
 }  // namespace zorel::cli

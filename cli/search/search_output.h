@@ -1,43 +1,64 @@
 #pragma once
 
+#include <CLI/App.hpp>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "ZorelClient.h"
 #include "cli/command_line/command.h"
+#include "cli/output/listing_options.h"
+#include "cli/output/omission_list.h"
+#include "cli/output/output.h"
+#include "cli/output/row_pipeline.h"
+#include "cli/output/row_writer.h"
 
 namespace zorel::cli {
 
-// Prints the results of search tasks: a line or a JSON object for each, or only their number
-// at the end.
+// What a search prints: its options, the rows for the sources to format, and the output.
 class CSearchOutput {
 public:
-    CSearchOutput(COutput& output, bool isJson, bool isCount)
-        : m_output(output), m_isJson(isJson), m_isCount(isCount) {}
+    void Declare(CLI::App& app);
+    // Checks the values. Call it once, after the command line is parsed and before the functions
+    // below. Throws CCommandError.
+    void Prepare(bool isJson);
 
-    // Keeps only names that end in one of the texts of the list, which ';' and ',' separate.
-    // The rule is that of the catalogue search: the list is mapped to lower case, the name is
-    // not, and each blank inside an ending removes one unit from its end.
-    void KeepEndings(const std::optional<std::string>& endings);
-    // Keeps only files of this volume: the catalogue search ignores the volume of a folder.
-    void KeepVolume(std::optional<char16_t> volume) { m_volume = volume; }
-    // Reports each result that cannot be read, by its position, and continues with the next one.
-    // Throws client::CError with `subject` if there is no number of results.
-    void Add(IOibTDFSearchTask& task, const std::string& subject);
-    // kExitIncomplete when a result could not be read, kExitNothingFound when there was none.
-    EExitCode Finish();
+    // Whether the rows themselves are needed, or only their number.
+    bool HasRows() const { return !m_isCount && !m_isQuiet; }
+    // A writer for one thread.
+    CRowWriter NewWriter() const { return CRowWriter(m_style); }
+    // Adds a row that was accepted.
+    void Append(RowChunk& chunk, CRowWriter& writer, const FileRow& row) const;
+
+    // Writes the rows of all sources. `waitingFor` is shown on a terminal until the first of them.
+    // kExitIncomplete when something could not be read, kExitNothingFound when there was no row.
+    EExitCode Print(COutput& output, const std::vector<std::unique_ptr<CRowSource>>& sources,
+                    const std::string& waitingFor);
 
 private:
-    bool IsKept(std::u16string_view path) const;
-    void Print(const SearchResult& result);
+    enum class EOrder { Found, Name, Path, Size, Time };
 
-    COutput& m_output;
-    bool m_isJson;
-    bool m_isCount;
-    std::optional<std::vector<std::u16string>> m_endings;
-    std::optional<char16_t> m_volume;
+    bool Write(COutput& output, RowChunk& chunk);
+    void WriteSorted(COutput& output);
+    void Report(const RowChunk& chunk);
+
+    std::string m_template;
+    std::string m_orderName;
+    std::string m_limitText;
+    bool m_isReverse = false;
+    bool m_isCount = false;
+    bool m_isQuiet = false;
+    bool m_isLong = false;
+    bool m_isNull = false;
+    bool m_isJson = false;
+    CListingOptions m_listing;
+
+    RowStyle m_style;
+    EOrder m_order = EOrder::Found;
+    std::optional<std::uint64_t> m_limit;
+    std::vector<RowChunk> m_chunks;  // to be sorted
+    COmissionList m_notes;
     std::uint64_t m_found = 0;
     bool m_isComplete = true;
 };

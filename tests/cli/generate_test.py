@@ -24,7 +24,8 @@ class GenerateTest(ClientTest):
         super().setUp()
         self.summary = os.path.join(self.catalogue, "summary.txt")
         self.texts = os.path.join(self.base, "texts")
-        self.series = f"vl.%s.{HOST}.{owner_of(os.stat(self.tree))}.%d.txt"
+        owner = owner_of(os.stat(self.tree)).partition("\\")[2]
+        self.series = f"vl.%s.{HOST}.{owner}.%d.txt"
 
     def generate(self, *arguments, place=None, code=0):
         return objects("generate", place or self.catalogue, "-o", self.texts, "--json", *arguments,
@@ -59,7 +60,7 @@ class Lines(GenerateTest):
         self.make("top", b"", modified=-10**9)
         self.make("Users/bad\udcff")
         self.scan()
-        owner = owner_of(os.stat(self.tree))
+        owner = owner_of(os.stat(self.tree)).partition("\\")[2]
         owners = {"owners.C.map": [f"{HOST}\\{owner}    S-1-22-1-{os.getuid()}"]}
         file = f"vl.C.{HOST}.{owner}.%d.txt"
         lines = ["12/31/1969 23:59:59, 0, C:\\top",

@@ -33,17 +33,18 @@ class ScanAndBrowse(ClientTest):
             for folder in ["", *folders]:
                 start = folder + "\\" if folder else ""
                 inside = [f[len(start):] for f in folders if f.startswith(start)]
-                direct = {n[len(start):]: {**f, "name": n[len(start):]} for n, f in files.items()
+                direct = {n[len(start):]: f for n, f in files.items()
                           if n.startswith(start) and "\\" not in n[len(start):]}
                 self.check_listing(["C:\\" + folder], [f for f in inside if f and "\\" not in f],
-                                   direct)
+                                   direct, start)
 
-    def check_listing(self, arguments, folders, files, code=0):
+    def check_listing(self, arguments, folders, files, start="", code=0):
         rows = objects("browse", self.data_file, "--json", *arguments, code=code)
-        listed = [r["name"] for r in rows if r["type"] == "folder"]
+        relative = lambda row: row["path"][len("C:\\" + start):]
+        listed = [relative(r) for r in rows if r["type"] == "folder"]
         by_names = lambda path: [os.fsencode(name) for name in path.split("\\")]
         self.assertEqual(listed, sorted(folders, key=by_names), arguments)
-        self.assertEqual({r["name"]: r for r in rows if r["type"] == "file"}, files, arguments)
+        self.assertEqual({relative(r): r for r in rows if r["type"] == "file"}, files, arguments)
         self.assertEqual([r["type"] for r in rows[:len(folders)]], ["folder"] * len(folders))
 
     def test_times(self):
@@ -109,7 +110,7 @@ class Failures(ClientTest):
                 (["scan", file, "-o", self.base], f"oibidx: {file}: Not a directory"),
                 (["scan", self.tree, "-o", file], f"oibidx: {file}: "),
                 (["scan", self.tree, "-o", missing, "--volume", "1"], "--volume"),
-                (["scan", self.tree], "--output"), (["browse"], "DATAFILE"),
+                (["scan", self.tree], "--output"), (["browse"], "CATALOGUE"),
                 (["browse", self.data_file, "a", "b"], "b"), (["match", "C:\\a"], "PATTERN"),
                 (["nonsense"], "nonsense"), ([], "command")]:
             self.check_failure(arguments, message)

@@ -6,12 +6,14 @@ import os
 import pathlib
 import pwd
 import random
+import socket
 import subprocess
 import sys
 import tempfile
 import unittest
 
 OIBIDX = os.path.abspath(sys.argv.pop(1))
+HOST = socket.gethostname().upper()
 EPOCH = datetime.datetime(1970, 1, 1)
 AWKWARD_NAMES = ["ü ß", "日本", "two  blanks ", "line\nbreak", "quo'te\"", "-dash", "x" * 255,
                os.fsdecode(b"bad\xff\xfebytes"), "\U0001F600", "tab\t", "dot."]
@@ -34,10 +36,11 @@ def objects(*arguments, code=0):
 
 
 def owner_of(status):
+    """The owner as listings print it after a scan."""
     try:
-        return pwd.getpwuid(status.st_uid).pw_name
+        return HOST + "\\" + pwd.getpwuid(status.st_uid).pw_name
     except KeyError:
-        return ""
+        return f"S-1-22-1-{status.st_uid}"
 
 
 def model(tree):
@@ -53,8 +56,9 @@ def model(tree):
                 continue
             status = os.stat(path)
             modified = EPOCH + datetime.timedelta(seconds=status.st_mtime_ns // 10**9)
-            files[prefix + name] = {"type": "file", "name": prefix + name, "size": status.st_size,
-                                    "modified": modified.isoformat() + "Z", "owner": owner_of(status)}
+            files[prefix + name] = {"type": "file", "path": "C:\\" + prefix + name, "name": name,
+                                    "size": status.st_size, "modified": modified.isoformat() + "Z",
+                                    "owner": owner_of(status), "volume": "C"}
     return sorted(folders), files
 
 

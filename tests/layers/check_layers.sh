@@ -43,7 +43,7 @@ function layer_of(path) {
 # `target` is the include as written; `quoted` is true for quotation marks.
 function check_include(target, quoted,    allowed) {
     if (!quoted) {
-        allowed = here == "cli" ? "^(CLI|nlohmann)/" : "^[a-z]+intrin\\.h$"
+        allowed = here == "cli" ? "^CLI/" : "^[a-z]+intrin\\.h$"
         if (!for_system && target ~ /[.\/]/ && target !~ allowed) report("system header", target)
     } else if (target !~ /\//) {
         if (target !~ /^Zorel[A-Za-z]*\.h$/) report("include without a layer", target)

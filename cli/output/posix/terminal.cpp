@@ -19,6 +19,10 @@ void WriteToStandardOutput(std::string_view bytes) {
     }
 }
 
+bool IsOutputTerminal() {
+    return ::isatty(STDOUT_FILENO) == 1;
+}
+
 bool IsErrorTerminal() {
     return ::isatty(STDERR_FILENO) == 1;
 }
