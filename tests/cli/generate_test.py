@@ -3,6 +3,7 @@
 import glob
 import json
 import os
+import pathlib
 import re
 import signal
 import socket
@@ -33,8 +34,8 @@ class GenerateTest(ClientTest):
 
     def content_of_texts(self):
         """Every file of the output folder with its bytes; None for a folder."""
-        return {entry.name: None if entry.is_dir() else open(entry.path, "rb").read()
-                for entry in os.scandir(self.texts)}
+        return {path.name: None if path.is_dir() else path.read_bytes()
+                for path in pathlib.Path(self.texts).iterdir()}
 
 
 class Lines(GenerateTest):
@@ -206,7 +207,7 @@ class Sets(GenerateTest):
         self.assertEqual([(s.st_mode, s.st_uid, s.st_gid) for s in (before, after)][0],
                          (after.st_mode, after.st_uid, after.st_gid))
         self.assertEqual([os.path.islink(place) for place in places], [False] * 4)
-        self.assertEqual((self.names(), open(victim, "rb").read()), (sorted(targets), b"unchanged"))
+        self.assertEqual((self.names(), pathlib.Path(victim).read_bytes()), (sorted(targets), b"unchanged"))
 
     def test_failures_change_nothing(self):
         self.generate("--records=1")
