@@ -44,6 +44,7 @@ std::vector<CCommandGroup::Entry> Commands() {
         {"session", "Read and change backup sessions", MakeSessionCommand},
         {"publication", "Read publications", MakePublicationCommand},
         {"help", "Describe a command", MakeHelpCommand, "help meta set"},
+        {"completion", "Print a completion script", MakeCompletionCommand, "completion bash"},
     };
 }
 

@@ -47,5 +47,6 @@ std::unique_ptr<CCommand> MakeMetaCommand();
 std::unique_ptr<CCommand> MakeSessionCommand();
 std::unique_ptr<CCommand> MakePublicationCommand();
 std::unique_ptr<CCommand> MakeHelpCommand();
+std::unique_ptr<CCommand> MakeCompletionCommand();
 
 }  // namespace zorel::cli

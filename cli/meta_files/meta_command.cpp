@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -7,6 +8,7 @@
 
 #include "ZorelClient.h"
 #include "cli/command_line/command_group.h"
+#include "cli/command_line/paths.h"
 #include "cli/meta_files/meta_file.h"
 #include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
@@ -39,7 +41,7 @@ void CheckIsOneLine(const std::string& what, std::u16string_view text) {
     const std::string_view bytes(reinterpret_cast<const char*>(text.data()),
                                  text.size() * sizeof(char16_t));
     if (bytes.find(kLineEnd) != bytes.npos) {
-        throw CCommandError(what + ": A line of a meta-file cannot contain a line break.");
+        throw CCommandError(what + ": a line of a meta-file cannot contain a line break");
     }
 }
 
@@ -50,13 +52,13 @@ void CheckReadsBack(const std::string& what, std::u16string_view text) {
     if (!text.empty() &&
         (kBlanks.find(text.front()) != text.npos || kBlanks.find(text.back()) != text.npos)) {
         throw CCommandError(
-            what + ": A meta-file does not keep blanks at the start and the end of a text.");
+            what + ": a meta-file does not keep blanks at the start and the end of a text");
     }
 }
 
 void CheckIsName(const std::string& name) {
     if (FoldedElements(ToUtf16(name)).empty()) {
-        throw CCommandError("'" + name + "': This is not a name.");
+        throw CCommandError("'" + name + "': not a name");
     }
 }
 
@@ -68,12 +70,16 @@ protected:
         DeclareJson(app);
     }
     void DeclareCreate(CLI::App& app) {
-        app.add_flag("--create", m_create, "Create the file if it is missing");
+        m_createOption = app.add_flag("--create", m_create, "Create the file if it is missing");
     }
     CMetaFile OpenToRead() const { return CMetaFile(m_file, EIdxMetaLoad); }
     // Other processes cannot change the file as long as the result exists. Creates a missing file
     // only with --create.
     CMetaFile OpenToChange() const {
+        if (m_createOption != nullptr && !m_create && !MetaFileExists(m_file) &&
+            !std::filesystem::exists(WithSlashes(m_file))) {
+            throw CCommandError(m_file + ": no such file; --create creates it");
+        }
         if (!m_create) {
             OpenToRead();
         }
@@ -91,6 +97,7 @@ protected:
     std::string m_file;
 
 private:
+    const CLI::Option* m_createOption = nullptr;  // null for a command without it
     bool m_create = false;
 };
 
@@ -105,8 +112,12 @@ public:
     EExitCode Run(COutput& output) override {
         const CMetaFile file = OpenToRead();
         const std::vector<std::u16string> wanted = FoldedElements(ToUtf16(m_subtree));
+        const std::vector<std::u16string> names = file.Names();
+        if (names.empty() && HasOtherText(m_file)) {
+            PrintError(m_file + ": not a meta-file; no line has the form NAME=VALUE");
+        }
         bool found = false;
-        for (const std::u16string& name : file.Names()) {
+        for (const std::u16string& name : names) {
             const std::vector<std::u16string> path = FoldedElements(name);
             if (path.size() <= wanted.size() ||
                 !std::equal(wanted.begin(), wanted.end(), path.begin())) {
@@ -139,7 +150,7 @@ public:
         const std::u16string name = ToUtf16(m_name);
         client::CString value;
         if (!OpenToRead().Find(name, value)) {
-            PrintError(m_file + ": There is no attribute " + m_name);
+            PrintError(m_file + ": no attribute " + m_name);
             return kExitNothingFound;
         }
         if (m_isJson) {
@@ -183,7 +194,7 @@ private:
         for (const std::string& argument : m_arguments) {
             const std::size_t sign = argument.find('=');
             if (sign == std::string::npos) {
-                throw CCommandError(argument + ": The form NAME=VALUE is required.");
+                throw CCommandError(argument + ": the form NAME=VALUE is required");
             }
             attrs.push_back(MakeAttribute(argument.substr(0, sign), argument.substr(sign + 1)));
         }
@@ -193,7 +204,7 @@ private:
         Attribute attr{ToUtf16(name), ToUtf16(value)};
         CheckIsName(name);
         if (attr.name.front() == u'#') {
-            throw CCommandError(name + ": A line that starts with # is a comment.");
+            throw CCommandError(name + ": a line that starts with # is a comment");
         }
         CheckReadsBack(name, attr.name);
         CheckReadsBack(name, attr.value);
@@ -220,8 +231,7 @@ public:
             if (Delete(file, ToUtf16(name))) {
                 ++deleted;
             } else {
-                PrintError(m_file + ": There is no " + (m_isTree ? "subtree " : "attribute ") +
-                           name);
+                PrintError(m_file + ": no " + (m_isTree ? "subtree " : "attribute ") + name);
             }
         }
         if (deleted != 0) {

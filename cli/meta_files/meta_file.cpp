@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -93,9 +94,29 @@ void CheckSavedSize(const std::string& path, std::uint64_t addedSize) {
     const std::uint64_t size = std::filesystem::file_size(WithSlashes(path), error);
     const std::uint64_t kept = HasByteOrderMark(path) ? size : sizeof(char16_t) * (size + 1);
     if (!error && kept + addedSize > kMaxFileSize) {
-        throw CCommandError(path + ": The file could become larger than " +
+        throw CCommandError(path + ": the file could become larger than " +
                             std::to_string(kMaxFileSize) + " bytes and could not be opened again.");
     }
+}
+
+bool HasOtherText(const std::string& path) {
+    constexpr std::size_t kExamined = 1U << 16;  // bytes
+    std::ifstream file(WithSlashes(path), std::ios::binary);
+    std::string text(kExamined, '\0');
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    if (text.starts_with("\xFF\xFE")) {
+        text.erase(0, 2);
+        std::erase(text, '\0');
+    }
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t start = line.find_first_not_of(" \t\r");
+        if (start != line.npos && line[start] != '#') {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool MetaFileExists(const std::string& path) {

@@ -39,6 +39,10 @@ private:
 // this many bytes.
 void CheckSavedSize(const std::string& path, std::uint64_t addedSize);
 
+// Whether the start of the file has a line that is no comment. For a file without attributes: it
+// holds something else than a meta-file.
+bool HasOtherText(const std::string& path);
+
 // Whether there is such a meta-file, or the copy that an unfinished save left.
 bool MetaFileExists(const std::string& path);
 

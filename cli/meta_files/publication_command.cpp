@@ -10,6 +10,7 @@
 #include "cli/command_line/command_group.h"
 #include "cli/library/string_array.h"
 #include "cli/meta_files/guid_text.h"
+#include "cli/meta_files/meta_file.h"
 #include "cli/output/json_object.h"
 #include "cli/output/text_format.h"
 
@@ -49,7 +50,7 @@ public:
         Check(m_reader->get_CmdCount(&count));
         const std::vector<INT> numbers = Numbers();
         if (static_cast<std::size_t>(count) != numbers.size()) {
-            throw CCommandError(m_path + ": The numbers of the commands are ambiguous.");
+            throw CCommandError(m_path + ": the numbers of the commands are ambiguous");
         }
         std::vector<Command> commands;
         for (INT i = 0; i < count; ++i) {
@@ -74,7 +75,7 @@ private:
         for (const std::u16string& name : TextsOf(names)) {
             if (Folded(name).starts_with(u"cmd")) {
                 if (!numbers.empty()) {
-                    throw CCommandError(m_path + ": There are commands in several trees.");
+                    throw CCommandError(m_path + ": commands are in several trees");
                 }
                 numbers = NumbersIn(*root, name);
             }
@@ -117,6 +118,15 @@ struct Field {
     client::CString text;
 };
 
+// Throws CCommandError for a file without a publication that holds something else.
+void CheckIsPublication(const std::string& path) {
+    if (!CMetaFile(path, EIdxMetaLoad).Names().empty() || HasOtherText(path)) {
+        throw CCommandError(path +
+                            ": not a publication; it has no attribute such as "
+                            "Publication.LocalTime or cmd.1.Type");
+    }
+}
+
 class CPublicationShowCommand : public CCommand {
 public:
     void Declare(CLI::App& app) override {
@@ -134,12 +144,15 @@ public:
         const std::vector<CPublication::Command> commands = publication.Commands();
         Field times[] = {{"localTime", "Local time", {}}, {"utcTime", "UTC time", {}}};
         publication.Times(times[0].text, times[1].text);
+        const bool isEmpty =
+            commands.empty() && times[0].text.View().empty() && times[1].text.View().empty();
+        if (isEmpty) {
+            CheckIsPublication(m_file);
+        }
         Print(output, CJsonObject().Add("type", std::string_view("publication")), "", times);
         for (const CPublication::Command& command : commands) {
             Show(output, publication, command);
         }
-        const bool isEmpty =
-            commands.empty() && times[0].text.View().empty() && times[1].text.View().empty();
         return isEmpty ? kExitNothingFound : kExitOk;
     }
 

@@ -58,6 +58,18 @@ private:
     client::CComPtr<IMtfBSessionMetaFile> m_session;
 };
 
+// Throws CCommandError for a file without references that holds something else.
+void CheckIsSession(const std::string& path) {
+    const std::vector<std::u16string> names = CMetaFile(path, EIdxMetaLoad).Names();
+    const bool hasReference = std::any_of(names.begin(), names.end(), [](const auto& name) {
+        return Folded(name).starts_with(u"oib");
+    });
+    if (!hasReference && (!names.empty() || HasOtherText(path))) {
+        throw CCommandError(path +
+                            ": not a backup session; it has no attribute such as oib1.VmName");
+    }
+}
+
 class CSessionListCommand : public CCommand {
 public:
     void Declare(CLI::App& app) override {
@@ -70,6 +82,9 @@ public:
 
     EExitCode Run(COutput& output) override {
         const std::vector<OibRef> references = CSession(m_file, EIdxMetaLoad).References();
+        if (references.empty()) {
+            CheckIsSession(m_file);
+        }
         std::size_t timeWidth = 0;
         for (const OibRef& reference : references) {
             timeWidth = std::max(timeWidth, DisplayWidth(Printable(reference.backupTime)));
@@ -108,7 +123,7 @@ public:
     EExitCode Run(COutput& output) override {
         const std::vector<GUID> ids = Identifiers();
         // Fails for a missing file; the other mode would create it.
-        static_cast<void>(CSession(m_file, EIdxMetaLoad));
+        CheckIsSession(m_file);
         CSession session(m_file, EIdxMetaOpenRW);
         std::size_t deleted = 0;
         std::vector<OibRef> references = session.References();
@@ -117,7 +132,7 @@ public:
                 std::find_if(references.begin(), references.end(),
                              [&](const OibRef& reference) { return reference.id == id; });
             if (found == references.end()) {
-                PrintError(m_file + ": There is no reference " + GuidText(id));
+                PrintError(m_file + ": no reference " + GuidText(id));
                 continue;
             }
             references.erase(found);
@@ -142,7 +157,7 @@ private:
             const std::optional<GUID> id = ParseGuid(text);
             // A reference without an identifier has the identifier 0.
             if (!id || *id == GUID_NULL) {
-                throw CCommandError(text + ": This is not an identifier.");
+                throw CCommandError(text + ": not an identifier");
             }
             ids.push_back(*id);
         }
