@@ -43,7 +43,7 @@ class MetaTest(ClientTest):
         self.assertEqual(self.run_on_file("meta get", "JOB.Name"), ("Da\x1bily\n", ""))
         self.assertEqual(self.objects("meta get", "v"), [{"name": "v", "value": "\U0001F600"}])
         self.assertEqual(self.run_on_file("meta get", "job.name", code=1),
-                         ("", f"oibidx: {self.file}: There is no attribute job.name\n"))
+                         ("", f"oibidx: {self.file}: no attribute job.name\n"))
 
     def test_editing(self):
         self.assertIn("no such file", self.run_on_file("meta set", "a=1", code=2)[1])
@@ -126,7 +126,7 @@ class MetaTest(ClientTest):
             f"  Group 1, restore point\n    Machine     web\n    Identifier  {{{WEB}}}\n"
             "Command -3\n  Type      Other\n")
         self.write_lines("note")
-        self.assertEqual(self.run_on_file("publication show", code=1), ("", ""))
+        self.assertIn("not a publication", self.run_on_file("publication show", code=2)[1])
         self.write_lines("cmd.1.JobName=a", "cmdX.2.JobName=b")
         self.assertIn("several trees", self.run_on_file("publication show", code=2)[1])
 
