@@ -137,7 +137,8 @@ class FaultsTest(ClientTest):
         self.make("b.txt", b"1")
         catalogue = os.path.join(self.start, "catalogue")
         run("scan", self.tree, "-o", catalogue)
-        run("generate", catalogue, "-o", os.path.join(self.start, "texts"), "--records=1")
+        run("generate", catalogue, "-o", os.path.join(self.start, "texts"))
+        self.write("start/texts/vl.C.a.b.7.txt", b"earlier")
         broken = self.write("broken/C.dat", b"VIFD")
         output = os.path.join(self.state, "texts")
 
@@ -145,7 +146,8 @@ class FaultsTest(ClientTest):
             """The files after a run that only repairs, because its catalogue is damaged."""
             self.assertEqual(run("generate", broken, "-o", output).returncode, 2)
             return {file.name: file.read_bytes() for file in pathlib.Path(output).iterdir()}
-        arguments = ["generate", os.path.join(self.state, "catalogue"), "-o", output]
+        arguments = ["generate", os.path.join(self.state, "catalogue"), "-o", output,
+                     "--records=1"]
         self.assertGreater(self.check_faults(arguments, read), 20)
 
 
