@@ -20,7 +20,8 @@ std::uint64_t KeyOf(std::u16string_view path, std::int64_t size) {
 
 }  // namespace
 
-CFileOwners::CFileOwners(const std::string& dataFile, std::u16string_view root)
+CFileOwners::CFileOwners(const std::string& dataFile, std::u16string_view root,
+                         std::u16string_view base)
     : m_owners(dataFile) {
     AddName(u"", u"");  // files without an owner
     for (std::size_t i = 0; i < m_owners.Table().Count(); ++i) {
@@ -28,17 +29,18 @@ CFileOwners::CFileOwners(const std::string& dataFile, std::u16string_view root)
         AddName(m_owners.Table()[i].name, m_texts.back());
     }
     if (m_hasSharedName) {
-        ReadFiles(dataFile, root);
+        ReadFiles(dataFile, root, base);
     }
 }
 
 void CFileOwners::AddName(std::u16string_view name, const std::u16string& text) {
-    Name& known = m_names.try_emplace(std::u16string(name), Name{text}).first->second;
+    Name& known = m_names.try_emplace(name, Name{text}).first->second;
     known.isShared = known.isShared || known.text != text;
     m_hasSharedName = m_hasSharedName || known.isShared;
 }
 
-void CFileOwners::ReadFiles(const std::string& dataFile, std::u16string_view root) {
+void CFileOwners::ReadFiles(const std::string& dataFile, std::u16string_view root,
+                            std::u16string_view base) {
     const idxdata::CFolderTable folders = ReadFolderTable(dataFile);
     std::vector<std::u16string> paths(folders.Count());
     try {
@@ -59,7 +61,10 @@ void CFileOwners::ReadFiles(const std::string& dataFile, std::u16string_view roo
             }
             path = paths[folder];
             file.AppendNameTo(path);
-            m_files.push_back({KeyOf(path, file.size), m_texts[file.ownerIndex]});
+            if (path.starts_with(base)) {
+                const std::u16string_view relative = std::u16string_view(path).substr(base.size());
+                m_files.push_back({KeyOf(relative, file.size), m_texts[file.ownerIndex]});
+            }
         }
     } catch (const frame::CExc& error) {
         throw client::CError(error.GetHResult(), dataFile, {"", ToUtf8(error.GetFullMessage())});
@@ -67,14 +72,14 @@ void CFileOwners::ReadFiles(const std::string& dataFile, std::u16string_view roo
     std::stable_sort(m_files.begin(), m_files.end());
 }
 
-std::u16string_view CFileOwners::TextOf(std::u16string_view path, std::int64_t size,
+std::u16string_view CFileOwners::TextOf(std::u16string_view relativePath, std::int64_t size,
                                         std::u16string_view name) const {
     const auto known = m_names.find(name);
     if (known == m_names.end()) {
         return name;
     }
     if (known->second.isShared) {
-        const std::uint64_t key = KeyOf(path, size);
+        const std::uint64_t key = KeyOf(relativePath, size);
         const auto file = std::lower_bound(m_files.begin(), m_files.end(), File{key, {}});
         return file != m_files.end() && file->key == key ? file->owner : std::u16string_view();
     }

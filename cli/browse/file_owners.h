@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "ZorelClient.h"
@@ -16,12 +16,13 @@ namespace zorel::cli {
 // table. Can be used by several threads.
 class CFileOwners {
 public:
-    // `root`: what the paths of the volume begin with, such as u"C:\\". Throws client::CError with
-    // the path of the data file.
-    CFileOwners(const std::string& dataFile, std::u16string_view root);
+    // For the files below `base`, the path of a folder with a backslash at its end; `root` is its
+    // start, such as u"C:\\". Throws client::CError with the path of the data file.
+    CFileOwners(const std::string& dataFile, std::u16string_view root, std::u16string_view base);
 
-    // The owner of a file with this path; `name` is the name in the library's listing.
-    std::u16string_view TextOf(std::u16string_view path, std::int64_t size,
+    // The owner of a file with this path below the base; `name` is the name in the library's
+    // listing.
+    std::u16string_view TextOf(std::u16string_view relativePath, std::int64_t size,
                                std::u16string_view name) const;
     // The columns of the widest owner.
     std::size_t Width() const;
@@ -40,11 +41,11 @@ private:
     };
 
     void AddName(std::u16string_view name, const std::u16string& text);
-    void ReadFiles(const std::string& dataFile, std::u16string_view root);
+    void ReadFiles(const std::string& dataFile, std::u16string_view root, std::u16string_view base);
 
     CVolumeOwners m_owners;
     std::vector<std::u16string> m_texts;  // by owner
-    std::map<std::u16string, Name, std::less<>> m_names;
+    std::unordered_map<std::u16string_view, Name> m_names;
     std::vector<File> m_files;  // sorted
     bool m_hasSharedName = false;
 };

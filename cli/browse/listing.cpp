@@ -12,7 +12,6 @@ namespace zorel::cli {
 
 namespace {
 
-constexpr ULONG kBatchRows = 512;
 // Listings with more files get columns for the widest owner of the volume and for the total size,
 // because reading each file twice takes time.
 constexpr ULONG kMaxMeasuredFiles = 10'000;
@@ -32,34 +31,28 @@ public:
           m_files(files),
           m_owners(owners),
           m_base(std::move(base)),
-          m_subject(std::move(subject)) {
+          m_subject(std::move(subject)),
+          m_isWholePath(style.format == ERowFormat::Json),
+          m_writer(style) {
         client::Check(m_files.get_FilesCount(&m_count), m_subject);
-        for (std::size_t i = 0; i < RowWorkerCount(); ++i) {
-            m_writers.emplace_back(style);
-        }
     }
 
-    FormatRows Fetch() override {
+    bool Fetch(RowChunk& chunk) override {
         if (!std::exchange(m_hasFolders, true)) {
-            return [this](std::size_t worker, RowChunk& chunk) { FormatFolders(worker, chunk); };
+            AddFolders(chunk);
+            return true;
         }
-        if (m_next == m_count) {
-            return {};
+        const ULONG end = m_next + std::min(static_cast<ULONG>(kRowsPerChunk), m_count - m_next);
+        const bool isFound = m_next < end;
+        for (; m_next < end; ++m_next) {
+            client::Check(m_files.GetFileInfo(m_next, m_file.Put()), m_subject);
+            AddFile(chunk);
         }
-        const ULONG rows = std::min(kBatchRows, m_count - m_next);
-        const std::shared_ptr<client::CFileInfo[]> batch(new client::CFileInfo[rows]);
-        for (ULONG i = 0; i < rows; ++i, ++m_next) {
-            client::Check(m_files.GetFileInfo(m_next, batch[i].Put()), m_subject);
-        }
-        return [this, batch, rows](std::size_t worker, RowChunk& chunk) {
-            for (ULONG i = 0; i < rows; ++i) {
-                FormatFile(batch[i], m_writers[worker], chunk);
-            }
-        };
+        return isFound;
     }
 
 private:
-    void FormatFolders(std::size_t worker, RowChunk& chunk) {
+    void AddFolders(RowChunk& chunk) {
         std::u16string path = m_base;
         FileRow row;
         row.shownAt = m_base.size();
@@ -67,21 +60,22 @@ private:
         for (const std::u16string& folder : m_folders) {
             path.resize(m_base.size());
             row.path = path += folder;
-            m_writers[worker].Append(chunk.text, row);
+            m_writer.Append(chunk.text, row);
         }
     }
 
-    void FormatFile(const OibFileInfo& file, CRowWriter& writer, RowChunk& chunk) const {
-        std::u16string& path = chunk.keys;  // a text that is reused
-        path = m_base;
-        path += client::ViewOf(file.FileName);
+    void AddFile(RowChunk& chunk) {
+        const std::u16string_view relative = client::ViewOf(m_file.FileName);
         FileRow row;
-        row.path = path;
-        row.shownAt = m_base.size();
-        row.modified = file.ModifyTime;
-        row.size = file.Size;
-        row.owner = m_owners.TextOf(path, file.Size, client::ViewOf(file.Owner));
-        writer.Append(chunk.text, row);
+        row.path = relative;
+        if (m_isWholePath) {
+            chunk.keys = m_base;  // a text that keeps its memory
+            row.path = chunk.keys += relative;
+        }
+        row.modified = m_file.ModifyTime;
+        row.size = m_file.Size;
+        row.owner = m_owners.TextOf(relative, m_file.Size, client::ViewOf(m_file.Owner));
+        m_writer.Append(chunk.text, row);
     }
 
     const std::vector<std::u16string>& m_folders;
@@ -89,7 +83,9 @@ private:
     const CFileOwners& m_owners;
     std::u16string m_base;
     std::string m_subject;
-    std::vector<CRowWriter> m_writers;
+    bool m_isWholePath;  // other rows show the path below the listed folder
+    CRowWriter m_writer;
+    client::CFileInfo m_file;
     bool m_hasFolders = false;
     ULONG m_count = 0;
     ULONG m_next = 0;
@@ -123,7 +119,7 @@ bool CListing::Open(const std::vector<std::u16string>& names) {
 }
 
 void CListing::ReadFolders() {
-    m_owners = std::make_unique<CFileOwners>(m_dataFile, m_root);
+    m_owners = std::make_unique<CFileOwners>(m_dataFile, m_root, m_base);
     FindHidden();
     const CVolumeBrowser browser(m_dataFile);
     if (!m_isRecursive) {
@@ -164,9 +160,8 @@ void CListing::SetWidths(RowStyle& style) const {
     client::CFileInfo file;
     for (ULONG i = 0; i < m_fileCount; ++i) {
         client::Check(m_files->GetFileInfo(i, file.Put()), m_dataFile);
-        const std::u16string path = m_base + std::u16string(client::ViewOf(file.FileName));
         const std::u16string_view owner =
-            m_owners->TextOf(path, file.Size, client::ViewOf(file.Owner));
+            m_owners->TextOf(client::ViewOf(file.FileName), file.Size, client::ViewOf(file.Owner));
         style.ownerWidth = std::max(style.ownerWidth, DisplayWidth(Printable(owner)));
         style.sizeWidth = std::max(
             style.sizeWidth, style.isHuman ? HumanSize(file.Size).size() : DigitsOf(file.Size));

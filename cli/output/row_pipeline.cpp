@@ -13,18 +13,13 @@ namespace zorel::cli {
 
 namespace {
 
-constexpr std::size_t kMaxWaitingChunks = 32;
+constexpr std::size_t kMaxWaitingChunks = 8;
 
 // One source and its chunks that are not written yet, in order.
 struct Line {
-    // A place that a worker reserves when it fetches rows, and fills when they are formatted.
-    struct Place {
-        std::optional<RowChunk> chunk;
-        std::exception_ptr error;
-    };
-
     CRowSource* source = nullptr;
-    std::deque<Place> places;
+    std::deque<RowChunk> chunks;
+    std::exception_ptr error;  // after the chunks
     bool isStarted = false;
     bool isFetching = false;
     bool isAtEnd = false;
@@ -33,7 +28,9 @@ struct Line {
 class CRowPipeline {
 public:
     explicit CRowPipeline(const std::vector<std::unique_ptr<CRowSource>>& sources)
-        : m_lines(sources.size()) {
+        : m_lines(sources.size()),
+          m_maxInUse(std::min<std::size_t>(std::max(1U, std::thread::hardware_concurrency()),
+                                           sources.size())) {
         for (std::size_t i = 0; i < sources.size(); ++i) {
             m_lines[i].source = sources[i].get();
         }
@@ -54,23 +51,25 @@ public:
     CRowPipeline& operator=(const CRowPipeline&) = delete;
 
     void Run(const std::function<bool(RowChunk&)>& write) {
-        for (std::size_t i = 0; i < RowWorkerCount(); ++i) {
-            m_threads.emplace_back([this, i] { Work(i); });
+        for (std::size_t i = 0; i < m_maxInUse; ++i) {
+            m_threads.emplace_back([this] { Work(); });
         }
         while (std::optional<RowChunk> chunk = TakeNext()) {
             if (!write(*chunk)) {
                 return;
             }
+            chunk->text.Clear();
+            const std::lock_guard guard(m_lock);
+            m_freeTexts.push_back(std::move(chunk->text));
         }
     }
 
 private:
-    void Work(std::size_t worker) {
+    void Work() {
         std::unique_lock lock(m_lock);
         while (!m_isCancelled) {
-            Line* const line = FindWork();
-            if (line != nullptr) {
-                DoWork(*line, worker, lock);
+            if (Line* const line = FindWork()) {
+                FetchFrom(*line, lock);
             } else if (IsAllFetched()) {
                 return;
             } else {
@@ -79,7 +78,8 @@ private:
         }
     }
 
-    // The first source from which this thread may fetch; null when it has to wait.
+    // The first source from which this thread may fetch; null when it has to wait. Only threads
+    // that are in use for a source can wait for one, so that the written source always advances.
     Line* FindWork() {
         std::size_t inUse = 0;
         for (std::size_t i = m_current; i < m_lines.size(); ++i) {
@@ -87,10 +87,8 @@ private:
             if (line.isAtEnd) {
                 continue;
             }
-            const bool mayFetch = i == m_current ? line.places.size() < kMaxWaitingChunks
-                                                 : m_waiting < kMaxWaitingChunks &&
-                                                       (line.isStarted || inUse < RowWorkerCount());
-            if (mayFetch && !line.isFetching) {
+            const bool mayStart = line.isStarted || inUse < m_maxInUse;
+            if (mayStart && !line.isFetching && line.chunks.size() < kMaxWaitingChunks) {
                 return &line;
             }
             ++inUse;
@@ -103,36 +101,28 @@ private:
                            [](const Line& line) { return line.isAtEnd; });
     }
 
-    void DoWork(Line& line, std::size_t worker, std::unique_lock<std::mutex>& lock) {
+    void FetchFrom(Line& line, std::unique_lock<std::mutex>& lock) {
         line.isStarted = line.isFetching = true;
-        // References to the elements of a deque stay valid when others are added or removed.
-        Line::Place& place = line.places.emplace_back();
-        ++m_waiting;
+        RowChunk chunk;
+        if (!m_freeTexts.empty()) {
+            chunk.text = std::move(m_freeTexts.back());
+            m_freeTexts.pop_back();
+        }
         lock.unlock();
         std::exception_ptr error;
-        FormatRows format;
+        bool isFound = false;
         try {
-            format = line.source->Fetch();
+            isFound = line.source->Fetch(chunk);
         } catch (const std::exception&) {
             error = std::current_exception();
         }
         lock.lock();
         line.isFetching = false;
-        line.isAtEnd = !format;
-        m_changed.notify_all();
-        RowChunk chunk;
-        if (format) {
-            lock.unlock();
-            try {
-                format(worker, chunk);
-            } catch (const std::exception&) {
-                error = std::current_exception();
-            }
-            format = nullptr;
-            lock.lock();
+        line.isAtEnd = !isFound;
+        line.error = error;
+        if (isFound) {
+            line.chunks.push_back(std::move(chunk));
         }
-        place.error = error;
-        place.chunk = std::move(chunk);
         m_changed.notify_all();
     }
 
@@ -141,30 +131,29 @@ private:
         std::unique_lock lock(m_lock);
         while (m_current < m_lines.size()) {
             Line& line = m_lines[m_current];
-            if (line.places.empty() && line.isAtEnd) {
-                ++m_current;
+            if (!line.chunks.empty()) {
+                std::optional<RowChunk> chunk(std::move(line.chunks.front()));
+                line.chunks.pop_front();
                 m_changed.notify_all();
-                continue;
+                return chunk;
             }
-            if (line.places.empty() || !line.places.front().chunk) {
+            if (!line.isAtEnd) {
                 m_changed.wait(lock);
                 continue;
             }
-            const Line::Place place = std::move(line.places.front());
-            line.places.pop_front();
-            --m_waiting;
-            m_changed.notify_all();
-            if (place.error) {
-                std::rethrow_exception(place.error);
+            if (line.error) {
+                std::rethrow_exception(line.error);
             }
-            return place.chunk;
+            ++m_current;
+            m_changed.notify_all();
         }
         return std::nullopt;
     }
 
     std::vector<Line> m_lines;
-    std::size_t m_current = 0;  // the source whose chunks are being written
-    std::size_t m_waiting = 0;  // places of all sources
+    const std::size_t m_maxInUse;          // sources, each with a thread
+    std::size_t m_current = 0;             // the source whose chunks are being written
+    std::vector<CTextBuffer> m_freeTexts;  // empty, with their memory
     bool m_isCancelled = false;
     std::mutex m_lock;
     std::condition_variable m_changed;
@@ -172,10 +161,6 @@ private:
 };
 
 }  // namespace
-
-std::size_t RowWorkerCount() {
-    return std::max(1U, std::thread::hardware_concurrency());
-}
 
 void WriteInOrder(const std::vector<std::unique_ptr<CRowSource>>& sources,
                   const std::function<bool(RowChunk&)>& write) {

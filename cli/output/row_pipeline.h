@@ -1,4 +1,4 @@
-// Rows that several threads put together and one thread writes in order.
+// Rows that several threads format and one thread writes in order.
 #pragma once
 
 #include <cstddef>
@@ -34,27 +34,23 @@ struct RowChunk {
     std::vector<Note> notes;          // what the listing leaves out or shows in another way
 };
 
-// Formats rows that were fetched. `worker` is the number of the calling thread: what belongs to
-// one thread, such as a writer of rows, exists once for each.
-using FormatRows = std::function<void(std::size_t worker, RowChunk& chunk)>;
-
 // Where rows come from, such as a search.
 class CRowSource {
 public:
     virtual ~CRowSource() = default;
 
-    // The next rows; empty at the end. Called by one thread at a time. The first call does the
-    // search itself.
-    virtual FormatRows Fetch() = 0;
+    // Adds the next rows to an empty chunk; returns false at the end. Called by one thread at a
+    // time. The first call does the search itself.
+    virtual bool Fetch(RowChunk& chunk) = 0;
 };
 
-// The threads that format rows: one for each processor.
-std::size_t RowWorkerCount();
+// The rows that a source adds to a chunk, at most.
+inline constexpr std::uint64_t kRowsPerChunk = 2048;
 
-// Fetches and formats the rows of all sources with RowWorkerCount() threads and calls `write` on
-// the calling thread with the chunks in order, until it returns false. At most one source for each
-// thread is in use, and a limited number of chunks wait. An exception of a source is thrown after
-// the chunks before it are written.
+// Fetches the rows of all sources, with one thread for each processor and source, and calls `write`
+// on the calling thread with the chunks in order, until it returns false. A limited number of
+// chunks waits, and at most one source for each thread is in use. An exception of a source is
+// thrown after the chunks before it are written.
 void WriteInOrder(const std::vector<std::unique_ptr<CRowSource>>& sources,
                   const std::function<bool(RowChunk&)>& write);
 

@@ -46,16 +46,26 @@ CCatalogueSource::CCatalogueSource(CCatalogue catalogue, const CatalogueSearch& 
       m_search(search),
       m_parts{m_catalogue.Volumes()} {}
 
-// The first rows are the folders and the notes about them, which another thread puts together
-// while the search runs.
-FormatRows CCatalogueSource::Fetch() {
+// Another thread reads the folders for the notes while this one searches.
+bool CCatalogueSource::Fetch(RowChunk& chunk) {
     if (!std::exchange(m_isPrepared, true)) {
         Prepare();
-        if (m_search.output.HasRows() || m_search.hasFolders) {
-            return [this](std::size_t, RowChunk& chunk) { FormatFolders(chunk); };
+        if (m_search.output.HasRows()) {
+            m_hidden = std::async(std::launch::async, [this] { return FindHidden(); });
+        }
+        if (m_search.hasFolders && !m_search.filters.IsForFilesOnly()) {
+            AddFolders(chunk);
+            return true;
         }
     }
-    return CTaskSource::Fetch();
+    if (CTaskSource::Fetch(chunk)) {
+        return true;
+    }
+    if (m_hidden.valid()) {
+        chunk.notes = m_hidden.get();
+        return true;
+    }
+    return false;
 }
 
 void CCatalogueSource::Prepare() {
@@ -96,13 +106,7 @@ void CCatalogueSource::SelectOwners() {
     m_owner = m_hasOwners ? u"" : *accounts.begin();
 }
 
-std::unique_ptr<CRowFilter> CCatalogueSource::NewFilter() {
-    return std::make_unique<CRowFilter>(
-        m_search.filters, m_hasOwners ? &m_labels : nullptr,
-        m_hasRoot ? CRowFilter::ETested::NameAndFolder : CRowFilter::ETested::Name);
-}
-
-bool CCatalogueSource::Open(std::vector<std::string>& errors) {
+bool CCatalogueSource::Open(RowChunk& chunk) {
     while (!m_parts.empty()) {
         const Volumes volumes = std::move(m_parts.front());
         m_parts.pop_front();
@@ -114,7 +118,7 @@ bool CCatalogueSource::Open(std::vector<std::string>& errors) {
                 throw;
             }
             if (volumes.size() == 1) {
-                errors.push_back(Explain(error).text);
+                chunk.errors.push_back(Explain(error).text);
                 continue;
             }
         }
@@ -122,7 +126,7 @@ bool CCatalogueSource::Open(std::vector<std::string>& errors) {
             m_parts.push_front({*volume});
         }
     }
-    return !errors.empty();
+    return !chunk.errors.empty();
 }
 
 void CCatalogueSource::OpenPart(const Volumes& volumes) {
@@ -137,7 +141,10 @@ void CCatalogueSource::OpenPart(const Volumes& volumes) {
     SearchCriteria criteria;
     m_search.filters.FillForCatalogue(criteria, m_hasRoot, m_owner);
     client::Check(task->Find(&criteria.record), subject);
-    SetTask(client::CComPtr<IOibTDFSearchTask>(task.Get()), subject);
+    SetTask(client::CComPtr<IOibTDFSearchTask>(task.Get()), subject,
+            std::make_unique<CRowFilter>(
+                m_search.filters, m_hasOwners ? &m_labels : nullptr,
+                m_hasRoot ? CRowFilter::ETested::NameAndFolder : CRowFilter::ETested::Name));
 }
 
 std::u16string_view CCatalogueSource::OwnerText(const SearchResult& row) {
@@ -145,37 +152,42 @@ std::u16string_view CCatalogueSource::OwnerText(const SearchResult& row) {
     if (!label.starts_with(u"unkn")) {
         return label;
     }
-    std::call_once(m_ownersRead, [this] {
+    if (!std::exchange(m_areOwnersRead, true)) {
         ForReadable(m_catalogue.Volumes(), [this](const CCatalogue::Volume& volume) {
             m_owners.try_emplace(LetterOf(volume), volume.dataFile);
         });
-    });
+    }
     const auto owners = m_owners.find(Folded(client::ViewOf(row.FileFullName).substr(0, 1))[0]);
     return owners != m_owners.end() ? owners->second.TextOfLabel(label) : label;
 }
 
-void CCatalogueSource::FormatFolders(RowChunk& chunk) {
+void CCatalogueSource::AddFolders(RowChunk& chunk) {
     CRowWriter writer = m_search.output.NewWriter();
-    const std::unique_ptr<CRowFilter> filter =
-        m_search.hasFolders && !m_search.filters.IsForFilesOnly()
-            ? std::make_unique<CRowFilter>(m_search.filters, nullptr, CRowFilter::ETested::Nothing)
-            : nullptr;
+    CRowFilter filter(m_search.filters, nullptr, CRowFilter::ETested::Nothing);
     ForReadable(m_catalogue.Volumes(), [&](const CCatalogue::Volume& volume) {
         const idxdata::CFolderTable folders = ReadFolderTable(volume.dataFile);
         const std::u16string root = RootOf(volume);
-        for (std::size_t i = 1; filter && i < folders.Count(); ++i) {
+        for (std::size_t i = 1; i < folders.Count(); ++i) {
             const std::u16string path = PathOfFolder(folders, i, root);
-            if (!path.empty() && filter->AcceptsFolder(path)) {
+            if (!path.empty() && filter.AcceptsFolder(path)) {
                 FileRow row;
                 row.path = path;
                 row.isFolder = true;
                 m_search.output.Append(chunk, writer, row);
             }
         }
-        for (const HiddenFolder& hidden : FindHiddenFolders(folders, root)) {
-            chunk.notes.push_back({hidden.path, hidden.reason});
+    });
+}
+
+CCatalogueSource::Notes CCatalogueSource::FindHidden() const {
+    Notes notes;
+    ForReadable(m_catalogue.Volumes(), [&](const CCatalogue::Volume& volume) {
+        for (HiddenFolder& hidden :
+             FindHiddenFolders(ReadFolderTable(volume.dataFile), RootOf(volume))) {
+            notes.push_back({std::move(hidden.path), std::move(hidden.reason)});
         }
     });
+    return notes;
 }
 
 }  // namespace zorel::cli

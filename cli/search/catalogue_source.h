@@ -1,9 +1,9 @@
 #pragma once
 
 #include <deque>
+#include <future>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,20 +31,21 @@ public:
     // `search` must outlive the source.
     CCatalogueSource(CCatalogue catalogue, const CatalogueSearch& search);
 
-    FormatRows Fetch() override;
+    bool Fetch(RowChunk& chunk) override;
 
 protected:
-    bool Open(std::vector<std::string>& errors) override;
+    bool Open(RowChunk& chunk) override;
     std::u16string_view OwnerText(const SearchResult& row) override;
-    std::unique_ptr<CRowFilter> NewFilter() override;
 
 private:
     using Volumes = std::vector<CCatalogue::Volume>;
+    using Notes = std::vector<RowChunk::Note>;
 
     void Prepare();
     void SelectOwners();
     void OpenPart(const Volumes& volumes);
-    void FormatFolders(RowChunk& chunk);
+    void AddFolders(RowChunk& chunk);
+    Notes FindHidden() const;
 
     CCatalogue m_catalogue;
     const CatalogueSearch& m_search;
@@ -54,8 +55,9 @@ private:
     bool m_hasOwners = false;  // the client tests --owner
     std::u16string m_owner;    // that the library tests
     OwnerLabels m_labels;      // that the client tests
-    std::once_flag m_ownersRead;
+    bool m_areOwnersRead = false;
     std::map<char16_t, CVolumeOwners> m_owners;  // by the letter of the volume
+    std::future<Notes> m_hidden;                 // while the search runs
 };
 
 }  // namespace zorel::cli

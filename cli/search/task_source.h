@@ -16,39 +16,33 @@ namespace zorel::cli {
 // The rows of search tasks, which are made one after another.
 class CTaskSource : public CRowSource {
 public:
-    explicit CTaskSource(const CSearchOutput& output);
+    explicit CTaskSource(const CSearchOutput& output)
+        : m_output(output), m_writer(output.NewWriter()) {}
 
-    FormatRows Fetch() override;
+    bool Fetch(RowChunk& chunk) override;
 
 protected:
     // Makes the next task; returns false at the end. What is reported instead of a task is added
-    // to `errors`.
-    virtual bool Open(std::vector<std::string>& errors) = 0;
-    // The text of an owner; called by several threads.
+    // to the chunk.
+    virtual bool Open(RowChunk& chunk) = 0;
+    // The text of the owner of a result.
     virtual std::u16string_view OwnerText(const SearchResult& row) = 0;
-    // A filter for the results of the task; null: every result is accepted.
-    virtual std::unique_ptr<CRowFilter> NewFilter() = 0;
 
-    void SetTask(client::CComPtr<IOibTDFSearchTask> task, std::string subject);
+    // Begins with the results of a task that the filter accepts.
+    void SetTask(client::CComPtr<IOibTDFSearchTask> task, std::string subject,
+                 std::unique_ptr<CRowFilter> filter);
 
 private:
-    struct Batch;
-    // What belongs to one thread.
-    struct Worker {
-        CRowWriter writer;
-        std::unique_ptr<CRowFilter> filter;
-        std::size_t task = 0;  // the number of the task that the filter is for
-    };
-
-    FormatRows FetchRows();
-    void Format(const Batch& batch, Worker& worker, RowChunk& chunk);
+    void FetchRows(RowChunk& chunk);
+    void FetchRow(RowChunk& chunk);
 
     const CSearchOutput& m_output;
-    std::vector<Worker> m_workers;
+    CRowWriter m_writer;
     client::CComPtr<IOibTDFSearchTask> m_task;
     std::string m_subject;
-    std::size_t m_tasks = 0;  // made so far
-    INT m_count = 0;          // results of the task
+    std::unique_ptr<CRowFilter> m_filter;  // null: every result is accepted
+    client::CSearchResult m_result;
+    INT m_count = 0;  // results of the task
     INT m_next = 0;
 };
 

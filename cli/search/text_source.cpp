@@ -6,7 +6,7 @@
 
 namespace zorel::cli {
 
-bool CTextSource::Open(std::vector<std::string>&) {
+bool CTextSource::Open(RowChunk&) {
     if (std::exchange(m_isDone, true)) {
         return false;
     }
@@ -16,12 +16,9 @@ bool CTextSource::Open(std::vector<std::string>&) {
     client::Check(client::CreateLibrary()->FindInOibTDF2(client::CString(AbsolutePath(m_file)),
                                                          &criteria.record, task.Put()),
                   m_file);
-    SetTask(std::move(task), m_file);
+    SetTask(std::move(task), m_file,
+            std::make_unique<CRowFilter>(m_filters, nullptr, CRowFilter::ETested::NameAndFolder));
     return true;
-}
-
-std::unique_ptr<CRowFilter> CTextSource::NewFilter() {
-    return std::make_unique<CRowFilter>(m_filters, nullptr, CRowFilter::ETested::NameAndFolder);
 }
 
 }  // namespace zorel::cli

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "cli/search/task_source.h"
 
@@ -22,9 +20,8 @@ public:
           m_filters(filters) {}
 
 protected:
-    bool Open(std::vector<std::string>& errors) override;
+    bool Open(RowChunk& chunk) override;
     std::u16string_view OwnerText(const SearchResult&) override { return {}; }
-    std::unique_ptr<CRowFilter> NewFilter() override;
 
 private:
     std::string m_file;
